@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "multi_driver/DriverParam.h"
+#include "multi_driver/Export.h"
+#include "multi_driver/Messages.h"
+#include "multi_driver/PointCloud.h"
+
+/// Driver of one sensor: packets from the network or a capture file in, complete frames out.
+///
+/// `T` is one of the four clouds `PointCloud<Point>`, `PointCloud<PointTime>`,
+/// `PointCloud<PointSource>`, `PointCloud<JuniqPoint>`. Call order: register callbacks, InitDriver,
+/// Start. Callbacks are taken over by InitDriver; registering later acts on the next InitDriver.
+///
+/// Threads: call the driver from one application thread, or from inside its callbacks. Callbacks run
+/// on the driver's decoding thread, except that the first cloud is asked for inside InitDriver, on
+/// the caller's thread. Decoding waits while a callback runs. Stop, InitDriver and destruction are
+/// allowed inside a callback: the thread then ends by itself once the callback returns.
+/// Ownership: clouds and messages are made by the providers and given back to the consumers; the
+/// driver keeps no reference to what it has handed over. Destruction stops every thread first.
+/// Failure: public calls never throw; they return false and a line on standard output tells why.
+/// An exception that escapes a callback on the decoding thread ends the process.
+template <typename T>
+class ORLIQ_API OrliqDriver {
+ public:
+  using PutPointCloud = std::function<void(std::shared_ptr<T>)>;
+  using GetPointCloud = std::function<std::shared_ptr<T>()>;
+  using PutImu = std::function<void(std::shared_ptr<orliq::lidar::ImuMsg>)>;
+  using GetImu = std::function<std::shared_ptr<orliq::lidar::ImuMsg>()>;
+  using ExceptionCallback = std::function<void(const orliq::lidar::Error&)>;
+
+  OrliqDriver();
+  virtual ~OrliqDriver();
+  OrliqDriver(const OrliqDriver&) = delete;
+  OrliqDriver& operator=(const OrliqDriver&) = delete;
+
+  /// Sets the consumer of finished frames and the provider of empty clouds.
+  void RegisterPointCloudCallBack(const PutPointCloud& put, const GetPointCloud& get);
+
+  /// Sets the consumer of IMU samples and the provider of empty messages (live sensors only).
+  void RegisterImuCallBack(const PutImu& put, const GetImu& get);
+
+  /// Sets the receiver of packet faults.
+  void RegisterExceptionCallBack(const ExceptionCallback& callback);
+
+  /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
+  /// initialisation. False when the model or the source is unknown, the source cannot be opened, or
+  /// a provider throws; the driver is then uninitialised.
+  bool InitDriver(const orliq::lidar::DriverParam& param);
+
+  /// Starts the worker threads; a capture file is indexed first. True when they run, also when they
+  /// ran already. False without a successful InitDriver.
+  bool Start();
+
+  /// Stops and joins the worker threads. Does nothing without a successful InitDriver.
+  void Stop();
+
+  /// Switches the extrinsic transform on or off while running. The matrix stays the one built from
+  /// the values given to InitDriver: only `enable` of a later call has an effect.
+  void UpdateTransform(const orliq::lidar::TransformParam& transform);
+
+  /// Asks for frame `frame` (0-based) of a capture file; it arrives at the consumer. False while the
+  /// file is indexed, while another frame plays, for an index out of range, and for a live sensor.
+  bool SetLocalFrame(const int& frame);
+
+  /// Stores the number of frames of the capture file in `status` and ends a frame that is still
+  /// playing. False while the file is indexed and for a live sensor.
+  bool GetLocalFileStatus(int& status);
+
+ private:
+  struct Impl;
+  std::shared_ptr<Impl> impl;
+};
+
+#define ORLIQ_DECLARE_DRIVER(CLOUD) extern template class ORLIQ_API OrliqDriver<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_DECLARE_DRIVER)
+#undef ORLIQ_DECLARE_DRIVER

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "multi_driver/Export.h"
+#include "multi_driver/PointTypes.h"
+
+/// Header of a cloud. It belongs to the application: the library neither reads nor writes it.
+struct ORLIQ_API PointCloudHeader {
+  std::uint64_t sequence = 0;  ///< number of the frame
+  std::string frame_id;        ///< name of the coordinate frame
+};
+
+/// One frame of points.
+///
+/// The application makes clouds (empty, in its provider callback), the library fills one and hands it
+/// back to the consumer callback. From then on the library keeps no reference to it.
+///
+/// Threads: a cloud has no lock. Until it is handed over, only the decoding thread touches it.
+/// Ownership: always held by `std::shared_ptr`, which also makes deleting a derived cloud safe.
+/// Derive from it and override PushPoint to see, change or drop points as they are decoded.
+template <typename T>
+struct ORLIQ_API PointCloud {
+  using PointType = T;
+
+  /// Appends one point. `points` grows by doubling, from one element on.
+  virtual void PushPoint(const T& point) { points.push_back(point); }
+
+  PointCloudHeader header;        ///< the application's own
+  double timestamp = 0.0;         ///< [s] UTC, time of the frame; written when the frame closes
+  std::uint32_t reserved = 0;     ///< never written by the library
+  std::uint16_t frame_word = 0;   ///< frame word of the sensor (Juniq)
+  double temperature_a = 0.0;     ///< [deg C] first sensor temperature (Juniq)
+  double temperature_b = 0.0;     ///< [deg C] second sensor temperature (Juniq)
+  std::uint8_t status = 0;        ///< status byte of the sensor (Juniq)
+  std::vector<T> points;          ///< the points, in the order of measurement
+};
+
+/// The four cloud types that the library is built for, written once: `X(type)` for each of them.
+#define ORLIQ_FOR_EACH_CLOUD(X) \
+  X(PointCloud<Point>)          \
+  X(PointCloud<PointTime>)      \
+  X(PointCloud<PointSource>)    \
+  X(PointCloud<JuniqPoint>)
