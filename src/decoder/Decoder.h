@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "decoder/DecoderConstParam.h"
+#include "decoder/ExtrinsicTransform.h"
+#include "decoder/PacketBlocks.h"
+#include "decoder/Trigon.h"
+#include "multi_driver/DriverParam.h"
+#include "multi_driver/Messages.h"
+#include "multi_driver/PointCloud.h"
+#include "param/CheckParam.h"
+
+namespace orliq::lidar {
+
+/// Turns the measurement packets of one sensor into points of the current cloud. The base checks
+/// length and identifier and holds what all models share; a model decodes.
+///
+/// Threads: packets, callbacks and the current cloud belong to one decoding thread; only
+/// UpdateTransform may be called from another thread meanwhile.
+/// Ownership: the manager installs the cloud and the IMU message; the decoder shares them until the
+/// next are installed.
+template <typename T_PointCloud>
+class Decoder {
+ public:
+  using PointType = typename T_PointCloud::PointType;
+  using ErrorCallback = std::function<void(const Error&)>;
+  using SplitFrameCallback = std::function<void(const std::uint16_t&, const double&)>;
+
+  /// Both records are copied; the transform matrix is built here and never again.
+  Decoder(const DecoderConstParam& const_param, const DecoderParam& param);
+  virtual ~Decoder();
+  Decoder(const Decoder&) = delete;
+  Decoder& operator=(const Decoder&) = delete;
+
+  /// Decodes a packet of the model's length from block `start` (counted from 0) on. True when it
+  /// carries a frame boundary.
+  virtual bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start) = 0;
+
+  /// Closes the frame that is being built, with the time 0.0.
+  virtual void EnableFinallyFrame() = 0;
+
+  /// Tells without decoding whether the packet carries a frame boundary, and stores in `start` the
+  /// value to decode it with; `start` is untouched otherwise.
+  virtual bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) = 0;
+
+  /// Takes over the sensor's check parameters; the model's record is copied. Null does nothing.
+  virtual void UpdateCheckParam(CheckParam* param) = 0;
+
+  /// Checks length and identifier, then decodes. A refused packet is printed each time and reported
+  /// to the error callback at most once in two seconds per kind; it returns false.
+  bool ProcessMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
+
+  /// Checks as ProcessMsopPacket does, without printing, then asks SplitFrame.
+  bool toSplite(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start);
+
+  /// Packet time [s] since 1970-01-01 UTC. Fields out of range carry over, as timegm does it.
+  static double GetTimeUTCWithUs(const UTCBlock& utc);
+
+  /// Applies the extrinsic transform to the point [m], when it is enabled.
+  void TransformPoint(float& x, float& y, float& z) const;
+
+  /// Switches the transform on or off. The matrix stays the one built at construction.
+  void UpdateTransform(const TransformParam& param);
+
+  /// Inclusive limits, [deg] and [m]; NaN is outside.
+  bool IsAngleRange(const float& azimuth, const float& elevation) const;
+  bool IsDistanceRange(const float& distance) const;
+  static bool IsImuSame(const IMUBlock& a, const IMUBlock& b);
+
+  void RegisterCallBack(const ErrorCallback& excb, const SplitFrameCallback& split_frame_cb);
+  void RegisterIMUCallBack(const std::function<void()>& imu_cb);
+
+  const std::shared_ptr<T_PointCloud>& point_cloud() const { return point_cloud_; }
+  void set_point_cloud(std::shared_ptr<T_PointCloud> cloud) { point_cloud_ = std::move(cloud); }
+  const std::shared_ptr<ImuMsg>& imu_msg() const { return imu_msg_; }
+  void set_imu_msg(std::shared_ptr<ImuMsg> msg) { imu_msg_ = std::move(msg); }
+
+ protected:
+  bool transform_enabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
+
+  Trigon trigon_;
+  std::shared_ptr<T_PointCloud> point_cloud_;  // being filled; null drops points
+  std::shared_ptr<ImuMsg> imu_msg_;            // null means no IMU output
+  DecoderParam param_;                         // transform_param guarded by transform_mutex_
+  const DecoderConstParam const_param_;
+  ErrorCallback excb_;
+  SplitFrameCallback split_frame_cb_;
+  std::function<void()> imu_cb_;
+  std::mutex transform_mutex_;
+  const ExtrinsicTransform transform_matrix_;
+  // Copy of param_.transform_param.enable: a lock for every point would cost as much as decoding it.
+  std::atomic<bool> transform_enabled_;
+
+ private:
+  bool HasIdentifier(const std::uint8_t* pkt) const;
+};
+
+}  // namespace orliq::lidar

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace orliq::lidar {
+
+/// The narrowest unsigned integer that holds N bytes.
+template <std::size_t N>
+using UnsignedOf =
+    std::conditional_t<N == 1, std::uint8_t,
+                       std::conditional_t<N == 2, std::uint16_t, std::uint32_t>>;
+
+/// Little-endian integer of N bytes as it stands in a packet: alignment 1, any host byte order. Wire
+/// structs are made of these, in wire order, and read like plain integers. Signed values name their
+/// type: `Le<2, std::int16_t>`.
+template <std::size_t N, typename T = UnsignedOf<N>>
+struct Le {
+  static_assert(N >= 1 && N <= sizeof(T) && sizeof(T) <= 4);
+  std::uint8_t bytes[N];
+
+  constexpr operator T() const {  // NOLINT(google-explicit-constructor): reads like an integer
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < N; ++i) value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
+    return static_cast<T>(value);
+  }
+};
+
+}  // namespace orliq::lidar
