@@ -46,7 +46,8 @@ struct ORLIQ_API TransformParam {
   float yaw = 0.0F;          ///< [deg]
 };
 
-/// Limits and transform of a decoder. All limits are inclusive and apply to the untransformed point.
+/// Limits and transform of a decoder. All limits are inclusive and apply to the untransformed
+/// point.
 struct ORLIQ_API DecoderParam {
   float min_distance = 0.0F;     ///< [m]
   float max_distance = 1500.0F;  ///< [m]
@@ -76,8 +77,8 @@ struct ORLIQ_API DriverParam {
   CalibrationParam calibration_param;
 };
 
-/// The sensors of a multi driver. `driver_params` points to `lidar_num` consecutive records that the
-/// caller owns; they are read during initialisation only.
+/// The sensors of a multi driver. `driver_params` points to `lidar_num` consecutive records that
+/// the caller owns; they are read during initialisation only.
 struct ORLIQ_API MultiDriverParam {
   std::uint64_t reserved = 0;  ///< no meaning yet; leave 0
   std::uint64_t lidar_num = 0;

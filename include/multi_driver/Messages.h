@@ -24,12 +24,12 @@ struct ORLIQ_API Error {
 ///
 /// Made empty by the application's IMU provider, filled by the decoder, handed to the IMU consumer.
 struct ORLIQ_API ImuMsg {
-  std::uint8_t valid = 0;            ///< 1 once a decoder has filled the sample
-  double timestamp = 0.0;            ///< [s] since 1970-01-01 UTC
-  float orientation[4] = {};         ///< the application's own: no sensor measures it
-  float angular_velocity_x = 0.0F;   ///< [rad/s]
-  float angular_velocity_y = 0.0F;   ///< [rad/s]
-  float angular_velocity_z = 0.0F;   ///< [rad/s]
+  std::uint8_t valid = 0;              ///< 1 once a decoder has filled the sample
+  double timestamp = 0.0;              ///< [s] since 1970-01-01 UTC
+  float orientation[4] = {};           ///< the application's own: no sensor measures it
+  float angular_velocity_x = 0.0F;     ///< [rad/s]
+  float angular_velocity_y = 0.0F;     ///< [rad/s]
+  float angular_velocity_z = 0.0F;     ///< [rad/s]
   float linear_acceleration_x = 0.0F;  ///< [m/s^2]
   float linear_acceleration_y = 0.0F;  ///< [m/s^2]
   float linear_acceleration_z = 0.0F;  ///< [m/s^2]

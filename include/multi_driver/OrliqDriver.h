@@ -15,10 +15,10 @@
 /// `PointCloud<PointSource>`, `PointCloud<JuniqPoint>`. Call order: register callbacks, InitDriver,
 /// Start. Callbacks are taken over by InitDriver; registering later acts on the next InitDriver.
 ///
-/// Threads: call the driver from one application thread, or from inside its callbacks. Callbacks run
-/// on the driver's decoding thread, except that the first cloud is asked for inside InitDriver, on
-/// the caller's thread. Decoding waits while a callback runs. Stop, InitDriver and destruction are
-/// allowed inside a callback: the thread then ends by itself once the callback returns.
+/// Threads: call the driver from one application thread, or from inside its callbacks. Callbacks
+/// run on the driver's decoding thread, except that the first cloud is asked for inside InitDriver,
+/// on the caller's thread. Decoding waits while a callback runs. Stop, InitDriver and destruction
+/// are allowed inside a callback: the thread then ends by itself once the callback returns.
 /// Ownership: clouds and messages are made by the providers and given back to the consumers; the
 /// driver keeps no reference to what it has handed over. Destruction stops every thread first.
 /// Failure: public calls never throw; they return false and a line on standard output tells why.
@@ -62,8 +62,9 @@ class ORLIQ_API OrliqDriver {
   /// the values given to InitDriver: only `enable` of a later call has an effect.
   void UpdateTransform(const orliq::lidar::TransformParam& transform);
 
-  /// Asks for frame `frame` (0-based) of a capture file; it arrives at the consumer. False while the
-  /// file is indexed, while another frame plays, for an index out of range, and for a live sensor.
+  /// Asks for frame `frame` (0-based) of a capture file; it arrives at the consumer. False while
+  /// the file is indexed, while another frame plays, for an index out of range, and for a live
+  /// sensor.
   bool SetLocalFrame(const int& frame);
 
   /// Stores the number of frames of the capture file in `status` and ends a frame that is still

@@ -16,8 +16,8 @@ struct ORLIQ_API PointCloudHeader {
 
 /// One frame of points.
 ///
-/// The application makes clouds (empty, in its provider callback), the library fills one and hands it
-/// back to the consumer callback. From then on the library keeps no reference to it.
+/// The application makes clouds (empty, in its provider callback), the library fills one and hands
+/// it back to the consumer callback. From then on the library keeps no reference to it.
 ///
 /// Threads: a cloud has no lock. Until it is handed over, only the decoding thread touches it.
 /// Ownership: always held by `std::shared_ptr`, which also makes deleting a derived cloud safe.
@@ -29,14 +29,14 @@ struct ORLIQ_API PointCloud {
   /// Appends one point. `points` grows by doubling, from one element on.
   virtual void PushPoint(const T& point) { points.push_back(point); }
 
-  PointCloudHeader header;        ///< the application's own
-  double timestamp = 0.0;         ///< [s] UTC, time of the frame; written when the frame closes
-  std::uint32_t reserved = 0;     ///< never written by the library
-  std::uint16_t frame_word = 0;   ///< frame word of the sensor (Juniq)
-  double temperature_a = 0.0;     ///< [deg C] first sensor temperature (Juniq)
-  double temperature_b = 0.0;     ///< [deg C] second sensor temperature (Juniq)
-  std::uint8_t status = 0;        ///< status byte of the sensor (Juniq)
-  std::vector<T> points;          ///< the points, in the order of measurement
+  PointCloudHeader header;       ///< the application's own
+  double timestamp = 0.0;        ///< [s] UTC, time of the frame; written when the frame closes
+  std::uint32_t reserved = 0;    ///< never written by the library
+  std::uint16_t frame_word = 0;  ///< frame word of the sensor (Juniq)
+  double temperature_a = 0.0;    ///< [deg C] first sensor temperature (Juniq)
+  double temperature_b = 0.0;    ///< [deg C] second sensor temperature (Juniq)
+  std::uint8_t status = 0;       ///< status byte of the sensor (Juniq)
+  std::vector<T> points;         ///< the points, in the order of measurement
 };
 
 /// The four cloud types that the library is built for, written once: `X(type)` for each of them.

@@ -36,14 +36,14 @@ static_assert(sizeof(PointTime) == 24 && offsetof(PointTime, timestamp) == 16);
 /// PointTime with the range and room for the origin of the point. The record is byte-packed, so an
 /// array of them has a stride of 37 bytes: copy fields out, never bind a reference to one.
 struct ORLIQ_API __attribute__((packed)) PointSource {
-  float x = 0.0F;                 ///< [m]
-  float y = 0.0F;                 ///< [m]
-  float z = 0.0F;                 ///< [m]
-  std::uint16_t intensity = 0;    ///< strength of the return, sensor units
-  std::uint16_t ring = 0;         ///< scan line or beam row
-  double timestamp = 0.0;         ///< [s] since 1970-01-01 UTC
-  std::int32_t distance = 0;      ///< [m] range, truncated toward zero
-  std::uint8_t source[9] = {};    ///< zero for a single sensor; free for the application
+  float x = 0.0F;               ///< [m]
+  float y = 0.0F;               ///< [m]
+  float z = 0.0F;               ///< [m]
+  std::uint16_t intensity = 0;  ///< strength of the return, sensor units
+  std::uint16_t ring = 0;       ///< scan line or beam row
+  double timestamp = 0.0;       ///< [s] since 1970-01-01 UTC
+  std::int32_t distance = 0;    ///< [m] range, truncated toward zero
+  std::uint8_t source[9] = {};  ///< zero for a single sensor; free for the application
 };
 static_assert(sizeof(PointSource) == 37 && alignof(PointSource) == 1 &&
               offsetof(PointSource, timestamp) == 16 && offsetof(PointSource, distance) == 24 &&

@@ -17,9 +17,13 @@ void Write(std::ostream& stream, const std::string& text) {
   stream.flush();
 }
 
-void Line(std::string text) { Write(std::cout, text += '\n'); }
+void Line(std::string text) {
+  Write(std::cout, text += '\n');
+}
 
-void Coloured(const char* colour, const char* text) { Line(std::string(colour) + text + kPlain); }
+void Coloured(const char* colour, const char* text) {
+  Line(std::string(colour) + text + kPlain);
+}
 
 /// The value as a default stream prints it, whatever locale the application has set.
 std::string Plain(float value) {
@@ -44,16 +48,32 @@ std::string Quoted(const std::string& path) {
 void PacketLengthMismatch(std::size_t expected, std::size_t size) {
   Line("ProcessMsopPacket MSOP_LEN:" + std::to_string(expected) + " size:" + std::to_string(size));
 }
-void PacketIdentifierMismatch() { Line("ProcessMsopPacket MSOP_ID"); }
+void PacketIdentifierMismatch() {
+  Line("ProcessMsopPacket MSOP_ID");
+}
 
-void DecoderType(std::uint32_t type) { Line("type:" + std::to_string(type)); }
-void WrongLidarType() { Coloured(kRed, "Wrong LiDAR Type. Please check your LiDAR Version! "); }
-void WrongInputType() { Coloured(kRed, "Wrong Input Type. Please check your LiDAR Version! "); }
-void LiveInputMissing() { Line("Live UDP input is not available in this version."); }
+void DecoderType(std::uint32_t type) {
+  Line("type:" + std::to_string(type));
+}
+void WrongLidarType() {
+  Coloured(kRed, "Wrong LiDAR Type. Please check your LiDAR Version! ");
+}
+void WrongInputType() {
+  Coloured(kRed, "Wrong Input Type. Please check your LiDAR Version! ");
+}
+void LiveInputMissing() {
+  Line("Live UDP input is not available in this version.");
+}
 
-void CaptureOpened(const std::string& path) { Line("pcap_file:" + path); }
-void CaptureIndexed() { Coloured(kGreen, "pcap file is load finished!"); }
-void CloudProviderMissing() { Coloured(kYellow, "Error:Get point cloud call back is nullptr!"); }
+void CaptureOpened(const std::string& path) {
+  Line("pcap_file:" + path);
+}
+void CaptureIndexed() {
+  Coloured(kGreen, "pcap file is load finished!");
+}
+void CloudProviderMissing() {
+  Coloured(kYellow, "Error:Get point cloud call back is nullptr!");
+}
 
 void FilterInUse(float enable, float radius, float min_neighbours) {
   Line("is_use_filter:" + Plain(enable) + " " + Plain(radius) + " " + Plain(min_neighbours));
@@ -61,14 +81,22 @@ void FilterInUse(float enable, float radius, float min_neighbours) {
 void FilterEmptyCloud(std::size_t points) {
   Line("point_cloud->points size:" + std::to_string(points));
 }
-void FilterMaskMismatch() { Write(std::cerr, "Error: mask size mismatch\n"); }
+void FilterMaskMismatch() {
+  Write(std::cerr, "Error: mask size mismatch\n");
+}
 
-void FolderEntry(const std::string& path) { Line("文件: " + Quoted(path)); }
-void AngleTable(const std::string& name) { Line(name); }
+void FolderEntry(const std::string& path) {
+  Line("文件: " + Quoted(path));
+}
+void AngleTable(const std::string& name) {
+  Line(name);
+}
 void AngleTableSize(std::size_t found, std::size_t needed) {
   Line("list.size():" + std::to_string(found) + " size:" + std::to_string(needed));
 }
 
-void Dump(const std::string& text) { Write(std::cout, text); }
+void Dump(const std::string& text) {
+  Write(std::cout, text);
+}
 
 }  // namespace orliq::lidar::diagnostics

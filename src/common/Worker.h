@@ -10,10 +10,10 @@ namespace orliq::lidar {
 
 /// A named thread that an application may stop, restart or abandon from inside its own callbacks.
 ///
-/// Threads: Start, RequestStop, Join and destruction belong to the application's one thread or to the
-/// worker itself; running() may be read from anywhere.
-/// Ownership: the thread shares ownership of the object that its body works on, so that object
-/// outlives a body whose manager was destroyed by one of the body's own callbacks.
+/// Threads: Start, RequestStop, Join and destruction belong to the application's one thread or to
+/// the worker itself; running() may be read from anywhere. Ownership: the thread shares ownership
+/// of the object that its body works on, so that object outlives a body whose manager was destroyed
+/// by one of the body's own callbacks.
 class Worker {
  public:
   Worker() = default;
@@ -22,9 +22,9 @@ class Worker {
   Worker& operator=(const Worker&) = delete;
 
   /// Starts `body` on a thread called `name` (at most 15 characters); `owner` is kept alive until
-  /// the body has returned. The body must return soon after running() turns false. True at once when
-  /// it runs already; called by the body itself after a stop, the body simply goes on. False when
-  /// the system has no thread left.
+  /// the body has returned. The body must return soon after running() turns false. True at once
+  /// when it runs already; called by the body itself after a stop, the body simply goes on. False
+  /// when the system has no thread left.
   bool Start(const char* name, std::shared_ptr<void> owner, std::function<void()> body);
 
   /// Asks the body to return; does not wait.
@@ -43,7 +43,8 @@ class Worker {
  private:
   std::atomic<bool> running_{false};
   std::atomic<std::thread::id> thread_id_{std::thread::id()};
-  std::thread thread_;  // touched by the application's thread, or by the worker after its owner left
+  std::thread
+      thread_;  // touched by the application's thread, or by the worker after its owner left
 };
 
 }  // namespace orliq::lidar

@@ -10,7 +10,9 @@ int TableAngle(float angle_deg, double scale) {
   return SaturatingTruncate<int>(angle_deg * scale);
 }
 
-float CentidegreesToDegrees(int angle_cdeg) { return static_cast<float>(angle_cdeg * 0.01); }
+float CentidegreesToDegrees(int angle_cdeg) {
+  return static_cast<float>(angle_cdeg * 0.01);
+}
 
 Beam MakeBeam(const Trigon& trigon, const BeamAngles& angles) {
   const int azimuth = Trigon::Holds(angles.azimuth_cdeg) ? angles.azimuth_cdeg : 0;

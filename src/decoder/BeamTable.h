@@ -30,8 +30,8 @@ struct BeamAngles {
 constexpr std::size_t kAllPositions = 65536;
 using BeamTable = std::vector<Beam>;
 
-/// Table angle [deg] in hundredths of a degree: `scale` is 100.0, negative for a table that is stored
-/// in the opposite sense of rotation. Truncated in double precision; saturates.
+/// Table angle [deg] in hundredths of a degree: `scale` is 100.0, negative for a table that is
+/// stored in the opposite sense of rotation. Truncated in double precision; saturates.
 int TableAngle(float angle_deg, double scale);
 
 /// Hundredths of a degree in degrees, rounded once: 5937 gives exactly 59.37f.

@@ -95,7 +95,8 @@ class Decoder {
   std::function<void()> imu_cb_;
   std::mutex transform_mutex_;
   const ExtrinsicTransform transform_matrix_;
-  // Copy of param_.transform_param.enable: a lock for every point would cost as much as decoding it.
+  // Copy of param_.transform_param.enable: a lock for every point would cost as much as decoding
+  // it.
   std::atomic<bool> transform_enabled_;
 
  private:

@@ -16,17 +16,17 @@
 namespace orliq::lidar {
 namespace {
 
-constexpr float METRES_PER_UNIT = 0.14989623F;       // [m] half the light path of a nanosecond
-constexpr std::uint8_t MARKER_COLUMN = 0x7F;         // position of the last beam of a frame
-constexpr std::uint8_t MARKER_ROW = 0xBF;            //
-constexpr std::uint8_t FIRST_RIGHT_COLUMN = 128;     // columns below it have near_filter[8]
-constexpr std::uint32_t FORCED_FRAME_POINTS = 99999; // bounds a frame whose marker was lost
-constexpr std::uint32_t GROUP_BLOCKS = 256;          // blocks that share one time stamp
-constexpr double TEMPERATURE_UNIT = 0.0625;          // [deg C]
-constexpr double TEMPERATURE_OFFSET = -64.0;         // [deg C]
+constexpr float METRES_PER_UNIT = 0.14989623F;        // [m] half the light path of a nanosecond
+constexpr std::uint8_t MARKER_COLUMN = 0x7F;          // position of the last beam of a frame
+constexpr std::uint8_t MARKER_ROW = 0xBF;             //
+constexpr std::uint8_t FIRST_RIGHT_COLUMN = 128;      // columns below it have near_filter[8]
+constexpr std::uint32_t FORCED_FRAME_POINTS = 99999;  // bounds a frame whose marker was lost
+constexpr std::uint32_t GROUP_BLOCKS = 256;           // blocks that share one time stamp
+constexpr double TEMPERATURE_UNIT = 0.0625;           // [deg C]
+constexpr double TEMPERATURE_OFFSET = -64.0;          // [deg C]
 constexpr double PI = 3.141592653589793;
-constexpr double RATE_UNIT = 0.000173611;            // [pi rad/s] per count
-constexpr double ACCELERATION_UNIT = 0.004788403;    // [m/s^2] per count
+constexpr double RATE_UNIT = 0.000173611;          // [pi rad/s] per count
+constexpr double ACCELERATION_UNIT = 0.004788403;  // [m/s^2] per count
 
 }  // namespace
 
@@ -81,8 +81,8 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
   return marker;
 }
 
-/// Decodes the blocks from `start` on; true when the frame marker is among them. A derived cloud may
-/// do anything in PushPoint, so its points are worked out one by one, each after the last push.
+/// Decodes the blocks from `start` on; true when the frame marker is among them. A derived cloud
+/// may do anything in PushPoint, so its points are worked out one by one, each after the last push.
 template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::size_t start,
                                                     double packet_time) {
@@ -126,8 +126,8 @@ void DecoderJuniq<T_PointCloud>::Impl::Gather(const OrliqJuniqMsopBlock* blocks,
   }
 }
 
-/// Time of flight to calibrated range. A range that is not positive after its offset is a null point:
-/// the sensor saw nothing there.
+/// Time of flight to calibrated range. A range that is not positive after its offset is a null
+/// point: the sensor saw nothing there.
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::Impl::MeasureRange(Batch& batch) const {
   for (std::size_t i = 0; i < batch.count; ++i) {
@@ -339,8 +339,15 @@ DecoderJuniq<T_PointCloud>::~DecoderJuniq() = default;
 
 template <typename T_PointCloud>
 DecoderConstParam DecoderJuniq<T_PointCloud>::GetConstParam() {
-  return {sizeof(JuniqMsop), 8,    {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-          192,               JuniqMsop::kBlocks, 0.4F, 230.0F, 0.005F, 0.0625F};
+  return {sizeof(JuniqMsop),
+          8,
+          {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
+          192,
+          JuniqMsop::kBlocks,
+          0.4F,
+          230.0F,
+          0.005F,
+          0.0625F};
 }
 
 template <typename T_PointCloud>

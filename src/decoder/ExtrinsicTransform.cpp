@@ -10,7 +10,9 @@ namespace orliq::lidar {
 namespace {
 
 /// Degrees to radians with the decimal factor that the sensors' tools use in place of 1/180.
-double Radians(float degrees) { return degrees * 3.141592653589793 * 0.005555556; }
+double Radians(float degrees) {
+  return degrees * 3.141592653589793 * 0.005555556;
+}
 
 }  // namespace
 

@@ -19,8 +19,8 @@ struct UTCBlock {
 };
 static_assert(sizeof(UTCBlock) == 10 && alignof(UTCBlock) == 1);
 
-/// Raw inertial sample: accelerations in w0..w2, angular rates in w3..w5. Axes and scales differ from
-/// model to model.
+/// Raw inertial sample: accelerations in w0..w2, angular rates in w3..w5. Axes and scales differ
+/// from model to model.
 struct IMUBlock {
   Le<2, std::int16_t> w[6];
 };

@@ -11,13 +11,19 @@ namespace orliq::lidar {
 
 template <typename P>
 void SetTimestamp(P& /*point*/, double /*timestamp*/) {}
-inline void SetTimestamp(PointTime& point, double timestamp) { point.timestamp = timestamp; }
-inline void SetTimestamp(PointSource& point, double timestamp) { point.timestamp = timestamp; }
+inline void SetTimestamp(PointTime& point, double timestamp) {
+  point.timestamp = timestamp;
+}
+inline void SetTimestamp(PointSource& point, double timestamp) {
+  point.timestamp = timestamp;
+}
 
 /// `distance` [m], truncated toward zero.
 template <typename P>
 void SetDistance(P& /*point*/, std::int32_t /*distance*/) {}
-inline void SetDistance(PointSource& point, std::int32_t distance) { point.distance = distance; }
+inline void SetDistance(PointSource& point, std::int32_t distance) {
+  point.distance = distance;
+}
 
 /// The raw measurement of a Juniq return, straight from its packet block.
 template <typename P, typename Block>

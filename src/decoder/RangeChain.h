@@ -4,9 +4,10 @@
 #include <cmath>
 #include <cstdint>
 
-// The steps from a time of flight to a calibrated range that the pulse-ratio sensors (Juniq, Glavor)
-// share. Every step is a pure function of plain numbers, so the decoders' loops vectorise. Single or
-// double precision and the order of operations are part of the result: they fix its last bit.
+// The steps from a time of flight to a calibrated range that the pulse-ratio sensors (Juniq,
+// Glavor) share. Every step is a pure function of plain numbers, so the decoders' loops vectorise.
+// Single or double precision and the order of operations are part of the result: they fix its last
+// bit.
 namespace orliq::lidar {
 
 /// Range [m] of a 24-bit time of flight in 1/64 count; `metres_per_unit` is the model's own.
@@ -30,7 +31,8 @@ inline float CalibrateDistance(float distance, float ratio, const float (&weight
 }
 
 /// Near-range noise filter: 0 for a return too weak for its range, the range [m] itself otherwise.
-/// near_filter: [3] inner limit with strength [2], [1] outer limit with slope [0]; off when [1] is 0.
+/// near_filter: [3] inner limit with strength [2], [1] outer limit with slope [0]; off when [1] is
+/// 0.
 inline float FilterNearNoisePoints(float distance, float peak, const float (&near_filter)[9]) {
   const float limit = near_filter[1];
   const float needed = std::fabs(distance - limit) / limit * near_filter[0];

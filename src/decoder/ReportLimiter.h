@@ -8,8 +8,9 @@
 
 namespace orliq::lidar {
 
-/// Lets one report through in two seconds, by whole seconds of the wall clock; the first one always.
-/// A clock that is set back suppresses reports until it has caught up. Safe from any thread.
+/// Lets one report through in two seconds, by whole seconds of the wall clock; the first one
+/// always. A clock that is set back suppresses reports until it has caught up. Safe from any
+/// thread.
 class ReportLimiter {
  public:
   /// Calls `report` unless the last one is less than two seconds ago.

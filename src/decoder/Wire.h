@@ -9,13 +9,12 @@ namespace orliq::lidar {
 
 /// The narrowest unsigned integer that holds N bytes.
 template <std::size_t N>
-using UnsignedOf =
-    std::conditional_t<N == 1, std::uint8_t,
-                       std::conditional_t<N == 2, std::uint16_t, std::uint32_t>>;
+using UnsignedOf = std::conditional_t<N == 1, std::uint8_t,
+                                      std::conditional_t<N == 2, std::uint16_t, std::uint32_t>>;
 
-/// Little-endian integer of N bytes as it stands in a packet: alignment 1, any host byte order. Wire
-/// structs are made of these, in wire order, and read like plain integers. Signed values name their
-/// type: `Le<2, std::int16_t>`.
+/// Little-endian integer of N bytes as it stands in a packet: alignment 1, any host byte order.
+/// Wire structs are made of these, in wire order, and read like plain integers. Signed values name
+/// their type: `Le<2, std::int16_t>`.
 template <std::size_t N, typename T = UnsignedOf<N>>
 struct Le {
   static_assert(N >= 1 && N <= sizeof(T) && sizeof(T) <= 4);

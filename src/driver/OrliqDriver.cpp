@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "multi_driver/OrliqDriver.h"
+
+#include "common/Diagnostics.h"
+#include "manager/PcapManager.h"
+
+namespace {
+
+/// The engine for a source of packets; empty, with a line that says so, when there is none.
+template <typename T>
+std::shared_ptr<orliq::lidar::DriverManager<T>> CreateManager(orliq::lidar::InputType type) {
+  if (type == orliq::lidar::InputType::Socket) {
+    orliq::lidar::diagnostics::LiveInputMissing();
+    return nullptr;
+  }
+  return std::make_shared<orliq::lidar::PcapManager<T>>();
+}
+
+}  // namespace
+
+template <typename T>
+struct OrliqDriver<T>::Impl {
+  ~Impl() {
+    if (manager) manager->Stop();
+    manager.reset();
+  }
+
+  bool InitDriver(const orliq::lidar::DriverParam& param) {
+    manager.reset();
+    manager = CreateManager<T>(param.input_type);
+    if (!manager) return false;
+    manager->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
+    manager->RegisterImuCallBack(put_imu, get_imu);
+    manager->RegisterExceptionCallBack(exception_callback);
+    return manager->Init(param);
+  }
+
+  std::shared_ptr<orliq::lidar::DriverManager<T>> manager;
+  ExceptionCallback exception_callback;
+  PutPointCloud put_point_cloud;
+  GetPointCloud get_point_cloud;
+  PutImu put_imu;
+  GetImu get_imu;
+};
+
+template <typename T>
+OrliqDriver<T>::OrliqDriver() : impl(std::make_shared<Impl>()) {}
+
+template <typename T>
+OrliqDriver<T>::~OrliqDriver() = default;
+
+template <typename T>
+void OrliqDriver<T>::RegisterPointCloudCallBack(const PutPointCloud& put,
+                                                const GetPointCloud& get) {
+  impl->put_point_cloud = put;
+  impl->get_point_cloud = get;
+}
+
+template <typename T>
+void OrliqDriver<T>::RegisterImuCallBack(const PutImu& put, const GetImu& get) {
+  impl->put_imu = put;
+  impl->get_imu = get;
+}
+
+template <typename T>
+void OrliqDriver<T>::RegisterExceptionCallBack(const ExceptionCallback& callback) {
+  impl->exception_callback = callback;
+}
+
+template <typename T>
+bool OrliqDriver<T>::InitDriver(const orliq::lidar::DriverParam& param) {
+  bool initialised = false;
+  try {
+    initialised = impl->InitDriver(param);
+  } catch (...) {
+    // A provider threw, or memory ran out: the same as any other source that cannot be opened.
+    initialised = false;
+  }
+  if (!initialised) impl->manager.reset();
+  return initialised;
+}
+
+template <typename T>
+bool OrliqDriver<T>::Start() {
+  return impl->manager && impl->manager->Start();
+}
+
+template <typename T>
+void OrliqDriver<T>::Stop() {
+  if (impl->manager) impl->manager->Stop();
+}
+
+template <typename T>
+void OrliqDriver<T>::UpdateTransform(const orliq::lidar::TransformParam& transform) {
+  if (impl->manager) impl->manager->UpdateTransform(transform);
+}
+
+template <typename T>
+bool OrliqDriver<T>::SetLocalFrame(const int& frame) {
+  return impl->manager && impl->manager->PlayLocalFileFrame(frame);
+}
+
+template <typename T>
+bool OrliqDriver<T>::GetLocalFileStatus(int& status) {
+  return impl->manager && impl->manager->GetLocalFileStatus(status);
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class ORLIQ_API OrliqDriver<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

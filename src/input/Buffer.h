@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace orliq::lidar {
+
+/// Room for one packet. Buffers are recycled: one is made only when none is free. Always held by
+/// `std::shared_ptr`; used by one thread at a time.
+struct Buffer {
+  /// The largest datagram that any sensor model sends fits in it with room to spare.
+  static constexpr std::size_t kDefaultCapacity = 1546;  // [bytes]
+
+  explicit Buffer(std::size_t bytes = kDefaultCapacity)
+      : data(new std::uint8_t[bytes]), capacity(bytes) {}
+  ~Buffer() { delete[] data; }
+  Buffer(const Buffer&) = delete;
+  Buffer& operator=(const Buffer&) = delete;
+
+  std::uint8_t* data;             // owned
+  std::uint64_t capacity;         // [bytes] size of `data`
+  std::uint64_t data_offset = 0;  // where the packet begins in `data`
+  std::uint64_t length = 0;       // [bytes] of the packet
+};
+
+}  // namespace orliq::lidar

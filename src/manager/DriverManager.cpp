@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "manager/DriverManager.h"
+
+#include "multi_driver/PointCloud.h"
+
+namespace orliq::lidar {
+
+template <typename T>
+bool DriverManager<T>::GetLocalFileStatus(int& /*status*/) {
+  return false;
+}
+
+template <typename T>
+bool DriverManager<T>::PlayLocalFileFrame(const int& /*index*/) {
+  return false;
+}
+
+template <typename T>
+void DriverManager<T>::RegisterPointCloudCallBack(
+    const std::function<void(std::shared_ptr<T>)>& put,
+    const std::function<std::shared_ptr<T>()>& get) {
+  put_point_cloud = put;
+  get_point_cloud = get;
+}
+
+template <typename T>
+void DriverManager<T>::RegisterImuCallBack(const std::function<void(std::shared_ptr<ImuMsg>)>& put,
+                                           const std::function<std::shared_ptr<ImuMsg>()>& get) {
+  put_imu = put;
+  get_imu = get;
+}
+
+template <typename T>
+void DriverManager<T>::RegisterExceptionCallBack(
+    const std::function<void(const Error&)>& callback) {
+  exception_callback = callback;
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class DriverManager<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

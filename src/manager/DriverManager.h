@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "multi_driver/DriverParam.h"
+#include "multi_driver/Messages.h"
+
+namespace orliq::lidar {
+
+/// The engine of one sensor behind the public driver. `T` is one of the four clouds.
+///
+/// Threads: called from the application's one thread, or from inside a callback. Init takes the
+/// callbacks that are registered by then.
+template <typename T>
+class DriverManager {
+ public:
+  DriverManager() = default;
+  virtual ~DriverManager() = default;
+  DriverManager(const DriverManager&) = delete;
+  DriverManager& operator=(const DriverManager&) = delete;
+
+  virtual bool Init(const DriverParam& param) = 0;
+  virtual bool Start() = 0;
+  virtual void Stop() = 0;
+  virtual void UpdateTransform(const TransformParam& transform) = 0;
+
+  /// False by default: only a capture file has frames to ask for.
+  virtual bool GetLocalFileStatus(int& status);
+  virtual bool PlayLocalFileFrame(const int& index);
+
+  virtual void RegisterPointCloudCallBack(const std::function<void(std::shared_ptr<T>)>& put,
+                                          const std::function<std::shared_ptr<T>()>& get);
+  virtual void RegisterImuCallBack(const std::function<void(std::shared_ptr<ImuMsg>)>& put,
+                                   const std::function<std::shared_ptr<ImuMsg>()>& get);
+  virtual void RegisterExceptionCallBack(const std::function<void(const Error&)>& callback);
+
+ protected:
+  std::function<void(const Error&)> exception_callback;
+  std::function<void(std::shared_ptr<T>)> put_point_cloud;
+  std::function<std::shared_ptr<T>()> get_point_cloud;
+  std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
+  std::function<std::shared_ptr<ImuMsg>()> get_imu;
+};
+
+}  // namespace orliq::lidar

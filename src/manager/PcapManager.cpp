@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "manager/PcapManager.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "common/Diagnostics.h"
+#include "common/Worker.h"
+#include "decoder/DecoderFactory.h"
+#include "input/InputFactory.h"
+#include "multi_driver/PointCloud.h"
+#include "param/ParamService.h"
+
+namespace orliq::lidar {
+namespace {
+
+constexpr std::chrono::milliseconds kPause{1};
+
+// A capture of mixed traffic holds millions of foreign records: pausing for each one would take
+// minutes, so the worker pauses once per this many of them in a row.
+constexpr int kForeignRecordsPerPause = 1000;
+
+constexpr int kNoFrame = -1;
+
+/// Where a frame begins in the capture file.
+struct FramePosPackage {
+  FramePosPackage(long at, unsigned short split) : position(at), split_value(split) {}
+  long position;               // file offset of the record that holds the frame's first block
+  unsigned short split_value;  // first block of the frame in that record
+};
+
+}  // namespace
+
+template <typename T>
+struct PcapManager<T>::Impl {
+  bool Init(const DriverParam& param);
+  void Release();
+  void ProcessData();
+  void IndexRecord();
+  void PlayRecord();
+  bool BeginRequestedFrame();
+  void FinishFrame();
+  void EndOfFile();
+  void CountForeignRecord();
+  void WaitForRequest();
+  void SplitFrame(double timestamp);
+  std::shared_ptr<T> GetPointCloud();
+
+  // The application's callbacks, taken over by Init: the manager may be gone before the worker is.
+  std::function<std::shared_ptr<T>()> get_point_cloud;
+  std::function<void(std::shared_ptr<T>)> put_point_cloud;
+  std::function<void(const Error&)> exception_callback;
+  std::atomic<bool> abandoned{false};  // the manager was destroyed: no callback any more
+
+  std::vector<std::shared_ptr<FramePosPackage>> frames;  // guarded by mutex
+  std::atomic<bool> indexed{false};                      // written by the worker and by Start
+  std::atomic<int> requested_frame{kNoFrame};            // written under mutex
+  std::atomic<bool> playing{false};                      // written under mutex
+  unsigned generation = 0;          // of the last accepted request; guarded by mutex
+  unsigned playing_generation = 0;  // of the frame being decoded; the worker's own
+  int foreign_records = 0;          // in a row; the worker's own
+
+  // Recursive: it is held while a frame's first packet is decoded, and a callback of that packet
+  // may ask for the status or the next frame. Taken before the decoder's transform lock, never
+  // after.
+  std::recursive_mutex mutex;
+  std::condition_variable_any wake;  // a request came, or the worker shall stop
+
+  std::shared_ptr<Input> input;
+  std::shared_ptr<Decoder<T>> decoder;
+  std::shared_ptr<ParamService> param_service;
+  std::shared_ptr<Buffer> buffer;  // the worker's own
+  Worker worker;                   // last: its thread uses everything above
+};
+
+template <typename T>
+bool PcapManager<T>::Impl::Init(const DriverParam& param) {
+  decoder = DecoderFactory<T>::CreateDecoder(param.lidar_type, param.decoder_param);
+  if (!decoder) return false;
+  decoder->RegisterCallBack(
+      [this](const Error& error) {
+        if (exception_callback && !abandoned) exception_callback(error);
+      },
+      [this](const unsigned short& /*rings*/, const double& timestamp) { SplitFrame(timestamp); });
+  param_service = std::make_shared<ParamService>();
+  if (param_service->LoadCheckFolder(param.lidar_type, param.calibration_param.check_folder)) {
+    decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
+  }
+  input = InputFactory::CreateInput(param.input_type, param.input_param);
+  if (!input || !input->Init()) {
+    Release();
+    return false;
+  }
+  buffer = std::make_shared<Buffer>();
+  decoder->set_point_cloud(GetPointCloud());
+  return true;
+}
+
+template <typename T>
+void PcapManager<T>::Impl::Release() {
+  input.reset();
+  decoder.reset();
+  param_service.reset();
+}
+
+template <typename T>
+void PcapManager<T>::Impl::ProcessData() {
+  while (worker.running()) {
+    if (!indexed) {
+      IndexRecord();
+    } else if (!playing) {
+      WaitForRequest();
+    } else {
+      PlayRecord();
+    }
+  }
+}
+
+/// Reads one record and notes it when a frame begins there. The first datagram of the file begins
+/// one in any case.
+template <typename T>
+void PcapManager<T>::Impl::IndexRecord() {
+  long position = 0;
+  const int length = input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, true);
+  if (length < 0) {
+    indexed = true;
+    diagnostics::CaptureIndexed();
+    return;
+  }
+  if (length == 0) return CountForeignRecord();
+  foreign_records = 0;
+  std::uint16_t split_value = 0;
+  const bool split =
+      decoder->toSplite(buffer->data + buffer->data_offset, buffer->length, split_value);
+  const std::lock_guard<std::recursive_mutex> lock(mutex);
+  if (split || frames.empty()) {
+    frames.push_back(std::make_shared<FramePosPackage>(position, split_value));
+  }
+}
+
+template <typename T>
+void PcapManager<T>::Impl::PlayRecord() {
+  if (BeginRequestedFrame()) return;
+  const int length = input->RecvPacket(buffer, static_cast<int>(buffer->capacity), nullptr, false);
+  if (length < 0) return EndOfFile();
+  if (length == 0) return CountForeignRecord();
+  foreign_records = 0;
+  if (decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0)) {
+    FinishFrame();
+  }
+}
+
+/// Moves to a requested frame and decodes its first packet; false when none was requested. The
+/// request is used up even when the file no longer has the record, so that the end of the file ends
+/// the frame.
+template <typename T>
+bool PcapManager<T>::Impl::BeginRequestedFrame() {
+  const std::lock_guard<std::recursive_mutex> lock(mutex);
+  if (requested_frame < 0) return false;
+  const FramePosPackage frame = *frames[static_cast<std::size_t>(requested_frame.load())];
+  playing_generation = generation;
+  requested_frame = kNoFrame;
+  long position = frame.position;
+  const int length =
+      input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, false);
+  if (length > 0) {
+    decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length,
+                               frame.split_value);
+  }
+  return true;
+}
+
+/// The frame is complete: ready for the next request, unless one was accepted meanwhile.
+template <typename T>
+void PcapManager<T>::Impl::FinishFrame() {
+  const std::lock_guard<std::recursive_mutex> lock(mutex);
+  if (generation == playing_generation) playing = false;
+}
+
+template <typename T>
+void PcapManager<T>::Impl::EndOfFile() {
+  decoder->EnableFinallyFrame();
+  FinishFrame();
+}
+
+template <typename T>
+void PcapManager<T>::Impl::CountForeignRecord() {
+  if (++foreign_records % kForeignRecordsPerPause == 0) std::this_thread::sleep_for(kPause);
+}
+
+template <typename T>
+void PcapManager<T>::Impl::WaitForRequest() {
+  std::unique_lock<std::recursive_mutex> lock(mutex);
+  wake.wait(lock, [this] { return playing || !worker.running(); });
+}
+
+template <typename T>
+void PcapManager<T>::Impl::SplitFrame(double timestamp) {
+  if (const std::shared_ptr<T> cloud = decoder->point_cloud()) {
+    cloud->timestamp = timestamp;
+    decoder->set_point_cloud(nullptr);
+    if (put_point_cloud && !abandoned) put_point_cloud(cloud);
+  }
+  decoder->set_point_cloud(GetPointCloud());
+}
+
+template <typename T>
+std::shared_ptr<T> PcapManager<T>::Impl::GetPointCloud() {
+  if (abandoned) return nullptr;
+  if (get_point_cloud) return get_point_cloud();
+  diagnostics::CloudProviderMissing();
+  return nullptr;
+}
+
+template <typename T>
+PcapManager<T>::PcapManager() : impl_(std::make_shared<Impl>()) {}
+
+template <typename T>
+PcapManager<T>::~PcapManager() {
+  impl_->abandoned = impl_->worker.OnOwnThread();
+  Stop();
+  impl_->worker.DetachIfOwnThread();
+}
+
+template <typename T>
+bool PcapManager<T>::Init(const DriverParam& param) {
+  impl_->get_point_cloud = this->get_point_cloud;
+  impl_->put_point_cloud = this->put_point_cloud;
+  impl_->exception_callback = this->exception_callback;
+  return impl_->Init(param);
+}
+
+template <typename T>
+bool PcapManager<T>::Start() {
+  if (!impl_->input) return false;
+  if (impl_->worker.running()) return true;
+  impl_->worker.Join();
+  {
+    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->indexed = false;
+    impl_->playing = false;
+    impl_->requested_frame = kNoFrame;
+  }
+  return impl_->worker.Start("orliq-play", impl_, [impl = impl_.get()] { impl->ProcessData(); });
+}
+
+template <typename T>
+void PcapManager<T>::Stop() {
+  {
+    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    impl_->worker.RequestStop();
+  }
+  impl_->wake.notify_all();
+  impl_->worker.Join();
+}
+
+template <typename T>
+void PcapManager<T>::UpdateTransform(const TransformParam& transform) {
+  if (impl_->decoder) impl_->decoder->UpdateTransform(transform);
+}
+
+template <typename T>
+bool PcapManager<T>::GetLocalFileStatus(int& status) {
+  if (!impl_->indexed) return false;
+  const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+  status = static_cast<int>(impl_->frames.size());
+  impl_->playing = false;
+  return true;
+}
+
+template <typename T>
+bool PcapManager<T>::PlayLocalFileFrame(const int& index) {
+  if (!impl_->indexed || impl_->playing) return false;
+  {
+    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    if (impl_->playing || index < 0 || static_cast<std::size_t>(index) >= impl_->frames.size()) {
+      return false;
+    }
+    impl_->requested_frame = index;
+    ++impl_->generation;
+    impl_->playing = true;
+  }
+  impl_->wake.notify_all();
+  return true;
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class PcapManager<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "manager/DriverManager.h"
+
+namespace orliq::lidar {
+
+/// Plays a capture file frame by frame, on request: Start indexes the file once, then each accepted
+/// PlayLocalFileFrame decodes one frame as fast as the file can be read.
+///
+/// Threads: one worker. Callbacks run on it, except the first request for a cloud, inside Init.
+/// Stop and destruction are allowed from inside a callback.
+template <typename T>
+class PcapManager final : public DriverManager<T> {
+ public:
+  PcapManager();
+  ~PcapManager() override;
+
+  /// Makes the decoder, loads the check folder (a folder that does not load leaves zero tables),
+  /// opens the capture. False when the model is unknown or the file cannot be opened.
+  bool Init(const DriverParam& param) override;
+
+  /// Starts indexing from where the file stands; frames found earlier are kept. False without Init.
+  bool Start() override;
+  void Stop() override;
+  void UpdateTransform(const TransformParam& transform) override;
+
+  /// Stores the number of frames and ends a frame that is still playing. False while indexing.
+  bool GetLocalFileStatus(int& status) override;
+
+  /// Accepts a request for frame `index`. False while indexing, while a frame plays, or for an
+  /// index outside the file. Every accepted request ends in a cloud, unless GetLocalFileStatus ends
+  /// it.
+  bool PlayLocalFileFrame(const int& index) override;
+
+ private:
+  struct Impl;
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace orliq::lidar
