@@ -36,7 +36,7 @@ bool Worker::Start(const char* name, std::shared_ptr<void> owner, std::function<
 }
 
 void Worker::Join() {
-  if (thread_.joinable() && !OnOwnThread()) thread_.join();
+  if (!OnOwnThread() && thread_.joinable()) thread_.join();
 }
 
 void Worker::DetachIfOwnThread() {

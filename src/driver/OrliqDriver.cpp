@@ -105,5 +105,5 @@ bool OrliqDriver<T>::GetLocalFileStatus(int& status) {
   return impl->manager && impl->manager->GetLocalFileStatus(status);
 }
 
-#define ORLIQ_INSTANTIATE(CLOUD) template class ORLIQ_API OrliqDriver<CLOUD>;
+#define ORLIQ_INSTANTIATE(CLOUD) template class OrliqDriver<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

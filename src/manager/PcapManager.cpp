@@ -80,6 +80,7 @@ struct PcapManager<T>::Impl {
 
 template <typename T>
 bool PcapManager<T>::Impl::Init(const DriverParam& param) {
+  Release();
   decoder = DecoderFactory<T>::CreateDecoder(param.lidar_type, param.decoder_param);
   if (!decoder) return false;
   decoder->RegisterCallBack(

@@ -29,7 +29,7 @@ struct __attribute__((packed)) AngleCheckParam : CheckParam {
   /// c = weight[2] * r * r + weight[0] * r + weight[1] * d + weight[3].
   float weight[kWeights] = {};
 
-  /// [0] slope: strength that a return needs at twice the outer limit, falling linearly to 0 there
+  /// [0] strength that a return at range 0 needs, falling linearly to 0 at the outer limit
   /// [1] outer limit of the near-range filter [m]; 0 switches it off
   /// [2] strength that a return below the inner limit needs
   /// [3] inner limit of the near-range filter [m]

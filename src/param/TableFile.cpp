@@ -76,7 +76,7 @@ class TableText {
 
   /// Reads all lines; the number of fields in the chosen columns.
   std::size_t Read() {
-    while (next_ + 1 < end_) ReadLine();
+    while (next_ < end_ - 1) ReadLine();
     return found_;
   }
 

@@ -1,0 +1,479 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/DecoderJuniq.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <random>
+
+#include "decoder/RangeChain.h"
+#include "support/DecoderProbe.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::JuniqPacket;
+using test::JuniqProbe;
+using test::JuniqReturn;
+using test::kMarker;
+
+constexpr std::size_t kPosition = 20 + 256 * 10;  // of the packet builder's default return
+constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the builder's default
+
+template <typename P>
+class JuniqPoints : public testing::Test {};
+using PointTypes = testing::Types<Point, PointTime, PointSource, JuniqPoint>;
+TYPED_TEST_SUITE(JuniqPoints, PointTypes);
+
+/// Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
+/// 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
+template <typename P>
+void WorkedCalibration(JuniqProbe<P>& probe) {
+  probe.check->offset[kPosition] = 0.1F;
+  probe.check->azimuth[kPosition] = 30.0F;
+  probe.check->elevation[kPosition] = 10.0F;
+  const float weight[4] = {0.01F, 0.001F, 0.002F, 0.05F};
+  std::memcpy(&probe.check->weight, weight, sizeof weight);
+  probe.check->near_filter[7] = 0.5F;   // columns from 128 on
+  probe.check->near_filter[8] = 0.03F;  // columns below 128
+  probe.Calibrate();
+}
+
+TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
+  JuniqProbe<TypeParam> probe;
+  WorkedCalibration(probe);
+  EXPECT_FALSE(probe.Decode(JuniqPacket({20, 10, 6400, 0x20BB8, 0xFFFF, 0, 0})
+                                .Block(0, {20, 10, 6400, 3000, 1500, 100000, 77})));
+  ASSERT_EQ(probe.points().size(), 64U);
+  const TypeParam p = probe.points()[0];
+  EXPECT_NEAR(float{p.x}, 20.56471F, 2e-5F);
+  EXPECT_NEAR(float{p.y}, -11.87304F, 2e-5F);
+  EXPECT_NEAR(float{p.z}, 4.187075F, 1e-5F);
+  EXPECT_EQ(p.intensity, 3000);
+  EXPECT_EQ(p.ring, 10);
+  EXPECT_EQ(probe.points()[1].intensity, 0x0BB8) << "the low 16 bits of the width";
+}
+
+TEST(JuniqPointFields, EachPointTypeCarriesItsOwn) {
+  const JuniqPacket packet(JuniqReturn{20, 10, 6400, 0x23456, 0xABCD, 0x987654, 0x4321});
+  JuniqProbe<PointTime> time;
+  JuniqProbe<PointSource> source;
+  JuniqProbe<JuniqPoint> raw;
+  time.Decode(packet);
+  source.Decode(packet);
+  raw.Decode(packet);
+  EXPECT_EQ(time.points()[63].timestamp, kPacketTime);
+  const PointSource s = source.points()[0];
+  EXPECT_EQ(double{s.timestamp}, kPacketTime);
+  EXPECT_EQ(std::int32_t{s.distance}, 24) << "24.34 m, truncated";
+  for (const std::uint8_t byte : s.source) EXPECT_EQ(byte, 0);
+  const JuniqPoint& j = raw.points()[0];
+  EXPECT_THAT((std::vector<std::uint32_t>{j.row, j.column, j.aux, j.width_ref, j.peak, j.tof,
+                                          j.width, j.intensity}),
+              testing::ElementsAre(10, 20, 0x4321, 0xABCD, 0x987654, 6400, 0x23456, 0x3456));
+}
+
+TEST(JuniqRange, SideOffsetSwitchesAtColumn128) {
+  JuniqProbe<JuniqPoint> probe;
+  probe.check->near_filter[7] = 4.0F;
+  probe.check->near_filter[8] = 1.0F;
+  probe.Calibrate();
+  probe.Decode(JuniqPacket().Block(0, {127, 0}).Block(1, {128, 0}));
+  EXPECT_NEAR(probe.points()[0].x, 24.344647F - 1.0F, 1e-5F);
+  EXPECT_NEAR(probe.points()[1].x, 24.344647F - 4.0F, 1e-5F);
+}
+
+TEST(JuniqRange, NearFilterDropsWhatIsTooWeakForItsRange) {
+  // 24.344647 m throughout; the limits move around it. Outer rule at limit 30 m and slope 1000:
+  // the peak must reach |24.344647 - 30| / 30 x 1000 = 188.5.
+  const struct {
+    float slope, outer, strength, inner;
+    unsigned peak;
+    bool kept;
+    const char* why;
+  } rows[] = {
+      {1000, 30, 0, 20, 188, false, "outer rule, one too weak"},
+      {1000, 30, 0, 20, 189, true, "outer rule, just strong enough"},
+      {1000, 30, 50, 25, 50, true, "inside the inner limit the outer rule does not apply"},
+      {1000, 30, 51, 25, 50, false, "inner rule, one too weak"},
+      {1000, 0, 51, 25, 50, true, "an outer limit of 0 switches the whole filter off"},
+      {1000, 24, 0, 20, 0, true, "beyond both limits nothing is asked"},
+  };
+  for (const auto& row : rows) {
+    JuniqProbe<Point> probe;
+    const float near_filter[4] = {row.slope, row.outer, row.strength, row.inner};
+    std::memcpy(&probe.check->near_filter, near_filter, sizeof near_filter);
+    probe.Calibrate();
+    JuniqReturn echo;
+    echo.peak = row.peak;
+    probe.Decode(JuniqPacket(echo));
+    EXPECT_EQ(probe.points()[0].x > 0.0F, row.kept) << row.why;
+  }
+}
+
+TEST(JuniqRange, NothingMeasuredIsANullPointWithItsIntensity) {
+  DecoderParam param;
+  param.min_distance = -10.0F;  // a gate would not hide it
+  JuniqProbe<PointSource> probe(param);
+  probe.check->near_filter[8] = -5.0F;  // and no step after the null test may lift it
+  probe.Calibrate();
+  probe.Decode(JuniqPacket(JuniqReturn{20, 10, 0, 3000}));
+  const PointSource p = probe.points()[0];
+  EXPECT_EQ(float{p.x}, 0.0F);
+  EXPECT_EQ(p.intensity, 3000);
+  EXPECT_EQ(std::int32_t{p.distance}, 0);
+}
+
+TEST(JuniqRange, HostileTablesAndDivisorsStayDefined) {
+  const float inf = std::numeric_limits<float>::infinity();
+  for (const float bad : {std::nanf(""), inf, -inf, 1e30F, -1e30F}) {
+    JuniqProbe<PointSource> probe;
+    probe.check->azimuth[kPosition] = bad;
+    probe.check->elevation[kPosition] = bad;
+    probe.check->weight[2] = bad;
+    probe.check->near_filter[4] = 1.0F;
+    probe.check->near_filter[6] = bad;
+    probe.Calibrate();
+    probe.check->offset[kPosition + 1] = bad;
+    probe.Calibrate();
+    probe.Decode(JuniqPacket().Block(0, {20, 10, 6400, 3000, 0}).Block(1, {21, 10}));
+    for (const PointSource& p : probe.points()) EXPECT_TRUE(std::isfinite(float{p.x}));
+    EXPECT_EQ(probe.points().size(), 64U);
+  }
+}
+
+TEST(JuniqRange, FusedProductEqualsTheExactSumForEveryTimeOfFlight) {
+  for (std::int32_t tof = 0; tof < (1 << 24); ++tof) {
+    const float fused = std::fma(static_cast<float>(tof) * 0.015625F, 1.645F, -2.09F);
+    ASSERT_EQ(RawDistance(tof, 0.14989623F), fused * 0.14989623F) << tof;
+  }
+}
+
+TEST(JuniqGates, AGatedPointStaysInTheCloudAtTheOriginAfterTheTransform) {
+  DecoderParam param;
+  param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0, 0, 0};
+  param.max_azimuth = 20.0F;
+  JuniqProbe<Point> probe(param);
+  probe.check->azimuth[kPosition] = -20.0F;
+  probe.check->azimuth[kPosition + 1] = -20.5F;
+  probe.Calibrate();
+  probe.Decode(JuniqPacket().Block(1, {21, 10}).Block(2, {20, 10, 0}));
+  EXPECT_NEAR(probe.points()[0].x, 24.344647F * std::cos(20.0F * 3.14159265F / 180) + 1, 1e-4F);
+  EXPECT_NEAR(probe.points()[0].z, 3.0F, 1e-6F);
+  for (const std::size_t gated : {1, 2}) {  // outside the gate; nothing measured
+    EXPECT_EQ(probe.points()[gated].x, 0.0F);
+    EXPECT_EQ(probe.points()[gated].z, 0.0F);
+  }
+  probe.decoder.UpdateTransform({1, 9, 9, 9, 9, 9, 9});  // only the flag counts
+  probe.Decode(JuniqPacket());
+  EXPECT_EQ(probe.points()[64].x, probe.points()[0].x);
+  probe.decoder.UpdateTransform({0, 9, 9, 9, 9, 9, 9});
+  probe.Decode(JuniqPacket());
+  EXPECT_EQ(probe.points()[128].z, 0.0F);
+}
+
+TEST(JuniqGates, PositionsBeyondTheTablesLookStraightAhead) {
+  JuniqProbe<Point> probe;
+  for (std::size_t i = 0; i < kBeamPositions; ++i) probe.check->offset[i] = 1.0F;
+  probe.Calibrate();
+  probe.Decode(JuniqPacket().Block(0, {0, 192}).Block(1, {255, 191}));
+  EXPECT_NEAR(probe.points()[0].x, 24.344647F, 1e-5F) << "no offset, angle 0";
+  EXPECT_NEAR(probe.points()[1].x, 23.344647F, 1e-5F) << "the last table entry";
+}
+
+/// The whole chain once more, plainly: one block at a time, fused multiply-add, packed tables.
+Point PlainPoint(const JuniqReturn& r, const OffsetCheckParam& check, const Trigon& trigon,
+                 const DecoderParam& gates) {
+  Point p;
+  p.intensity = static_cast<std::uint16_t>(r.width);
+  p.ring = static_cast<std::uint16_t>(r.row);
+  const std::size_t index = r.column + 256 * r.row;
+  const bool in_table = index < 49152;
+  const float v = static_cast<float>(r.tof >> 6) + static_cast<float>(r.tof & 63U) * 0.015625F;
+  float d = std::fma(v, 1.645F, -2.09F) * 0.14989623F;
+  if (in_table) d = static_cast<float>(double{d} - double{check.offset[index]});
+  if (d <= 0) return p;
+  const int az = in_table ? static_cast<int>(check.azimuth[index] * -100.0) : 0;
+  const int el = in_table ? static_cast<int>(check.elevation[index] * 100.0) : 0;
+  const float ratio = static_cast<float>(r.width) / static_cast<float>(r.width_ref);
+  float w[4];
+  std::memcpy(w, &check.weight, sizeof w);
+  const double c =
+      0.0 + double{w[2] * ratio * ratio} + double{w[0] * ratio} + double{w[1] * d} + double{w[3]};
+  d = static_cast<float>(d - c);
+  d -= r.column < 128 ? check.near_filter[8] : check.near_filter[7];
+  const float peak = static_cast<float>(r.peak);
+  const float limit = check.near_filter[1];
+  if (d < check.near_filter[3]) {
+    if (peak < check.near_filter[2]) d = 0;
+  } else if (d < limit) {
+    if (peak < std::fabs(d - limit) / limit * check.near_filter[0]) d = 0;
+  }
+  const auto degrees = [](int cdeg) { return static_cast<float>(cdeg * 0.01); };
+  if (degrees(az) < gates.min_azimuth || degrees(az) > gates.max_azimuth ||
+      degrees(el) < gates.min_elevation || degrees(el) > gates.max_elevation ||
+      d < gates.min_distance || d > gates.max_distance) {
+    return p;
+  }
+  p.x = std::fabs(d * trigon.Cos(el) * trigon.Cos(az));
+  p.y = std::fabs(d * trigon.Cos(el)) * trigon.Sin(az);
+  p.z = d * trigon.Sin(el);
+  return p;
+}
+
+TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
+  std::mt19937 random(7);
+  const auto real = [&random](float low, float high) {
+    return std::uniform_real_distribution<float>(low, high)(random);
+  };
+  const auto below = [&random](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+  DecoderParam gates;
+  gates.min_azimuth = -50.0F;
+  gates.max_elevation = 12.0F;
+  gates.min_distance = 0.5F;
+  gates.max_distance = 200.0F;
+  JuniqProbe<Point> probe(gates);
+  for (std::size_t i = 0; i < kBeamPositions; ++i) {
+    probe.check->azimuth[i] = real(-60, 60);
+    probe.check->elevation[i] = real(-25, 15);
+    probe.check->offset[i] = real(-0.5F, 0.5F);
+  }
+  const float weight[4] = {0.01F, 0.002F, -0.003F, 0.04F};
+  const float near_filter[9] = {9e6F, 60.0F, 3e6F, 10.0F, 0, 0, 0, 0.02F, -0.03F};
+  std::memcpy(&probe.check->weight, weight, sizeof weight);
+  std::memcpy(&probe.check->near_filter, near_filter, sizeof near_filter);
+  probe.Calibrate();
+  const Trigon trigon;
+  for (int packets = 0; packets < 300; ++packets) {
+    JuniqPacket packet;
+    std::vector<Point> expected;
+    for (std::size_t i = 0; i < 64; ++i) {
+      const JuniqReturn r{below(256),      below(256),       below(70000),
+                          below(1U << 24), 1 + below(65535), below(1U << 24)};
+      packet.Block(i, r);
+      expected.push_back(PlainPoint(r, *probe.check, trigon, gates));
+    }
+    probe.cloud()->points.clear();
+    probe.Decode(packet);
+    ASSERT_EQ(probe.points().size(), 64U);
+    ASSERT_EQ(std::memcmp(probe.points().data(), expected.data(), 64 * sizeof(Point)), 0);
+  }
+}
+
+TEST(JuniqFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
+  for (const std::size_t at : {0, 10, 63}) {
+    JuniqProbe<Point> probe;
+    const JuniqPacket packet =
+        JuniqPacket().Block(at, kMarker).Header(0x1234, 1440, 1025, 0xA5).Second(58);
+    EXPECT_FALSE(probe.Decode(JuniqPacket().Second(57)));
+    EXPECT_TRUE(probe.Decode(packet));
+    ASSERT_EQ(probe.frames.size(), 1U);
+    const PointCloud<Point>& frame = *probe.frames[0];
+    EXPECT_EQ(frame.points.size(), 128U) << "blocks after the marker belong to the closing frame";
+    EXPECT_EQ(frame.timestamp, kPacketTime - 1) << "time of the frame's first packet";
+    EXPECT_EQ(probe.last_rings, 192);
+    EXPECT_EQ(frame.frame_word, 0x1234);
+    EXPECT_EQ(frame.temperature_a, 26.0);
+    EXPECT_EQ(frame.temperature_b, 0.0625);
+    EXPECT_EQ(frame.status, 0xA5);
+
+    std::uint16_t start = 0;
+    EXPECT_TRUE(probe.decoder.toSplite(packet.data(), packet.size(), start));
+    EXPECT_EQ(start, at + 1);
+    EXPECT_FALSE(probe.Decode(packet, start)) << "playback begins behind the marker";
+    EXPECT_EQ(probe.points().size(), 63 - at);
+  }
+}
+
+TEST(JuniqFrame, APacketWithoutMarkerHasNoSplit) {
+  JuniqProbe<Point> probe;
+  std::uint16_t start = 77;
+  const JuniqPacket near_misses = JuniqPacket().Block(0, {0x7F, 0xBE}).Block(1, {0x7E, 0xBF});
+  EXPECT_FALSE(probe.decoder.toSplite(near_misses.data(), near_misses.size(), start));
+  EXPECT_FALSE(probe.decoder.SplitFrame(nullptr, 1104, start));
+  EXPECT_FALSE(probe.decoder.DecodeMsopPacket(nullptr, 1104, 0));
+  EXPECT_EQ(start, 77);
+}
+
+TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
+  JuniqProbe<Point> probe;
+  probe.check->near_filter[4] = 1.0F;  // radius 0, 1 neighbour: isolated points go
+  probe.check->near_filter[6] = 1.0F;
+  probe.Calibrate();
+  for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket().Second(5));
+  EXPECT_TRUE(probe.frames.empty()) << "99968 points";
+  probe.Decode(JuniqPacket().Header(9, 9, 9, 9));
+  ASSERT_EQ(probe.frames.size(), 1U);
+  EXPECT_EQ(probe.frames[0]->points.size(), 100032U) << "not filtered";
+  EXPECT_EQ(probe.frames[0]->timestamp, kPacketTime - 53);
+  EXPECT_EQ(probe.frames[0]->frame_word, 0) << "no header fields";
+
+  testing::internal::CaptureStderr();
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: mask size mismatch\n");
+  EXPECT_EQ(probe.frames[1]->points.size(), 64U);
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(probe.frames[2]->points.size(), 0U) << "filtering again: one cell supports nobody";
+}
+
+TEST(JuniqFrame, AForcedFrameWithoutCallbackThrowsAndAMarkerDoesNot) {
+  DecoderJuniq<PointCloud<Point>> decoder((DecoderParam()));
+  const JuniqPacket marked = JuniqPacket().Block(0, kMarker);
+  for (int i = 0; i < 1562; ++i) decoder.DecodeMsopPacket(marked.data(), marked.size(), 0);
+  const JuniqPacket plain;
+  EXPECT_THROW(decoder.DecodeMsopPacket(plain.data(), plain.size(), 0), std::bad_function_call);
+  EXPECT_THROW(decoder.EnableFinallyFrame(), std::bad_function_call);
+}
+
+TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
+  JuniqProbe<PointTime> probe;
+  probe.Decode(JuniqPacket().Second(1), 32);  // 32 blocks: the group is out of step
+  for (unsigned i = 2; i <= 5; ++i) probe.Decode(JuniqPacket().Second(i));
+  const auto second = [&](std::size_t i) { return probe.points()[i].timestamp - kPacketTime + 58; };
+  EXPECT_EQ(second(0), 1);
+  EXPECT_EQ(second(255), 1) << "the 256th block still has the group's first time";
+  EXPECT_EQ(second(256), 5) << "the next one has the time of its own packet";
+  probe.Decode(JuniqPacket().Second(6).Block(63, kMarker));  // 96 blocks into the second group
+  probe.Decode(JuniqPacket().Second(7));
+  EXPECT_EQ(second(63), 7) << "a frame end starts a new group time";
+  for (unsigned i = 8; i <= 9; ++i) probe.Decode(JuniqPacket().Second(i));
+  EXPECT_EQ(second(159), 7) << "but the count of blocks runs on: 96 + 160 are 256";
+  EXPECT_EQ(second(160), 9);
+}
+
+TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
+  JuniqProbe<Point> probe;
+  std::vector<ImuMsg> samples;
+  probe.decoder.RegisterIMUCallBack([&] { samples.push_back(*probe.decoder.imu_msg()); });
+  const std::array<int, 6> w = {100, -200, 300, 1000, -2000, 32767};
+  probe.Decode(JuniqPacket().Imu(w, 5));  // no message installed: the stamp is used up all the same
+  probe.decoder.set_imu_msg(std::make_shared<ImuMsg>());
+  for (const unsigned stamp : {5, 6, 6, 0xFFFFFF, 0, 0}) probe.Decode(JuniqPacket().Imu(w, stamp));
+  ASSERT_EQ(samples.size(), 4U) << "6, FFFFFF and each 0: no stamp yet";
+  const ImuMsg& imu = samples[0];
+  EXPECT_EQ(imu.valid, 1);
+  EXPECT_EQ(imu.timestamp, kPacketTime);
+  const double rate = 0.000173611 * 3.141592653589793;
+  EXPECT_FLOAT_EQ(imu.angular_velocity_x, static_cast<float>(-32767 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_y, static_cast<float>(1000 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_z, static_cast<float>(2000 * rate));
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_x, -300 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_y, 100 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
+}
+
+TEST(JuniqFilter, IsSwitchedOnByExactlyOneAndNeverOff) {
+  JuniqProbe<Point> probe;
+  const auto filtered = [&](float enable) {
+    probe.check->near_filter[4] = enable;
+    probe.check->near_filter[5] = 0.5F;
+    probe.check->near_filter[6] = 3.9F;
+    probe.Calibrate();
+    probe.Decode(JuniqPacket().Block(63, kMarker));
+    return probe.frames.back()->points.empty();
+  };
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(filtered(0.999F));
+  EXPECT_TRUE(filtered(1.0F));
+  EXPECT_TRUE(filtered(0.0F)) << "the filter stays";
+  probe.decoder.UpdateCheckParam(nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "is_use_filter:1 0.5 3.9\n");
+}
+
+TEST(JuniqFilter, NullPointsSurviveAndZeroedReturnsDoNot) {
+  JuniqProbe<PointSource> probe;
+  probe.check->near_filter[4] = 1.0F;
+  probe.check->near_filter[5] = 0.1F;
+  probe.check->near_filter[6] = 1.0F;
+  probe.check->near_filter[1] = 30.0F;  // weak returns below 30 m become 0 m, but are not null
+  probe.check->near_filter[0] = 1e6F;
+  probe.Calibrate();
+  const JuniqReturn weak{200, 50, 6400, 7, 1, 0};
+  const JuniqReturn nothing{100, 100, 0, 8};
+  JuniqPacket packet(nothing);
+  packet.Block(0, {20, 10}).Block(1, {21, 10}).Block(2, weak).Block(63, kMarker);
+  probe.Decode(packet);
+  const auto& points = probe.frames[0]->points;
+  ASSERT_EQ(points.size(), 62U) << "two neighbours and 60 null points";
+  EXPECT_EQ(points[0].intensity, 3000);
+  EXPECT_EQ(points[1].intensity, 3000);
+  EXPECT_EQ(points[2].intensity, 8);
+}
+
+/// A cloud that answers for its own points.
+struct PickyCloud : PointCloud<Point> {
+  std::function<void(const Point&)> on_point;
+  void PushPoint(const Point& point) override { on_point(point); }
+};
+
+TEST(JuniqClouds, ADerivedCloudGetsEveryPointThroughItsOwnPush) {
+  JuniqProbe<Point> probe;
+  WorkedCalibration(probe);
+  probe.Decode(JuniqPacket());
+  const std::vector<Point> plain = probe.points();
+  const auto picky = std::make_shared<PickyCloud>();
+  int calls = 0;
+  picky->on_point = [&](const Point& p) {
+    if (calls++ % 2 == 0) picky->points.push_back(p);
+  };
+  probe.decoder.set_point_cloud(picky);
+  probe.Decode(JuniqPacket());
+  EXPECT_EQ(calls, 64);
+  ASSERT_EQ(picky->points.size(), 32U);
+  EXPECT_EQ(std::memcmp(picky->points.data(), plain.data(), sizeof(Point)), 0);
+}
+
+TEST(JuniqClouds, ATransformSwitchedOnByAPushActsOnTheNextPoint) {
+  DecoderParam param;
+  param.transform_param = {0, 100.0F, 0, 0, 0, 0, 0};
+  JuniqProbe<Point> probe(param);
+  const auto picky = std::make_shared<PickyCloud>();
+  picky->on_point = [&](const Point& p) {
+    picky->points.push_back(p);
+    if (picky->points.size() == 10) probe.decoder.UpdateTransform({1, 0, 0, 0, 0, 0, 0});
+  };
+  probe.decoder.set_point_cloud(picky);
+  probe.Decode(JuniqPacket());
+  EXPECT_NEAR(picky->points[9].x, 24.344647F, 1e-5F);
+  EXPECT_NEAR(picky->points[10].x, 124.344647F, 1e-4F);
+}
+
+TEST(JuniqClouds, GrowByDoublingFromOneAndKeepReservedRoom) {
+  JuniqProbe<Point> probe;
+  probe.Decode(JuniqPacket(), 63);
+  EXPECT_EQ(probe.points().capacity(), 1U);
+  probe.Decode(JuniqPacket(), 61);
+  EXPECT_EQ(probe.points().capacity(), 4U);
+  probe.Decode(JuniqPacket());
+  EXPECT_EQ(probe.points().capacity(), 128U);
+}
+
+TEST(JuniqClouds, WithoutACloudPointsAreDroppedAndFramesStillClose) {
+  DecoderJuniq<PointCloud<Point>> decoder((DecoderParam()));
+  int frames = 0;
+  decoder.RegisterCallBack([](const Error&) {},
+                           [&](const std::uint16_t&, const double&) { ++frames; });
+  const JuniqPacket packet = JuniqPacket().Block(5, kMarker);
+  EXPECT_TRUE(decoder.DecodeMsopPacket(packet.data(), packet.size(), 0));
+  EXPECT_EQ(frames, 1);
+}
+
+TEST(JuniqState, ElevationTableIsPrintedWith17ThenSixteenValuesALine) {
+  JuniqProbe<Point> probe;
+  probe.check->elevation[16] = 1.5F;
+  probe.Calibrate();
+  testing::internal::CaptureStdout();
+  probe.decoder.impl().Print();
+  const std::string text = testing::internal::GetCapturedStdout();
+  std::string first = "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1.5 \n";
+  EXPECT_EQ(text.substr(0, first.size()), first);
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3071);
+  EXPECT_EQ(std::count(text.begin(), text.end(), ' '), 49152);
+  EXPECT_FALSE((probe.decoder.impl().IsConfident(OrliqJuniqMsopBlock{})));
+}
+
+}  // namespace
+}  // namespace orliq::lidar

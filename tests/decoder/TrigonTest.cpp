@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/Trigon.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "decoder/BeamTable.h"
+
+namespace orliq::lidar {
+namespace {
+
+TEST(Trigon, EveryEntryIsTheFloatOfTheDoubleFunction) {
+  const Trigon trigon;
+  EXPECT_EQ(trigon.Sin(-18000), -1.2246469e-16F);
+  EXPECT_EQ(trigon.Cos(-18000), -1.0F);
+  for (int angle = -17999; angle < 45000; ++angle) {
+    const double radians = angle * 0.01 * 3.141592653589793 / 180.0;
+    ASSERT_EQ(trigon.Sin(angle), static_cast<float>(std::sin(radians))) << angle;
+    ASSERT_EQ(trigon.Cos(angle), static_cast<float>(std::cos(radians))) << angle;
+  }
+  EXPECT_EQ(trigon.Sin(0), 0.0F);
+  EXPECT_EQ(trigon.Cos(0), 1.0F);
+  EXPECT_FLOAT_EQ(trigon.Sin(9000), 1.0F);
+  EXPECT_FLOAT_EQ(trigon.Sin(44999), 0.9999999F);
+}
+
+TEST(Trigon, KnowsWhichAnglesItHolds) {
+  const int limits[] = {-18001,
+                        -18000,
+                        44999,
+                        45000,
+                        std::numeric_limits<int>::max(),
+                        std::numeric_limits<int>::min()};
+  const bool held[] = {false, true, true, false, false, false};
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(Trigon::Holds(limits[i]), held[i]) << limits[i];
+}
+
+TEST(BeamTable, TableAnglesTruncateInDoubleAndSaturate) {
+  const float inf = std::numeric_limits<float>::infinity();
+  EXPECT_EQ(TableAngle(30.0F, -100.0), -3000);
+  EXPECT_EQ(TableAngle(-59.37F, -100.0), 5936) << "59.3699989 truncates, it does not round";
+  EXPECT_EQ(TableAngle(8.2F, 100.0), 819) << "a float product would give 820";
+  EXPECT_EQ(TableAngle(inf, 100.0), std::numeric_limits<int>::max());
+  EXPECT_EQ(TableAngle(1e30F, -100.0), std::numeric_limits<int>::min());
+  EXPECT_EQ(TableAngle(std::nanf(""), 100.0), 0);
+}
+
+TEST(BeamTable, DegreesAreTheDecimalLiteral) {
+  EXPECT_EQ(CentidegreesToDegrees(5937), 59.37F);
+  EXPECT_EQ(CentidegreesToDegrees(-1201), -12.01F);
+}
+
+TEST(BeamTable, AnAngleBeyondTheTablesCountsAsZero) {
+  const Trigon trigon;
+  const Beam beam = MakeBeam(trigon, {45000, -18001});
+  EXPECT_EQ(beam.sin_azimuth, 0.0F);
+  EXPECT_EQ(beam.cos_elevation, 1.0F);
+}
+
+}  // namespace
+}  // namespace orliq::lidar

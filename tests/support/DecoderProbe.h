@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "decoder/DecoderJuniqImpl.h"
+#include "support/JuniqPacket.h"
+
+namespace orliq::test {
+
+/// A Juniq decoder with a cloud installed and everything it hands out written down. Frames are
+/// kept, and a fresh cloud is installed after each, as a manager does it.
+template <typename P>
+struct JuniqProbe {
+  using Cloud = PointCloud<P>;
+
+  explicit JuniqProbe(const lidar::DecoderParam& param = {})
+      : decoder(param), check(std::make_unique<lidar::OffsetCheckParam>()) {
+    decoder.RegisterCallBack([this](const lidar::Error& e) { errors.push_back(e); },
+                             [this](const std::uint16_t& rings, const double& time) {
+                               last_rings = rings;
+                               cloud()->timestamp = time;
+                               frames.push_back(cloud());
+                               decoder.set_point_cloud(std::make_shared<Cloud>());
+                             });
+    decoder.set_point_cloud(std::make_shared<Cloud>());
+  }
+
+  std::shared_ptr<Cloud> cloud() { return decoder.point_cloud(); }
+  const std::vector<P>& points() { return cloud()->points; }
+  bool Decode(const JuniqPacket& packet, std::uint16_t start = 0) {
+    return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);
+  }
+  void Calibrate() { decoder.UpdateCheckParam(check.get()); }
+
+  lidar::DecoderJuniq<PointCloud<P>> decoder;
+  std::unique_ptr<lidar::OffsetCheckParam> check;
+  std::vector<lidar::Error> errors;
+  std::vector<std::shared_ptr<Cloud>> frames;
+  std::uint16_t last_rings = 0;
+};
+
+}  // namespace orliq::test
