@@ -1,0 +1,371 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <future>
+#include <random>
+#include <stdexcept>
+
+#include "support/CaptureBuilder.h"
+#include "support/JuniqPacket.h"
+#include "support/Playback.h"
+#include "support/TempDir.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::Bytes;
+using test::CaptureBuilder;
+using test::Eventually;
+using test::JuniqPacket;
+using test::JuniqReturn;
+using test::kMarker;
+using test::TempDir;
+using testing::ElementsAre;
+
+using Probe = test::Playback<Point>;
+
+/// A packet whose points all have the intensity `tag`, so that a frame tells where it came from.
+JuniqPacket Tagged(unsigned tag) {
+  return JuniqPacket(JuniqReturn{20, 10, 6400, tag}).Second(tag % 60);
+}
+JuniqPacket Tagged(unsigned tag, std::size_t marker_at) {
+  return Tagged(tag).Block(marker_at, {0x7F, 0xBF, 6400, tag});
+}
+
+/// How many points of a frame came from which packet, in order.
+std::vector<std::pair<int, int>> Runs(const PointCloud<Point>& cloud) {
+  std::vector<std::pair<int, int>> runs;
+  for (const Point& p : cloud.points) {
+    if (runs.empty() || runs.back().first != p.intensity) runs.emplace_back(p.intensity, 0);
+    ++runs.back().second;
+  }
+  return runs;
+}
+
+class PlaybackTest : public testing::Test {
+ protected:
+  std::string Write(const CaptureBuilder& capture) { return capture.Write(dir_ / "capture.pcap"); }
+
+  /// Three frames: marker in block 10 of packet 2 and in the last block of packet 4.
+  std::string ThreeFrames() {
+    return Write(CaptureBuilder()
+                     .Udp(Tagged(1).payload())
+                     .Udp(Tagged(2, 10).payload())
+                     .Udp(Tagged(3).payload())
+                     .Udp(Tagged(4, 63).payload())
+                     .Udp(Tagged(5).payload()));
+  }
+  TempDir dir_;
+};
+
+TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket) {
+  Probe probe;
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  const auto second = probe.Play(1);
+  EXPECT_THAT(Runs(*second), ElementsAre(std::pair(2, 53), std::pair(3, 64), std::pair(4, 64)));
+  EXPECT_EQ(second->timestamp, 1709251142.25) << "second 2: packet 2 is the frame's first";
+  const auto first = probe.Play(0);
+  EXPECT_THAT(Runs(*first), ElementsAre(std::pair(1, 64), std::pair(2, 64)));
+  for (int i = 0; i < 2; ++i) {  // the last frame ends with the file, and can be played again
+    const auto last = probe.Play(2);
+    EXPECT_THAT(Runs(*last), ElementsAre(std::pair(5, 64)));
+    EXPECT_EQ(last->timestamp, 0.0);
+  }
+  for (const int refused : {-1, 3, 4711}) EXPECT_FALSE(probe.driver->SetLocalFrame(refused));
+  EXPECT_THAT(probe.errors, ElementsAre());
+}
+
+TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
+  Probe probe;
+  CaptureBuilder capture;
+  capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63).payload());
+  capture.Udp(Tagged(3, 5).payload()).Udp(Tagged(4).payload());
+  ASSERT_EQ(probe.Open(Write(capture)), 3);
+  EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(2, 64)));
+  EXPECT_THAT(Runs(*probe.Play(1)), ElementsAre(std::pair(3, 64)));
+  EXPECT_THAT(probe.errors, ElementsAre(0x41, 0x41)) << "once while indexing, once while playing";
+}
+
+TEST_F(PlaybackTest, ForeignRecordsAreSkippedWhereverTheyStand) {
+  Probe probe;
+  CaptureBuilder capture;
+  const auto foreign = [&capture] {
+    for (int i = 0; i < 2500; ++i) capture.Udp({1, 2, 3}, 53);
+  };
+  foreign();
+  capture.Udp(Tagged(1).payload());
+  foreign();
+  capture.Udp(Tagged(2, 63).payload());
+  foreign();
+  ASSERT_EQ(probe.Open(Write(capture)), 2);
+  EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(1, 64), std::pair(2, 64)));
+  EXPECT_TRUE(probe.Play(1)->points.empty());
+}
+
+/// A cloud that stops at its n-th point until it is let go.
+struct HaltingCloud : PointCloud<Point> {
+  std::size_t halt_at = 0;
+  std::promise<void> halted;
+  std::promise<void> go;
+  void PushPoint(const Point& point) override {
+    PointCloud<Point>::PushPoint(point);
+    if (points.size() != halt_at) return;
+    halted.set_value();
+    go.get_future().wait();
+  }
+};
+
+TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameThatPlays) {
+  Probe probe;
+  const auto halting = std::make_shared<HaltingCloud>();
+  halting->halt_at = 100;  // in the second packet of frame 1
+  probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
+    if (halting.use_count() == 1) return halting;
+    return std::make_shared<PointCloud<Point>>();
+  };
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  ASSERT_TRUE(probe.Request(1));
+  halting->halted.get_future().wait();
+  EXPECT_FALSE(probe.driver->SetLocalFrame(0)) << "a frame is playing";
+  int frames = 0;
+  EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
+  EXPECT_EQ(frames, 3);
+  ASSERT_TRUE(probe.driver->SetLocalFrame(0)) << "at once: the old frame is over";
+  halting->go.set_value();
+  ASSERT_TRUE(probe.WaitFor(1));
+  // What had been decoded stays in the cloud; packet 4 never is.
+  EXPECT_THAT(Runs(*halting),
+              ElementsAre(std::pair(2, 53), std::pair(3, 64), std::pair(1, 64), std::pair(2, 64)));
+}
+
+TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
+  Probe probe;
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  probe.driver->Stop();
+  EXPECT_FALSE(probe.driver->SetLocalFrame(9));
+  EXPECT_TRUE(probe.driver->Start());
+  EXPECT_TRUE(probe.driver->Start()) << "runs already";
+  EXPECT_EQ(probe.Indexed(), 3) << "at the end of the file nothing is found again";
+  ASSERT_NE(probe.Play(0), nullptr);  // leaves the file behind packet 2
+  probe.driver->Stop();
+  ASSERT_TRUE(probe.driver->Start());
+  EXPECT_EQ(probe.Indexed(), 4) << "the frame that begins in packet 4 is listed once more";
+  EXPECT_THAT(Runs(*probe.Play(3)), ElementsAre(std::pair(5, 64)));
+}
+
+TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
+  Probe probe;
+  const std::string path = ThreeFrames();
+  ASSERT_EQ(probe.Open(path), 3);
+  std::filesystem::resize_file(path, 24 + 16 + 500);
+  for (const int frame : {2, 1, 0}) {
+    const auto cloud = probe.Play(frame);
+    ASSERT_NE(cloud, nullptr);
+    EXPECT_EQ(cloud->timestamp, 0.0);
+  }
+}
+
+TEST_F(PlaybackTest, ACallbackMayAskForStatusAndFramesAtAnyMoment) {
+  Probe probe;
+  CaptureBuilder capture;  // the first packet of frame 1 ends it as well
+  capture.Udp(Tagged(1, 10).Block(40, kMarker).payload()).Udp(Tagged(2, 63).payload());
+  std::vector<bool> accepted;
+  probe.on_frame = [&] {
+    int frames = 0;
+    accepted.push_back(probe.driver->SetLocalFrame(0));
+    accepted.push_back(probe.driver->GetLocalFileStatus(frames) && frames == 2);
+  };
+  ASSERT_EQ(probe.Open(Write(capture)), 2);
+  ASSERT_NE(probe.Play(1), nullptr);
+  EXPECT_THAT(accepted, ElementsAre(false, true)) << "refused: its own frame still plays";
+  ASSERT_NE(probe.Play(0), nullptr);
+}
+
+TEST_F(PlaybackTest, EveryAcceptedRequestEndsInACloudUnderAHailOfRequests) {
+  Probe probe;
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  std::atomic<std::size_t> accepted{0};
+  std::atomic<bool> done{false};
+  std::thread other([&] {
+    while (!done) {
+      if (probe.driver->SetLocalFrame(1)) ++accepted;
+    }
+  });
+  for (int i = 0; i < 300; ++i) {
+    if (probe.Request(i % 3)) ++accepted;
+  }
+  done = true;
+  other.join();
+  EXPECT_TRUE(probe.WaitFor(accepted));
+  EXPECT_EQ(probe.Count(), accepted);
+}
+
+TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
+  Probe probe;
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  std::mt19937 random(3);
+  for (int i = 0; i < 500; ++i) {
+    probe.driver->SetLocalFrame(static_cast<int>(random() % 3));
+    for (unsigned n = random() % 2000; n > 0; --n)
+      std::atomic_signal_fence(std::memory_order_seq_cst);
+    int frames = 0;
+    ASSERT_TRUE(probe.driver->GetLocalFileStatus(frames));  // aborts wherever the worker is
+    const std::size_t before = probe.Count();
+    ASSERT_TRUE(probe.driver->SetLocalFrame(0));
+    ASSERT_TRUE(probe.WaitFor(before + 1)) << i;
+  }
+}
+
+TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
+  OrliqDriver<PointCloud<Point>> driver;
+  std::atomic<int> delivered{0};
+  driver.RegisterPointCloudCallBack([&](std::shared_ptr<PointCloud<Point>>) { ++delivered; },
+                                    nullptr);
+  const std::string path = ThreeFrames();
+  testing::internal::CaptureStdout();
+  ASSERT_TRUE(driver.InitDriver(Probe::Param(path)));
+  ASSERT_TRUE(driver.Start());
+  int frames = 0;
+  ASSERT_TRUE(Eventually([&] { return driver.GetLocalFileStatus(frames); }));
+  driver.SetLocalFrame(0);
+  ASSERT_TRUE(Eventually([&] { return driver.SetLocalFrame(-1) || driver.SetLocalFrame(1); }));
+  driver.Stop();
+  const std::string yellow = "\033[1m\033[33mError:Get point cloud call back is nullptr!\033[0m\n";
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::StartsWith("type:64\npcap_file:" + path + "\n" + yellow +
+                                  "\033[1m\033[32mpcap file is load finished!\033[0m\n" + yellow));
+  EXPECT_EQ(delivered, 0);
+}
+
+TEST_F(PlaybackTest, AProviderThatReturnsNothingOnceCostsOneFrame) {
+  Probe probe;
+  int calls = 0;
+  probe.provider = [&] { return ++calls == 2 ? nullptr : std::make_shared<PointCloud<Point>>(); };
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  EXPECT_NE(probe.Play(0), nullptr);
+  ASSERT_TRUE(probe.Request(1));  // no cloud to fill: nothing is delivered
+  ASSERT_TRUE(probe.Request(1));
+  ASSERT_TRUE(probe.WaitFor(2));
+  EXPECT_EQ(probe.frames[1]->points.size(), 181U);
+}
+
+TEST_F(PlaybackTest, AThrowingProviderFailsTheInitialisation) {
+  Probe probe;
+  probe.provider = []() -> std::shared_ptr<PointCloud<Point>> { throw std::runtime_error("no"); };
+  EXPECT_FALSE(probe.driver->InitDriver(Probe::Param(ThreeFrames())));
+  EXPECT_FALSE(probe.driver->Start());
+}
+
+// --- The driver's own life cycle -----------------------------------------------------------------
+
+TEST_F(PlaybackTest, AnUninitialisedDriverRefusesEverything) {
+  OrliqDriver<PointCloud<Point>> driver;
+  int frames = 4711;
+  EXPECT_FALSE(driver.Start());
+  EXPECT_FALSE(driver.SetLocalFrame(0));
+  EXPECT_FALSE(driver.GetLocalFileStatus(frames));
+  driver.Stop();
+  driver.UpdateTransform({});
+  EXPECT_EQ(frames, 4711);
+}
+
+TEST_F(PlaybackTest, AFailedInitialisationLeavesNoManagerAndACorrectedOneWorks) {
+  Probe probe;
+  const std::string good = ThreeFrames();
+  ASSERT_EQ(probe.Open(good), 3);
+  DriverParam wrong_model = Probe::Param(good);
+  wrong_model.lidar_type = static_cast<LidarType>(0x22);
+  DriverParam wrong_source = Probe::Param(good);
+  wrong_source.input_type = static_cast<InputType>(2);
+  DriverParam live = Probe::Param(good);
+  live.input_type = InputType::Socket;
+  for (const DriverParam& bad :
+       {wrong_model, wrong_source, live, Probe::Param((dir_ / "missing").string())}) {
+    EXPECT_FALSE(probe.driver->InitDriver(bad));
+    int frames = 0;
+    EXPECT_FALSE(probe.driver->Start());
+    EXPECT_FALSE(probe.driver->GetLocalFileStatus(frames)) << "the earlier manager is gone as well";
+    EXPECT_EQ(probe.Open(good), 3);
+  }
+}
+
+TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
+  const std::string path = ThreeFrames();
+  for (const int action : {0, 1, 2, 3}) {
+    Probe probe;
+    std::promise<void> done;
+    std::atomic<bool> first{true};
+    probe.on_frame = [&] {
+      if (!first.exchange(false)) return;
+      if (action == 0) probe.driver->Stop();
+      if (action == 1) EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
+      if (action == 2) probe.driver.reset();
+      if (action == 3) {
+        probe.driver->Stop();
+        EXPECT_TRUE(probe.driver->Start()) << "the thread goes on and indexes again";
+      }
+      done.set_value();
+    };
+    ASSERT_EQ(probe.Open(path), 3);
+    ASSERT_TRUE(probe.Request(0));
+    done.get_future().wait();
+    if (!probe.driver) {
+      // The thread has nobody to join it: its last act on the probe is to count the frame.
+      ASSERT_TRUE(probe.WaitFor(1));
+      continue;
+    }
+    ASSERT_TRUE(probe.WaitFor(1));
+    ASSERT_TRUE(probe.driver->Start());
+    EXPECT_GE(probe.Indexed(), 3);
+    EXPECT_NE(probe.Play(0), nullptr);
+  }
+}
+
+TEST_F(PlaybackTest, DestructionWaitsForTheCallbackThatRuns) {
+  std::promise<void> inside;
+  std::atomic<bool> returned{false};
+  auto probe = std::make_unique<Probe>();
+  probe->on_frame = [&] {
+    inside.set_value();
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    returned = true;
+  };
+  ASSERT_EQ(probe->Open(ThreeFrames()), 3);
+  ASSERT_TRUE(probe->Request(0));
+  inside.get_future().wait();
+  probe->driver.reset();
+  EXPECT_TRUE(returned);
+}
+
+TEST_F(PlaybackTest, CallbacksRegisteredLaterWaitForTheNextInitialisation) {
+  Probe probe;
+  const std::string path = ThreeFrames();
+  ASSERT_EQ(probe.Open(path), 3);
+  std::atomic<int> late{0};
+  probe.driver->RegisterPointCloudCallBack([&](std::shared_ptr<PointCloud<Point>>) { ++late; },
+                                           [] { return std::make_shared<PointCloud<Point>>(); });
+  EXPECT_NE(probe.Play(0), nullptr);
+  EXPECT_EQ(late, 0);
+  ASSERT_EQ(probe.Open(path), 3);
+  ASSERT_TRUE(probe.Request(0));
+  EXPECT_TRUE(Eventually([&] { return late == 1; }));
+}
+
+using PlaybackDeathTest = PlaybackTest;
+
+TEST_F(PlaybackDeathTest, AnExceptionThatEscapesACallbackEndsTheProcess) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const std::string path = ThreeFrames();
+  EXPECT_DEATH(
+      {
+        Probe probe;
+        probe.on_frame = [] { throw std::runtime_error("from a callback"); };
+        if (probe.Open(path) == 3) probe.Play(0);
+      },
+      "from a callback");
+}
+
+}  // namespace
+}  // namespace orliq::lidar

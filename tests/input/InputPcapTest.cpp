@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "input/InputPcap.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <locale>
+
+#include "input/InputFactory.h"
+#include "support/CaptureBuilder.h"
+#include "support/TempDir.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::Bytes;
+using test::CaptureBuilder;
+using test::TempDir;
+using testing::ElementsAre;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+InputParam CaptureParam(const std::string& path, std::uint16_t port) {
+  InputParam param;
+  param.pcap_file = path;
+  param.port = port;
+  return param;
+}
+
+class CaptureInput : public testing::Test {
+ protected:
+  /// Opens the capture; what the library prints is checked elsewhere.
+  void Open(const CaptureBuilder& capture, std::uint16_t port = 2368) {
+    CaptureStdout();
+    input_ = std::make_unique<InputPcap>(CaptureParam(capture.Write(dir_ / "c.pcap"), port));
+    ASSERT_TRUE(input_->Init());
+    GetCapturedStdout();
+  }
+  int Read(long* position = nullptr, bool remember = false) {
+    return input_->RecvPacket(buffer_, 1546, position, remember);
+  }
+  std::vector<int> ReadAll() {
+    std::vector<int> results;
+    do results.push_back(Read());
+    while (results.back() >= 0);
+    return results;
+  }
+
+  TempDir dir_;
+  std::unique_ptr<InputPcap> input_;
+  std::shared_ptr<Buffer> buffer_ = std::make_shared<Buffer>();
+};
+
+TEST_F(CaptureInput, DeliversTheDatagramsOfItsPortAndZeroForTheRest) {
+  CaptureBuilder capture;
+  capture.Udp(Bytes(1206, 7)).Udp(Bytes(10, 8), 2369);
+  capture.Record(CaptureBuilder::Frame(Bytes(10, 9), 2368, 6)).Udp({1, 2, 3});
+  Open(capture, 2368);
+  EXPECT_THAT(ReadAll(), ElementsAre(1206, 0, 0, 3, -1));
+  EXPECT_THAT(Bytes(buffer_->data, buffer_->data + buffer_->length), ElementsAre(1, 2, 3));
+  Open(capture, 0);
+  EXPECT_THAT(ReadAll(), ElementsAre(1206, 10, 0, 3, -1));
+}
+
+TEST_F(CaptureInput, FilterTextIgnoresTheApplicationsLocale) {
+  struct Grouping : std::numpunct<char> {
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
+  EXPECT_EQ(InputPcap(CaptureParam("", 2368)).filter_expression(), "(udp dst port 2368)");
+  EXPECT_EQ(InputPcap(CaptureParam("", 0)).filter_expression(), "(udp)");
+  std::locale::global(before);
+}
+
+TEST_F(CaptureInput, ReturnsToARememberedRecordAlsoAfterTheEnd) {
+  CaptureBuilder capture;
+  for (std::uint8_t i = 0; i < 5; ++i) capture.Udp(Bytes(i + 1U, i));
+  Open(capture);
+  std::vector<long> positions(5);
+  for (long& position : positions) EXPECT_GT(Read(&position, true), 0);
+  EXPECT_EQ(positions[0], 24) << "behind the file header";
+  EXPECT_EQ(positions[1], 24 + 16 + 42 + 1) << "record header, packet headers, one byte";
+  EXPECT_EQ(Read(), -1);
+  EXPECT_EQ(Read(), -1) << "until a move back";
+  EXPECT_EQ(Read(&positions[3], false), 4);
+  EXPECT_EQ(buffer_->data[0], 3);
+  EXPECT_EQ(Read(), 5) << "reading goes on from there";
+}
+
+TEST_F(CaptureInput, PositionsStayTrueBehindARecordLongerThanTheSnapLength) {
+  // Such a record is cut when it is read, so its size in the file differs from its captured length.
+  CaptureBuilder capture(100);
+  capture.Udp(Bytes(300, 1)).Udp({1, 2, 3}).Udp({4, 5});
+  Open(capture);
+  Read();
+  long position = 0;
+  EXPECT_EQ(Read(&position, true), 3);
+  EXPECT_EQ(position, 24 + 16 + 342);
+  EXPECT_EQ(Read(&position, false), 3);
+  EXPECT_EQ(Read(), 2);
+}
+
+TEST_F(CaptureInput, TrustsNoLengthThatTheFileClaims) {
+  const Bytes frame = CaptureBuilder::Frame(Bytes(1104, 5), 2368);
+  const auto head = [&frame](std::size_t n) { return Bytes(frame.begin(), frame.begin() + n); };
+  const struct {
+    Bytes bytes;
+    std::uint32_t wire_length;
+    int expected;
+    const char* why;
+  } rows[] = {
+      {head(24), 0, 0, "shorter than its headers, though the filter may match"},
+      {head(40), 0, 0, "port present, UDP header incomplete"},
+      {head(42), 0, 0, "no payload"},
+      {head(43), 0, 1, "one byte of payload"},
+      {frame, 24, 0, "claims to have been shorter than its headers"},
+      {head(60), 1146, 18, "cut by the snap length: only the bytes that exist"},
+      {CaptureBuilder::Frame(Bytes(9000, 6), 2368), 0, 1546, "larger than the buffer: cut to it"},
+      {frame, 0, 1104, "an honest record behind all of them"},
+  };
+  CaptureBuilder capture;
+  for (const auto& row : rows) capture.Record(row.bytes, row.wire_length);
+  for (const std::uint16_t port : {0, 2368}) {
+    Open(capture, port);
+    for (const auto& row : rows) {
+      buffer_->length = 4711;
+      EXPECT_EQ(Read(), row.expected) << row.why;
+      EXPECT_EQ(buffer_->length, row.expected > 0 ? row.expected : 4711) << row.why;
+    }
+  }
+}
+
+TEST_F(CaptureInput, OtherHeadersDoNotMatchOrYieldAWrongPayload) {
+  Bytes vlan = CaptureBuilder::Frame(Bytes(100, 1), 2368);
+  vlan.insert(vlan.begin() + 12, {0x81, 0x00, 0x00, 0x05});
+  Bytes ipv6(14 + 40 + 8 + 100, 0);
+  ipv6[12] = 0x86;
+  ipv6[13] = 0xDD;
+  ipv6[14] = 0x60;
+  ipv6[20] = 17;
+  Bytes fragment = CaptureBuilder::Frame(Bytes(100, 1), 2368);
+  fragment[21] = 8;  // offset 64 bytes: there is no UDP header in it
+  Open(CaptureBuilder().Record(vlan).Record(ipv6).Record(fragment), 2368);
+  EXPECT_THAT(ReadAll(), ElementsAre(0, 0, 0, -1));
+  Open(CaptureBuilder().Record(vlan).Record(ipv6).Record(fragment), 0);
+  EXPECT_THAT(ReadAll(), ElementsAre(0, 120, 100, -1)) << "their length then shows in the decoder";
+}
+
+TEST_F(CaptureInput, ADamagedRecordEndsTheFileUntilAMoveBack) {
+  CaptureBuilder capture;
+  capture.Udp({1}).Record(Bytes(50, 0xFF)).Udp({2});
+  Bytes bytes = capture.bytes();
+  const std::size_t second = 24 + 16 + 43;
+  bytes[second + 8] = bytes[second + 11] = 0x7F;  // claims 2 GB
+  const std::string path = (dir_ / "damaged.pcap").string();
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  InputPcap input(CaptureParam(path, 2368));
+  CaptureStdout();
+  ASSERT_TRUE(input.Init());
+  GetCapturedStdout();
+  long first = 24;
+  for (const int expected : {1, -1, -1, -1}) {
+    EXPECT_EQ(input.RecvPacket(buffer_, 1546, nullptr, false), expected);
+  }
+  EXPECT_EQ(input.RecvPacket(buffer_, 1546, &first, false), 1);
+  std::shared_ptr<Buffer> none;
+  EXPECT_EQ(input.RecvPacket(none, 1546, &first, false), 0) << "no buffer, no packet";
+}
+
+TEST_F(CaptureInput, RefusesWhatIsNoCaptureFileAndPrintsThePathAllTheSame) {
+  const std::string empty = (dir_ / "empty.pcap").string();
+  std::ofstream(empty, std::ios::binary).flush();
+  const std::string fifo = (dir_ / "fifo").string();
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::string& path :
+       {empty, fifo, dir_.path().string(), std::string("-"), std::string(),
+        std::string("/dev/zero"), (dir_ / "missing").string()}) {
+    CaptureStdout();
+    InputPcap input(CaptureParam(path, 0));
+    EXPECT_FALSE(input.Init()) << path;
+    EXPECT_EQ(GetCapturedStdout(), "pcap_file:" + path + "\n");
+    EXPECT_EQ(input.RecvPacket(buffer_, 1546, nullptr, false), -1) << path;
+  }
+}
+
+TEST(InputFactoryTest, RefusesATypeWithoutASource) {
+  CaptureStdout();
+  EXPECT_EQ(InputFactory::CreateInput(static_cast<InputType>(2), {}), nullptr);
+  EXPECT_EQ(GetCapturedStdout(),
+            "\033[1m\033[31mWrong Input Type. Please check your LiDAR Version! \033[0m\n");
+  EXPECT_NE(InputFactory::CreateInput(InputType::Pcap, {}), nullptr);
+}
+
+}  // namespace
+}  // namespace orliq::lidar

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "multi_driver/OrliqDriver.h"
+
+namespace orliq::test {
+
+constexpr std::chrono::seconds kDeadline{60};  // far beyond what any machine needs
+
+/// Asks again until the answer is yes or the deadline has passed.
+inline bool Eventually(const std::function<bool()>& ask) {
+  const auto end = std::chrono::steady_clock::now() + kDeadline;
+  while (!ask()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+/// A driver that plays a capture, with its frames collected in order.
+template <typename P>
+struct Playback {
+  using Cloud = PointCloud<P>;
+
+  Playback() {
+    driver = std::make_unique<OrliqDriver<Cloud>>();
+    driver->RegisterPointCloudCallBack([this](std::shared_ptr<Cloud> cloud) { Put(cloud); },
+                                       [this] { return provider(); });
+    driver->RegisterExceptionCallBack([this](const lidar::Error& error) {
+      const std::lock_guard<std::mutex> lock(mutex);
+      errors.push_back(error.code);
+    });
+  }
+  ~Playback() { driver.reset(); }
+
+  static lidar::DriverParam Param(const std::string& capture) {
+    lidar::DriverParam param;
+    param.input_type = lidar::InputType::Pcap;
+    param.lidar_type = lidar::LidarType::Juniq;
+    param.input_param.pcap_file = capture;
+    param.input_param.port = 2368;
+    return param;
+  }
+
+  /// Initialises, starts and indexes; the number of frames, or -1.
+  int Open(const std::string& capture) {
+    if (!driver->InitDriver(Param(capture)) || !driver->Start()) return -1;
+    return Indexed();
+  }
+  int Indexed() {
+    int frames = -1;
+    Eventually([&] { return driver->GetLocalFileStatus(frames); });
+    return frames;
+  }
+  bool Request(int index) {
+    return Eventually([&] { return driver->SetLocalFrame(index); });
+  }
+  /// Requests a frame and waits for the cloud; null when none came.
+  std::shared_ptr<Cloud> Play(int index) {
+    const std::size_t before = Count();
+    if (!Request(index) || !WaitFor(before + 1)) return nullptr;
+    const std::lock_guard<std::mutex> lock(mutex);
+    return frames[before];
+  }
+  bool WaitFor(std::size_t count) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return arrived.wait_for(lock, kDeadline, [&] { return frames.size() >= count; });
+  }
+  std::size_t Count() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return frames.size();
+  }
+
+  std::function<void()> on_frame = [] {};  // on the worker thread, before the frame is counted
+  std::function<std::shared_ptr<Cloud>()> provider = [] { return std::make_shared<Cloud>(); };
+  std::mutex mutex;
+  std::condition_variable arrived;
+  std::vector<std::shared_ptr<Cloud>> frames;  // guarded by mutex
+  std::vector<std::uint32_t> errors;           // guarded by mutex
+  std::unique_ptr<OrliqDriver<Cloud>> driver;
+
+ private:
+  void Put(const std::shared_ptr<Cloud>& cloud) {
+    on_frame();
+    const std::lock_guard<std::mutex> lock(mutex);
+    frames.push_back(cloud);
+    arrived.notify_all();
+  }
+};
+
+}  // namespace orliq::test
