@@ -76,6 +76,6 @@ class ORLIQ_API OrliqDriver {
   std::shared_ptr<Impl> impl;
 };
 
-#define ORLIQ_DECLARE_DRIVER(CLOUD) extern template class ORLIQ_API OrliqDriver<CLOUD>;
+#define ORLIQ_DECLARE_DRIVER(CLOUD) extern template class OrliqDriver<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_DECLARE_DRIVER)
 #undef ORLIQ_DECLARE_DRIVER

@@ -14,15 +14,10 @@ float CentidegreesToDegrees(int angle_cdeg) {
   return static_cast<float>(angle_cdeg * 0.01);
 }
 
-Beam MakeBeam(const Trigon& trigon, const BeamAngles& angles) {
+BeamDirection MakeDirection(const Trigon& trigon, const BeamAngles& angles) {
   const int azimuth = Trigon::Holds(angles.azimuth_cdeg) ? angles.azimuth_cdeg : 0;
   const int elevation = Trigon::Holds(angles.elevation_cdeg) ? angles.elevation_cdeg : 0;
-  Beam beam;
-  beam.sin_azimuth = trigon.Sin(azimuth);
-  beam.cos_azimuth = trigon.Cos(azimuth);
-  beam.sin_elevation = trigon.Sin(elevation);
-  beam.cos_elevation = trigon.Cos(elevation);
-  return beam;
+  return {trigon.Sin(azimuth), trigon.Cos(azimuth), trigon.Sin(elevation), trigon.Cos(elevation)};
 }
 
 }  // namespace orliq::lidar

@@ -2,21 +2,27 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "decoder/Trigon.h"
 
 namespace orliq::lidar {
 
-/// All that decoding reads of one beam position, worked out once when the check parameters arrive:
-/// no table is searched and no angle converted for a point.
-struct Beam {
+/// Sines and cosines of a beam's angles, copied as one block of 16 bytes.
+struct BeamDirection {
   float sin_azimuth = 0.0F;
   float cos_azimuth = 1.0F;
   float sin_elevation = 0.0F;
   float cos_elevation = 1.0F;
-  float offset = 0.0F;             // [m] subtracted from the raw range
-  bool inside_angle_gates = true;  // the decoder's azimuth and elevation limits hold the beam
+};
+
+/// All that decoding reads of one beam position, worked out once when the check parameters arrive:
+/// no table is searched and no angle converted for a point.
+struct Beam {
+  BeamDirection direction;
+  float offset = 0.0F;      // [m] subtracted from the raw range
+  std::int32_t inside = 1;  // 1 when the decoder's azimuth and elevation limits hold the beam
 };
 
 /// Direction of a beam in hundredths of a degree.
@@ -25,10 +31,21 @@ struct BeamAngles {
   int elevation_cdeg;
 };
 
-/// Every value that the two position bytes of a block can have; positions beyond the calibration
-/// tables included, so that a look-up needs no test.
-constexpr std::size_t kAllPositions = 65536;
-using BeamTable = std::vector<Beam>;
+/// The beams of a sensor, for every value that the two position bytes of a block can have;
+/// positions beyond the calibration tables included, so that a look-up needs no test. The rows of a
+/// column are fired together, so they stand together in memory.
+class BeamTable {
+ public:
+  static constexpr std::size_t kPositions = 65536;
+
+  BeamTable() : beams_(kPositions) {}
+  const Beam& At(std::uint8_t column, std::uint8_t row) const { return beams_[Index(column, row)]; }
+  Beam& At(std::uint8_t column, std::uint8_t row) { return beams_[Index(column, row)]; }
+
+ private:
+  static std::size_t Index(std::uint8_t column, std::uint8_t row) { return column * 256U + row; }
+  std::vector<Beam> beams_;
+};
 
 /// Table angle [deg] in hundredths of a degree: `scale` is 100.0, negative for a table that is
 /// stored in the opposite sense of rotation. Truncated in double precision; saturates.
@@ -37,7 +54,7 @@ int TableAngle(float angle_deg, double scale);
 /// Hundredths of a degree in degrees, rounded once: 5937 gives exactly 59.37f.
 float CentidegreesToDegrees(int angle_cdeg);
 
-/// The beam without its offset and gate. An angle outside the tables counts as 0.
-Beam MakeBeam(const Trigon& trigon, const BeamAngles& angles);
+/// An angle outside the tables counts as 0.
+BeamDirection MakeDirection(const Trigon& trigon, const BeamAngles& angles);
 
 }  // namespace orliq::lidar

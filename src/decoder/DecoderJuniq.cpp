@@ -19,7 +19,7 @@ namespace {
 constexpr float METRES_PER_UNIT = 0.14989623F;        // [m] half the light path of a nanosecond
 constexpr std::uint8_t MARKER_COLUMN = 0x7F;          // position of the last beam of a frame
 constexpr std::uint8_t MARKER_ROW = 0xBF;             //
-constexpr std::uint8_t FIRST_RIGHT_COLUMN = 128;      // columns below it have near_filter[8]
+constexpr int FIRST_RIGHT_COLUMN = 128;               // columns below it have near_filter[8]
 constexpr std::uint32_t FORCED_FRAME_POINTS = 99999;  // bounds a frame whose marker was lost
 constexpr std::uint32_t GROUP_BLOCKS = 256;           // blocks that share one time stamp
 constexpr double TEMPERATURE_UNIT = 0.0625;           // [deg C]
@@ -35,30 +35,30 @@ template <typename T_PointCloud>
 struct DecoderJuniq<T_PointCloud>::Impl::Batch {
   static constexpr std::size_t kSize = JuniqMsop::kBlocks;
   std::size_t count = 0;
+  std::int32_t position[kSize];
   std::int32_t tof[kSize];
-  float peak[kSize];
-  float width[kSize];
-  float width_ref[kSize];
+  std::int32_t peak[kSize];
+  std::int32_t width[kSize];
+  std::int32_t width_ref[kSize];
   float offset[kSize];
-  float side_offset[kSize];
-  float sin_azimuth[kSize];
-  float cos_azimuth[kSize];
-  float sin_elevation[kSize];
-  float cos_elevation[kSize];
-  std::int32_t inside[kSize];  // inside the angle gates; after Gate, inside all gates
+  BeamDirection direction[kSize];
+  std::int32_t inside[kSize];  // the angle gates
   std::int32_t is_null[kSize];
   float distance[kSize];  // [m] calibrated, 0 for a null point
   float x[kSize];
   float y[kSize];
   float z[kSize];
-  PointType points[kSize];
+  PointType points[kSize];  // fields that the decoder does not write stay 0
 };
 
 template <typename T_PointCloud>
 DecoderJuniq<T_PointCloud>::Impl::Impl(DecoderJuniq* decoder)
-    : owner(decoder), beams(kAllPositions) {
+    : owner(decoder), batch(std::make_unique<Batch>()) {
   BuildBeams();
 }
+
+template <typename T_PointCloud>
+DecoderJuniq<T_PointCloud>::Impl::~Impl() = default;
 
 template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
@@ -89,123 +89,134 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::
   const bool plain = !owner->point_cloud_ || IsPlainCloud(*owner->point_cloud_);
   const std::size_t step = plain ? Batch::kSize : 1;
   bool marker = false;
-  Batch batch;
   for (std::size_t first = start; first < JuniqMsop::kBlocks; first += step) {
     const OrliqJuniqMsopBlock* blocks = msop.blocks + first;
-    batch.count = std::min(step, JuniqMsop::kBlocks - first);
-    for (std::size_t i = 0; i < batch.count; ++i) {
-      marker |= IsNewFrame(blocks[i].column, blocks[i].row);
-    }
-    Gather(blocks, batch);
-    MeasureRange(batch);
-    Locate(batch);
-    Gate(batch);
-    MakePoints(blocks, batch, packet_time);
-    Push(blocks, batch, plain);
+    marker |= Gather(blocks, std::min(step, JuniqMsop::kBlocks - first));
+    MeasureRange();
+    Locate();
+    Gate();
+    MakePoints(blocks, packet_time);
+    Push(plain);
   }
   return marker;
 }
 
+/// Takes the returns apart and looks their beams up; true when the frame marker is among them.
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::Gather(const OrliqJuniqMsopBlock* blocks,
-                                              Batch& batch) const {
-  for (std::size_t i = 0; i < batch.count; ++i) {
+bool DecoderJuniq<T_PointCloud>::Impl::Gather(const OrliqJuniqMsopBlock* blocks,
+                                              std::size_t count) {
+  Batch& b = *batch;
+  const BeamTable& table = beams;
+  bool marker = false;
+  for (std::size_t i = 0; i < count; ++i) {
     const OrliqJuniqMsopBlock& block = blocks[i];
-    batch.tof[i] = static_cast<std::int32_t>(block.tof);
-    batch.peak[i] = static_cast<float>(static_cast<std::int32_t>(block.peak));
-    batch.width[i] = static_cast<float>(static_cast<std::int32_t>(block.width));
-    batch.width_ref[i] = static_cast<float>(block.width_ref);
-    batch.side_offset[i] = GetLeftOrRightDistanceOffset(block.column);
-    const Beam& beam = beams[block.position()];
-    batch.offset[i] = beam.offset;
-    batch.sin_azimuth[i] = beam.sin_azimuth;
-    batch.cos_azimuth[i] = beam.cos_azimuth;
-    batch.sin_elevation[i] = beam.sin_elevation;
-    batch.cos_elevation[i] = beam.cos_elevation;
-    batch.inside[i] = beam.inside_angle_gates;
+    marker |= IsNewFrame(block.column, block.row);
+    b.position[i] = block.position();
+    b.tof[i] = static_cast<std::int32_t>(block.tof);
+    b.peak[i] = static_cast<std::int32_t>(block.peak);
+    b.width[i] = static_cast<std::int32_t>(block.width);
+    b.width_ref[i] = block.width_ref;
+    const Beam& beam = table.At(block.column, block.row);
+    b.direction[i] = beam.direction;
+    b.offset[i] = beam.offset;
+    b.inside[i] = beam.inside;
   }
+  b.count = count;
+  return marker;
 }
 
 /// Time of flight to calibrated range. A range that is not positive after its offset is a null
 /// point: the sensor saw nothing there.
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::MeasureRange(Batch& batch) const {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const float raw = RawDistance(batch.tof[i], METRES_PER_UNIT) - batch.offset[i];
-    batch.is_null[i] = raw <= 0.0F;
-    const float ratio = batch.width[i] / batch.width_ref[i];
-    const float calibrated = CalibrateDistance(raw, ratio, weight) - batch.side_offset[i];
-    const float range = FilterNearNoisePoints(calibrated, batch.peak[i], near_filter);
-    batch.distance[i] = batch.is_null[i] ? 0.0F : range;
+void DecoderJuniq<T_PointCloud>::Impl::MeasureRange() {
+  Batch& b = *batch;
+  const RangeWeights weights(weight);
+  const NearFilter noise_filter(near_filter);
+  const float left = GetLeftOrRightDistanceOffset(0);
+  const float right = GetLeftOrRightDistanceOffset(FIRST_RIGHT_COLUMN);
+  for (std::size_t i = 0; i < b.count; ++i) {
+    const float raw = RawDistance(b.tof[i], METRES_PER_UNIT) - b.offset[i];
+    b.is_null[i] = raw <= 0.0F;
+    const float ratio = static_cast<float>(b.width[i]) / static_cast<float>(b.width_ref[i]);
+    const int column = b.position[i] & 0xFF;
+    b.distance[i] =
+        CalibrateDistance(raw, ratio, weights) - (column < FIRST_RIGHT_COLUMN ? left : right);
+  }
+  for (std::size_t i = 0; i < b.count; ++i) {
+    const float peak = static_cast<float>(b.peak[i]);
+    const float range = FilterNearNoisePoints(b.distance[i], peak, noise_filter);
+    b.distance[i] = b.is_null[i] != 0 ? 0.0F : range;
   }
 }
 
 /// Range and beam direction to coordinates; then the extrinsic transform. x is never negative.
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::Locate(Batch& batch) const {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const float horizontal = batch.distance[i] * batch.cos_elevation[i];
-    batch.x[i] = std::fabs(horizontal * batch.cos_azimuth[i]);
-    batch.y[i] = std::fabs(horizontal) * batch.sin_azimuth[i];
-    batch.z[i] = batch.distance[i] * batch.sin_elevation[i];
+void DecoderJuniq<T_PointCloud>::Impl::Locate() {
+  Batch& b = *batch;
+  for (std::size_t i = 0; i < b.count; ++i) {
+    const BeamDirection& beam = b.direction[i];
+    const float horizontal = b.distance[i] * beam.cos_elevation;
+    b.x[i] = std::fabs(horizontal * beam.cos_azimuth);
+    b.y[i] = std::fabs(horizontal) * beam.sin_azimuth;
+    b.z[i] = b.distance[i] * beam.sin_elevation;
   }
   if (!owner->transform_enabled()) return;
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    owner->transform_matrix_.Apply(batch.x[i], batch.y[i], batch.z[i]);
-  }
+  const ExtrinsicTransform transform = owner->transform_matrix_;
+  for (std::size_t i = 0; i < b.count; ++i) transform.Apply(b.x[i], b.y[i], b.z[i]);
 }
 
 /// Null points and returns outside a limit go to the origin.
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::Gate(Batch& batch) const {
-  const float min_distance = owner->param_.min_distance;
-  const float max_distance = owner->param_.max_distance;
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const float distance = batch.distance[i];
-    const std::int32_t in_range = (min_distance <= distance) & (distance <= max_distance);
-    const bool keep = (batch.inside[i] & in_range & (batch.is_null[i] ^ 1)) != 0;
-    batch.x[i] = keep ? batch.x[i] : 0.0F;
-    batch.y[i] = keep ? batch.y[i] : 0.0F;
-    batch.z[i] = keep ? batch.z[i] : 0.0F;
+void DecoderJuniq<T_PointCloud>::Impl::Gate() {
+  Batch& b = *batch;
+  const float nearest = owner->param_.min_distance;
+  const float farthest = owner->param_.max_distance;
+  for (std::size_t i = 0; i < b.count; ++i) {
+    const int in_range = (nearest <= b.distance[i]) & (b.distance[i] <= farthest);
+    const bool keep = (b.inside[i] & in_range & (b.is_null[i] ^ 1)) != 0;
+    b.x[i] = keep ? b.x[i] : 0.0F;
+    b.y[i] = keep ? b.y[i] : 0.0F;
+    b.z[i] = keep ? b.z[i] : 0.0F;
   }
 }
 
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::MakePoints(const OrliqJuniqMsopBlock* blocks, Batch& batch,
+void DecoderJuniq<T_PointCloud>::Impl::MakePoints(const OrliqJuniqMsopBlock* blocks,
                                                   double packet_time) {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    PointType& point = batch.points[i];
-    point.x = batch.x[i];
-    point.y = batch.y[i];
-    point.z = batch.z[i];
-    point.intensity = static_cast<std::uint16_t>(blocks[i].width);
-    point.ring = blocks[i].row;
-    SetTimestamp(point, group_time);
-    SetDistance(point, SaturatingTruncate<std::int32_t>(batch.distance[i]));
+  Batch& b = *batch;
+  const std::size_t left = GROUP_BLOCKS - group_block_count;  // that have the group's old time
+  const double old_time = group_time;
+  for (std::size_t i = 0; i < b.count; ++i) {
+    PointType& point = b.points[i];
+    point.x = b.x[i];
+    point.y = b.y[i];
+    point.z = b.z[i];
+    point.intensity = static_cast<std::uint16_t>(b.width[i]);
+    point.ring = static_cast<std::uint16_t>(b.position[i] >> 8);
+    SetTimestamp(point, i < left ? old_time : packet_time);
+    SetDistance(point, SaturatingTruncate<std::int32_t>(b.distance[i]));
     SetJuniqMeasurement(point, blocks[i]);
-    if (++group_block_count == GROUP_BLOCKS) {
-      group_block_count = 0;
-      group_time = packet_time;
-    }
   }
+  if (b.count >= left) group_time = packet_time;
+  group_block_count = (group_block_count + static_cast<std::uint32_t>(b.count)) % GROUP_BLOCKS;
 }
 
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::Push(const OrliqJuniqMsopBlock* blocks, const Batch& batch,
-                                            bool plain) {
-  frame_point_count += static_cast<std::uint32_t>(batch.count);
+void DecoderJuniq<T_PointCloud>::Impl::Push(bool plain) {
+  const Batch& b = *batch;
+  frame_point_count += static_cast<std::uint32_t>(b.count);
   if (!owner->point_cloud_) return;
   T_PointCloud& cloud = *owner->point_cloud_;
   if (plain) {
-    AppendToPlainCloud(cloud, batch.points, batch.count);
+    AppendToPlainCloud(cloud, b.points, b.count);
   } else {
-    for (std::size_t i = 0; i < batch.count; ++i) cloud.PushPoint(batch.points[i]);
+    for (std::size_t i = 0; i < b.count; ++i) cloud.PushPoint(b.points[i]);
   }
   if (!filter) return;
-  const int first = static_cast<int>(cloud.points.size()) - static_cast<int>(batch.count);
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    filter->UpdateHashMap(blocks[i].row, blocks[i].column, first + static_cast<int>(i),
-                          batch.distance[i], batch.is_null[i] != 0);
+  const int first = static_cast<int>(cloud.points.size()) - static_cast<int>(b.count);
+  for (std::size_t i = 0; i < b.count; ++i) {
+    filter->UpdateHashMap(b.position[i] >> 8, b.position[i] & 0xFF, first + static_cast<int>(i),
+                          b.distance[i], b.is_null[i] != 0);
   }
 }
 
@@ -287,7 +298,7 @@ float DecoderJuniq<T_PointCloud>::Impl::GetDistanceOffset(std::uint16_t position
 }
 
 template <typename T_PointCloud>
-float DecoderJuniq<T_PointCloud>::Impl::GetLeftOrRightDistanceOffset(std::uint8_t column) const {
+float DecoderJuniq<T_PointCloud>::Impl::GetLeftOrRightDistanceOffset(int column) const {
   return column < FIRST_RIGHT_COLUMN ? near_filter[8] : near_filter[7];
 }
 
@@ -306,13 +317,13 @@ void DecoderJuniq<T_PointCloud>::Impl::UpdateCheckParam(const OffsetCheckParam& 
 
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::Impl::BuildBeams() {
-  for (std::size_t i = 0; i < kAllPositions; ++i) {
+  for (std::size_t i = 0; i < BeamTable::kPositions; ++i) {
     const auto position = static_cast<std::uint16_t>(i);
     const BeamAngles angles = GetAzimuthElevation(position);
-    beams[i] = MakeBeam(trigon, angles);
-    beams[i].offset = GetDistanceOffset(position);
-    beams[i].inside_angle_gates = owner->IsAngleRange(CentidegreesToDegrees(angles.azimuth_cdeg),
-                                                      CentidegreesToDegrees(angles.elevation_cdeg));
+    const bool inside = owner->IsAngleRange(CentidegreesToDegrees(angles.azimuth_cdeg),
+                                            CentidegreesToDegrees(angles.elevation_cdeg));
+    Beam& beam = beams.At(static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8));
+    beam = {MakeDirection(trigon, angles), GetDistanceOffset(position), inside ? 1 : 0};
   }
 }
 

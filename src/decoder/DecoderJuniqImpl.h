@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -20,6 +21,9 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   struct Batch;
 
   explicit Impl(DecoderJuniq* decoder);
+  ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
   bool SplitFrame(const std::uint8_t* pkt, std::uint16_t& start) const;
@@ -38,7 +42,7 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   float GetDistanceOffset(std::uint16_t position) const;
 
   /// Range offset [m] of the half of the receiver that the column belongs to.
-  float GetLeftOrRightDistanceOffset(std::uint8_t column) const;
+  float GetLeftOrRightDistanceOffset(int column) const;
 
   /// Prints the elevation table, for a look at what was loaded.
   void Print() const;
@@ -52,19 +56,20 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   double frame_time = 0.0;                            // [s] UTC, first packet of the frame
   std::uint32_t group_block_count = 0;                // runs on across frames
   std::uint32_t frame_point_count = 0;
-  BeamTable beams;            // check_param, ready for decoding
-  float weight[4] = {};       // aligned copies of the packed vectors, for the inner loops
-  float near_filter[9] = {};  // likewise
+  BeamTable beams;               // check_param, ready for decoding
+  float weight[4] = {};          // aligned copies of the packed vectors, for the inner loops
+  float near_filter[9] = {};     // likewise
+  std::unique_ptr<Batch> batch;  // the returns that are being decoded
 
  private:
   void BuildBeams();
   bool DecodeBlocks(const JuniqMsop& msop, std::size_t start, double packet_time);
-  void Gather(const OrliqJuniqMsopBlock* blocks, Batch& batch) const;
-  void MeasureRange(Batch& batch) const;
-  void Locate(Batch& batch) const;
-  void Gate(Batch& batch) const;
-  void MakePoints(const OrliqJuniqMsopBlock* blocks, Batch& batch, double packet_time);
-  void Push(const OrliqJuniqMsopBlock* blocks, const Batch& batch, bool plain);
+  bool Gather(const OrliqJuniqMsopBlock* blocks, std::size_t count);
+  void MeasureRange();
+  void Locate();
+  void Gate();
+  void MakePoints(const OrliqJuniqMsopBlock* blocks, double packet_time);
+  void Push(bool plain);
   void StoreHeader(const JuniqMsop& msop) const;
   void CloseFrame();
   void DecodeImu(const JuniqMsop& msop, double packet_time);

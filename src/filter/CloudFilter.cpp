@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filter/CloudFilter.h"
 
+#include <algorithm>
+
 #include "common/Diagnostics.h"
 
 namespace orliq::lidar {
@@ -27,26 +29,18 @@ CloudFilter<T_PointCloud>::CloudFilter(bool const& enable, float const& radius,
     : impl_(std::make_shared<Impl>(enable, radius, min_neighbours)) {}
 
 template <typename T_PointCloud>
-void CloudFilter<T_PointCloud>::UpdateHashMap(int const& row, int const& col, int const& index,
-                                              float const& value, bool const& keep) {
-  impl_->UpdateHashMap(row, col, index, value, keep);
-}
-
-template <typename T_PointCloud>
 void CloudFilter<T_PointCloud>::RadiusFilter(std::shared_ptr<T_PointCloud>& cloud) {
   if (impl_->enable && cloud != nullptr) impl_->RadiusFilter(*cloud);
 }
 
 template <typename T_PointCloud>
-void CloudFilter<T_PointCloud>::Impl::UpdateHashMap(int row, int col, int index, float value,
-                                                    bool keep) {
-  if (!enable) return;
+bool CloudFilter<T_PointCloud>::Impl::GrowMask() {
   if (mask.size() == kMaxRegistrations) {
     overfull = true;
-    return;
+    return false;
   }
-  if (!keep) grid.Add(row, col, index, value);
-  mask.push_back(keep ? 1 : 0);
+  mask.resize(std::max<std::size_t>(2 * mask.size(), 1024));
+  return true;
 }
 
 template <typename T_PointCloud>
@@ -55,7 +49,7 @@ void CloudFilter<T_PointCloud>::Impl::RadiusFilter(T_PointCloud& cloud) {
     diagnostics::FilterEmptyCloud(cloud.points.size());
     return;
   }
-  if (overfull || mask.size() != cloud.points.size()) {
+  if (overfull || registered != cloud.points.size()) {
     diagnostics::FilterMaskMismatch();
   } else {
     for (int row = 0; row < ScanGrid::kRows; ++row) ProcessRow(row);
@@ -66,7 +60,8 @@ void CloudFilter<T_PointCloud>::Impl::RadiusFilter(T_PointCloud& cloud) {
 
 template <typename T_PointCloud>
 void CloudFilter<T_PointCloud>::Impl::ProcessRow(int row) {
-  if (ScanGrid::HasRow(row)) grid.MarkSupported(row, radius, min_neighbours, mask);
+  if (ScanGrid::HasRow(row))
+    grid.MarkSupported(row, radius, min_neighbours, {mask.data(), registered});
 }
 
 template <typename T_PointCloud>
@@ -77,7 +72,7 @@ void CloudFilter<T_PointCloud>::Impl::EraseRow(int row) {
 template <typename T_PointCloud>
 void CloudFilter<T_PointCloud>::Impl::Reset() {
   grid.Clear();
-  mask.clear();
+  registered = 0;
   overfull = false;
 }
 

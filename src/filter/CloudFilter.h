@@ -54,7 +54,11 @@ struct CloudFilter<T_PointCloud>::Impl {
   Impl(bool enabled, float tolerance, std::uint32_t neighbours)
       : enable(enabled), radius(tolerance), min_neighbours(neighbours) {}
 
-  void UpdateHashMap(int row, int col, int index, float value, bool keep);
+  void UpdateHashMap(int row, int col, int index, float value, bool keep) {
+    if (!enable || (registered == mask.size() && !GrowMask())) return;
+    if (!keep) grid.Add(row, col, index, value);
+    mask[registered++] = keep ? 1 : 0;
+  }
   void RadiusFilter(T_PointCloud& cloud);
 
   /// Decides about the points of one row: sets the mask of those that stay. Outside the grid
@@ -62,6 +66,8 @@ struct CloudFilter<T_PointCloud>::Impl {
   void ProcessRow(int row);
   /// Empties the cells of one row; the mask stays. Outside the grid nothing.
   void EraseRow(int row);
+  /// Makes room in the mask; false when it has its greatest size, and the registration is lost.
+  bool GrowMask();
   /// Forgets all registrations, keeping the memory for the next frame.
   void Reset();
 
@@ -69,9 +75,16 @@ struct CloudFilter<T_PointCloud>::Impl {
   float radius;
   std::uint32_t min_neighbours;
   ScanGrid grid;
-  std::vector<std::uint8_t>
-      mask;               ///< 1 for a point that stays; one per registration, in their order
-  bool overfull = false;  ///< registrations were lost
+  std::vector<std::uint8_t> mask;  ///< 1 for a point that stays, in the order of registration
+  std::size_t registered = 0;      ///< entries of the mask that are in use
+  bool overfull = false;           ///< registrations were lost
 };
+
+// Called for every point of a frame, hence inline.
+template <typename T_PointCloud>
+void CloudFilter<T_PointCloud>::UpdateHashMap(int const& row, int const& col, int const& index,
+                                              float const& value, bool const& keep) {
+  impl_->UpdateHashMap(row, col, index, value, keep);
+}
 
 }  // namespace orliq::lidar

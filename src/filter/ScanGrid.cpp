@@ -27,7 +27,7 @@ void ScanGrid::AddFurther(const Further& point) {
   grouped_ = false;
 }
 
-void ScanGrid::MarkSupported(int row, float radius, std::uint32_t min_neighbours, Mask& keep) {
+void ScanGrid::MarkSupported(int row, float radius, std::uint32_t min_neighbours, Mask keep) {
   if (!row_used_[static_cast<std::size_t>(row)]) return;
   if (!grouped_) GroupFurther();
   const Test test{radius, min_neighbours};
@@ -69,7 +69,7 @@ void ScanGrid::CountFurther(int row, Test test, Counts& counts) const {
   }
 }
 
-void ScanGrid::MarkFurther(int row, Test test, Mask& keep) const {
+void ScanGrid::MarkFurther(int row, Test test, Mask keep) const {
   for (std::size_t cell = Cell(row, 0); cell < Cell(row, kColumns); ++cell) {
     if (range_of_[cell] == 0) continue;
     const Range& range = ranges_[range_of_[cell] - 1];

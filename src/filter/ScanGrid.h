@@ -27,6 +27,12 @@ class ScanGrid {
 
   ScanGrid();
 
+  /// One byte per registered point, 1 for a point that stays.
+  struct Mask {
+    std::uint8_t* data;
+    std::size_t size;
+  };
+
   static bool HasRow(int row) { return static_cast<unsigned>(row) < kRows; }
   static bool HasColumn(int column) { return static_cast<unsigned>(column) < kColumns; }
 
@@ -47,8 +53,7 @@ class ScanGrid {
   /// Sets keep[index] for each point of the row that has at least `min_neighbours` points with
   /// |difference of the values| <= radius in the neighbouring cells; points of the same cell do not
   /// count. Points whose index lies outside `keep` are left out, but support others.
-  void MarkSupported(int row, float radius, std::uint32_t min_neighbours,
-                     std::vector<std::uint8_t>& keep);
+  void MarkSupported(int row, float radius, std::uint32_t min_neighbours, Mask keep);
 
   void EraseRow(int row);
   void Clear();
@@ -82,14 +87,13 @@ class ScanGrid {
     std::uint32_t min_neighbours;
   };
   using Counts = std::array<std::uint32_t, kColumns>;
-  using Mask = std::vector<std::uint8_t>;
 
   static std::size_t Cell(int row, int column) {
     return static_cast<std::size_t>(row + 1) * kStride + static_cast<std::size_t>(column + 1);
   }
-  static void Mark(std::int32_t index, Mask& keep) {
+  static void Mark(std::int32_t index, Mask keep) {
     const auto position = static_cast<std::uint32_t>(index);
-    if (position < keep.size()) keep[position] = 1;
+    if (position < keep.size) keep.data[position] = 1;
   }
 
   void AddFurther(const Further& point);
@@ -99,7 +103,7 @@ class ScanGrid {
   bool HasFurtherAround(int row) const;
   void CountFirst(int row, float radius, Counts& counts) const;
   void CountFurther(int row, Test test, Counts& counts) const;
-  void MarkFurther(int row, Test test, Mask& keep) const;
+  void MarkFurther(int row, Test test, Mask keep) const;
   std::uint32_t FirstMatches(std::size_t cell, float value, float radius) const;
   std::uint32_t FurtherMatches(std::size_t cell, float value, Test test, std::uint32_t count) const;
   std::uint32_t RangeMatches(const Range& range, float value, float radius) const;

@@ -48,14 +48,14 @@ struct __attribute__((packed)) OffsetCheckParam : AngleCheckParam {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
-static_assert(sizeof(CheckParam) == 1 && alignof(CheckParam) == 1);
-static_assert(sizeof(AngleCheckParam) == 393269 && alignof(AngleCheckParam) == 1 &&
-              offsetof(AngleCheckParam, flag) == 0 && offsetof(AngleCheckParam, azimuth) == 1 &&
+static_assert(sizeof(CheckParam) == 1 && sizeof(AngleCheckParam) == 393269 &&
+              sizeof(OffsetCheckParam) == 589877);
+static_assert(alignof(AngleCheckParam) == 1 && alignof(OffsetCheckParam) == 1);
+static_assert(offsetof(AngleCheckParam, flag) == 0 && offsetof(AngleCheckParam, azimuth) == 1 &&
               offsetof(AngleCheckParam, elevation) == 196609 &&
               offsetof(AngleCheckParam, weight) == 393217 &&
               offsetof(AngleCheckParam, near_filter) == 393233);
-static_assert(sizeof(OffsetCheckParam) == 589877 && alignof(OffsetCheckParam) == 1 &&
-              offsetof(OffsetCheckParam, offset) == 393269);
+static_assert(offsetof(OffsetCheckParam, offset) == 393269);
 #pragma GCC diagnostic pop
 
 }  // namespace orliq::lidar

@@ -54,9 +54,9 @@ TEST(BeamTable, DegreesAreTheDecimalLiteral) {
 
 TEST(BeamTable, AnAngleBeyondTheTablesCountsAsZero) {
   const Trigon trigon;
-  const Beam beam = MakeBeam(trigon, {45000, -18001});
-  EXPECT_EQ(beam.sin_azimuth, 0.0F);
-  EXPECT_EQ(beam.cos_elevation, 1.0F);
+  const BeamDirection direction = MakeDirection(trigon, {45000, -18001});
+  EXPECT_EQ(direction.sin_azimuth, 0.0F);
+  EXPECT_EQ(direction.cos_elevation, 1.0F);
 }
 
 }  // namespace

@@ -208,7 +208,7 @@ TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   std::mt19937 random(3);
   for (int i = 0; i < 500; ++i) {
     probe.driver->SetLocalFrame(static_cast<int>(random() % 3));
-    for (unsigned n = random() % 2000; n > 0; --n)
+    for (auto n = random() % 2000; n > 0; --n)
       std::atomic_signal_fence(std::memory_order_seq_cst);
     int frames = 0;
     ASSERT_TRUE(probe.driver->GetLocalFileStatus(frames));  // aborts wherever the worker is
@@ -300,7 +300,9 @@ TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
     probe.on_frame = [&] {
       if (!first.exchange(false)) return;
       if (action == 0) probe.driver->Stop();
-      if (action == 1) EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
+      if (action == 1) {
+        EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
+      }
       if (action == 2) probe.driver.reset();
       if (action == 3) {
         probe.driver->Stop();

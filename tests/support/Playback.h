@@ -57,9 +57,9 @@ struct Playback {
     return Indexed();
   }
   int Indexed() {
-    int frames = -1;
-    Eventually([&] { return driver->GetLocalFileStatus(frames); });
-    return frames;
+    int count = -1;
+    Eventually([&] { return driver->GetLocalFileStatus(count); });
+    return count;
   }
   bool Request(int index) {
     return Eventually([&] { return driver->SetLocalFrame(index); });

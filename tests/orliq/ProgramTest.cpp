@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs the program itself, as a user's shell does.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "orliq/CaptureBytes.h"
+#include "support/TempDir.h"
+
+namespace orliq::cli {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+struct Outcome {
+  int code;
+  std::string out;
+  std::string err;
+};
+
+class Program : public testing::Test {
+ protected:
+  /// Runs "orliq ARGUMENTS" in a folder of its own.
+  Outcome Run(const std::string& arguments) const {
+    const std::string command =
+        "cd '" + dir_.path().string() + "' && '" ORLIQ_PROGRAM "' " + arguments + " 2>err";
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    Outcome outcome = {};
+    char text[4096];
+    while (const std::size_t size = std::fread(text, 1, sizeof(text), pipe)) {
+      outcome.out.append(text, size);
+    }
+    outcome.code = WEXITSTATUS(pclose(pipe));
+    std::ifstream err(dir_ / "err");
+    outcome.err.assign(std::istreambuf_iterator<char>(err), {});
+    return outcome;
+  }
+
+  void Simulate(const std::string& more = "--frames 3") const {
+    const auto outcome =
+        Run("simulate --model juniq --out room.pcap --check-folder room --quiet " + more);
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+  }
+
+  const test::TempDir dir_;
+};
+
+TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
+  Simulate("--frames 1");
+  struct Row {
+    const char* arguments;
+    int code;
+    const char* sentence;
+  };
+  const Row rows[] = {
+      {"", 2, "name a verb"},
+      {"dance", 2, "no verb dance"},
+      {"play", 2, "Try: orliq play --help"},
+      {"play room.pcap --model robin", 2, "use juniq"},
+      {"play room.pcap --model glavor", 2, "cannot decode glavor yet"},
+      {"play room.pcap --model juniq --frames 3", 2, "write A:B"},
+      {"play room.pcap --model juniq --frames 5:5", 2, "write A:B"},
+      {"play room.pcap --model juniq --frames 0:1x", 2, "write A:B"},
+      {"play room.pcap --model juniq --frames 9:", 2, "last frame is 1"},
+      {"play room.pcap --model juniq --min-distance nan", 2, "finite"},
+      {"play room.pcap --model juniq --min-azimuth 5 --max-azimuth -5", 2, "--min-azimuth"},
+      {"play room.pcap --model juniq --transform 1,2,3", 2, "--transform"},
+      {"play room.pcap --model juniq --out x.ply --frames :2", 2, "choose one frame"},
+      {"info room.pcap --check-folder room", 2, "needs --model"},
+      {"simulate --model juniq --out x --check-folder my-offset-tables", 2, "\"offset\""},
+      {"play missing.pcap --model juniq", 4, "there is no such file"},
+      {"info -", 4, "there is no such file"},
+      {"info room", 4, "not a regular file"},
+      {"info room/azimuth.csv", 4, "it is no capture file"},
+      {"play room.pcap --model juniq --check-folder nowhere", 4, "there is no folder nowhere"},
+      {"play room.pcap --model juniq --port 9", 3, "port 2368 do: leave --port"},
+      {"info room.pcap --model kelvane", 3, "try --model juniq"},
+      {"info room.pcap >/dev/full", 4, "standard output"},
+  };
+  for (const Row& row : rows) {
+    const Outcome outcome = Run(row.arguments);
+    EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr(row.sentence)) << row.arguments;
+    EXPECT_TRUE(row.code != 2 || outcome.out.empty()) << row.arguments;
+  }
+}
+
+TEST_F(Program, PlaysWhatItSimulates) {
+  Simulate();
+  const auto info = Run("info room.pcap --model juniq --check-folder room --json");
+  ASSERT_EQ(info.code, 0) << info.err;
+  const json facts = json::parse(info.out);
+  EXPECT_EQ(facts["records"], 3 * 768);
+  EXPECT_EQ(facts["complete_frames"], 3);
+  EXPECT_EQ(facts["frame_entries"], 4);
+  EXPECT_EQ(facts["flows"][0]["fits"]["juniq"], 3 * 768);
+  EXPECT_EQ(facts["check_folder_loaded"], true);
+
+  const auto play = Run("play room.pcap --model juniq --check-folder room --out f --json");
+  ASSERT_EQ(play.code, 0) << play.err;
+  const json sums = json::parse(play.out);
+  EXPECT_EQ(sums["frames"], 3);
+  EXPECT_EQ(sums["empty_frames"], 1);
+  EXPECT_LE(sums["points"], 3 * 49152) << "the radius filter only takes points away";
+  EXPECT_GT(sums["non_zero_points"], 49152);
+  EXPECT_EQ(sums["files_written"], 3);
+  for (int i = 0; i < 3; ++i) {
+    const json cloud = sums["clouds"][i];
+    EXPECT_EQ(cloud["file"], "f/frame_00000" + std::to_string(i) + ".pcd");
+    const std::size_t points_bytes = cloud["points"].get<std::size_t>() * 16;
+    EXPECT_GT(std::filesystem::file_size(dir_ / cloud["file"]), points_bytes);
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "f/frame_000003.pcd")) << "an empty cloud";
+}
+
+TEST_F(Program, PlaysTheFramesAskedForWithEveryPointType) {
+  Simulate("--frames 3 --no-radius-filter");
+  const std::pair<const char*, std::size_t> types[] = {
+      {"point", 16}, {"point-time", 24}, {"point-source", 37}, {"juniq", 36}};
+  for (const auto& [type, bytes] : types) {
+    const std::string name = std::string(type) + ".ply";
+    const auto play = Run("play room.pcap --model juniq --check-folder room --frames 1:2 --point " +
+                          std::string(type) + " --out " + name);
+    ASSERT_EQ(play.code, 0) << play.err;
+    const std::size_t header = std::filesystem::file_size(dir_ / name) - 49152 * bytes;
+    EXPECT_LT(header, 600U) << type;
+  }
+}
+
+TEST_F(Program, EndsWithLossesWhenPacketsAreRefusedOrTheCaptureEndsEarly) {
+  Simulate("--frames 2");
+  const auto size = std::filesystem::file_size(dir_ / "room.pcap");
+  std::filesystem::resize_file(dir_ / "room.pcap", size - 100);
+  const auto cut = Run("play room.pcap --model juniq --check-folder room");
+  EXPECT_EQ(cut.code, 5);
+  EXPECT_THAT(cut.err, HasSubstr("ends early after 1,535 good records"));
+  EXPECT_THAT(cut.out, HasSubstr("the last one cut by the capture's end"));
+  EXPECT_EQ(Run("info room.pcap").code, 4);
+
+  const std::string record = std::string(8, '\0') + test::Bytes({52, 0, 0, 0, 52, 0, 0, 0});
+  std::filesystem::resize_file(dir_ / "room.pcap", size - 1162);
+  std::ofstream(dir_ / "room.pcap", std::ios::app | std::ios::binary)
+      << record << test::UdpFrame("ten bytes!");
+  const auto refused = Run("play room.pcap --model juniq --check-folder room --json");
+  EXPECT_EQ(refused.code, 5) << refused.err;
+  EXPECT_EQ(json::parse(refused.out)["refused_length"], 1);
+  EXPECT_GE(json::parse(refused.out)["driver_fault_reports"]["0x41"], 1);
+}
+
+TEST_F(Program, TellsWhichCalibrationTableFailedAndWhy) {
+  Simulate("--frames 1");
+  std::string names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir_ / "room")) {
+    const std::string name = entry.path().filename().string();
+    if (name.find("azimuth") != std::string::npos) std::ofstream(entry.path()) << "1,2,3\n";
+    if (name.find("elevation") != std::string::npos) std::filesystem::remove(entry.path());
+  }
+  const auto play = Run("play room.pcap --model juniq --check-folder room");
+  EXPECT_EQ(play.code, 4);
+  EXPECT_THAT(play.err, HasSubstr("holds 3 numbers, the azimuth table needs 49,152"));
+  EXPECT_THAT(play.err, HasSubstr("there is no elevation table"));
+}
+
+}  // namespace
+}  // namespace orliq::cli

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "param/TableFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <locale>
+#include <random>
+
+#include "support/TempDir.h"
+
+namespace orliq::lidar {
+namespace {
+
+using Floats = std::vector<float>;
+
+std::string Write(const test::TempDir& folder, const std::string& name, const std::string& text) {
+  std::ofstream(folder / name, std::ios::binary) << text;
+  return folder / name;
+}
+
+Floats Read(const std::string& text, TableColumns columns = {}) {
+  const test::TempDir folder;
+  Floats values;
+  const TableRead read = ReadTableFile(Write(folder, "table", text), columns, 1000000, values);
+  EXPECT_TRUE(read.readable);
+  EXPECT_EQ(read.found, values.size());
+  return values;
+}
+
+bool SameBits(const Floats& a, const Floats& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+}
+
+TEST(TableFile, FieldsAreSplitAsSpreadsheetsWriteThem) {
+  const struct {
+    const char* why;
+    std::string text;
+    TableColumns columns;
+    Floats expected;
+  } rows[] = {
+      {"several per line, in file order", "1,2\n3,4\n", {}, {1, 2, 3, 4}},
+      {"a comma at the end opens no field", "1,2,\n3,\n", {}, {1, 2, 3}},
+      {"a field between two commas counts", "1,,2\n,\n,,\n", {}, {1, 0, 2, 0, 0, 0}},
+      {"an empty line has no field", "\n1\n\n\n2\n", {}, {1, 2}},
+      {"an empty file has none", "", {}, {}},
+      {"the last line needs no newline", "1,2\n3", {}, {1, 2, 3}},
+      {"carriage returns are trailing text", "1,2\r\n3\r\n,\r\n", {}, {1, 2, 3, 0, 0}},
+      {"a label column is skipped on every line", "a,1\nb,2,3\nc\n", {1, 1}, {1, 2, 3}},
+      {"every second field from the second on", "0,1,2,3,4\n5,6\n", {1, 2}, {1, 3, 6}},
+      {"a step of 0 must not stand still", "1,2\n", {0, 0}, {1, 2}},
+      {"a byte order mark spoils the first number", "\357\273\2771,2", {}, {0, 2}},
+      {"a zero byte ends its field only", std::string("1\0002,3", 5), {}, {1, 3}},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Read(row.text, row.columns), row.expected) << row.why;
+}
+
+TEST(TableFile, NumbersMeanWhatTheCLibraryMakesOfThem) {
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  EXPECT_EQ(Read("-1.5, \t\v+2.5,.5,7.,1e2,1e,1e+"), (Floats{-1.5F, 2.5F, .5F, 7, 100, 1, 1}));
+  EXPECT_EQ(Read("1.5.5,12abc,12 34,abc,-,+-1,0x1.8p1,0x,0X10"),
+            (Floats{1.5F, 12, 12, 0, 0, 0, 3, 0, 16}));
+  EXPECT_EQ(Read("inf,-INFINITY,infinite,1e39,-1e999"), (Floats{kInf, -kInf, kInf, kInf, -kInf}));
+  EXPECT_TRUE(SameBits(Read("-0,-1e-999,1.4e-45"), {-0.0F, -0.0F, 1.4e-45F}));
+  for (const char* text : {"nan", "-nan", "NaN(1)"}) EXPECT_TRUE(std::isnan(Read(text)[0])) << text;
+  // Less than half a step above the largest float, and half a step, which rounds to even.
+  EXPECT_EQ(Read("3.4028235677973362e38,-3.4028235677973366e38"),
+            (Floats{std::numeric_limits<float>::max(), -kInf}));
+  // A double in between rounds to a tie first, and that to even.
+  EXPECT_EQ(Read("1.00000005960464477539062500001"), Floats{1});
+}
+
+TEST(TableFile, ManyDecimalNumbersHaveTheBitsOfTheCLibrary) {
+  std::mt19937_64 random(1);
+  std::string text;
+  Floats expected;
+  for (int i = 0; i < 20000; ++i) {
+    char number[64];
+    const double value = std::ldexp(static_cast<double>(random()) / 1e19 - 0.9, i % 256 - 128);
+    std::snprintf(number, sizeof number, i % 2 == 0 ? "%.9g" : "%.17g", value);
+    expected.push_back(static_cast<float>(std::strtod(number, nullptr)));
+    text += std::string(number) + (i % 16 == 15 ? "\n" : ",");
+  }
+  EXPECT_TRUE(SameBits(Read(text), expected));
+}
+
+TEST(TableFile, ACommaLocaleOfTheProcessChangesNothing) {
+  struct Comma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+  };
+  const test::TempDir folder;  // for a German locale of our own: a minimal system has none
+  const std::string make = "localedef -i de_DE -f UTF-8 " + (folder / "de_DE.UTF-8").string();
+  const bool made = std::system((make + " >/dev/null 2>&1").c_str()) == 0;
+  ::setenv("LOCPATH", folder.path().c_str(), 1);
+  const bool set = made && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
+  const Floats values = Read("1.5,-2.25,+1.5, 1.5,0x1.8p0\n");  // plain and unusual notations
+  std::locale::global(before);
+  std::setlocale(LC_ALL, "C");
+  ::unsetenv("LOCPATH");
+  EXPECT_EQ(values, (Floats{1.5F, -2.25F, 1.5F, 1.5F, 1.5F}));
+  if (!set) GTEST_SKIP() << "no German locale could be made; checked with a C++ locale only";
+}
+
+TEST(TableFile, OfTooManyNumbersTheRestIsOnlyCounted) {
+  const test::TempDir folder;
+  Floats values = {7};
+  EXPECT_EQ(ReadTableFile(Write(folder, "t", "1,2,3\n4,5\n"), {}, 3, values).found, 5U);
+  EXPECT_EQ(values, (Floats{7, 1, 2, 3}));
+}
+
+TEST(TableFile, OnlyRegularFilesOfBearableSizeAreRead) {
+  const test::TempDir folder;
+  ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+  std::filesystem::create_symlink("/dev/zero", (folder / "device"));
+  std::filesystem::create_symlink("loop", (folder / "loop"));
+  std::filesystem::create_symlink("nowhere", (folder / "dangling"));
+  std::filesystem::resize_file(Write(folder, "sparse", "1\n"), std::uintmax_t{1} << 30);
+  std::filesystem::permissions(Write(folder, "closed", "1\n"), std::filesystem::perms::none);
+  std::vector<std::string> names = {"fifo", "device", "loop", "dangling", "sparse", "missing", "."};
+  if (::geteuid() != 0) names.emplace_back("closed");  // the administrator may read it
+  Floats values = {7};
+  for (const std::string& name : names) {
+    EXPECT_FALSE(ReadTableFile((folder / name), {}, 10, values).readable) << name;
+  }
+  EXPECT_EQ(values, Floats{7});
+  Write(folder, "table", "5\n");
+  std::filesystem::create_symlink("table", (folder / "link"));
+  EXPECT_TRUE(ReadTableFile((folder / "link"), {}, 10, values).readable) << "links are followed";
+}
+
+}  // namespace
+}  // namespace orliq::lidar

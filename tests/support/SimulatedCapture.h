@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "simulator/PcapWriter.h"
+#include "simulator/Scene.h"
+#include "simulator/Sensor.h"
+#include "support/TempDir.h"
+
+namespace orliq::test {
+
+/// A capture of a simulated Juniq sensor with its check folder, in a folder of its own.
+struct SimulatedCapture {
+  explicit SimulatedCapture(int frames, const sim::SensorOptions& options = {})
+      : capture((dir / "capture.pcap").string()), check_folder((dir / "check").string()) {
+    const auto scene = sim::MakeScene("boxes");
+    const auto sensor = sim::MakeSensor("juniq", options);
+    std::string error;
+    const auto writer = sim::PcapWriter::Create(capture, {}, error);
+    bool ok = writer && sensor->WriteCheckFolder(check_folder, error);
+    for (int i = 0; ok && i < frames; ++i) {
+      for (const sim::Packet& packet : sensor->EncodeFrame(*scene, static_cast<std::uint64_t>(i))) {
+        ok = ok && writer->Write(packet.payload, packet.time_s);
+      }
+    }
+    if (!ok || !writer->Close(error)) throw std::runtime_error("no capture: " + error);
+  }
+
+  TempDir dir;
+  std::string capture;
+  std::string check_folder;
+};
+
+}  // namespace orliq::test

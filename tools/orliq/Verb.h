@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "orliq/Console.h"
+#include "orliq/ExitCode.h"
+
+namespace orliq::cli {
+
+/// One verb of the program: its options and what it does once they are parsed. `run` throws Failure
+/// when it cannot do its work.
+struct Verb {
+  CLI::App* command = nullptr;
+  std::function<ExitCode(Console&)> run;
+};
+
+Verb AddSimulate(CLI::App& app);
+Verb AddInfo(CLI::App& app);
+Verb AddPlay(CLI::App& app);
+
+}  // namespace orliq::cli

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace orliq::sim {
+
+/// One calibration table of a check-parameter folder.
+struct CheckTable {
+  std::string word;           ///< what the file is recognised by, such as "azimuth"
+  std::vector<float> values;  ///< in table order
+  std::size_t per_line = 1;   ///< numbers in a line
+  bool labelled = false;      ///< each line begins with a label field: the word and a line number
+};
+
+/// Writes each table as `word`.csv into `folder`, which is created when missing: comma-separated
+/// numbers, as many digits as bring back every float exactly. A file appears complete or not at
+/// all.
+///
+/// A folder is read by searching the whole path of each file for the words. A folder that has one
+/// of them in its own path would have every file taken for that table, so it is refused.
+///
+/// False, and a line in `error`, when a file cannot be written or the folder is refused.
+[[nodiscard]] bool WriteTables(const std::filesystem::path& folder,
+                               const std::vector<CheckTable>& tables, std::string& error);
+
+}  // namespace orliq::sim

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+namespace orliq::sim {
+
+/// Random numbers that are the same with every compiler and standard library: the engine is fixed
+/// by the language, its distributions are not, so they are made here from whole numbers alone.
+class Random {
+ public:
+  /// Streams of one seed are independent of each other: asking one for more numbers leaves the
+  /// others as they were.
+  Random(std::uint64_t seed, std::uint64_t stream, std::uint64_t frame = 0);
+
+  /// Even over [low, high).
+  double Uniform(double low, double high);
+
+  /// Bell shape of mean 0 and standard deviation 1, within +-6.
+  double Gaussian();
+
+  /// True with this probability.
+  bool Chance(double probability) { return Uniform(0.0, 1.0) < probability; }
+
+ private:
+  std::mt19937_64 engine_;
+};
+
+}  // namespace orliq::sim
