@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 #include <pcap/pcap.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -54,20 +55,23 @@ class Player {
   int Index() {
     int frames = -1;
     ok_ = ok_ && driver_.Start();
-    while (ok_ && !driver_.GetLocalFileStatus(frames)) std::this_thread::yield();
+    while (ok_ && !driver_.GetLocalFileStatus(frames)) Pause();
     return frames;
   }
   void Play(int frame) {
     std::unique_lock<std::mutex> lock(mutex_);
     const std::uint64_t before = frames_;
     lock.unlock();
-    while (!driver_.SetLocalFrame(frame)) std::this_thread::yield();
+    while (!driver_.SetLocalFrame(frame)) Pause();
     lock.lock();
     arrived_.wait(lock, [&] { return frames_ > before; });
   }
   std::uint64_t points() const { return points_; }
 
  private:
+  /// Short against what is measured, long enough to leave the core to the worker.
+  static void Pause() { std::this_thread::sleep_for(std::chrono::microseconds(10)); }
+
   bool ok_ = false;
   std::mutex mutex_;
   std::condition_variable arrived_;

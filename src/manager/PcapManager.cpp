@@ -57,7 +57,7 @@ struct PcapManager<T>::Impl {
   std::function<void(const Error&)> exception_callback;
   std::atomic<bool> abandoned{false};  // the manager was destroyed: no callback any more
 
-  std::vector<std::shared_ptr<FramePosPackage>> frames;  // guarded by mutex
+  std::vector<std::shared_ptr<FramePosPackage>> frames;  // changed by the worker, under mutex
   std::atomic<bool> indexed{false};                      // written by the worker and by Start
   std::atomic<int> requested_frame{kNoFrame};            // written under mutex
   std::atomic<bool> playing{false};                      // written under mutex
@@ -138,10 +138,9 @@ void PcapManager<T>::Impl::IndexRecord() {
   std::uint16_t split_value = 0;
   const bool split =
       decoder->toSplite(buffer->data + buffer->data_offset, buffer->length, split_value);
+  if (!split && !frames.empty()) return;
   const std::lock_guard<std::recursive_mutex> lock(mutex);
-  if (split || frames.empty()) {
-    frames.push_back(std::make_shared<FramePosPackage>(position, split_value));
-  }
+  frames.push_back(std::make_shared<FramePosPackage>(position, split_value));
 }
 
 template <typename T>

@@ -20,8 +20,12 @@ void* operator new(std::size_t size) {
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
 
 namespace orliq::lidar {
 namespace {
@@ -56,7 +60,9 @@ int AllocationsOfFourFrames(bool radius_filter) {
   return allocations;
 }
 
-TEST(Allocations, APacketCostsNone) { EXPECT_EQ(AllocationsOfFourFrames(false), 0); }
+TEST(Allocations, APacketCostsNone) {
+  EXPECT_EQ(AllocationsOfFourFrames(false), 0);
+}
 
 TEST(Allocations, TheRadiusFilterMakesOnePointListAFrame) {
   // The new list has exactly the room of its frame, so the next frame grows it again.

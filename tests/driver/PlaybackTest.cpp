@@ -208,8 +208,7 @@ TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   std::mt19937 random(3);
   for (int i = 0; i < 500; ++i) {
     probe.driver->SetLocalFrame(static_cast<int>(random() % 3));
-    for (auto n = random() % 2000; n > 0; --n)
-      std::atomic_signal_fence(std::memory_order_seq_cst);
+    for (auto n = random() % 2000; n > 0; --n) std::atomic_signal_fence(std::memory_order_seq_cst);
     int frames = 0;
     ASSERT_TRUE(probe.driver->GetLocalFileStatus(frames));  // aborts wherever the worker is
     const std::size_t before = probe.Count();
