@@ -60,8 +60,8 @@ void CloudFilter<T_PointCloud>::Impl::RadiusFilter(T_PointCloud& cloud) {
 
 template <typename T_PointCloud>
 void CloudFilter<T_PointCloud>::Impl::ProcessRow(int row) {
-  if (ScanGrid::HasRow(row))
-    grid.MarkSupported(row, radius, min_neighbours, {mask.data(), registered});
+  if (!ScanGrid::HasRow(row)) return;
+  grid.MarkSupported(row, radius, min_neighbours, {mask.data(), registered});
 }
 
 template <typename T_PointCloud>

@@ -107,7 +107,8 @@ std::uint32_t ScanGrid::FurtherMatches(std::size_t cell, float value, Test test,
 }
 
 /// Among sorted numbers, those that match a finite value stand together around its own place: the
-/// rounded distance from it never falls on the way outward. So two searches count them.
+/// rounded distance from it never falls on the way outward. So two searches count them. For NaN
+/// both come to nothing.
 std::uint32_t ScanGrid::RangeMatches(const Range& range, float value, float radius) const {
   const Entry* const begin = entries_.data() + range.begin;
   const Entry* const end = entries_.data() + range.numbers_end;
@@ -115,7 +116,6 @@ std::uint32_t ScanGrid::RangeMatches(const Range& range, float value, float radi
   if (range.end - range.begin <= kFew) {
     return static_cast<std::uint32_t>(std::count_if(begin, end, match));
   }
-  if (std::isnan(value)) return 0;
 
   const Entry* const middle = std::lower_bound(
       begin, end, value, [](const Entry& point, float v) { return point.value < v; });

@@ -109,10 +109,13 @@ TEST(CloudFilter, SmallScenesComeOutAsWorkedByHand) {
       {"outside the grid goes", 0, {{-1, 0, 1}, {0, -1, 1}, {256, 0, 1}, {0, 256, 1}}, {}},
       {"outside the grid but kept", 1, {{256, 0, 1, true}, {0, -1, 1}}, {0}},
       {"both of a cell count for the next", 2, {{5, 5, 1}, {5, 5, 1}, {6, 5, 1}}, {2}},
+      {"each supports the next cell", 1, {{5, 5, 1}, {5, 5, 1}, {6, 5, 1}}, {0, 1, 2}},
   };
   for (const auto& row : rows) {
     Filter filter(true, 0.5F, row.min_neighbours);
     EXPECT_EQ(Filtered(filter, InOrder(row.frame)), row.left) << row.why;
+    const bool alone_stays = !Filtered(filter, InOrder({{6, 5, 1}})).empty();
+    EXPECT_EQ(alone_stays, row.min_neighbours == 0) << "nothing is left after: " << row.why;
   }
 }
 
@@ -129,7 +132,7 @@ Frame RandomFrame(std::mt19937& random, int span, std::size_t count, bool odd) {
     if (odd && pick(0, 3) == 0) {
       const float values[] = {kNan, kInf, -kInf, -0.0F, 3e38F, -3e38F};
       p.value = values[pick(0, 5)];
-      p.index = pick(-3, static_cast<int>(count) + 3);
+      p.index = pick(0, 1) == 0 ? -1 : pick(-3, static_cast<int>(count) + 3);
     }
     frame.push_back(p);
   }
@@ -144,7 +147,7 @@ TEST(CloudFilter, RandomFramesComeOutAsByThePlainRule) {
   } densities[] = {{40, 1500}, {20, 1500}, {3, 400}};
   for (const auto& [span, count] : densities) {
     for (const float radius : {0.5F, 0.0F, 0.3F, -1.0F, kInf, kNan}) {
-      for (const std::uint32_t min_neighbours : {0U, 1U, 3U, 9U, 60U, ~0U}) {
+      for (const std::uint32_t min_neighbours : {0U, 1U, 3U, 9U, 60U, 105U, ~0U}) {
         Filter filter(true, radius, min_neighbours);
         for (const bool odd : {false, true, false}) {  // the same filter over several frames
           const Frame frame = RandomFrame(random, span, count, odd);
@@ -168,6 +171,13 @@ TEST(CloudFilter, AllPointsInTwoCellsAreStillFilteredQuickly) {
   EXPECT_EQ(left.front(), 10);
   Filter more(true, 0.5F, kHalf - 4);
   EXPECT_TRUE(Filtered(more, frame).empty());
+}
+
+TEST(CloudFilter, EqualInfinitiesHaveNoDistanceThatARadiusCouldHold) {
+  Frame frame;
+  for (int i = 0; i < 40; ++i) frame.push_back({10, 10 + i % 2, i < 4 ? -kInf : kInf});
+  Filter filter(true, kInf, 3);  // the two of the other sign in the next cell do not suffice
+  EXPECT_EQ(Filtered(filter, InOrder(frame)), (std::vector<int>{0, 1, 2, 3}));
 }
 
 constexpr const char* kMismatch = "Error: mask size mismatch\n";
@@ -201,6 +211,9 @@ TEST(CloudFilter, AnEmptyCloudIsReportedAndSpoilsTheNextFrame) {
   EXPECT_EQ(OutputOf(filter, nullptr), Output());
   Register(filter, InOrder({{1, 1, 5}}));
   EXPECT_EQ(OutputOf(filter, Numbered(1)), Output("", kMismatch));
+  Filter::Impl unused(false, 0.5F, 1);
+  unused.UpdateHashMap(1, 1, 0, 5, false);
+  EXPECT_EQ(unused.registered, 0U);
   Filter off(false, 0.5F, 1);
   EXPECT_EQ(OutputOf(off, Numbered(0)), Output());
   EXPECT_EQ(Filtered(off, InOrder({{1, 1, 5}})), std::vector<int>{0});

@@ -113,12 +113,21 @@ TEST(ParamService, EachTableGoesToItsPlaceInTheRecordOfItsModelOnly) {
   }
 }
 
-TEST(ParamService, ModelsWithoutTablesLoadNothingAndListNothing) {
+TEST(ParamService, AcceptedTablesAreCopiedThoughTheFolderFailsAndShortOnesAreNot) {
   const Folder folder;
   folder.Write("azimuth", Times(49152, "1\n"));
   ParamService service;
   EXPECT_FALSE(service.LoadCheckFolder(LidarType::Juniq, folder.path()));
-  EXPECT_EQ(FloatAt(service, LidarType::Juniq, 1), 1) << "accepted although the folder fails";
+  EXPECT_EQ(FloatAt(service, LidarType::Juniq, 1), 1);
+  EXPECT_FALSE(service.LoadCheckFolder(LidarType::Fennix, folder.path()));
+  EXPECT_TRUE(IsZero(service, LidarType::Fennix, 393269));
+}
+
+TEST(ParamService, ModelsWithoutTablesLoadNothingAndListNothing) {
+  const Folder folder;
+  folder.Write("azimuth", "1\n");
+  ParamService service;
+  EXPECT_FALSE(service.LoadCheckFolder(LidarType::Juniq, folder.path()));
   testing::internal::CaptureStdout();
   for (const auto type : {LidarType::Corvik, LidarType::Brantis, LidarType::Kelvane}) {
     EXPECT_FALSE(service.LoadCheckFolder(type, folder.path()));

@@ -50,6 +50,7 @@ TEST(TableFile, FieldsAreSplitAsSpreadsheetsWriteThem) {
       {"a comma at the end opens no field", "1,2,\n3,\n", {}, {1, 2, 3}},
       {"a field between two commas counts", "1,,2\n,\n,,\n", {}, {1, 0, 2, 0, 0, 0}},
       {"an empty line has no field", "\n1\n\n\n2\n", {}, {1, 2}},
+      {"a blank field does not reach into the next line", "1, \n2\n", {}, {1, 0, 2}},
       {"an empty file has none", "", {}, {}},
       {"the last line needs no newline", "1,2\n3", {}, {1, 2, 3}},
       {"carriage returns are trailing text", "1,2\r\n3\r\n,\r\n", {}, {1, 2, 3, 0, 0}},
