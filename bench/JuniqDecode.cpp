@@ -42,7 +42,7 @@ void Decode(benchmark::State& state) {
   check.near_filter[4] = 0.0F;  // the radius filter has its own benchmark
   decoder.UpdateCheckParam(&check);
   const auto cloud = std::make_shared<PointCloud<P>>();
-  decoder.set_point_cloud(cloud);
+  decoder.InstallCloud(cloud);
   decoder.RegisterCallBack([](const orliq::lidar::Error&) {},
                            [&](const std::uint16_t&, const double&) { cloud->points.clear(); });
   for (auto _ : state) {

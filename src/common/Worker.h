@@ -11,7 +11,7 @@ namespace orliq::lidar {
 /// A named thread that an application may stop, restart or abandon from inside its own callbacks.
 ///
 /// Threads: Start, RequestStop, Join and destruction belong to the application's one thread or to
-/// the worker itself; running() may be read from anywhere. Ownership: the thread shares ownership
+/// the worker itself; Running() may be read from anywhere. Ownership: the thread shares ownership
 /// of the object that its body works on, so that object outlives a body whose manager was destroyed
 /// by one of the body's own callbacks.
 class Worker {
@@ -22,7 +22,7 @@ class Worker {
   Worker& operator=(const Worker&) = delete;
 
   /// Starts `body` on a thread called `name` (at most 15 characters); `owner` is kept alive until
-  /// the body has returned. The body must return soon after running() turns false. True at once
+  /// the body has returned. The body must return soon after Running() turns false. True at once
   /// when it runs already; called by the body itself after a stop, the body simply goes on. False
   /// when the system has no thread left.
   bool Start(const char* name, std::shared_ptr<void> owner, std::function<void()> body);
@@ -37,7 +37,7 @@ class Worker {
   /// Lets a body go that destroys its own manager: it ends by itself, with nobody to join it.
   void DetachIfOwnThread();
 
-  bool running() const { return running_; }
+  bool Running() const { return running_; }
   bool OnOwnThread() const { return thread_id_ == std::this_thread::get_id(); }
 
  private:

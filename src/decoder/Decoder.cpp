@@ -80,7 +80,7 @@ double Decoder<T_PointCloud>::GetTimeUTCWithUs(const UTCBlock& utc) {
 
 template <typename T_PointCloud>
 void Decoder<T_PointCloud>::TransformPoint(float& x, float& y, float& z) const {
-  if (transform_enabled()) transform_matrix_.Apply(x, y, z);
+  if (TransformEnabled()) transform_matrix_.Apply(x, y, z);
 }
 
 template <typename T_PointCloud>

@@ -77,13 +77,13 @@ class Decoder {
   void RegisterCallBack(const ErrorCallback& excb, const SplitFrameCallback& split_frame_cb);
   void RegisterIMUCallBack(const std::function<void()>& imu_cb);
 
-  const std::shared_ptr<T_PointCloud>& point_cloud() const { return point_cloud_; }
-  void set_point_cloud(std::shared_ptr<T_PointCloud> cloud) { point_cloud_ = std::move(cloud); }
-  const std::shared_ptr<ImuMsg>& imu_msg() const { return imu_msg_; }
-  void set_imu_msg(std::shared_ptr<ImuMsg> msg) { imu_msg_ = std::move(msg); }
+  const std::shared_ptr<T_PointCloud>& CurrentCloud() const { return point_cloud_; }
+  void InstallCloud(std::shared_ptr<T_PointCloud> cloud) { point_cloud_ = std::move(cloud); }
+  const std::shared_ptr<ImuMsg>& CurrentImuMsg() const { return imu_msg_; }
+  void InstallImuMsg(std::shared_ptr<ImuMsg> msg) { imu_msg_ = std::move(msg); }
 
  protected:
-  bool transform_enabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
+  bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
 
   Trigon trigon_;
   std::shared_ptr<T_PointCloud> point_cloud_;  // being filled; null drops points

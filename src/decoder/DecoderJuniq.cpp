@@ -111,7 +111,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::Gather(const OrliqJuniqMsopBlock* blocks,
   for (std::size_t i = 0; i < count; ++i) {
     const OrliqJuniqMsopBlock& block = blocks[i];
     marker |= IsNewFrame(block.column, block.row);
-    b.position[i] = block.position();
+    b.position[i] = block.Position();
     b.tof[i] = static_cast<std::int32_t>(block.tof);
     b.peak[i] = static_cast<std::int32_t>(block.peak);
     b.width[i] = static_cast<std::int32_t>(block.width);
@@ -160,7 +160,7 @@ void DecoderJuniq<T_PointCloud>::Impl::Locate() {
     b.y[i] = std::fabs(horizontal) * beam.sin_azimuth;
     b.z[i] = b.distance[i] * beam.sin_elevation;
   }
-  if (!owner->transform_enabled()) return;
+  if (!owner->TransformEnabled()) return;
   const ExtrinsicTransform transform = owner->transform_matrix_;
   for (std::size_t i = 0; i < b.count; ++i) transform.Apply(b.x[i], b.y[i], b.z[i]);
 }

@@ -36,7 +36,7 @@ class DecoderJuniq final : public Decoder<T_PointCloud> {
   struct Impl;
 
   /// The working state, for tests of single steps.
-  Impl& impl() { return *impl_; }
+  Impl& State() { return *impl_; }
 
  private:
   std::shared_ptr<Impl> impl_;

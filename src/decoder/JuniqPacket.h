@@ -19,7 +19,7 @@ struct OrliqJuniqMsopBlock {
   Le<3> width;          // numerator of the pulse ratio; its low 16 bits are the intensity
   std::uint8_t unused;
 
-  constexpr std::uint16_t position() const {
+  constexpr std::uint16_t Position() const {
     return static_cast<std::uint16_t>(column + 256 * row);
   }
 };

@@ -48,14 +48,12 @@ void ScanGrid::CountFirst(int row, float radius, Counts& counts) const {
   const float* const above = here - kStride;
   const float* const below = here + kStride;
   for (std::ptrdiff_t c = 0; c < kColumns; ++c) {
-    std::uint32_t count = 0;
-    for (const float* const line : {above, here, below}) {
-      count += Matches(here[c], line[c - 1], radius);
-      count += Matches(here[c], line[c + 1], radius);
-    }
-    count += Matches(here[c], above[c], radius);
-    count += Matches(here[c], below[c], radius);
-    counts[static_cast<std::size_t>(c)] = count;
+    const auto matches = [value = here[c], radius](float other) -> std::uint32_t {
+      return Matches(value, other, radius) ? 1 : 0;
+    };
+    counts[static_cast<std::size_t>(c)] =
+        matches(above[c - 1]) + matches(above[c]) + matches(above[c + 1]) + matches(here[c - 1]) +
+        matches(here[c + 1]) + matches(below[c - 1]) + matches(below[c]) + matches(below[c + 1]);
   }
 }
 

@@ -10,8 +10,9 @@
 namespace orliq::lidar {
 namespace {
 
-constexpr std::size_t kStreamBuffer = 64 * 1024;  // [bytes] fewer system calls than the default
-constexpr long kClassicRecordHeader = 16;         // [bytes] of the classic format
+constexpr std::size_t kStreamBuffer =
+    std::size_t{64} * 1024;                // [bytes] fewer system calls than the default
+constexpr long kClassicRecordHeader = 16;  // [bytes] of the classic format
 
 bool IsRegularFile(const std::string& path) {
   struct stat status = {};

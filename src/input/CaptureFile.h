@@ -25,8 +25,8 @@ class CaptureFile {
 
   /// Reads the next record; false at the end of the file or on a damaged record.
   bool Next();
-  const pcap_pkthdr& record() const { return *record_; }
-  const std::uint8_t* bytes() const { return bytes_; }
+  const pcap_pkthdr& Record() const { return *record_; }
+  const std::uint8_t* Bytes() const { return bytes_; }
 
   /// Offset of the record that Next will read.
   long Position();
@@ -34,7 +34,7 @@ class CaptureFile {
   /// Moves to an offset that Position gave. Clears an earlier end of file.
   void Seek(long position);
 
-  pcap_t* handle() const { return handle_; }
+  pcap_t* Handle() const { return handle_; }
 
  private:
   static constexpr long kUnknown = -1;

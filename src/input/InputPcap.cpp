@@ -9,14 +9,14 @@
 namespace orliq::lidar {
 namespace {
 
-std::string FilterExpression(std::uint16_t port) {
+std::string MakeFilterExpression(std::uint16_t port) {
   return port == 0 ? "(udp)" : "(udp dst port " + std::to_string(port) + ")";
 }
 
 }  // namespace
 
 InputPcap::InputPcap(const InputParam& param)
-    : param_(param), filter_expression_(FilterExpression(param.port)) {}
+    : param_(param), filter_expression_(MakeFilterExpression(param.port)) {}
 
 InputPcap::~InputPcap() {
   pcap_freecode(&filter_program_);
@@ -27,7 +27,7 @@ bool InputPcap::Init() {
   diagnostics::CaptureOpened(param_.pcap_file);
   if (!opened) return false;
   pcap_freecode(&filter_program_);
-  const bool compiled = pcap_compile(file_.handle(), &filter_program_, filter_expression_.c_str(),
+  const bool compiled = pcap_compile(file_.Handle(), &filter_program_, filter_expression_.c_str(),
                                      1, PCAP_NETMASK_UNKNOWN) == 0;
   if (!compiled) filter_program_ = {};
   return true;
@@ -43,16 +43,16 @@ int InputPcap::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& /*size*/, 
     }
   }
   if (!file_.Next()) return -1;
-  const pcap_pkthdr& record = file_.record();
+  const pcap_pkthdr& record = file_.Record();
   const bool matches = filter_program_.bf_insns != nullptr &&
-                       pcap_offline_filter(&filter_program_, &record, file_.bytes()) != 0;
+                       pcap_offline_filter(&filter_program_, &record, file_.Bytes()) != 0;
   const std::uint64_t headers = header_length_ + header_extra_;
   const std::uint64_t present = std::min(record.len, record.caplen);
   if (!matches || !buffer || present < headers) return 0;
 
   const std::uint64_t room = buffer->capacity - std::min(buffer->data_offset, buffer->capacity);
   const std::uint64_t length = std::min(present - headers, room);
-  std::memcpy(buffer->data + buffer->data_offset, file_.bytes() + header_length_, length);
+  std::memcpy(buffer->data + buffer->data_offset, file_.Bytes() + header_length_, length);
   buffer->data_offset = 0;
   buffer->length = length;
   return static_cast<int>(length);

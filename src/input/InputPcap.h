@@ -34,7 +34,7 @@ class InputPcap final : public Input {
   int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                  const bool& remember) override;
 
-  const std::string& filter_expression() const { return filter_expression_; }
+  const std::string& FilterExpression() const { return filter_expression_; }
 
  private:
   InputParam param_;

@@ -98,7 +98,7 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param) {
     return false;
   }
   buffer = std::make_shared<Buffer>();
-  decoder->set_point_cloud(GetPointCloud());
+  decoder->InstallCloud(GetPointCloud());
   return true;
 }
 
@@ -111,7 +111,7 @@ void PcapManager<T>::Impl::Release() {
 
 template <typename T>
 void PcapManager<T>::Impl::ProcessData() {
-  while (worker.running()) {
+  while (worker.Running()) {
     if (!indexed) {
       IndexRecord();
     } else if (!playing) {
@@ -196,17 +196,17 @@ void PcapManager<T>::Impl::CountForeignRecord() {
 template <typename T>
 void PcapManager<T>::Impl::WaitForRequest() {
   std::unique_lock<std::recursive_mutex> lock(mutex);
-  wake.wait(lock, [this] { return playing || !worker.running(); });
+  wake.wait(lock, [this] { return playing || !worker.Running(); });
 }
 
 template <typename T>
 void PcapManager<T>::Impl::SplitFrame(double timestamp) {
-  if (const std::shared_ptr<T> cloud = decoder->point_cloud()) {
+  if (const std::shared_ptr<T> cloud = decoder->CurrentCloud()) {
     cloud->timestamp = timestamp;
-    decoder->set_point_cloud(nullptr);
+    decoder->InstallCloud(nullptr);
     if (put_point_cloud && !abandoned) put_point_cloud(cloud);
   }
-  decoder->set_point_cloud(GetPointCloud());
+  decoder->InstallCloud(GetPointCloud());
 }
 
 template <typename T>
@@ -238,7 +238,7 @@ bool PcapManager<T>::Init(const DriverParam& param) {
 template <typename T>
 bool PcapManager<T>::Start() {
   if (!impl_->input) return false;
-  if (impl_->worker.running()) return true;
+  if (impl_->worker.Running()) return true;
   impl_->worker.Join();
   {
     const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);

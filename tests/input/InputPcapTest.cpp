@@ -69,8 +69,8 @@ TEST_F(CaptureInput, FilterTextIgnoresTheApplicationsLocale) {
     std::string do_grouping() const override { return "\3"; }
   };
   const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
-  EXPECT_EQ(InputPcap(CaptureParam("", 2368)).filter_expression(), "(udp dst port 2368)");
-  EXPECT_EQ(InputPcap(CaptureParam("", 0)).filter_expression(), "(udp)");
+  EXPECT_EQ(InputPcap(CaptureParam("", 2368)).FilterExpression(), "(udp dst port 2368)");
+  EXPECT_EQ(InputPcap(CaptureParam("", 0)).FilterExpression(), "(udp)");
   std::locale::global(before);
 }
 

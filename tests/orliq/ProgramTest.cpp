@@ -108,7 +108,7 @@ TEST_F(Program, PlaysWhatItSimulates) {
   EXPECT_LE(sums["points"], 3 * 49152) << "the radius filter only takes points away";
   EXPECT_GT(sums["non_zero_points"], 49152);
   EXPECT_EQ(sums["files_written"], 3);
-  for (int i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i) {
     const json cloud = sums["clouds"][i];
     EXPECT_EQ(cloud["file"], "f/frame_00000" + std::to_string(i) + ".pcd");
     const std::size_t points_bytes = cloud["points"].get<std::size_t>() * 16;

@@ -23,12 +23,12 @@ struct JuniqProbe {
                                last_rings = rings;
                                cloud()->timestamp = time;
                                frames.push_back(cloud());
-                               decoder.set_point_cloud(std::make_shared<Cloud>());
+                               decoder.InstallCloud(std::make_shared<Cloud>());
                              });
-    decoder.set_point_cloud(std::make_shared<Cloud>());
+    decoder.InstallCloud(std::make_shared<Cloud>());
   }
 
-  std::shared_ptr<Cloud> cloud() { return decoder.point_cloud(); }
+  std::shared_ptr<Cloud> cloud() { return decoder.CurrentCloud(); }
   const std::vector<P>& points() { return cloud()->points; }
   bool Decode(const JuniqPacket& packet, std::uint16_t start = 0) {
     return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);

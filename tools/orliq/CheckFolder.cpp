@@ -37,6 +37,11 @@ std::string WhyRefused(const TableLoad& file) {
          " table needs " + Grouped(file.needed);
 }
 
+std::string WhyDoubtful(const std::string& other, const TableLoad& file) {
+  return other + " and " + file.path + " both count as the " + file.table +
+         " table: remove the one that is not wanted";
+}
+
 /// What is wrong with one table; nothing when one file gives it.
 std::vector<std::string> TableRemarks(const std::string& table,
                                       const std::vector<TableLoad>& files) {
@@ -48,8 +53,7 @@ std::vector<std::string> TableRemarks(const std::string& table,
     seen = true;
     if (!file.accepted) remarks.push_back(WhyRefused(file));
     if (file.accepted && !accepted.empty()) {
-      remarks.push_back(file.path + " and " + accepted + " both count as the " + table +
-                        " table: remove the one that is not wanted");
+      remarks.push_back(WhyDoubtful(accepted, file));
     }
     if (file.accepted) accepted = file.path;
   }
