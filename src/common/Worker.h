@@ -11,9 +11,9 @@ namespace orliq::lidar {
 /// A named thread that an application may stop, restart or abandon from inside its own callbacks.
 ///
 /// Threads: Start, RequestStop, Join and destruction belong to the application's one thread or to
-/// the worker itself; Running() may be read from anywhere. Ownership: the thread shares ownership
-/// of the object that its body works on, so that object outlives a body whose manager was destroyed
-/// by one of the body's own callbacks.
+/// the worker itself; Running() may be read from anywhere.
+/// Ownership: the thread shares ownership of the object that its body works on, so that object
+/// outlives a body whose manager was destroyed by one of the body's own callbacks.
 class Worker {
  public:
   Worker() = default;

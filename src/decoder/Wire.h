@@ -20,7 +20,7 @@ struct Le {
   static_assert(N >= 1 && N <= sizeof(T) && sizeof(T) <= 4);
   std::uint8_t bytes[N];
 
-  constexpr operator T() const {  // NOLINT(google-explicit-constructor): reads like an integer
+  constexpr operator T() const {  // implicit: reads like an integer
     std::uint32_t value = bytes[0];
     // The first two bytes as a number of their own: compilers make one load of them.
     if constexpr (N >= 2) value = static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);

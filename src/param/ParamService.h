@@ -53,8 +53,7 @@ class ParamService {
 
   /// The files of the last LoadCheckFolder in the order of their listing, for telling a user why a
   /// folder fails.
-  // NOLINTNEXTLINE(readability-identifier-naming): an accessor
-  const std::vector<TableLoad>& last_load() const { return last_load_; }
+  const std::vector<TableLoad>& LastLoad() const { return last_load_; }
 
  private:
   std::shared_ptr<Impl> impl_;

@@ -15,12 +15,13 @@ std::atomic<int> allocations{0};
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: the compiler would see malloc meet operator delete, and object.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (counting) ++allocations;
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {

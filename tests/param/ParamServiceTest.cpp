@@ -131,7 +131,7 @@ TEST(ParamService, ModelsWithoutTablesLoadNothingAndListNothing) {
   testing::internal::CaptureStdout();
   for (const auto type : {LidarType::Corvik, LidarType::Brantis, LidarType::Kelvane}) {
     EXPECT_FALSE(service.LoadCheckFolder(type, folder.path()));
-    EXPECT_TRUE(service.last_load().empty());
+    EXPECT_TRUE(service.LastLoad().empty());
   }
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_TRUE(IsZero(service, LidarType::Corvik, 1) && IsZero(service, LidarType::Brantis, 1));
@@ -148,7 +148,7 @@ TEST(ParamService, EachFileIsReportedWithWhatWasFoundAndNeeded) {
   ParamService service;
   EXPECT_FALSE(service.LoadCheckFolder(LidarType::Juniq, folder.path()));
   std::vector<std::string> seen;
-  for (const TableLoad& load : service.last_load()) {
+  for (const TableLoad& load : service.LastLoad()) {
     seen.push_back(load.path.substr(folder.Path("").size()) + " " + load.table + " " +
                    std::to_string(load.found) + "/" + std::to_string(load.needed) +
                    (load.accepted ? " accepted" : "") + (load.readable ? " readable" : ""));

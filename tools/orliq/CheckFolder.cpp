@@ -67,7 +67,7 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
   CheckFolderReport report;
   lidar::ParamService service;
   report.loaded = service.LoadCheckFolder(model.type, folder);
-  const std::string fault = FolderFault(folder, service.last_load());
+  const std::string fault = FolderFault(folder, service.LastLoad());
   if (!fault.empty()) {
     report.remarks = {fault};
     return report;
@@ -80,7 +80,7 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
   }
   for (const std::string& table : TableWords()) {
     if (table == "offset" && model.type != lidar::LidarType::Juniq) continue;
-    const auto remarks = TableRemarks(table, service.last_load());
+    const auto remarks = TableRemarks(table, service.LastLoad());
     report.remarks.insert(report.remarks.end(), remarks.begin(), remarks.end());
   }
   return report;
