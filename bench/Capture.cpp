@@ -55,14 +55,14 @@ class Player {
   int Index() {
     int frames = -1;
     ok_ = ok_ && driver_.Start();
-    while (ok_ && !driver_.GetLocalFileStatus(frames)) Pause();
+    while (ok_ && !driver_.GetLocalFileStatus(frames)) Pause(200);
     return frames;
   }
   void Play(int frame) {
     std::unique_lock<std::mutex> lock(mutex_);
     const std::uint64_t before = frames_;
     lock.unlock();
-    while (!driver_.SetLocalFrame(frame)) Pause();
+    while (!driver_.SetLocalFrame(frame)) Pause(10);
     lock.lock();
     arrived_.wait(lock, [&] { return frames_ > before; });
   }
@@ -70,7 +70,9 @@ class Player {
 
  private:
   /// Short against what is measured, long enough to leave the core to the worker.
-  static void Pause() { std::this_thread::sleep_for(std::chrono::microseconds(10)); }
+  static void Pause(int time_us) {
+    std::this_thread::sleep_for(std::chrono::microseconds(time_us));
+  }
 
   bool ok_ = false;
   std::mutex mutex_;

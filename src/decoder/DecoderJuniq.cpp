@@ -264,7 +264,8 @@ template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::Impl::SplitFrame(const std::uint8_t* pkt,
                                                   std::uint16_t& start) const {
   const std::uint8_t* block = pkt + offsetof(JuniqMsop, blocks);
-  for (std::size_t i = 0; i < owner->const_param_.BLOCKS_PER_PKT; ++i) {
+  const std::size_t count = owner->const_param_.BLOCKS_PER_PKT;
+  for (std::size_t i = 0; i < count; ++i) {
     if (IsNewFrame(block[0], block[1])) {
       start = static_cast<std::uint16_t>(i + 1);
       return true;

@@ -39,7 +39,8 @@ bool CaptureFile::Open(const std::string& path) {
   if (!IsRegularFile(path)) return false;
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return false;
-  std::setvbuf(file, nullptr, _IOFBF, kStreamBuffer);
+  stream_buffer_.resize(kStreamBuffer);
+  std::setvbuf(file, stream_buffer_.data(), _IOFBF, stream_buffer_.size());
   const bool classic = IsClassicFormat(file);
   char error[PCAP_ERRBUF_SIZE];
   handle_ = pcap_fopen_offline(file, error);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace orliq::lidar {
 
@@ -39,6 +40,7 @@ class CaptureFile {
  private:
   static constexpr long kUnknown = -1;
 
+  std::vector<char> stream_buffer_;  // of the file that handle_ owns, so it outlives that
   pcap_t* handle_ = nullptr;
   pcap_pkthdr* record_ = nullptr;
   const std::uint8_t* bytes_ = nullptr;
