@@ -69,7 +69,9 @@ struct ORLIQ_API CalibrationParam {
 
 /// One sensor. `lidar_type` has no default on purpose: 0 is no model and is refused.
 struct ORLIQ_API DriverParam {
-  std::uint32_t param_source = 0;  ///< 0: check parameters from the folder; else from the sensor
+  /// 0: check parameters from the folder; else from the sensor. A capture file always uses the
+  /// folder.
+  std::uint32_t param_source = 0;
   InputType input_type = InputType::Socket;
   LidarType lidar_type = static_cast<LidarType>(0);
   InputParam input_param;

@@ -5,3 +5,6 @@
 /// that appear as template arguments of an exported class carry it too, else the class would be
 /// hidden.
 #define ORLIQ_API __attribute__((visibility("default")))
+
+/// Marks a part of an exported class that stays inside the library.
+#define ORLIQ_LOCAL __attribute__((visibility("hidden")))

@@ -14,7 +14,9 @@ enum ErrorCode : std::uint32_t {
   kErrorPacketIdentifier = 0x42,  ///< packet does not begin with the model's identifier
 };
 
-/// An asynchronous fault, handed to the exception callback: at most one per kind in two seconds.
+/// An asynchronous fault, handed to the exception callback. Reports of a kind are at least two
+/// whole seconds of the wall clock apart, counted over all sensors of a point type; indexing a
+/// capture and decoding count apart.
 struct ORLIQ_API Error {
   std::uint32_t code = 0;   ///< an ErrorCode
   std::uint32_t level = 0;  ///< 1: the packet was dropped, the stream goes on

@@ -56,7 +56,7 @@ struct ORLIQ_API JuniqPoint {
   float y = 0.0F;               ///< [m]
   float z = 0.0F;               ///< [m]
   std::uint16_t intensity = 0;  ///< low 16 bits of `width`
-  std::uint16_t ring = 0;       ///< beam row, 0..191
+  std::uint16_t ring = 0;       ///< beam row, 0..191 of a sound packet
   std::uint16_t row = 0;        ///< beam row again, the high byte of the beam position
   std::uint16_t column = 0;     ///< beam column, the low byte of the beam position
   std::uint16_t aux = 0;        ///< auxiliary word of the block, as received

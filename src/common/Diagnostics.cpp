@@ -2,6 +2,7 @@
 #include "common/Diagnostics.h"
 
 #include <iostream>
+#include <locale>
 #include <sstream>
 
 namespace orliq::lidar::diagnostics {

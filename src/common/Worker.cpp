@@ -3,7 +3,6 @@
 
 #include <pthread.h>
 
-#include <system_error>
 #include <utility>
 
 namespace orliq::lidar {
@@ -23,16 +22,20 @@ bool Worker::Start(const char* name, std::shared_ptr<void> owner, std::function<
   Join();
   running_ = true;
   try {
+    const std::lock_guard<std::mutex> not_yet(starting_);
     thread_ = std::thread([this, name, owner = std::move(owner), body = std::move(body)] {
+      // The body's callbacks may end this very object: not before Start has stored the thread.
+      { const std::lock_guard<std::mutex> stored(starting_); }
       thread_id_ = std::this_thread::get_id();
       pthread_setname_np(pthread_self(), name);
       body();
       thread_id_ = std::thread::id();
     });
-  } catch (const std::system_error&) {
+  } catch (...) {  // no thread or no memory left
     running_ = false;
+    return false;
   }
-  return running_;
+  return true;
 }
 
 void Worker::Join() {

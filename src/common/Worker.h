@@ -4,6 +4,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace orliq::lidar {
@@ -24,7 +25,7 @@ class Worker {
   /// Starts `body` on a thread called `name` (at most 15 characters); `owner` is kept alive until
   /// the body has returned. The body must return soon after Running() turns false. True at once
   /// when it runs already; called by the body itself after a stop, the body simply goes on. False
-  /// when the system has no thread left.
+  /// when the system has no thread or no memory left.
   bool Start(const char* name, std::shared_ptr<void> owner, std::function<void()> body);
 
   /// Asks the body to return; does not wait.
@@ -43,8 +44,8 @@ class Worker {
  private:
   std::atomic<bool> running_{false};
   std::atomic<std::thread::id> thread_id_{std::thread::id()};
-  std::thread
-      thread_;  // touched by the application's thread, or by the worker after its owner left
+  std::mutex starting_;  // held until thread_ names the new thread
+  std::thread thread_;   // the application's, or the worker's once its owner has left
 };
 
 }  // namespace orliq::lidar

@@ -32,8 +32,8 @@ struct BeamAngles {
 };
 
 /// The beams of a sensor, for every value that the two position bytes of a block can have;
-/// positions beyond the calibration tables included, so that a look-up needs no test. The rows of a
-/// column are fired together, so they stand together in memory.
+/// positions beyond the calibration tables included, so that a look-up needs no test. A packet
+/// mostly holds rows of one column, so these stand together in memory.
 class BeamTable {
  public:
   static constexpr std::size_t kPositions = 65536;

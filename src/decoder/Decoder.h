@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "decoder/DecoderConstParam.h"
 #include "decoder/ExtrinsicTransform.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <locale>
 #include <sstream>
 
 #include "common/Diagnostics.h"
@@ -17,8 +18,8 @@ namespace orliq::lidar {
 namespace {
 
 constexpr float METRES_PER_UNIT = 0.14989623F;        // [m] half the light path of a nanosecond
-constexpr std::uint8_t MARKER_COLUMN = 0x7F;          // position of the last beam of a frame
-constexpr std::uint8_t MARKER_ROW = 0xBF;             //
+constexpr std::uint8_t MARKER_COLUMN = 0x7F;          // beam position of the frame marker block
+constexpr std::uint8_t MARKER_ROW = 0xBF;             // likewise
 constexpr int FIRST_RIGHT_COLUMN = 128;               // columns below it have near_filter[8]
 constexpr std::uint32_t FORCED_FRAME_POINTS = 99999;  // bounds a frame whose marker was lost
 constexpr std::uint32_t GROUP_BLOCKS = 256;           // blocks that share one time stamp
@@ -71,11 +72,11 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
   if (frame_time == 0.0) frame_time = packet_time;
 
   const bool marker = DecodeBlocks(msop, start, packet_time);
-  if (!marker && frame_point_count > FORCED_FRAME_POINTS) CloseFrame();
+  if (!marker && frame_point_count > FORCED_FRAME_POINTS) CloseFrame(frame_time);
   if (marker && owner->split_frame_cb_) {
-    if (filter && owner->point_cloud_) filter->RadiusFilter(owner->point_cloud_);
+    if (filter) filter->RadiusFilter(owner->point_cloud_);
     StoreHeader(msop);
-    CloseFrame();
+    CloseFrame(frame_time);
   }
   DecodeImu(msop, packet_time);
   return marker;
@@ -231,8 +232,8 @@ void DecoderJuniq<T_PointCloud>::Impl::StoreHeader(const JuniqMsop& msop) const 
 }
 
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::CloseFrame() {
-  owner->split_frame_cb_(owner->const_param_.LASER_NUM, frame_time);
+void DecoderJuniq<T_PointCloud>::Impl::CloseFrame(double timestamp) {
+  owner->split_frame_cb_(owner->const_param_.LASER_NUM, timestamp);
   group_time = 0.0;
   frame_time = 0.0;
   frame_point_count = 0;
@@ -370,7 +371,7 @@ bool DecoderJuniq<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::
 
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+  impl_->CloseFrame(0.0);
 }
 
 template <typename T_PointCloud>

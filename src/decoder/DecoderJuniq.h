@@ -10,7 +10,7 @@
 namespace orliq::lidar {
 
 /// Decoder of the Juniq sensor: 192 x 256 beam positions with calibrated directions, 64 returns a
-/// packet, a frame marker on the last beam, an inertial unit.
+/// packet, a frame marker block, an inertial unit.
 ///
 /// A cloud holds one point per decoded block, so the place of a point in the cloud is a stable
 /// function of the order of the blocks: returns outside the limits stay, at the origin. Only the

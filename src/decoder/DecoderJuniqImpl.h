@@ -27,6 +27,9 @@ struct DecoderJuniq<T_PointCloud>::Impl {
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
   bool SplitFrame(const std::uint8_t* pkt, std::uint16_t& start) const;
+
+  /// Hands the frame out with its time [s] and begins the next one.
+  void CloseFrame(double timestamp);
   void UpdateCheckParam(const OffsetCheckParam& param);
 
   /// True for the block that ends a frame.
@@ -71,7 +74,6 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   void MakePoints(const OrliqJuniqMsopBlock* blocks, double packet_time);
   void Push(bool plain);
   void StoreHeader(const JuniqMsop& msop) const;
-  void CloseFrame();
   void DecodeImu(const JuniqMsop& msop, double packet_time);
 };
 

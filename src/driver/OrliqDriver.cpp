@@ -20,19 +20,25 @@ std::shared_ptr<orliq::lidar::DriverManager<T>> CreateManager(orliq::lidar::Inpu
 
 template <typename T>
 struct OrliqDriver<T>::Impl {
-  ~Impl() {
+  ~Impl() { Release(); }
+
+  void Release() {
+    // Stopped even where a call that is under way elsewhere keeps the manager a little longer.
     if (manager) manager->Stop();
     manager.reset();
   }
 
+  /// The new manager is installed once it works: its first call of the provider may come back here.
   bool InitDriver(const orliq::lidar::DriverParam& param) {
-    manager.reset();
-    manager = CreateManager<T>(param.input_type);
-    if (!manager) return false;
-    manager->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
-    manager->RegisterImuCallBack(put_imu, get_imu);
-    manager->RegisterExceptionCallBack(exception_callback);
-    return manager->Init(param);
+    Release();
+    const auto created = CreateManager<T>(param.input_type);
+    if (!created) return false;
+    created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
+    created->RegisterImuCallBack(put_imu, get_imu);
+    created->RegisterExceptionCallBack(exception_callback);
+    if (!created->Init(param) || manager) return false;
+    manager = created;
+    return true;
   }
 
   std::shared_ptr<orliq::lidar::DriverManager<T>> manager;
@@ -69,40 +75,41 @@ void OrliqDriver<T>::RegisterExceptionCallBack(const ExceptionCallback& callback
 
 template <typename T>
 bool OrliqDriver<T>::InitDriver(const orliq::lidar::DriverParam& param) {
-  bool initialised = false;
+  const auto keep = impl;  // the provider may destroy the driver
   try {
-    initialised = impl->InitDriver(param);
+    return keep->InitDriver(param);
   } catch (...) {
     // A provider threw, or memory ran out: the same as any other source that cannot be opened.
-    initialised = false;
+    return false;
   }
-  if (!initialised) impl->manager.reset();
-  return initialised;
 }
 
 template <typename T>
 bool OrliqDriver<T>::Start() {
-  return impl->manager && impl->manager->Start();
+  const auto manager = impl->manager;  // a callback may replace it meanwhile
+  return manager && manager->Start();
 }
 
 template <typename T>
 void OrliqDriver<T>::Stop() {
-  if (impl->manager) impl->manager->Stop();
+  if (const auto manager = impl->manager) manager->Stop();
 }
 
 template <typename T>
 void OrliqDriver<T>::UpdateTransform(const orliq::lidar::TransformParam& transform) {
-  if (impl->manager) impl->manager->UpdateTransform(transform);
+  if (const auto manager = impl->manager) manager->UpdateTransform(transform);
 }
 
 template <typename T>
 bool OrliqDriver<T>::SetLocalFrame(const int& frame) {
-  return impl->manager && impl->manager->PlayLocalFileFrame(frame);
+  const auto manager = impl->manager;
+  return manager && manager->PlayLocalFileFrame(frame);
 }
 
 template <typename T>
 bool OrliqDriver<T>::GetLocalFileStatus(int& status) {
-  return impl->manager && impl->manager->GetLocalFileStatus(status);
+  const auto manager = impl->manager;
+  return manager && manager->GetLocalFileStatus(status);
 }
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class OrliqDriver<CLOUD>;

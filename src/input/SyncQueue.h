@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <utility>
 
 namespace orliq::lidar {
 

@@ -48,7 +48,8 @@ struct PcapManager<T>::Impl {
   void EndOfFile();
   void CountForeignRecord();
   void WaitForRequest();
-  void SplitFrame(double timestamp);
+  void SplitFrame(const unsigned short& rings, const double& timestamp);
+  void ErrorException(const Error& error);
   std::shared_ptr<T> GetPointCloud();
 
   // The application's callbacks, taken over by Init: the manager may be gone before the worker is.
@@ -83,11 +84,10 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param) {
   Release();
   decoder = DecoderFactory<T>::CreateDecoder(param.lidar_type, param.decoder_param);
   if (!decoder) return false;
-  decoder->RegisterCallBack(
-      [this](const Error& error) {
-        if (exception_callback && !abandoned) exception_callback(error);
-      },
-      [this](const unsigned short& /*rings*/, const double& timestamp) { SplitFrame(timestamp); });
+  decoder->RegisterCallBack([this](const Error& error) { ErrorException(error); },
+                            [this](const unsigned short& rings, const double& timestamp) {
+                              SplitFrame(rings, timestamp);
+                            });
   param_service = std::make_shared<ParamService>();
   if (param_service->LoadCheckFolder(param.lidar_type, param.calibration_param.check_folder)) {
     decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
@@ -190,7 +190,9 @@ void PcapManager<T>::Impl::EndOfFile() {
 
 template <typename T>
 void PcapManager<T>::Impl::CountForeignRecord() {
-  if (++foreign_records % kForeignRecordsPerPause == 0) std::this_thread::sleep_for(kPause);
+  if (++foreign_records < kForeignRecordsPerPause) return;
+  foreign_records = 0;
+  std::this_thread::sleep_for(kPause);
 }
 
 template <typename T>
@@ -200,13 +202,18 @@ void PcapManager<T>::Impl::WaitForRequest() {
 }
 
 template <typename T>
-void PcapManager<T>::Impl::SplitFrame(double timestamp) {
+void PcapManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
   if (const std::shared_ptr<T> cloud = decoder->CurrentCloud()) {
     cloud->timestamp = timestamp;
     decoder->InstallCloud(nullptr);
     if (put_point_cloud && !abandoned) put_point_cloud(cloud);
   }
   decoder->InstallCloud(GetPointCloud());
+}
+
+template <typename T>
+void PcapManager<T>::Impl::ErrorException(const Error& error) {
+  if (exception_callback && !abandoned) exception_callback(error);
 }
 
 template <typename T>
@@ -229,10 +236,12 @@ PcapManager<T>::~PcapManager() {
 
 template <typename T>
 bool PcapManager<T>::Init(const DriverParam& param) {
+  Stop();
   impl_->get_point_cloud = this->get_point_cloud;
   impl_->put_point_cloud = this->put_point_cloud;
   impl_->exception_callback = this->exception_callback;
-  return impl_->Init(param);
+  const auto keep = impl_;  // the provider may end the manager
+  return keep->Init(param);
 }
 
 template <typename T>

@@ -114,7 +114,8 @@ class TableText {
     char* const stop = std::find_if(next_, end_, IsFieldEnd);
     const char separator = *stop;
     *stop = '\0';
-    const double number = ::strtod_l(next_, nullptr, locale);
+    // Without memory for a locale, 0 as for text that is no number.
+    const double number = locale == nullptr ? 0.0 : ::strtod_l(next_, nullptr, locale);
     *stop = separator;
     next_ = stop;
     return number;
