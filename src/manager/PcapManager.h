@@ -31,8 +31,9 @@ class PcapManager final : public DriverManager<T> {
   bool GetLocalFileStatus(int& status) override;
 
   /// Accepts a request for frame `index`. False while indexing, while a frame plays, or for an
-  /// index outside the file. Every accepted request ends in a cloud, unless GetLocalFileStatus ends
-  /// it.
+  /// index outside the file. An accepted request ends in a cloud, unless GetLocalFileStatus
+  /// or Stop comes first or the provider had none to fill. Start drops the request of a stopped
+  /// manager.
   bool PlayLocalFileFrame(const int& index) override;
 
  private:
