@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <limits>
 
@@ -23,14 +24,8 @@ TEST(Trigon, EveryEntryIsTheFloatOfTheDoubleFunction) {
 }
 
 TEST(Trigon, KnowsWhichAnglesItHolds) {
-  const int limits[] = {-18001,
-                        -18000,
-                        44999,
-                        45000,
-                        std::numeric_limits<int>::max(),
-                        std::numeric_limits<int>::min()};
-  const bool held[] = {false, true, true, false, false, false};
-  for (int i = 0; i < 6; ++i) EXPECT_EQ(Trigon::Holds(limits[i]), held[i]) << limits[i];
+  for (const int held : {-18000, 44999}) EXPECT_TRUE(Trigon::Holds(held));
+  for (const int beyond : {-18001, 45000, INT_MAX, INT_MIN}) EXPECT_FALSE(Trigon::Holds(beyond));
 }
 
 TEST(BeamTable, TableAnglesTruncateInDoubleAndSaturate) {
@@ -38,10 +33,10 @@ TEST(BeamTable, TableAnglesTruncateInDoubleAndSaturate) {
   EXPECT_EQ(TableAngle(30.0F, -100.0), -3000);
   EXPECT_EQ(TableAngle(-59.37F, -100.0), 5936) << "59.3699989 truncates, it does not round";
   EXPECT_EQ(TableAngle(8.2F, 100.0), 819) << "a float product would give 820";
-  EXPECT_EQ(TableAngle(inf, 100.0), std::numeric_limits<int>::max());
-  EXPECT_EQ(TableAngle(1e30F, -100.0), std::numeric_limits<int>::min());
+  EXPECT_EQ(TableAngle(inf, 100.0), INT_MAX);
+  EXPECT_EQ(TableAngle(1e30F, -100.0), INT_MIN);
   EXPECT_EQ(TableAngle(std::nanf(""), 100.0), 0);
-  EXPECT_EQ(CentidegreesToDegrees(5937), 59.37F) << "the gate's own literal";
+  EXPECT_EQ(CentidegreesToDegrees(-1201), -12.01F) << "a float product would miss the literal";
 }
 
 }  // namespace

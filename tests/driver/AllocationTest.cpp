@@ -65,9 +65,8 @@ TEST(Allocations, APacketCostsNone) {
   EXPECT_EQ(AllocationsOfFourFrames(false), 0);
 }
 
-TEST(Allocations, TheRadiusFilterMakesOnePointListAFrame) {
-  // The new list has exactly the room of its frame, so the next frame grows it again.
-  EXPECT_LE(AllocationsOfFourFrames(true), 4 * 2);
+TEST(Allocations, NeitherDoesTheRadiusFilter) {
+  EXPECT_EQ(AllocationsOfFourFrames(true), 0);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <random>
 #include <stdexcept>
 
+#include "common/WallClock.h"
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
@@ -44,18 +45,17 @@ std::vector<std::pair<int, int>> Runs(const PointCloud<Point>& cloud) {
   return runs;
 }
 
+std::atomic<int> test_tick{1};
+
 class PlaybackTest : public testing::Test {
  protected:
   std::string Write(const CaptureBuilder& capture) { return capture.Write(dir_ / "capture.pcap"); }
 
   /// Three frames: marker in block 10 of packet 2 and in the last block of packet 4.
   std::string ThreeFrames() {
-    return Write(CaptureBuilder()
-                     .Udp(Tagged(1).payload())
-                     .Udp(Tagged(2, 10).payload())
-                     .Udp(Tagged(3).payload())
-                     .Udp(Tagged(4, 63).payload())
-                     .Udp(Tagged(5).payload()));
+    CaptureBuilder capture;
+    return Write(
+        capture.Udp(Tagged(1)).Udp(Tagged(2, 10)).Udp(Tagged(3)).Udp(Tagged(4, 63)).Udp(Tagged(5)));
   }
   TempDir dir_;
 };
@@ -80,8 +80,7 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
 TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
   Probe probe;
   CaptureBuilder capture;
-  capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63).payload());
-  capture.Udp(Tagged(3, 5).payload()).Udp(Tagged(4).payload());
+  capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63)).Udp(Tagged(3, 5)).Udp(Tagged(4));
   ASSERT_EQ(probe.Open(Write(capture)), 3);
   EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(2, 64)));
   EXPECT_THAT(Runs(*probe.Play(1)), ElementsAre(std::pair(3, 64)));
@@ -91,14 +90,11 @@ TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
 TEST_F(PlaybackTest, ForeignRecordsAreSkippedWhereverTheyStand) {
   Probe probe;
   CaptureBuilder capture;
-  const auto foreign = [&capture] {
-    for (int i = 0; i < 2500; ++i) capture.Udp({1, 2, 3}, 53);
-  };
-  foreign();
-  capture.Udp(Tagged(1).payload());
-  foreign();
-  capture.Udp(Tagged(2, 63).payload());
-  foreign();
+  for (int i = 0; i < 7500; ++i) {
+    if (i == 2500) capture.Udp(Tagged(1));
+    if (i == 5000) capture.Udp(Tagged(2, 63));
+    capture.Udp(Bytes{1, 2, 3}, 53);
+  }
   ASSERT_EQ(probe.Open(Write(capture)), 2);
   EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(1, 64), std::pair(2, 64)));
   EXPECT_TRUE(probe.Play(1)->points.empty());
@@ -153,6 +149,10 @@ TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
   ASSERT_TRUE(probe.driver->Start());
   EXPECT_EQ(probe.Indexed(), 4) << "the frame that begins in packet 4 is listed once more";
   EXPECT_THAT(Runs(*probe.Play(3)), ElementsAre(std::pair(5, 64)));
+  probe.driver->Stop();
+  EXPECT_TRUE(probe.driver->SetLocalFrame(0)) << "accepted, but nobody is there to play it";
+  ASSERT_TRUE(probe.driver->Start() && probe.Request(1) && probe.WaitFor(3));
+  EXPECT_EQ(probe.frames[2]->points.size(), 181U) << "forgotten by the restart";
 }
 
 TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
@@ -170,17 +170,14 @@ TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
 TEST_F(PlaybackTest, ACallbackMayAskForStatusAndFramesAtAnyMoment) {
   Probe probe;
   CaptureBuilder capture;  // the first packet of frame 1 ends it as well
-  capture.Udp(Tagged(1, 10).Block(40, kMarker).payload()).Udp(Tagged(2, 63).payload());
-  std::vector<bool> accepted;
+  capture.Udp(Tagged(1, 10).Block(40, kMarker)).Udp(Tagged(2, 63));
   probe.on_frame = [&] {
     int frames = 0;
-    accepted.push_back(probe.driver->SetLocalFrame(0));
-    accepted.push_back(probe.driver->GetLocalFileStatus(frames) && frames == 2);
+    EXPECT_FALSE(probe.driver->SetLocalFrame(0)) << "its own frame still plays";
+    EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames) && frames == 2);
   };
   ASSERT_EQ(probe.Open(Write(capture)), 2);
-  ASSERT_NE(probe.Play(1), nullptr);
-  EXPECT_THAT(accepted, ElementsAre(false, true)) << "refused: its own frame still plays";
-  ASSERT_NE(probe.Play(0), nullptr);
+  for (const int frame : {1, 0}) ASSERT_NE(probe.Play(frame), nullptr);
 }
 
 TEST_F(PlaybackTest, EveryAcceptedRequestEndsInACloudUnderAHailOfRequests) {
@@ -189,13 +186,9 @@ TEST_F(PlaybackTest, EveryAcceptedRequestEndsInACloudUnderAHailOfRequests) {
   std::atomic<std::size_t> accepted{0};
   std::atomic<bool> done{false};
   std::thread other([&] {
-    while (!done) {
-      if (probe.driver->SetLocalFrame(1)) ++accepted;
-    }
+    while (!done) accepted += probe.driver->SetLocalFrame(1) ? 1 : 0;
   });
-  for (int i = 0; i < 300; ++i) {
-    if (probe.Request(i % 3)) ++accepted;
-  }
+  for (int i = 0; i < 300; ++i) accepted += probe.Request(i % 3) ? 1 : 0;
   done = true;
   other.join();
   EXPECT_TRUE(probe.WaitFor(accepted));
@@ -218,24 +211,17 @@ TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
 }
 
 TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
-  OrliqDriver<PointCloud<Point>> driver;
-  std::atomic<int> delivered{0};
-  driver.RegisterPointCloudCallBack([&](std::shared_ptr<PointCloud<Point>>) { ++delivered; },
-                                    nullptr);
+  Probe probe;
+  probe.driver->RegisterPointCloudCallBack([&](auto) { ADD_FAILURE(); }, nullptr);
   const std::string path = ThreeFrames();
   testing::internal::CaptureStdout();
-  ASSERT_TRUE(driver.InitDriver(Probe::Param(path)));
-  ASSERT_TRUE(driver.Start());
-  int frames = 0;
-  ASSERT_TRUE(Eventually([&] { return driver.GetLocalFileStatus(frames); }));
-  driver.SetLocalFrame(0);
-  ASSERT_TRUE(Eventually([&] { return driver.SetLocalFrame(-1) || driver.SetLocalFrame(1); }));
-  driver.Stop();
+  ASSERT_EQ(probe.Open(path), 3);
+  for (int i = 0; i < 2; ++i) ASSERT_TRUE(probe.Request(0));  // the second once the first is over
+  probe.driver->Stop();
   const std::string yellow = "\033[1m\033[33mError:Get point cloud call back is nullptr!\033[0m\n";
   EXPECT_THAT(testing::internal::GetCapturedStdout(),
               testing::StartsWith("type:64\npcap_file:" + path + "\n" + yellow +
                                   "\033[1m\033[32mpcap file is load finished!\033[0m\n" + yellow));
-  EXPECT_EQ(delivered, 0);
 }
 
 TEST_F(PlaybackTest, AProviderThatReturnsNothingOnceCostsOneFrame) {
@@ -250,8 +236,6 @@ TEST_F(PlaybackTest, AProviderThatReturnsNothingOnceCostsOneFrame) {
   EXPECT_EQ(probe.frames[1]->points.size(), 181U);
 }
 
-// --- The driver's own life cycle -----------------------------------------------------------------
-
 TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOneWorks) {
   Probe probe;
   const std::string good = ThreeFrames();
@@ -261,17 +245,14 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
   EXPECT_FALSE(probe.driver->Start() || probe.driver->SetLocalFrame(0) ||
                probe.driver->GetLocalFileStatus(frames));
   EXPECT_EQ(frames, 4711);
-  DriverParam wrong_model = Probe::Param(good);
-  wrong_model.lidar_type = static_cast<LidarType>(0x22);
-  DriverParam wrong_source = Probe::Param(good);
-  wrong_source.input_type = static_cast<InputType>(2);
-  DriverParam live = Probe::Param(good);
-  live.input_type = InputType::Socket;
-  for (const DriverParam& bad :
-       {wrong_model, wrong_source, live, Probe::Param((dir_ / "missing").string())}) {
+  std::vector<DriverParam> bad(4, Probe::Param(good));
+  bad[0].lidar_type = static_cast<LidarType>(0x22);
+  bad[1].input_type = static_cast<InputType>(2);
+  bad[2].input_type = InputType::Socket;
+  bad[3].input_param.pcap_file += "-missing";
+  for (const DriverParam& param : bad) {
     ASSERT_EQ(probe.Open(good), 3);
-    EXPECT_FALSE(probe.driver->InitDriver(bad));
-    EXPECT_FALSE(probe.driver->Start());
+    EXPECT_FALSE(probe.driver->InitDriver(param) || probe.driver->Start());
     EXPECT_FALSE(probe.driver->GetLocalFileStatus(frames)) << "the earlier manager is gone as well";
   }
   auto provider = probe.provider;
@@ -283,36 +264,72 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
 
 TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
   const std::string path = ThreeFrames();
-  for (const int action : {0, 1, 2, 3}) {
-    Probe probe;
-    std::promise<void> done;
-    std::atomic<bool> first{true};
-    probe.on_frame = [&] {
-      if (!first.exchange(false)) return;
-      if (action == 0) probe.driver->Stop();
-      if (action == 1) {
-        EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
-      }
-      if (action == 2) probe.driver.reset();
-      if (action == 3) {
+  const std::function<void(Probe&)> actions[] = {
+      [](Probe& probe) { probe.driver->Stop(); },
+      [&](Probe& probe) { EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path))); },
+      [](Probe& probe) {
         probe.driver->Stop();
         EXPECT_TRUE(probe.driver->Start()) << "the thread goes on and indexes again";
-      }
+      },
+      [](Probe& probe) { probe.driver.reset(); }};
+  for (const auto& action : actions) {
+    Probe probe;
+    std::promise<void> done;
+    probe.on_frame = [&, first = true]() mutable {
+      if (!std::exchange(first, false)) return;
+      action(probe);
       done.set_value();
     };
     ASSERT_EQ(probe.Open(path), 3);
     ASSERT_TRUE(probe.Request(0));
     done.get_future().wait();
-    if (!probe.driver) {
-      // The thread has nobody to join it: its last act on the probe is to count the frame.
-      ASSERT_TRUE(probe.WaitFor(1));
-      continue;
-    }
+    // Without its driver the thread has nobody to join it: it counts the frame as its last act.
     ASSERT_TRUE(probe.WaitFor(1));
+    if (!probe.driver) continue;
     ASSERT_TRUE(probe.driver->Start());
     EXPECT_GE(probe.Indexed(), 3);
     EXPECT_NE(probe.Play(0), nullptr);
   }
+}
+
+TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
+  const std::string path = ThreeFrames();
+  for (const bool destroy : {false, true}) {
+    Probe probe;
+    probe.provider = [&, first = true]() mutable {
+      if (std::exchange(first, false)) {
+        if (destroy) {
+          probe.driver.reset();
+        } else {
+          EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
+        }
+      }
+      return std::make_shared<PointCloud<Point>>();
+    };
+    const bool outer = probe.driver->InitDriver(Probe::Param(path));
+    if (destroy) continue;
+    EXPECT_FALSE(outer) << "the inner one stands";
+    EXPECT_TRUE(probe.driver->Start());
+    EXPECT_NE(probe.Play(0), nullptr);
+  }
+}
+
+TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
+  const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
+  SetWallClockForTesting([] { return std::time(nullptr) + 4 * test_tick++; });  // no report is held
+  for (int i = 0; i < 100; ++i) {
+    OrliqDriver<PointCloud<Point>> driver;
+    std::promise<void> replaced;
+    driver.RegisterExceptionCallBack([&, first = true](const Error&) mutable {
+      if (!std::exchange(first, false)) return;
+      EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
+      replaced.set_value();
+    });
+    EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
+    EXPECT_TRUE(driver.Start());
+    ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
+  }
+  SetWallClockForTesting(nullptr);
 }
 
 using PlaybackDeathTest = PlaybackTest;

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include "support/JuniqPacket.h"
 
 namespace orliq::test {
 
@@ -25,28 +28,26 @@ class CaptureBuilder {
     bytes_.insert(bytes_.end(), frame.begin(), frame.end());
     return *this;
   }
-  CaptureBuilder& Udp(const Bytes& payload, std::uint16_t port = 2368) {
+  CaptureBuilder& Udp(const Bytes& payload, unsigned port = 2368) {
     return Record(Frame(payload, port));
   }
+  CaptureBuilder& Udp(const JuniqPacket& packet) { return Udp(packet.payload()); }
 
   /// Ethernet, IPv4 and UDP headers around the payload; `protocol` 6 makes it TCP.
-  static Bytes Frame(const Bytes& payload, std::uint16_t port, std::uint8_t protocol = 17) {
-    Bytes frame(12, 0x02);
-    const auto be16 = [&frame](std::size_t value) {
-      frame.push_back(static_cast<std::uint8_t>(value >> 8));
-      frame.push_back(static_cast<std::uint8_t>(value));
+  static Bytes Frame(const Bytes& payload, unsigned port, std::uint8_t protocol = 17) {
+    Bytes frame = {
+        2,    2,   2, 2,   2,   2,   2, 2,   2,  2,        2, 2, 8, 0,  // MAC, IPv4 follows
+        0x45, 0,   0, 0,   0,   0,   0, 0,   64, protocol, 0, 0,        // 20 bytes of IP
+        192,  168, 1, 200, 192, 168, 1, 102, 9,  0x40,     0, 0, 0, 0, 0, 0};
+    const auto put = [&frame](std::size_t at, std::size_t value) {
+      frame[at] = static_cast<std::uint8_t>(value >> 8);
+      frame[at + 1] = static_cast<std::uint8_t>(value);
     };
-    be16(0x0800);
-    const Bytes ip = {0x45, 0};
-    frame.insert(frame.end(), ip.begin(), ip.end());
-    be16(28 + payload.size());
-    const Bytes rest = {0, 0, 0, 0, 64, protocol, 0, 0, 192, 168, 1, 200, 192, 168, 1, 102};
-    frame.insert(frame.end(), rest.begin(), rest.end());
-    be16(2368);
-    be16(port);
-    be16(8 + payload.size());
-    be16(0);
-    frame.insert(frame.end(), payload.begin(), payload.end());
+    put(16, 28 + payload.size());
+    put(36, port);
+    put(38, 8 + payload.size());
+    frame.resize(42 + payload.size());
+    std::copy(payload.begin(), payload.end(), frame.begin() + 42);
     return frame;
   }
 
@@ -56,7 +57,7 @@ class CaptureBuilder {
                static_cast<std::streamsize>(bytes_.size()));
     return path.string();
   }
-  const Bytes& bytes() const { return bytes_; }
+  Bytes& bytes() { return bytes_; }
 
  private:
   CaptureBuilder& Le16(std::uint32_t value) {

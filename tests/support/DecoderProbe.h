@@ -25,6 +25,7 @@ struct JuniqProbe {
                                frames.push_back(cloud());
                                decoder.InstallCloud(std::make_shared<Cloud>());
                              });
+    decoder.RegisterIMUCallBack([this] { samples.push_back(*decoder.CurrentImuMsg()); });
     decoder.InstallCloud(std::make_shared<Cloud>());
   }
 
@@ -39,6 +40,7 @@ struct JuniqProbe {
   std::unique_ptr<lidar::OffsetCheckParam> check;
   std::vector<lidar::Error> errors;
   std::vector<std::shared_ptr<Cloud>> frames;
+  std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;
 };
 

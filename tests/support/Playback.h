@@ -33,14 +33,18 @@ struct Playback {
 
   Playback() {
     driver = std::make_unique<OrliqDriver<Cloud>>();
-    driver->RegisterPointCloudCallBack([this](std::shared_ptr<Cloud> cloud) { Put(cloud); },
-                                       [this] { return provider(); });
+    const auto put = [this](const std::shared_ptr<Cloud>& cloud) {
+      on_frame();
+      const std::lock_guard<std::mutex> lock(mutex);
+      frames.push_back(cloud);
+      arrived.notify_all();
+    };
+    driver->RegisterPointCloudCallBack(put, [this] { return provider(); });
     driver->RegisterExceptionCallBack([this](const lidar::Error& error) {
       const std::lock_guard<std::mutex> lock(mutex);
       errors.push_back(error.code);
     });
   }
-  ~Playback() { driver.reset(); }
 
   static lidar::DriverParam Param(const std::string& capture) {
     lidar::DriverParam param;
@@ -52,10 +56,10 @@ struct Playback {
   }
 
   /// Initialises, starts and indexes; the number of frames, or -1.
-  int Open(const std::string& capture) {
-    if (!driver->InitDriver(Param(capture)) || !driver->Start()) return -1;
-    return Indexed();
+  int Open(const lidar::DriverParam& param) {
+    return driver->InitDriver(param) && driver->Start() ? Indexed() : -1;
   }
+  int Open(const std::string& capture) { return Open(Param(capture)); }
   int Indexed() {
     int count = -1;
     Eventually([&] { return driver->GetLocalFileStatus(count); });
@@ -86,15 +90,7 @@ struct Playback {
   std::condition_variable arrived;
   std::vector<std::shared_ptr<Cloud>> frames;  // guarded by mutex
   std::vector<std::uint32_t> errors;           // guarded by mutex
-  std::unique_ptr<OrliqDriver<Cloud>> driver;
-
- private:
-  void Put(const std::shared_ptr<Cloud>& cloud) {
-    on_frame();
-    const std::lock_guard<std::mutex> lock(mutex);
-    frames.push_back(cloud);
-    arrived.notify_all();
-  }
+  std::unique_ptr<OrliqDriver<Cloud>> driver;  // last: its threads end before the rest goes
 };
 
 }  // namespace orliq::test

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -24,6 +25,11 @@ class TempDir {
   TempDir& operator=(const TempDir&) = delete;
 
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+  /// Writes a file of that content; its path.
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::ofstream(path_ / name, std::ios::binary) << text;
+    return path_ / name;
+  }
   const std::filesystem::path& path() const { return path_; }
 
  private:
