@@ -9,6 +9,7 @@
 #include <limits>
 #include <random>
 
+#include "bench/PlainJuniq.h"
 #include "decoder/RangeChain.h"
 #include "support/DecoderProbe.h"
 
@@ -140,46 +141,7 @@ TEST(JuniqGates, AGatedPointStaysInTheCloudAtTheOriginAfterTheTransform) {
   }
 }
 
-/// The whole chain once more, plainly: one block at a time, fused multiply-add, packed tables.
-Point PlainPoint(const JuniqReturn& r, const OffsetCheckParam& check, const Trigon& trigon,
-                 const DecoderParam& gates) {
-  Point p;
-  p.intensity = static_cast<std::uint16_t>(r.width);
-  p.ring = static_cast<std::uint16_t>(r.row);
-  const std::size_t index = r.column + 256 * r.row;
-  const bool in_table = index < 49152;
-  const float v = static_cast<float>(r.tof >> 6) + static_cast<float>(r.tof & 63U) * 0.015625F;
-  float d = std::fma(v, 1.645F, -2.09F) * 0.14989623F;
-  if (in_table) d = static_cast<float>(double{d} - double{check.offset[index]});
-  if (d <= 0) return p;
-  const int az = in_table ? static_cast<int>(check.azimuth[index] * -100.0) : 0;
-  const int el = in_table ? static_cast<int>(check.elevation[index] * 100.0) : 0;
-  const float ratio = static_cast<float>(r.width) / static_cast<float>(r.width_ref);
-  float w[4];
-  std::memcpy(w, &check.weight, sizeof w);
-  const double c =
-      0.0 + double{w[2] * ratio * ratio} + double{w[0] * ratio} + double{w[1] * d} + double{w[3]};
-  d = static_cast<float>(d - c);
-  d -= r.column < 128 ? check.near_filter[8] : check.near_filter[7];
-  const float peak = static_cast<float>(r.peak);
-  const float limit = check.near_filter[1];
-  if (d < check.near_filter[3]) {
-    if (peak < check.near_filter[2]) d = 0;
-  } else if (d < limit) {
-    if (peak < std::fabs(d - limit) / limit * check.near_filter[0]) d = 0;
-  }
-  const auto degrees = [](int cdeg) { return static_cast<float>(cdeg * 0.01); };
-  if (degrees(az) < gates.min_azimuth || degrees(az) > gates.max_azimuth ||
-      degrees(el) < gates.min_elevation || degrees(el) > gates.max_elevation ||
-      d < gates.min_distance || d > gates.max_distance) {
-    return p;
-  }
-  p.x = std::fabs(d * trigon.Cos(el) * trigon.Cos(az));
-  p.y = std::fabs(d * trigon.Cos(el)) * trigon.Sin(az);
-  p.z = d * trigon.Sin(el);
-  return p;
-}
-
+// The plain form is the one that the benchmarks measure against: no batches, no beam table.
 TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
   std::mt19937 random(7);
   const auto real = [&random](float low, float high) {
@@ -202,16 +164,15 @@ TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
   std::memcpy(&probe.check->weight, weight, sizeof weight);
   std::memcpy(&probe.check->near_filter, near_filter, sizeof near_filter);
   probe.Calibrate();
-  const Trigon trigon;
+  const bench::PlainJuniq plain(*probe.check, gates);
   for (int packets = 0; packets < 300; ++packets) {
     JuniqPacket packet;
     std::vector<Point> expected;
     for (std::size_t i = 0; i < 64; ++i) {
-      const JuniqReturn r{below(256),      below(256),       below(70000),
-                          below(1U << 24), 1 + below(65535), below(1U << 24)};
-      packet.Block(i, r);
-      expected.push_back(PlainPoint(r, *probe.check, trigon, gates));
+      packet.Block(i, {below(256), below(256), below(70000), below(1U << 24), 1 + below(65535),
+                       below(1U << 24)});
     }
+    plain.Decode(packet.data(), expected);
     probe.cloud()->points.clear();
     probe.Decode(packet);
     ASSERT_EQ(probe.points().size(), 64U);

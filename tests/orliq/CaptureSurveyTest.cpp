@@ -81,32 +81,12 @@ TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {
   EXPECT_EQ(FittingPort(survey, *FindModel("juniq")), 2369);
 }
 
-TEST(CaptureSurvey, ComparesFourIdentifierBytesOfAKelvaneAndEightOfTheOthers) {
-  Bytes kelvane = {0x55, 0xAA, 0x5A, 0xA5, 9, 9, 9, 9};
-  kelvane.resize(1084);
-  const Bytes juniq = test::JuniqPacket().payload();
-  const auto fits = [](const char* model, const Bytes& payload) {
-    return Fits(*FindModel(model), payload.data(), payload.size());
-  };
-  EXPECT_TRUE(fits("kelvane", kelvane) && fits("juniq", juniq));
-  EXPECT_FALSE(fits("kelvane", Patched(kelvane, 3, 0)));
-  EXPECT_FALSE(fits("juniq", Patched(juniq, 7, 0)));
-}
-
 TEST(CaptureSurvey, CountsTheGoodRecordsOfAFileThatEndsInsideARecord) {
   CaptureBuilder capture;
   capture.Record(Frame(1104)).Record(Frame(1104)).bytes().pop_back();
   const auto survey = Survey(capture);
   EXPECT_EQ(survey.records, 1U);
   EXPECT_THAT(survey.fault, testing::HasSubstr("truncated"));
-}
-
-TEST(CaptureSurvey, HoldsABoundedNumberOfFlows) {
-  CaptureBuilder scan;
-  for (unsigned port = 1; port <= 1200; ++port) scan.Record(Frame(1, port));
-  const auto survey = Survey(scan);
-  EXPECT_EQ(survey.flows.size(), 1000U);
-  EXPECT_EQ(survey.in_further_flows, 200U);
 }
 
 }  // namespace

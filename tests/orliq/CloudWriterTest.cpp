@@ -100,18 +100,5 @@ TEST(CloudWriter, WritesTheRawMeasurementOfAJuniqPoint) {
                "1.5,-0.1,3e-08,65535,191,1,2,3,4,5,6,4294967295\n"});
 }
 
-TEST(CloudWriter, ChoosesTheFormatByNameOrByEnding) {
-  const test::TempDir dir;
-  const auto cloud = TwoPoints<Point>();
-  CloudWriter folder(dir / "new/frames", "");
-  EXPECT_EQ(folder.Write(View(cloud), 7, 0), dir / "new/frames/frame_000007.pcd");
-  EXPECT_EQ(folder.Write(View(cloud), 7, 1), dir / "new/frames/frame_000007_1.pcd");
-  CloudWriter file(dir / "one.PLY.ply", "");
-  EXPECT_EQ(file.Write(View(cloud), 7, 0), dir / "one.PLY.ply");
-  EXPECT_THAT(ReadAll(dir / "one.PLY.ply"), HasSubstr("end_header"));
-  EXPECT_THROW(CloudWriter(dir / "x.ply", "pcd"), Failure);
-  EXPECT_THROW(CloudWriter(dir / "one.PLY.ply" / "under-a-file", "pcd"), Failure);
-}
-
 }  // namespace
 }  // namespace orliq::cli

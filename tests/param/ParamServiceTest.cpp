@@ -114,25 +114,6 @@ TEST(ParamService, OnlyTablesThatAModelAcceptsAreCopiedThoughTheFolderFails) {
   EXPECT_EQ(service.GetCheckParam(LidarType::Kelvane), nullptr);
 }
 
-TEST(ParamService, LoadingPrintsTheLinesOfEachModel) {
-  const struct {
-    LidarType type;
-    std::string name, text;
-  } rows[] = {
-      {LidarType::Fennix, "elevation", "elevation\nlist.size():3 size:196608\n"},
-      {LidarType::Hestra, "elevation", "elevation\n"},
-      {LidarType::Juniq, "elevation", "elevation\nlist.size():3 size:49152\n"},
-      {LidarType::Juniq, "weight", ""},
-  };
-  for (const auto& [type, name, text] : rows) {
-    const Folder folder;
-    const std::string listed = "文件: \"" + folder.Write(name, "1,2,3") + "\"\n";
-    testing::internal::CaptureStdout();
-    EXPECT_FALSE(ParamService().LoadCheckFolder(type, folder.path()));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), listed + text);
-  }
-}
-
 TEST(SearchFiles, ListsWhateverIsNoDirectory) {
   const Folder folder;
   std::filesystem::create_directories(folder / "directory/inside");
