@@ -27,7 +27,7 @@ constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the
 template <typename P>
 class JuniqPoints : public testing::Test {};
 using PointTypes = testing::Types<Point, PointTime, PointSource, JuniqPoint>;
-TYPED_TEST_SUITE(JuniqPoints, PointTypes);
+TYPED_TEST_SUITE(JuniqPoints, PointTypes, );
 
 /// Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
 /// 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
@@ -181,7 +181,7 @@ TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
 }
 
 TEST(JuniqFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
-  for (const std::size_t at : {0, 10, 63}) {
+  for (const std::size_t at : {0U, 10U, 63U}) {
     JuniqProbe<Point> probe;
     const JuniqPacket packet = JuniqPacket().Block(at, kMarker).Header(0x1234, 1440, 1025, 0xA5);
     EXPECT_FALSE(probe.Decode(JuniqPacket().Second(57)));
@@ -278,7 +278,8 @@ TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
   const std::array<int, 6> w = {100, -200, 300, 1000, -2000, 32767};
   probe.Decode(JuniqPacket().Imu(w, 5));  // no message installed: the stamp is used up all the same
   probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
-  for (const unsigned stamp : {5, 6, 6, 0xFFFFFF, 0, 0}) probe.Decode(JuniqPacket().Imu(w, stamp));
+  for (const unsigned stamp : {5U, 6U, 6U, 0xFFFFFFU, 0U, 0U})
+    probe.Decode(JuniqPacket().Imu(w, stamp));
   ASSERT_EQ(probe.samples.size(), 4U) << "6, FFFFFF and each 0: no stamp yet";
   const ImuMsg& imu = probe.samples[0];
   EXPECT_EQ(imu.valid, 1);
