@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
 #include "multi_driver/DriverParam.h"
+#include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Export.h"
 #include "multi_driver/Messages.h"
 #include "multi_driver/PointCloud.h"
@@ -73,6 +75,16 @@ class ORLIQ_API OrliqDriver {
   /// Stores the number of frames of the capture file in `status` and ends a frame that is still
   /// playing. False while the file is indexed and for a live sensor.
   bool GetLocalFileStatus(int& status);
+
+  /// Stores what became of a live sensor's packets so far. May be called from any thread while no
+  /// InitDriver runs. False for a capture file and without a successful InitDriver.
+  bool GetStatistics(orliq::lidar::DriverStatistics& statistics) const;
+
+  /// Limits how many packets of a live sensor may wait while a callback blocks; beyond that the
+  /// oldest are dropped and counted. 0, the state after InitDriver, keeps every packet for as long
+  /// as memory lasts (a stalled 25 Hz Juniq takes about 30 MB a second). Does nothing for a capture
+  /// file and without a successful InitDriver.
+  void SetQueueLimit(const std::uint64_t& packets);
 
  private:
   struct ORLIQ_LOCAL Impl;

@@ -112,5 +112,16 @@ bool OrliqDriver<T>::GetLocalFileStatus(int& status) {
   return manager && manager->GetLocalFileStatus(status);
 }
 
+template <typename T>
+bool OrliqDriver<T>::GetStatistics(orliq::lidar::DriverStatistics& statistics) const {
+  const auto manager = impl->manager;
+  return manager && manager->GetStatistics(statistics);
+}
+
+template <typename T>
+void OrliqDriver<T>::SetQueueLimit(const std::uint64_t& packets) {
+  if (const auto manager = impl->manager) manager->SetQueueLimit(packets);
+}
+
 #define ORLIQ_INSTANTIATE(CLOUD) template class OrliqDriver<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

@@ -36,6 +36,14 @@ void DriverManager<T>::RegisterExceptionCallBack(
   exception_callback = callback;
 }
 
+template <typename T>
+bool DriverManager<T>::GetStatistics(DriverStatistics& /*statistics*/) const {
+  return false;
+}
+
+template <typename T>
+void DriverManager<T>::SetQueueLimit(std::uint64_t /*packets*/) {}
+
 #define ORLIQ_INSTANTIATE(CLOUD) template class DriverManager<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
 

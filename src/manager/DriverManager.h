@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 
 #include "multi_driver/DriverParam.h"
+#include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Messages.h"
 
 namespace orliq::lidar {
@@ -35,6 +37,10 @@ class DriverManager {
   virtual void RegisterImuCallBack(const std::function<void(std::shared_ptr<ImuMsg>)>& put,
                                    const std::function<std::shared_ptr<ImuMsg>()>& get);
   virtual void RegisterExceptionCallBack(const std::function<void(const Error&)>& callback);
+
+  /// False by default, and nothing: only a live sensor has packets that wait or get lost.
+  virtual bool GetStatistics(DriverStatistics& statistics) const;
+  virtual void SetQueueLimit(std::uint64_t packets);
 
  protected:
   std::function<void(const Error&)> exception_callback;

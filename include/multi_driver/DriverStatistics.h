@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "multi_driver/Export.h"
+
+namespace orliq::lidar {
+
+/// What became of the packets of a live sensor, counted from InitDriver on.
+///
+/// Every datagram that reached the socket is in exactly one of `received` and `dropped_by_kernel`;
+/// every received one is waiting in the queue, being decoded, `decoded`, refused for its length or
+/// identifier, or `dropped_by_limit`. A port that a second socket has bound as well gives the whole
+/// flow of a sensor to one of the two: then `received` stands still while the sensor sends.
+struct ORLIQ_API DriverStatistics {
+  std::uint64_t received = 0;             ///< datagrams taken from the socket
+  std::uint64_t received_bytes = 0;       ///< their payload, cut at 1546 bytes each
+  std::uint64_t receive_errors = 0;       ///< failed receive calls
+  std::uint64_t dropped_by_kernel = 0;    ///< datagrams that found the socket's buffer full
+  std::uint64_t dropped_by_limit = 0;     ///< oldest ones given up for the limit of SetQueueLimit
+  std::uint64_t decoded = 0;              ///< packets of the model's length and identifier
+  std::uint64_t refused_length = 0;       ///< of another length than the model's
+  std::uint64_t refused_identifier = 0;   ///< of the right length that begin with other bytes
+  std::uint64_t last_refused_length = 0;  ///< [bytes] of the last one refused for its length
+  std::uint64_t queued = 0;               ///< packets that wait to be decoded now
+  std::uint64_t queued_max = 0;           ///< the most that ever waited
+  std::uint64_t buffers = 0;              ///< packet buffers in existence, 1546 bytes each
+  std::uint64_t socket_buffer_bytes = 0;  ///< that the system granted to the socket
+  double last_packet_age_s = -1.0;        ///< [s] since the last datagram; negative before any
+};
+
+}  // namespace orliq::lidar
