@@ -72,7 +72,6 @@ void Transmission::Add(Report& report) const {
   const double seconds = paced_.Seconds();
   const double delay = Seconds(pacer_.WorstDelay());
   const std::uint64_t packets = sender_->Datagrams();
-  const double rate = seconds > 0.0 ? static_cast<double>(packets - 1) / seconds : 0.0;
   report.Add("to", "Sent", target_.address + ':' + std::to_string(target_.port),
              Count(packets, "packet") + ", " + Megabytes(sender_->Bytes()) + " to " + target_.text);
   report.Add("packets_sent", "", packets, "");
@@ -80,9 +79,9 @@ void Transmission::Add(Report& report) const {
   report.Add("packets_not_sent", "", sender_->Failed(), "");
   report.Add("send_error", "", sender_->FirstError(), "");
   report.Add("send_seconds", "", seconds, "");
-  report.Add("packets_per_s", "Pace", rate,
-             Fixed(rate, 1) + " packets/s for " + Fixed(seconds, 3) + " s, the latest " +
-                 Fixed(delay * 1e3, 2) + " ms behind its time");
+  report.Add("packets_per_s", "Pace", paced_.Rate(),
+             Fixed(paced_.Rate(), 1) + " packets/s for " + Fixed(seconds, 3) + " s, worst packet " +
+                 Fixed(delay * 1e3, 2) + " ms late");
   report.Add("worst_delay_s", "", delay, "");
 }
 

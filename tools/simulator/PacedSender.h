@@ -24,14 +24,18 @@ class PacedSender {
   /// Waits and sends what is left of the last burst.
   void Finish();
 
-  /// [s] from the first packet sent to the last one.
+  /// [s] from the first packet or burst to the last one.
   double Seconds() const;
+
+  /// Packets sent per second in that time; 0 when there was but one packet or burst.
+  double Rate() const;
 
  private:
   UdpSender& sender_;
   Pacer& pacer_;
-  std::vector<Packet> packets_;  // of a burst, with room that is used again
-  std::size_t waiting_ = 0;      // of them
+  std::vector<Packet> packets_;       // of a burst, with room that is used again
+  std::size_t waiting_ = 0;           // of them
+  std::uint64_t in_first_burst_ = 0;  // packets sent
   bool started_ = false;
   PaceClock::Time first_{};
   PaceClock::Time last_{};
