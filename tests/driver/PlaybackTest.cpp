@@ -7,11 +7,11 @@
 #include <random>
 #include <stdexcept>
 
-#include "common/WallClock.h"
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
 #include "support/TempDir.h"
+#include "support/TickingClock.h"
 
 namespace orliq::lidar {
 namespace {
@@ -44,8 +44,6 @@ std::vector<std::pair<int, int>> Runs(const PointCloud<Point>& cloud) {
   }
   return runs;
 }
-
-std::atomic<int> test_tick{1};
 
 class PlaybackTest : public testing::Test {
  protected:
@@ -317,7 +315,7 @@ TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
 
 TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
-  SetWallClockForTesting([] { return std::time(nullptr) + 4 * test_tick++; });  // no report is held
+  const test::TickingClock clock;
   for (int i = 0; i < 100; ++i) {
     OrliqDriver<PointCloud<Point>> driver;
     std::promise<void> replaced;
@@ -330,7 +328,6 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
     EXPECT_TRUE(driver.Start());
     ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
   }
-  SetWallClockForTesting(nullptr);
 }
 
 using PlaybackDeathTest = PlaybackTest;
