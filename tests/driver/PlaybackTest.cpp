@@ -7,11 +7,11 @@
 #include <random>
 #include <stdexcept>
 
-#include "common/WallClock.h"
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
 #include "support/TempDir.h"
+#include "support/TickingClock.h"
 
 namespace orliq::lidar {
 namespace {
@@ -44,8 +44,6 @@ std::vector<std::pair<int, int>> Runs(const PointCloud<Point>& cloud) {
   }
   return runs;
 }
-
-std::atomic<int> test_tick{1};
 
 class PlaybackTest : public testing::Test {
  protected:
@@ -249,6 +247,7 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
   bad[0].lidar_type = static_cast<LidarType>(0x22);
   bad[1].input_type = static_cast<InputType>(2);
   bad[2].input_type = InputType::Socket;
+  bad[2].param_source = 1;  // an upload from the sensor
   bad[3].input_param.pcap_file += "-missing";
   for (const DriverParam& param : bad) {
     ASSERT_EQ(probe.Open(good), 3);
@@ -316,7 +315,7 @@ TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
 
 TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
-  SetWallClockForTesting([] { return std::time(nullptr) + 4 * test_tick++; });  // no report is held
+  const test::TickingClock clock;
   for (int i = 0; i < 100; ++i) {
     OrliqDriver<PointCloud<Point>> driver;
     std::promise<void> replaced;
@@ -329,7 +328,6 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
     EXPECT_TRUE(driver.Start());
     ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
   }
-  SetWallClockForTesting(nullptr);
 }
 
 using PlaybackDeathTest = PlaybackTest;

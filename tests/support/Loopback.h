@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+namespace orliq::test {
+
+/// A UDP socket on this machine; the port it is bound to was free.
+class LoopbackSocket {
+ public:
+  LoopbackSocket() : descriptor_(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    const sockaddr_in address = Address(0);
+    socklen_t size = sizeof address_;
+    if (::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        ::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address_), &size) != 0) {
+      throw std::runtime_error("no loopback socket");
+    }
+  }
+  ~LoopbackSocket() { ::close(descriptor_); }
+  LoopbackSocket(const LoopbackSocket&) = delete;
+  LoopbackSocket& operator=(const LoopbackSocket&) = delete;
+
+  std::uint16_t port() const { return ntohs(address_.sin_port); }
+
+  void Send(std::uint16_t port, const void* bytes, std::size_t size) const {
+    const sockaddr_in to = Address(port);
+    ::sendto(descriptor_, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+  }
+
+ private:
+  static sockaddr_in Address(std::uint16_t port) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+  }
+
+  int descriptor_;
+  sockaddr_in address_ = {};
+};
+
+/// A port that was free a moment ago.
+inline std::uint16_t FreePort() {
+  return LoopbackSocket().port();
+}
+
+}  // namespace orliq::test
