@@ -61,9 +61,11 @@ TEST(PacketFaults, AreCountedAsAReceiverFindsThem) {
   for (const auto& row : rows) {
     PacketFaults faults({row}, 1, 768);
     EXPECT_EQ(Received(Arriving(faults)).counts.values, faults.Counts().values);
-    const double expected[] = {row[0] * kPackets, (1 - row[0]) * row[1] * kPackets};
-    EXPECT_NEAR(static_cast<double>(faults.Counts()[PacketFault::kLost]), expected[0], 150);
-    EXPECT_NEAR(static_cast<double>(faults.Counts()[PacketFault::kWrongLength]), expected[1], 200);
+    double spared = kPackets;
+    for (std::size_t i = 0; i < 4; ++i) {  // the first fault that hits is the only one
+      EXPECT_NEAR(static_cast<double>(faults.Counts().values[i]), spared * row[i], 200) << i;
+      spared *= 1 - row[i];
+    }
   }
 }
 
@@ -75,8 +77,8 @@ TEST(PacketFaults, HitThePacketsThatTheSeedChoosesWhateverElseIsAskedFor) {
   const auto lossy = arrived({0.3}, 7);
   EXPECT_EQ(arrived({0.3, 0, 0.5, 0.5, 0.5, 0.5}, 7), lossy);
   EXPECT_NE(arrived({0.3}, 8), lossy);
-  std::vector<int> first(lossy.begin(), std::next(lossy.begin(), 8));
-  EXPECT_THAT(first, testing::ElementsAre(1, 2, 3, 4, 5, 7, 9, 10))
+  const std::vector<int> second_frame(lossy.lower_bound(768), lossy.lower_bound(778));
+  EXPECT_THAT(second_frame, testing::ElementsAre(769, 770, 771, 772, 773, 774, 776, 777))
       << "for ever: old captures are made again";
 }
 

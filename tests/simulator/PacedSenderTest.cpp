@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "simulator/Pacer.h"
+#include "simulator/PacedSender.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
+
+#include "support/Loopback.h"
 
 namespace orliq::sim {
 namespace {
@@ -40,7 +42,7 @@ TEST(Pacer, LetsPacketsGoAtTheirMomentAndNeverBefore) {
        {0, 160, 320, 320, 400, 500},
        120},
       {"hours without a packet take 2 s", 1, 0, {0, 7e6, 7e6 + 50}, {0, 2000, 2050}, 0},
-      {"however fast", 10, 0, {0, 1e5, 1e5 + 50}, {0, 2000, 2005}, 0},
+      {"15 s that pass in 1.5 s do not count", 10, 0, {0, 15e3, 15050}, {0, 1500, 1505}, 0},
       {"the clock was set back", 1, 0, {9e6, 9e6 + 10, 1e6, 1e6 + 30}, {0, 10, 10, 40}, 0},
       {"neighbours overtook each other", 1, 0, {0, 10, 9, 20}, {0, 10, 10, 20}, 0},
   };
@@ -64,6 +66,39 @@ TEST(Pacer, EndsAWaitWhenAskedTo) {
   pacer.WaitUntilDue(0.0);
   pacer.WaitUntilDue(1.9);
   EXPECT_NEAR(Milliseconds(clock.now - end), 0.0, 60.0) << "asks some times a second";
+}
+
+TEST(PacedSender, SendsABurstWhenTheLastOfItIsDue) {
+  const test::LoopbackSocket receiver;
+  std::string error;
+  const auto sender = UdpSender::Create("127.0.0.1", receiver.port(), error);
+  ASSERT_TRUE(sender) << error;
+  TestClock clock;
+  const auto start = clock.now;
+  Pacer pacer(1, clock, [] { return false; });
+  PacedSender paced(*sender, pacer, 2);
+  const std::uint64_t sent[] = {0, 2, 2, 4, 4};
+  for (std::uint8_t i = 0; i < 5; ++i) {
+    paced.Add(&i, 1, 0.01 * i);
+    EXPECT_EQ(sender->Datagrams(), sent[i]);
+  }
+  EXPECT_NEAR(Milliseconds(clock.now - start), 20, 0.01);
+  paced.Finish();
+  EXPECT_NEAR(Milliseconds(clock.now - start), 30, 0.01);
+  EXPECT_EQ(sender->Datagrams(), 5U);
+  EXPECT_NEAR(paced.Rate(), 100.0, 0.1) << "3 packets in the 30 ms after the first burst";
+}
+
+TEST(UdpSender, CountsWhatTheSystemTookWhetherOrNotSomebodyReceives) {
+  std::string error;
+  const auto sender = UdpSender::Create("127.0.0.1", test::FreePort(), error);
+  for (int i = 0; i < 10; ++i) EXPECT_TRUE(sender->Send("abc", 3));
+  const std::vector<char> too_much(70'000);
+  EXPECT_FALSE(sender->Send(too_much.data(), too_much.size()));
+  EXPECT_EQ(sender->Datagrams(), 10U);
+  EXPECT_EQ(sender->Bytes(), 30U);
+  EXPECT_EQ(sender->Failed(), 1U);
+  EXPECT_EQ(sender->FirstError(), "Message too long");
 }
 
 }  // namespace
