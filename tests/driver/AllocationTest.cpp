@@ -3,9 +3,10 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <future>
 #include <new>
 
-#include "support/Playback.h"
+#include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
 
 namespace {
@@ -67,6 +68,44 @@ TEST(Allocations, APacketCostsNone) {
 
 TEST(Allocations, NeitherDoesTheRadiusFilter) {
   EXPECT_EQ(AllocationsOfFourFrames(true), 0);
+}
+
+TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
+  test::LiveSensor<Point> sensor;
+  const auto cloud = std::make_shared<PointCloud<Point>>();
+  const auto message = std::make_shared<ImuMsg>();
+  std::promise<void> go_on;
+  sensor.provider = [&cloud] {
+    cloud->points.clear();
+    return cloud;
+  };
+  sensor.imu_provider = [&message] { return message; };
+  sensor.on_frame = [&, first = true]() mutable {
+    if (std::exchange(first, false)) go_on.get_future().wait();
+  };
+  sensor.frames.reserve(10);
+  sensor.samples.reserve(10000);
+  ASSERT_TRUE(sensor.Open());
+  const auto send = [&](unsigned packets, unsigned stamp) {
+    for (unsigned i = 1; i <= packets; ++i) {
+      const std::size_t marked = i == 1 ? 0 : 63;  // the first of a frame, or none
+      const test::JuniqReturn block = i == 1 ? test::kMarker : test::JuniqReturn{};
+      const auto packet = test::JuniqPacket().Block(marked, block).Imu({}, stamp + i);
+      sensor.sender.Send(sensor.port, packet.data(), packet.size());
+      const auto taken = [&] { return sensor.Statistics().received >= stamp + i; };
+      if (i % 50 == 0) test::Eventually(std::cref(taken));  // a reference needs no memory
+    }
+  };
+  send(1500, 0);  // the consumer waits: more buffers than the second round can need
+  go_on.set_value();
+  sensor.WaitForDecoded(1500);
+  allocations = 0;
+  counting = true;
+  send(1500, 1500);
+  counting = false;
+  sensor.WaitForDecoded(3000);
+  EXPECT_EQ(allocations, 0);
+  EXPECT_EQ(sensor.samples.size(), 3000U);
 }
 
 }  // namespace
