@@ -22,6 +22,18 @@ std::atomic<int> allocations{0};
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
+  if (counting) ++allocations;
+  const auto step = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  std::free(memory);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
@@ -96,16 +108,18 @@ TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
       if (i % 50 == 0) test::Eventually(std::cref(taken));  // a reference needs no memory
     }
   };
-  send(1500, 0);  // the consumer waits: more buffers than the second round can need
+  send(1500, 0);  // the consumer waits: more buffers than a later round can need
   go_on.set_value();
-  sensor.WaitForDecoded(1500);
+  send(1500, 1500);
+  sensor.WaitForDecoded(3000);
   allocations = 0;
   counting = true;
-  send(1500, 1500);
+  send(1500, 3000);
   counting = false;
-  sensor.WaitForDecoded(3000);
+  sensor.WaitForDecoded(4500);
+  sensor.driver->Stop();
   EXPECT_EQ(allocations, 0);
-  EXPECT_EQ(sensor.samples.size(), 3000U);
+  EXPECT_EQ(sensor.samples.size(), 4500U);
 }
 
 }  // namespace
