@@ -19,5 +19,6 @@ struct Verb {
 Verb AddSimulate(CLI::App& app);
 Verb AddInfo(CLI::App& app);
 Verb AddPlay(CLI::App& app);
+Verb AddSend(CLI::App& app);
 
 }  // namespace orliq::cli
