@@ -23,10 +23,11 @@
 /// are allowed inside a callback: the thread then ends by itself once the callback returns.
 /// Ownership: clouds and messages are made by the providers and given back to the consumers; the
 /// driver keeps no reference to what it has handed over. Destruction stops every thread first.
-/// A call from a callback must not overlap one from another thread. After InitDriver or destruction
-/// in a callback nobody joins the rest of that callback: what it captured must outlive it.
-/// Failure: public calls never throw; they return false. Lines on standard output name an unknown
-/// model or source and the path of the capture.
+/// A call from a callback must not overlap one from another thread, except that both may call Stop.
+/// After InitDriver or destruction in a callback nobody joins the rest of that callback: what it
+/// captured must outlive it.
+/// Failure: public calls never throw; they return false. A line on standard output or standard error
+/// names an unknown model or source, a capture's path, and why a port cannot be bound.
 /// An exception that escapes a callback on the decoding thread ends the process.
 template <typename T>
 class ORLIQ_API OrliqDriver {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/Diagnostics.h"
 
+#include <cstdio>
 #include <iostream>
 #include <locale>
 #include <sstream>
@@ -62,8 +63,19 @@ void WrongLidarType() {
 void WrongInputType() {
   Coloured(kRed, "Wrong Input Type. Please check your LiDAR Version! ");
 }
-void LiveInputMissing() {
-  Line("Live UDP input is not available in this version.");
+
+void CheckFolderLoaded(bool loaded) {
+  Line(loaded ? "LoadCheckFolder success!" : "LoadCheckFolder failed!");
+}
+void ParamUploadMissing() {
+  Line("Check parameters from the sensor are not available in this version.");
+}
+
+void SocketCreationFailed() {
+  std::perror("socket creation failed");
+}
+void BindFailed() {
+  std::perror("bind failed");
 }
 
 void CaptureOpened(const std::string& path) {

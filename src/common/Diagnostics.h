@@ -16,7 +16,13 @@ void PacketIdentifierMismatch();
 void DecoderType(std::uint32_t type);
 void WrongLidarType();
 void WrongInputType();
-void LiveInputMissing();
+
+void CheckFolderLoaded(bool loaded);
+void ParamUploadMissing();
+
+/// Both add the text of errno, on standard error.
+void SocketCreationFailed();
+void BindFailed();
 
 void CaptureOpened(const std::string& path);
 void CaptureIndexed();

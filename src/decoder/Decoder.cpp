@@ -32,15 +32,19 @@ bool Decoder<T_PointCloud>::ProcessMsopPacket(const std::uint8_t* pkt, std::size
   static ReportLimiter length_reports;
   static ReportLimiter identifier_reports;
   if (size != const_param_.MSOP_LEN) {
+    counts_.refused_length.Add();
+    counts_.last_refused_length.Set(size);
     diagnostics::PacketLengthMismatch(const_param_.MSOP_LEN, size);
     length_reports.Run([this] { excb_({kErrorPacketLength, kPacketDropped}); });
     return false;
   }
   if (!HasIdentifier(pkt)) {
+    counts_.refused_identifier.Add();
     diagnostics::PacketIdentifierMismatch();
     identifier_reports.Run([this] { excb_({kErrorPacketIdentifier, kPacketDropped}); });
     return false;
   }
+  counts_.decoded.Add();
   return DecodeMsopPacket(pkt, size, start);
 }
 

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <utility>
 
+#include "common/Counter.h"
 #include "decoder/DecoderConstParam.h"
 #include "decoder/ExtrinsicTransform.h"
 #include "decoder/PacketBlocks.h"
@@ -78,6 +79,13 @@ class Decoder {
   void RegisterCallBack(const ErrorCallback& excb, const SplitFrameCallback& split_frame_cb);
   void RegisterIMUCallBack(const std::function<void()>& imu_cb);
 
+  /// What ProcessMsopPacket did with its packets; may be read from any thread.
+  struct PacketCounts {
+    Counter decoded, refused_length, refused_identifier;
+    Counter last_refused_length;  // [bytes]
+  };
+  const PacketCounts& Counts() const { return counts_; }
+
   const std::shared_ptr<T_PointCloud>& CurrentCloud() const { return point_cloud_; }
   void InstallCloud(std::shared_ptr<T_PointCloud> cloud) { point_cloud_ = std::move(cloud); }
   const std::shared_ptr<ImuMsg>& CurrentImuMsg() const { return imu_msg_; }
@@ -102,6 +110,8 @@ class Decoder {
 
  private:
   bool HasIdentifier(const std::uint8_t* pkt) const;
+
+  PacketCounts counts_;
 };
 
 }  // namespace orliq::lidar

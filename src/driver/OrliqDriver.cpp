@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "multi_driver/OrliqDriver.h"
 
-#include "common/Diagnostics.h"
+#include "manager/OnlineManager.h"
 #include "manager/PcapManager.h"
 
 namespace {
 
-/// The engine for a source of packets; empty, with a line that says so, when there is none.
 template <typename T>
 std::shared_ptr<orliq::lidar::DriverManager<T>> CreateManager(orliq::lidar::InputType type) {
   if (type == orliq::lidar::InputType::Socket) {
-    orliq::lidar::diagnostics::LiveInputMissing();
-    return nullptr;
+    return std::make_shared<orliq::lidar::OnlineManager<T>>();
   }
   return std::make_shared<orliq::lidar::PcapManager<T>>();
 }
@@ -32,7 +30,6 @@ struct OrliqDriver<T>::Impl {
   bool InitDriver(const orliq::lidar::DriverParam& param) {
     Release();
     const auto created = CreateManager<T>(param.input_type);
-    if (!created) return false;
     created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
     created->RegisterImuCallBack(put_imu, get_imu);
     created->RegisterExceptionCallBack(exception_callback);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "input/Buffer.h"
@@ -24,6 +25,11 @@ class Input {
   /// and `remember` mean is the source's business.
   virtual int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                          const bool& remember) = 0;
+
+  /// Datagrams that the system threw away because its buffer of this source was full, and the size
+  /// of that buffer. 0 for a source that loses nothing.
+  virtual std::uint64_t DroppedDatagrams() const { return 0; }
+  virtual std::uint64_t SocketBufferBytes() const { return 0; }
 };
 
 }  // namespace orliq::lidar

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory_resource>
 #include <mutex>
 #include <utility>
 
@@ -52,7 +53,7 @@ struct SyncQueue {
     stopped = true;
     not_empty.notify_all();
     not_full.notify_all();
-    std::deque<T> left;
+    std::pmr::deque<T> left(items.get_allocator());
     {
       const std::lock_guard<std::mutex> lock(mutex);
       left.swap(items);
@@ -61,13 +62,17 @@ struct SyncQueue {
     }
   }
 
-  std::uint64_t max_size = 0;          // 0: unbounded; a pop signals not_full only when set
-  std::atomic<std::uint64_t> size{0};  // written under mutex, may be read without it
-  std::atomic<bool> stopped{false};    // read without the lock at the start of Push
-  std::mutex mutex;                    // guards items
-  std::condition_variable not_empty;   // signalled once per push
-  std::condition_variable not_full;    // signalled once per pop of a bounded queue
-  std::deque<T> items;                 // guarded by mutex
+  std::atomic<std::uint64_t> max_size{0};  // 0: unbounded; a pop signals not_full only when set
+  std::atomic<std::uint64_t> size{0};      // written under mutex, may be read without it
+  std::atomic<bool> stopped{false};        // read without the lock at the start of Push
+  std::mutex mutex;                        // guards items
+  std::condition_variable not_empty;       // signalled once per push
+  std::condition_variable not_full;        // signalled once per pop of a bounded queue
+
+  // A deque gives its front node back while it asks for one at its end: the pool keeps them, so
+  // that a steady flow of items allocates nothing.
+  std::pmr::unsynchronized_pool_resource pool;  // guarded by mutex
+  std::pmr::deque<T> items{&pool};              // guarded by mutex
 };
 
 }  // namespace orliq::lidar

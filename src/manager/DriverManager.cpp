@@ -44,6 +44,15 @@ bool DriverManager<T>::GetStatistics(DriverStatistics& /*statistics*/) const {
 template <typename T>
 void DriverManager<T>::SetQueueLimit(std::uint64_t /*packets*/) {}
 
+template <typename T>
+void DriverManager<T>::GiveCallbacks(ApplicationCallbacks<T>& callbacks) const {
+  callbacks.exception_callback = exception_callback;
+  callbacks.put_point_cloud = put_point_cloud;
+  callbacks.get_point_cloud = get_point_cloud;
+  callbacks.put_imu = put_imu;
+  callbacks.get_imu = get_imu;
+}
+
 #define ORLIQ_INSTANTIATE(CLOUD) template class DriverManager<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "manager/ApplicationCallbacks.h"
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Messages.h"
@@ -43,6 +44,8 @@ class DriverManager {
   virtual void SetQueueLimit(std::uint64_t packets);
 
  protected:
+  void GiveCallbacks(ApplicationCallbacks<T>& callbacks) const;
+
   std::function<void(const Error&)> exception_callback;
   std::function<void(std::shared_ptr<T>)> put_point_cloud;
   std::function<std::shared_ptr<T>()> get_point_cloud;

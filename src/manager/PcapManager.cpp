@@ -4,7 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "common/Worker.h"
 #include "decoder/DecoderFactory.h"
 #include "input/InputFactory.h"
+#include "manager/ApplicationCallbacks.h"
 #include "multi_driver/PointCloud.h"
 #include "param/ParamService.h"
 
@@ -49,14 +49,9 @@ struct PcapManager<T>::Impl {
   void CountForeignRecord();
   void WaitForRequest();
   void SplitFrame(const unsigned short& rings, const double& timestamp);
-  void ErrorException(const Error& error);
   std::shared_ptr<T> GetPointCloud();
 
-  // The application's callbacks, taken over by Init: the manager may be gone before the worker is.
-  std::function<std::shared_ptr<T>()> get_point_cloud;
-  std::function<void(std::shared_ptr<T>)> put_point_cloud;
-  std::function<void(const Error&)> exception_callback;
-  std::atomic<bool> abandoned{false};  // the manager was destroyed: no callback any more
+  ApplicationCallbacks<T> callbacks;
 
   std::vector<std::shared_ptr<FramePosPackage>> frames;  // changed by the worker, under mutex
   std::atomic<bool> indexed{false};                      // written by the worker and by Start
@@ -84,7 +79,7 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param) {
   Release();
   decoder = DecoderFactory<T>::CreateDecoder(param.lidar_type, param.decoder_param);
   if (!decoder) return false;
-  decoder->RegisterCallBack([this](const Error& error) { ErrorException(error); },
+  decoder->RegisterCallBack([this](const Error& error) { callbacks.ErrorException(error); },
                             [this](const unsigned short& rings, const double& timestamp) {
                               SplitFrame(rings, timestamp);
                             });
@@ -203,25 +198,14 @@ void PcapManager<T>::Impl::WaitForRequest() {
 
 template <typename T>
 void PcapManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
-  if (const std::shared_ptr<T> cloud = decoder->CurrentCloud()) {
-    cloud->timestamp = timestamp;
-    decoder->InstallCloud(nullptr);
-    if (put_point_cloud && !abandoned) put_point_cloud(cloud);
-  }
+  callbacks.PutPointCloud(*decoder, timestamp);
   decoder->InstallCloud(GetPointCloud());
 }
 
 template <typename T>
-void PcapManager<T>::Impl::ErrorException(const Error& error) {
-  if (exception_callback && !abandoned) exception_callback(error);
-}
-
-template <typename T>
 std::shared_ptr<T> PcapManager<T>::Impl::GetPointCloud() {
-  if (abandoned) return nullptr;
-  if (get_point_cloud) return get_point_cloud();
-  diagnostics::CloudProviderMissing();
-  return nullptr;
+  if (!callbacks.get_point_cloud && !callbacks.abandoned) diagnostics::CloudProviderMissing();
+  return callbacks.GetPointCloud();
 }
 
 template <typename T>
@@ -229,7 +213,7 @@ PcapManager<T>::PcapManager() : impl_(std::make_shared<Impl>()) {}
 
 template <typename T>
 PcapManager<T>::~PcapManager() {
-  impl_->abandoned = impl_->worker.OnOwnThread();
+  impl_->callbacks.abandoned = impl_->worker.OnOwnThread();
   Stop();
   impl_->worker.DetachIfOwnThread();
 }
@@ -237,9 +221,7 @@ PcapManager<T>::~PcapManager() {
 template <typename T>
 bool PcapManager<T>::Init(const DriverParam& param) {
   Stop();
-  impl_->get_point_cloud = this->get_point_cloud;
-  impl_->put_point_cloud = this->put_point_cloud;
-  impl_->exception_callback = this->exception_callback;
+  this->GiveCallbacks(impl_->callbacks);
   const auto keep = impl_;  // the provider may end the manager
   return keep->Init(param);
 }

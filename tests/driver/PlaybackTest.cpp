@@ -249,6 +249,7 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
   bad[0].lidar_type = static_cast<LidarType>(0x22);
   bad[1].input_type = static_cast<InputType>(2);
   bad[2].input_type = InputType::Socket;
+  bad[2].param_source = 1;  // an upload from the sensor
   bad[3].input_param.pcap_file += "-missing";
   for (const DriverParam& param : bad) {
     ASSERT_EQ(probe.Open(good), 3);

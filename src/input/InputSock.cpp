@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "input/InputSock.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/sock_diag.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+
+#include "common/Diagnostics.h"
+
+namespace orliq::lidar {
+namespace {
+
+constexpr int kReceiveBufferBytes = 16 * 1024 * 1024;  // a burst waits while the decoder is busy
+constexpr int kSendBufferBytes = 4 * 1024 * 1024;
+constexpr int kBusyPollUs = 50;
+
+}  // namespace
+
+InputSock::InputSock(const InputParam& param)
+    : local_ip_(param.local_ip), port_(param.port), pcap_file_(param.pcap_file) {}
+
+InputSock::~InputSock() {
+  Close();
+  CleanupBatchRecv();
+}
+
+bool InputSock::Init() {
+  Close();
+  if (!Open()) {
+    diagnostics::SocketCreationFailed();
+    return false;
+  }
+  SetOptions();
+  if (!Bind()) {
+    diagnostics::BindFailed();
+    Close();
+    return false;
+  }
+  if (!InitBatchRecv()) {
+    Close();
+    return false;
+  }
+  return true;
+}
+
+bool InputSock::Open() {
+  sockfd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  return sockfd_ >= 0;
+}
+
+void InputSock::SetOptions() const {
+  const struct {
+    int name;
+    int value;
+  } options[] = {{SO_REUSEADDR, 1},
+                 {SO_REUSEPORT, 1},
+                 {SO_RCVBUF, kReceiveBufferBytes},
+                 {SO_SNDBUF, kSendBufferBytes},
+                 {SO_BUSY_POLL, kBusyPollUs}};
+  for (const auto& option : options) {
+    ::setsockopt(sockfd_, SOL_SOCKET, option.name, &option.value, sizeof option.value);
+  }
+}
+
+bool InputSock::Bind() const {
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port_);
+  if (!local_ip_.empty() && ::inet_pton(AF_INET, local_ip_.c_str(), &address.sin_addr) != 1) {
+    errno = EINVAL;  // never any address instead of the one that was meant
+    return false;
+  }
+  return ::bind(sockfd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+bool InputSock::InitBatchRecv() {
+  if (batch_ready_) return true;
+  iovecs_.reset(new (std::nothrow) iovec[kBatch]);
+  msgs_.reset(new (std::nothrow) mmsghdr[kBatch]());
+  addrs_.reset(new (std::nothrow) sockaddr_in[kBatch]);
+  batch_ready_ = iovecs_ && msgs_ && addrs_;
+  if (!batch_ready_) CleanupBatchRecv();
+  return batch_ready_;
+}
+
+int InputSock::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* /*position*/,
+                          const bool& /*remember*/) {
+  if (!buffer || size < 0) return 0;
+  const std::size_t room = std::min<std::uint64_t>(static_cast<unsigned>(size), buffer->capacity);
+  const int count = Receive(*buffer, room);
+  if (count >= 0 || errno != EAGAIN) return count;
+  return WaitReadEvent(kSelectTimeoutUs) ? Receive(*buffer, room) : 0;
+}
+
+int InputSock::Receive(Buffer& buffer, std::size_t room) const {
+  sockaddr_in sender = {};
+  socklen_t sender_size = sizeof sender;
+  const auto count = static_cast<int>(::recvfrom(
+      sockfd_, buffer.data, room, 0, reinterpret_cast<sockaddr*>(&sender), &sender_size));
+  if (count > 0) {
+    buffer.data_offset = 0;
+    buffer.length = static_cast<std::uint64_t>(count);
+  }
+  return count;
+}
+
+int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count,
+                                unsigned size) {
+  if (max_count < 1 || !batch_ready_) return -1;
+  if (!WaitReadEvent(kSelectTimeoutUs)) return 0;
+  const std::size_t batch = std::min({static_cast<std::size_t>(max_count), kBatch, buffers.size()});
+  for (std::size_t i = 0; i < batch; ++i) {
+    if (!buffers[i]) buffers[i] = std::make_shared<Buffer>(size);
+    iovecs_[i] = {buffers[i]->data, std::min<std::size_t>(size, buffers[i]->capacity)};
+    msghdr& header = msgs_[i].msg_hdr;
+    header.msg_iov = &iovecs_[i];
+    header.msg_iovlen = 1;
+    header.msg_name = &addrs_[i];
+    header.msg_namelen = sizeof addrs_[i];
+  }
+  const int count =
+      ::recvmmsg(sockfd_, msgs_.get(), static_cast<unsigned>(batch), MSG_DONTWAIT, nullptr);
+  if (count < 0) return errno == EAGAIN ? 0 : count;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    buffers[i]->data_offset = 0;
+    buffers[i]->length = msgs_[i].msg_len;
+  }
+  return count;
+}
+
+bool InputSock::SetNonblock() const {
+  const int flags = ::fcntl(sockfd_, F_GETFL);
+  return flags >= 0 && ::fcntl(sockfd_, F_SETFL, flags | O_NONBLOCK) == 0;
+}
+
+bool InputSock::WaitReadEvent(const int& timeout_us) const {
+  return WaitEvent(POLLIN, timeout_us);
+}
+
+bool InputSock::WaitWriteEvent(const int& timeout_us) const {
+  return WaitEvent(POLLOUT, timeout_us);
+}
+
+/// A process with more than a thousand descriptors is beyond what select can name, so it is ppoll.
+bool InputSock::WaitEvent(short event, int timeout_us) const {
+  if (sockfd_ < 0) return false;
+  pollfd descriptor = {sockfd_, event, 0};
+  const timespec timeout = {timeout_us / 1'000'000, timeout_us % 1'000'000 * 1000L};
+  return ::ppoll(&descriptor, 1, &timeout, nullptr) == 1;
+}
+
+void InputSock::Close() {
+  if (sockfd_ >= 0) ::close(sockfd_);
+  sockfd_ = -1;
+}
+
+void InputSock::CleanupBatchRecv() {
+  iovecs_.reset();
+  msgs_.reset();
+  addrs_.reset();
+  batch_ready_ = false;
+}
+
+std::uint64_t InputSock::DroppedDatagrams() const {
+  std::uint32_t memory[SK_MEMINFO_VARS] = {};
+  socklen_t size = sizeof memory;
+  ::getsockopt(sockfd_, SOL_SOCKET, SO_MEMINFO, memory, &size);
+  return memory[SK_MEMINFO_DROPS];
+}
+
+std::uint64_t InputSock::SocketBufferBytes() const {
+  int granted = 0;
+  socklen_t size = sizeof granted;
+  ::getsockopt(sockfd_, SOL_SOCKET, SO_RCVBUF, &granted, &size);
+  return static_cast<std::uint64_t>(std::max(granted, 0));
+}
+
+}  // namespace orliq::lidar

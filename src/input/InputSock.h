@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "input/Input.h"
+#include "multi_driver/DriverParam.h"
+
+namespace orliq::lidar {
+
+/// Receives a sensor's packets as UDP datagrams on a local port.
+///
+/// Address and port are shared with other sockets that ask for it: of two sockets on one port the
+/// system gives a sensor's whole flow to one.
+///
+/// Threads: Init on the caller's thread, receiving afterwards on one thread. Counters may be read
+/// from any thread until the socket is closed.
+class InputSock final : public Input {
+ public:
+  static constexpr int kSelectTimeoutUs = 100;
+  static constexpr std::size_t kBatch = 64;  // datagrams of one batch receive
+
+  explicit InputSock(const InputParam& param);
+  ~InputSock() override;
+
+  /// Opens and binds the socket, which never blocks. False, with a line of the system's error
+  /// printer, when the system has no socket or refuses the binding, or the address is none. Options
+  /// that the system refuses are done without.
+  bool Init() override;
+
+  /// Receives one datagram of at most `size` bytes, cut at the room in `buffer`. When none is
+  /// waiting it waits up to 100 us for one. Returns its length; 0 when nothing arrived, it was
+  /// empty, or there is no buffer; negative when the system reports an error.
+  int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
+                 const bool& remember) override;
+
+  /// Receives up to `max_count` datagrams at once, at most 64 and at most one for each entry of
+  /// `buffers`; an empty entry gets a new buffer of `size` bytes. When none is waiting it waits up
+  /// to 100 us for the first. Returns how many arrived, or a negative number without a bound socket
+  /// or for a count below 1.
+  int RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count, unsigned size);
+
+  /// Makes the descriptor non-blocking; false when the system refuses.
+  bool SetNonblock() const;
+
+  /// Waits until the socket can be read, or written; false after `timeout_us` microseconds.
+  bool WaitReadEvent(const int& timeout_us) const;
+  bool WaitWriteEvent(const int& timeout_us) const;
+
+  void Close();
+  void CleanupBatchRecv();
+
+  std::uint64_t DroppedDatagrams() const override;
+  std::uint64_t SocketBufferBytes() const override;
+
+ private:
+  bool Open();
+  void SetOptions() const;
+  bool Bind() const;
+  bool InitBatchRecv();
+  int Receive(Buffer& buffer, std::size_t room) const;
+  bool WaitEvent(short event, int timeout_us) const;
+
+  std::string local_ip_;   // empty: any address
+  std::uint16_t port_;     // host byte order
+  std::string pcap_file_;  // not used by this source
+  int sockfd_ = -1;        // -1: closed
+  std::unique_ptr<iovec[]> iovecs_;
+  std::unique_ptr<mmsghdr[]> msgs_;
+  std::unique_ptr<sockaddr_in[]> addrs_;
+  bool batch_ready_ = false;  // the three arrays exist
+};
+
+}  // namespace orliq::lidar

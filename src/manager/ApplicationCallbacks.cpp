@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "manager/ApplicationCallbacks.h"
+
+#include "multi_driver/PointCloud.h"
+
+namespace orliq::lidar {
+
+template <typename T>
+std::shared_ptr<T> ApplicationCallbacks<T>::GetPointCloud() const {
+  return get_point_cloud && !abandoned ? get_point_cloud() : nullptr;
+}
+
+template <typename T>
+std::shared_ptr<ImuMsg> ApplicationCallbacks<T>::GetImuMsg() const {
+  return get_imu && !abandoned ? get_imu() : nullptr;
+}
+
+template <typename T>
+void ApplicationCallbacks<T>::PutPointCloud(Decoder<T>& decoder, double timestamp) const {
+  const std::shared_ptr<T> cloud = decoder.CurrentCloud();
+  if (!cloud) return;
+  cloud->timestamp = timestamp;
+  decoder.InstallCloud(nullptr);
+  if (put_point_cloud && !abandoned) put_point_cloud(cloud);
+}
+
+template <typename T>
+void ApplicationCallbacks<T>::PutImuMsg(Decoder<T>& decoder) const {
+  const std::shared_ptr<ImuMsg> message = decoder.CurrentImuMsg();
+  if (!message) return;
+  decoder.InstallImuMsg(nullptr);
+  if (put_imu && !abandoned) put_imu(message);
+}
+
+template <typename T>
+void ApplicationCallbacks<T>::ErrorException(const Error& error) const {
+  if (exception_callback && !abandoned) exception_callback(error);
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template struct ApplicationCallbacks<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

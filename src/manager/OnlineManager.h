@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "manager/DriverManager.h"
+
+namespace orliq::lidar {
+
+/// Receives a live sensor: one thread takes packets from the socket, a second decodes them and
+/// hands out frames and IMU samples. Between them stands an unbounded queue, so a callback that
+/// blocks loses no packet as long as memory lasts; SetQueueLimit gives the oldest up instead.
+///
+/// Threads: all callbacks run on the decoding thread, except the first request for a cloud and an
+/// IMU message, inside Init. Stop, Start and destruction are allowed from inside a callback, Init
+/// is not (a driver makes a new manager).
+template <typename T>
+class OnlineManager final : public DriverManager<T> {
+ public:
+  OnlineManager();
+  ~OnlineManager() override;
+
+  /// Makes the decoder, loads the check folder (a folder that does not load leaves zero tables, and
+  /// says so), binds the socket. False when the model is unknown or the socket cannot be bound;
+  /// nothing is left behind then.
+  bool Init(const DriverParam& param) override;
+
+  /// Starts both threads; true when they run, also when they ran already. Packets that a Stop left
+  /// in the queue and those that reached the socket meanwhile are decoded first, into the cloud
+  /// that was being filled: the first frame after a restart is a mixed one.
+  bool Start() override;
+
+  /// Stops both threads. The queue keeps its packets.
+  void Stop() override;
+  void UpdateTransform(const TransformParam& transform) override;
+  bool GetStatistics(DriverStatistics& statistics) const override;
+  void SetQueueLimit(std::uint64_t packets) override;
+
+ private:
+  struct Impl;
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace orliq::lidar
