@@ -7,6 +7,9 @@
 
 namespace orliq::cli {
 
+/// "[####......] 40 %" for 0.4
+std::string BarText(double share);
+
 /// A bar on standard error that shows how far a long job is. It draws only on a terminal, at most
 /// ten times a second, and wipes itself out when it is destroyed.
 class ProgressBar {
