@@ -15,10 +15,10 @@ constexpr auto kPause = std::chrono::milliseconds(100);
 
 }  // namespace
 
-std::string BarText(double share) {
+std::string BarText(double share, std::size_t cells) {
   const double part = std::clamp(share, 0.0, 1.0);
-  const auto full = static_cast<std::size_t>(part * kCells);
-  return '[' + std::string(full, '#') + std::string(kCells - full, '.') + "] " +
+  const auto full = static_cast<std::size_t>(part * static_cast<double>(cells));
+  return '[' + std::string(full, '#') + std::string(cells - full, '.') + "] " +
          std::to_string(static_cast<int>(part * 100)) + " %";
 }
 
@@ -36,7 +36,7 @@ void ProgressBar::Update(std::uint64_t done) {
   next_ = Clock::now() + kPause;
   drawn_ = true;
   const double share = static_cast<double>(done) / static_cast<double>(total_);
-  std::cerr << "\r" + task_ + ' ' + BarText(share) + "\033[K" << std::flush;
+  std::cerr << "\r" + task_ + ' ' + BarText(share, kCells) + "\033[K" << std::flush;
 }
 
 }  // namespace orliq::cli

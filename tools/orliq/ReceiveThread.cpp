@@ -2,33 +2,36 @@
 #include "orliq/ReceiveThread.h"
 
 #include <chrono>
-#include <limits>
 
 namespace orliq::cli {
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{20};  // the longest that Stop waits for the thread
-constexpr double kNoEnd = std::numeric_limits<double>::infinity();
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kPatience{20};  // the longest until the thread sees Stop
+// A buffer of 16 MiB is read in a tenth of it; a flow that never lets up must not keep it going.
+constexpr std::chrono::seconds kLongestEnd{1};
 
 }  // namespace
 
 ReceiveThread::ReceiveThread(UdpReceiver& socket, DatagramQueue& queue)
-    : socket_(socket), queue_(queue), end_s_(kNoEnd), thread_([this] { Run(); }) {}
+    : socket_(socket), queue_(queue), thread_([this] { Run(); }) {}
 
 void ReceiveThread::Stop() {
   if (!thread_.joinable()) return;
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  end_s_ = std::chrono::duration<double>(now).count();
+  ending_ = true;
   thread_.join();
 }
 
 void ReceiveThread::Run() {
-  for (;;) {
-    const double end_s = end_s_;
-    const bool ending = end_s < kNoEnd;
-    const auto datagram = socket_.Receive(ending ? std::chrono::milliseconds(0) : kPatience);
-    if (datagram && datagram->time_s <= end_s) queue_.Push(*datagram);
-    if (ending && (!datagram || datagram->time_s > end_s)) return;
+  while (!ending_) {
+    if (const auto datagram = socket_.Receive(kPatience)) queue_.Push(*datagram);
+  }
+  const auto end = Clock::now() + kLongestEnd;
+  while (Clock::now() < end) {
+    const auto datagram = socket_.Receive(std::chrono::milliseconds(0));
+    if (!datagram) return;
+    queue_.Push(*datagram);
   }
 }
 

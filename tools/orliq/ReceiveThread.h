@@ -17,7 +17,7 @@ class ReceiveThread {
   ReceiveThread(const ReceiveThread&) = delete;
   ReceiveThread& operator=(const ReceiveThread&) = delete;
 
-  /// Ends the thread once everything that had reached the socket by now is in the queue.
+  /// Ends the thread once everything that waits in the socket is in the queue.
   void Stop();
 
  private:
@@ -25,7 +25,7 @@ class ReceiveThread {
 
   UdpReceiver& socket_;
   DatagramQueue& queue_;
-  std::atomic<double> end_s_;  // [s] since 1970-01-01 UTC; later datagrams are not wanted
+  std::atomic<bool> ending_{false};
   std::thread thread_;
 };
 

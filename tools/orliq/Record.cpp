@@ -21,6 +21,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kPass{50};      // between looks at limits and signals without packets
 constexpr double kMegabyte = 1e6;      // [bytes]
+constexpr std::size_t kBarCells = 20;  // leave room for the counts
 constexpr double kPause = 0.1;         // [s] between two states of the progress line
 constexpr double kMaxMegabytes = 1e9;  // more than any disk
 
@@ -58,7 +59,7 @@ class Progress {
     next_s_ = seconds + kPause;
     auto share = recording.Share();
     if (options_.duration) share = std::max(share.value_or(0.0), seconds / *options_.duration);
-    line_.Show("recording " + (share ? BarText(*share) + "  " : "") +
+    line_.Show("recording " + (share ? BarText(*share, kBarCells) + "  " : "") +
                Count(recording.Packets(), "packet") + "  " + Megabytes(recording.Bytes()) + "  " +
                Fixed(seconds, 1) + " s");
   }
