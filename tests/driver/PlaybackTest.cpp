@@ -7,11 +7,11 @@
 #include <random>
 #include <stdexcept>
 
-#include "common/WallClock.h"
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
 #include "support/TempDir.h"
+#include "support/TickingClock.h"
 
 namespace orliq::lidar {
 namespace {
@@ -45,8 +45,6 @@ std::vector<std::pair<int, int>> Runs(const PointCloud<Point>& cloud) {
   return runs;
 }
 
-std::atomic<int> test_tick{1};
-
 class PlaybackTest : public testing::Test {
  protected:
   std::string Write(const CaptureBuilder& capture) { return capture.Write(dir_ / "capture.pcap"); }
@@ -78,6 +76,7 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
 }
 
 TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
+  const test::TickingClock clock;
   Probe probe;
   CaptureBuilder capture;
   capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63)).Udp(Tagged(3, 5)).Udp(Tagged(4));
@@ -317,8 +316,8 @@ TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
 
 TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
-  SetWallClockForTesting([] { return std::time(nullptr) + 4 * test_tick++; });  // no report is held
-  for (int i = 0; i < 100; ++i) {
+  const test::TickingClock clock;
+  for (int i = 0; i < 50; ++i) {
     OrliqDriver<PointCloud<Point>> driver;
     std::promise<void> replaced;
     driver.RegisterExceptionCallBack([&, first = true](const Error&) mutable {
@@ -330,7 +329,6 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
     EXPECT_TRUE(driver.Start());
     ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
   }
-  SetWallClockForTesting(nullptr);
 }
 
 using PlaybackDeathTest = PlaybackTest;

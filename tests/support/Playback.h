@@ -41,6 +41,7 @@ struct Playback {
     };
     driver->RegisterPointCloudCallBack(put, [this] { return provider(); });
     driver->RegisterExceptionCallBack([this](const lidar::Error& error) {
+      on_error();
       const std::lock_guard<std::mutex> lock(mutex);
       errors.push_back(error.code);
     });
@@ -83,8 +84,13 @@ struct Playback {
     const std::lock_guard<std::mutex> lock(mutex);
     return frames.size();
   }
+  std::size_t Events() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return frames.size() + errors.size();
+  }
 
   std::function<void()> on_frame = [] {};  // on the worker thread, before the frame is counted
+  std::function<void()> on_error = [] {};  // likewise
   std::function<std::shared_ptr<Cloud>()> provider = [] { return std::make_shared<Cloud>(); };
   std::mutex mutex;
   std::condition_variable arrived;

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gmock/gmock.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cstring>
+#include <future>
+#include <iostream>
+#include <set>
+
+#include "support/LiveSensor.h"
+#include "support/SimulatedCapture.h"
+#include "support/TickingClock.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::CountEntries;
+using test::Eventually;
+using test::JuniqPacket;
+using test::kMarker;
+using Sensor = test::LiveSensor<Point>;
+
+const JuniqPacket kPacket;
+const JuniqPacket kLast = JuniqPacket().Block(63, kMarker);
+
+TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
+  const test::SimulatedCapture capture(3);
+  test::Playback<JuniqPoint> playback;
+  DriverParam param = playback.Param(capture.capture);
+  param.calibration_param.check_folder = capture.check_folder;
+  ASSERT_EQ(playback.Open(param), 4) << "the last one is empty";
+
+  test::LiveSensor<JuniqPoint> live;
+  param = live.Param();
+  param.calibration_param.check_folder = capture.check_folder;
+  testing::internal::CaptureStdout();
+  ASSERT_TRUE(live.driver->InitDriver(param) && live.driver->Start());
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::StartsWith("type:64\n文件: \"" + capture.check_folder));
+  const auto scene = sim::MakeScene("boxes");
+  const auto simulated = sim::MakeSensor("juniq", {});
+  for (std::uint64_t i = 0; i < 3; ++i) {
+    for (const sim::Packet& packet : simulated->EncodeFrame(*scene, i)) live.Send(packet.payload);
+  }
+  ASSERT_TRUE(live.WaitFor(3));
+  for (int i = 0; i < 3; ++i) {
+    const auto expected = playback.Play(i);
+    const auto& frame = *live.frames[static_cast<std::size_t>(i)];
+    ASSERT_GT(frame.points.size(), 40000U);
+    ASSERT_EQ(frame.points.size(), expected->points.size());
+    EXPECT_EQ(std::memcmp(frame.points.data(), expected->points.data(),
+                          frame.points.size() * sizeof(JuniqPoint)),
+              0);
+    // Playback begins in the packet whose last block was the mark: one packet earlier.
+    EXPECT_NEAR(frame.timestamp, expected->timestamp + (i > 0) / 7680.0, 2e-6);
+    EXPECT_EQ(frame.frame_word, expected->frame_word);
+  }
+  EXPECT_GT(live.samples.size(), 10U);
+}
+
+TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
+  Sensor sensor;
+  sensor.provider = [] {
+    std::cout << "cloud\n";
+    return std::make_shared<PointCloud<Point>>();
+  };
+  sensor.imu_provider = [] {
+    std::cout << "imu\n";
+    return std::make_shared<ImuMsg>();
+  };
+  const auto descriptors = CountEntries("/proc/self/fd");
+  std::vector<DriverParam> bad(2, sensor.Param());
+  bad[0].input_param.local_ip = "nowhere";
+  bad[1].param_source = 1;
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  for (const DriverParam& param : bad) EXPECT_FALSE(sensor.driver->InitDriver(param));
+  EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors + 2) << "the two of the capturing";
+  EXPECT_TRUE(sensor.driver->InitDriver(sensor.Param()));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "bind failed: Invalid argument\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "type:64\nLoadCheckFolder failed!\n"
+            "type:64\nCheck parameters from the sensor are not available in this version.\n"
+            "type:64\nLoadCheckFolder failed!\ncloud\nimu\n");
+}
+
+TEST(Live, AllCallbacksRunOnOneNamedThread) {
+  Sensor sensor;
+  std::set<std::string> names;
+  std::set<pthread_t> threads;
+  const auto note = [&] {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    names.insert(std::string(name).substr(0, 10));
+    threads.insert(pthread_self());
+  };
+  sensor.on_frame = sensor.on_imu = sensor.on_error = note;
+  const test::TickingClock clock;
+  ASSERT_TRUE(sensor.Open());
+  sensor.Send(std::vector<std::uint8_t>(99));
+  sensor.Send(JuniqPacket().Put(2, 1, 0));
+  sensor.Send(kLast);
+  sensor.WaitForDecoded(1);
+  sensor.driver->Stop();
+  EXPECT_THAT(names, testing::ElementsAre("orliq-dec-"));
+  EXPECT_EQ(threads.size(), 1U);
+  EXPECT_EQ(sensor.samples.size(), 1U);
+  EXPECT_THAT(sensor.errors, testing::ElementsAre(0x41, 0x42));
+  const DriverStatistics s = sensor.Statistics();
+  EXPECT_EQ(s.received, 3U);
+  EXPECT_EQ(s.received_bytes, 99U + 1104 + 1104);
+  EXPECT_EQ(s.refused_length, 1U);
+  EXPECT_EQ(s.last_refused_length, 99U);
+  EXPECT_EQ(s.refused_identifier, 1U);
+  EXPECT_EQ(s.decoded, 1U);
+  EXPECT_EQ(s.queued + s.dropped_by_kernel + s.dropped_by_limit + s.receive_errors, 0U);
+  EXPECT_GE(s.last_packet_age_s, 0.0);
+}
+
+TEST(Live, StartAndStopCanBeRepeatedAndARestartGoesOnWithTheOldFrame) {
+  Sensor sensor;
+  sensor.driver->Stop();
+  const auto threads = CountEntries("/proc/self/task");
+  ASSERT_TRUE(sensor.Open());
+  EXPECT_TRUE(sensor.driver->Start());
+  EXPECT_EQ(CountEntries("/proc/self/task"), threads + 2) << "one of each";
+  int frames = 0;
+  EXPECT_FALSE(sensor.driver->SetLocalFrame(0) || sensor.driver->GetLocalFileStatus(frames));
+  sensor.Send(kPacket, 2);
+  sensor.WaitForDecoded(2);
+  for (int i = 0; i < 2; ++i) sensor.driver->Stop();
+  EXPECT_EQ(CountEntries("/proc/self/task"), threads);
+  sensor.Send(kPacket);  // waits in the socket
+  EXPECT_TRUE(sensor.driver->Start());
+  sensor.Send(kLast);
+  ASSERT_TRUE(sensor.WaitFor(1));
+  EXPECT_EQ(sensor.frames[0]->points.size(), 4 * 64U);
+}
+
+TEST(Live, AProviderWithNothingToGiveIsAskedAgain) {
+  Sensor sensor;
+  int clouds = 0;
+  int messages = 0;
+  sensor.provider = [&] { return ++clouds == 1 ? nullptr : std::make_shared<PointCloud<Point>>(); };
+  sensor.imu_provider = [&] { return ++messages == 2 ? nullptr : std::make_shared<ImuMsg>(); };
+  ASSERT_TRUE(sensor.Open());
+  for (unsigned stamp = 1; stamp <= 3; ++stamp) {
+    sensor.Send(JuniqPacket().Block(63, kMarker).Imu({}, stamp));
+  }
+  ASSERT_TRUE(sensor.WaitFor(2));
+  sensor.WaitForDecoded(3);
+  sensor.driver->Stop();
+  EXPECT_EQ(clouds, 4);
+  EXPECT_EQ(sensor.samples.size(), 3U) << "asked before the second packet";
+  EXPECT_EQ(messages, 5);
+}
+
+TEST(Live, AStalledConsumerLosesNothingAndItsBuffersAreGivenBack) {
+  Sensor sensor;
+  std::promise<void> go_on;
+  sensor.on_frame = [&, first = true]() mutable {
+    if (std::exchange(first, false)) go_on.get_future().wait();
+  };
+  ASSERT_TRUE(sensor.Open());
+  sensor.Send(kLast);
+  sensor.Send(kPacket, 12000);
+  sensor.Send(kLast);
+  sensor.Settle();
+  EXPECT_GE(sensor.Statistics().queued_max, 12000U);
+  EXPECT_GE(sensor.Statistics().buffers, 12000U);
+  go_on.set_value();
+  sensor.WaitForDecoded(12002);
+  sensor.driver->Stop();
+  std::size_t points = 0;
+  for (const auto& frame : sensor.frames) points += frame->points.size();
+  EXPECT_EQ(points, 12002U * 64);
+  EXPECT_EQ(sensor.Statistics().buffers, 8192U);
+}
+
+TEST(Live, ALimitGivesUpTheOldestPacketsAndCountsThem) {
+  Sensor sensor;
+  std::promise<void> stalled, go_on;
+  sensor.on_frame = [&, first = true]() mutable {
+    if (!std::exchange(first, false)) return;
+    stalled.set_value();
+    go_on.get_future().wait();
+  };
+  ASSERT_TRUE(sensor.Open());
+  sensor.driver->SetQueueLimit(100);
+  sensor.Send(kLast);
+  stalled.get_future().wait();
+  for (unsigned i = 0; i < 250; ++i) {
+    sensor.Send(JuniqPacket({20, 10, 6400, i}).Block(63, {0x7F, 0xBF, 6400, i}));
+  }
+  EXPECT_TRUE(Eventually([&] { return sensor.Statistics().dropped_by_limit == 150; }));
+  EXPECT_EQ(sensor.Statistics().queued, 100U);
+  go_on.set_value();
+  sensor.WaitForDecoded(101);
+  sensor.driver->Stop();
+  EXPECT_EQ(sensor.frames[1]->points[0].intensity, 150);
+}
+
+TEST(Live, TheTransformIsSwitchedWhilePacketsArrive) {
+  Sensor sensor;
+  DriverParam param = sensor.Param();
+  param.decoder_param.transform_param.z = 5.0F;
+  ASSERT_TRUE(sensor.driver->InitDriver(param) && sensor.driver->Start());
+  for (std::uint32_t i = 1; i <= 500; ++i) {
+    sensor.Send(kPacket);
+    sensor.driver->UpdateTransform({i % 2, 0, 0, 0, 0, 0, 0});
+  }
+  sensor.WaitForDecoded(500);
+  sensor.driver->UpdateTransform({1, 0, 0, 0, 0, 0, 0});
+  sensor.Send(kLast);
+  ASSERT_TRUE(sensor.WaitFor(1));
+  for (const Point& p : sensor.frames[0]->points) EXPECT_TRUE(p.z == 0.0F || p.z == 5.0F);
+  EXPECT_EQ(sensor.frames[0]->points.back().z, 5.0F);
+}
+
+TEST(Live, StopInitAndDestructionWorkFromInsideEveryCallback) {
+  const test::TickingClock clock;
+  const std::function<void(Sensor&)> actions[] = {
+      [](Sensor& sensor) { sensor.driver->Stop(); },
+      [](Sensor& sensor) { EXPECT_TRUE(sensor.driver->InitDriver(sensor.Param())); },
+      [](Sensor& sensor) {
+        sensor.driver->Stop();
+        EXPECT_TRUE(sensor.driver->Start());
+      },
+      [](Sensor& sensor) { sensor.driver.reset(); }};
+  for (const auto& action : actions) {
+    for (auto hook : {&Sensor::on_frame, &Sensor::on_error}) {
+      Sensor sensor;
+      std::promise<void> done;
+      sensor.*hook = [&, first = true]() mutable {
+        if (!std::exchange(first, false)) return;
+        action(sensor);
+        done.set_value();
+      };
+      ASSERT_TRUE(sensor.Open());
+      sensor.Send(hook == &Sensor::on_frame ? kLast.payload() : std::vector<std::uint8_t>(1));
+      done.get_future().wait();
+      // Without its driver the thread has nobody to join it: it takes down the event as its last act.
+      EXPECT_TRUE(Eventually([&] { return sensor.Events() > 0; }));
+      if (!sensor.driver) continue;
+      ASSERT_TRUE(sensor.driver->Start());
+      const std::size_t before = sensor.Count();
+      EXPECT_TRUE(Eventually([&] {
+        sensor.sender.Send(sensor.port, kLast.data(), kLast.size());
+        return sensor.Count() > before;
+      })) << "nobody else holds the port";
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orliq::lidar

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "input/InputSock.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include "support/Loopback.h"
+#include "support/Playback.h"
+
+namespace orliq::lidar {
+namespace {
+
+class InputSockTest : public testing::Test {
+ protected:
+  static InputParam Param(std::uint16_t port, const std::string& address = "127.0.0.1") {
+    InputParam param;
+    param.local_ip = address;
+    param.port = port;
+    return param;
+  }
+  void Send(std::size_t size, std::uint8_t content = 0) const {
+    sender.Send(port, std::vector<std::uint8_t>(size, content).data(), size);
+  }
+  int Receive(int size = Buffer::kDefaultCapacity) {
+    return sock.RecvPacket(buffer, size, nullptr, true);
+  }
+
+  test::LoopbackSocket sender;
+  std::uint16_t port = test::FreePort();
+  InputSock sock{Param(port)};
+  std::shared_ptr<Buffer> buffer = std::make_shared<Buffer>();
+};
+
+TEST_F(InputSockTest, DeliversOneDatagramPerCallCutAtTheRoomThereIs) {
+  ASSERT_TRUE(sock.Init());
+  EXPECT_EQ(Receive(), 0) << "nothing is waiting";
+  buffer->data_offset = 42;
+  Send(1104, 7);
+  EXPECT_EQ(Receive(), 1104);
+  EXPECT_EQ(buffer->length, 1104U);
+  EXPECT_EQ(buffer->data_offset, 0U);
+  EXPECT_EQ(buffer->data[1103], 7);
+  Send(2000);
+  EXPECT_EQ(Receive(100000), 1546) << "never more than the buffer holds";
+  Send(10);
+  EXPECT_EQ(Receive(4), 4);
+  Send(0);
+  EXPECT_EQ(Receive(), 0);
+  EXPECT_EQ(buffer->length, 4U);
+  Send(5);
+  std::shared_ptr<Buffer> none;
+  EXPECT_EQ(sock.RecvPacket(none, 1546, nullptr, true), 0);
+  EXPECT_EQ(Receive(), 5) << "still there";
+  EXPECT_TRUE(sock.SetNonblock() && sock.WaitWriteEvent(0) && !sock.WaitReadEvent(100));
+  sock.Close();
+  EXPECT_TRUE(Receive() < 0 && !sock.SetNonblock() && !sock.WaitReadEvent(0));
+}
+
+TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPort) {
+  InputSock any(Param(port, "")), again(Param(port, ""));
+  ASSERT_TRUE(any.Init() && again.Init() && any.Init());
+  Send(3);  // one of the two sockets gets it
+  EXPECT_TRUE(test::Eventually([&] {
+    return any.RecvPacket(buffer, 10, nullptr, true) +
+               again.RecvPacket(buffer, 10, nullptr, true) ==
+           3;
+  }));
+}
+
+TEST_F(InputSockTest, AnAddressThatIsNoneOrNotOursIsRefusedWithTheReason) {
+  const std::pair<const char*, const char*> refused[] = {
+      {"127.0.0.256", "bind failed: Invalid argument\n"},
+      {"localhost", "bind failed: Invalid argument\n"},
+      {"192.0.2.1", "bind failed: Cannot assign requested address\n"}};
+  for (const auto& [address, reason] : refused) {
+    InputSock bad(Param(port, address));
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(bad.Init());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), reason);
+    EXPECT_LT(bad.RecvPacket(buffer, 10, nullptr, true), 0) << "the socket is closed";
+  }
+}
+
+TEST_F(InputSockTest, WorksInAProcessWithMoreThanAThousandDescriptors) {
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit many = before;
+  many.rlim_cur = 1200;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &many), 0);
+  std::vector<int> descriptors;
+  while (descriptors.empty() || descriptors.back() < 1100) descriptors.push_back(dup(0));
+  EXPECT_TRUE(sock.Init());
+  EXPECT_EQ(Receive(), 0) << "the wait for data works";
+  Send(9);
+  EXPECT_EQ(Receive(), 9);
+  for (const int descriptor : descriptors) close(descriptor);
+  setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST_F(InputSockTest, ABatchFillsTheBuffersInOrderAndNeverPastTheirEnd) {
+  std::vector<std::shared_ptr<Buffer>> buffers(100);
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 64, 1546), -1) << "not bound";
+  ASSERT_TRUE(sock.Init());
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 0, 1546), -1);
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 64, 1546), 0) << "nothing is waiting";
+  buffers[1] = std::make_shared<Buffer>(8);
+  for (std::uint8_t i = 0; i < 70; ++i) Send(20, i);
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 100, 1546), 64);
+  for (std::uint8_t i = 0; i < 64; ++i) EXPECT_EQ(buffers[i]->data[0], i);
+  EXPECT_EQ(buffers[0]->length, 20U);
+  EXPECT_EQ(buffers[1]->length, 8U);
+  buffers.resize(2);
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 64, 1546), 2) << "one for each buffer";
+  EXPECT_EQ(sock.RecvBatchPackets(buffers, 1, 1546), 1);
+}
+
+TEST_F(InputSockTest, EveryDatagramIsReceivedOrCountedAsDropped) {
+  ASSERT_TRUE(sock.Init());
+  EXPECT_GE(sock.SocketBufferBytes(), 200000U);
+  const std::uint64_t sent = sock.SocketBufferBytes() / 1000;  // each takes more room than that
+  for (std::uint64_t i = 0; i < sent; ++i) Send(1104);
+  std::uint64_t received = 0;
+  while (Receive() > 0) ++received;
+  EXPECT_GT(received, 50U);
+  EXPECT_GT(sock.DroppedDatagrams(), 0U);
+  EXPECT_EQ(received + sock.DroppedDatagrams(), sent);
+}
+
+}  // namespace
+}  // namespace orliq::lidar
