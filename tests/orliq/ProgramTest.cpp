@@ -1,54 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs the program itself, as a user's shell does.
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "support/CaptureBuilder.h"
-#include "support/TempDir.h"
+#include "support/Program.h"
 
 namespace orliq::cli {
 namespace {
 
 using nlohmann::json;
+using test::Outcome;
+using test::Program;
 using testing::HasSubstr;
-
-struct Outcome {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-class Program : public testing::Test {
- protected:
-  /// Runs "orliq ARGUMENTS" in a folder of its own.
-  Outcome Run(const std::string& arguments, const std::string& before = "") const {
-    const std::string command = "cd '" + dir_.path().string() + "' && " + before +
-                                " '" ORLIQ_PROGRAM "' " + arguments + " 2>err";
-    std::FILE* const pipe = popen(command.c_str(), "r");
-    Outcome outcome = {};
-    char text[4096];
-    while (const std::size_t size = std::fread(text, 1, sizeof(text), pipe)) {
-      outcome.out.append(text, size);
-    }
-    outcome.code = WEXITSTATUS(pclose(pipe));
-    std::ifstream err(dir_ / "err");
-    outcome.err.assign(std::istreambuf_iterator<char>(err), {});
-    return outcome;
-  }
-
-  void Simulate(const std::string& more = "--frames 3") const {
-    const auto outcome =
-        Run("simulate --model juniq --out room.pcap --check-folder room --quiet " + more);
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
-  }
-
-  const test::TempDir dir_;
-};
 
 TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   Simulate("--frames 1");

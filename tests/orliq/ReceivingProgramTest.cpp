@@ -7,24 +7,20 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "orliq/HostNetwork.h"
-#include "support/Loopback.h"
+#include "orliq/UdpReceiver.h"
+#include "support/GentleSender.h"
+#include "support/Program.h"
 #include "support/SimulatedCapture.h"
 
 namespace orliq::cli {
 namespace {
 
 using nlohmann::json;
+using test::Outcome;
 using testing::HasSubstr;
 using Packets = std::vector<std::vector<std::uint8_t>>;
 
-struct Outcome {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-class Receiving : public testing::Test {
+class Receiving : public test::Program {
  protected:
   ~Receiving() override {
     if (child_ <= 0) return;
@@ -32,21 +28,18 @@ class Receiving : public testing::Test {
     waitpid(child_, nullptr, 0);
   }
 
-  /// Starts "orliq ARGUMENTS" in a folder of its own.
-  void Start(const std::string& arguments, const std::string& before = "") {
+  /// Starts "orliq ARGUMENTS" with a port and waits until it listens.
+  void Listen(const std::string& arguments, const std::string& before = "") {
     const std::string command = "cd '" + dir_.path().string() + "' && " + before +
-                                " exec '" ORLIQ_PROGRAM "' " + arguments + " >out 2>err";
+                                " exec '" ORLIQ_PROGRAM "' " + arguments + " --port " +
+                                std::to_string(port_) + " >out 2>err";
+    std::filesystem::remove(dir_ / "err");
     child_ = fork();
     if (child_ == 0) {
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
       _exit(127);
     }
-  }
-
-  /// Starts it with a port and waits until that is bound.
-  void Listen(const std::string& arguments, const std::string& before = "") {
-    Start(arguments + " --port " + std::to_string(port_), before);
-    ASSERT_TRUE(test::Eventually([&] { return ForeignSockets(port_) == 1 && HasNoted(); }));
+    ASSERT_TRUE(test::Eventually([&] { return HasNoted(); })) << Text("err");
   }
 
   /// Whether it has said that it listens, which it does when all is set up.
@@ -62,11 +55,6 @@ class Receiving : public testing::Test {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Text("out"), Text("err")};
   }
 
-  Outcome Run(const std::string& arguments) {
-    Start(arguments);
-    return Finish();
-  }
-
   std::string Text(const std::string& name) const {
     std::ifstream file(dir_ / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -78,7 +66,6 @@ class Receiving : public testing::Test {
     return std::system(command.c_str()) == 0;
   }
 
-  const test::TempDir dir_;
   const std::uint16_t port_ = test::FreePort();
   pid_t child_ = -1;
 };
@@ -111,10 +98,10 @@ TEST_F(Receiving, WritesTheFramesLiveThatPlayWrites) {
   ASSERT_TRUE(test::SendAll({sensor.packets.begin(), sensor.packets.end() - 20}, port_));
   const auto live = Finish();
   ASSERT_EQ(live.code, 0) << live.err;
-  ASSERT_EQ(Run("play " + sensor.capture + " --frames :3 --out played --json" + with).code, 0);
+  const auto play = Run("play " + sensor.capture + " --frames :3 --out played --json" + with);
   EXPECT_TRUE(Same("live", "played"));
   const json sums = json::parse(live.out);
-  const json played = json::parse(Text("out"));
+  const json played = json::parse(play.out);
   for (const char* const key : {"frames", "points", "non_zero_points", "files_written"}) {
     EXPECT_EQ(sums[key], played[key]) << key;
   }
@@ -148,7 +135,7 @@ TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
 }
 
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
-  const test::LoopbackSocket other(port_, true);  // takes no packet of the driver's, which is older
+  const UdpReceiver other("127.0.0.1", port_, UdpReceiver::Sharing::kShared);
   const std::string port = " --port " + std::to_string(port_);
   const struct {
     std::string arguments;
@@ -191,7 +178,8 @@ TEST_F(Receiving, KeepsWhatWasRecordedWhenTheDiskIsFull) {
   const auto size = [&] { return std::filesystem::file_size(dir_ / "r.pcap.part"); };
   ASSERT_TRUE(test::Eventually([&] { return size() == 24 + 200 * 1162; }));
   const test::LoopbackSocket socket;
-  for (std::size_t i = 200; i < 400; ++i) socket.Send(sensor.packets[i], port_);
+  for (std::size_t i = 200; i < 400; ++i)
+    socket.Send(port_, sensor.packets[i].data(), sensor.packets[i].size());
   const auto record = Finish();
   EXPECT_EQ(record.code, 4);
   EXPECT_THAT(record.err, HasSubstr("cannot write r.pcap: File too large; the file ends after "));

@@ -35,7 +35,7 @@ TEST(ReceiveThread, KeepsEveryDatagramOfAnySizeThatCameBeforeItStops) {
   for (const std::size_t size : sizes) {
     Bytes payload(size);
     std::iota(payload.begin(), payload.end(), std::uint8_t{3});
-    sender.Send(payload, port);
+    sender.Send(port, payload.data(), payload.size());
   }
   DatagramQueue queue;
   ReceiveThread(socket, queue).Stop();
@@ -49,7 +49,7 @@ TEST(ReceiveThread, KeepsEveryDatagramOfAnySizeThatCameBeforeItStops) {
     EXPECT_NEAR(entry.time_s, now, 60.0);
     EXPECT_EQ(entry.endpoints.source, (std::array<std::uint8_t, 4>{127, 0, 0, 1}));
     EXPECT_EQ(entry.endpoints.destination, entry.endpoints.source);
-    EXPECT_EQ(entry.endpoints.source_port, sender.Port());
+    EXPECT_EQ(entry.endpoints.source_port, sender.port());
     EXPECT_EQ(entry.endpoints.destination_port, port);
   }
   EXPECT_EQ(batch.payloads[batch.entries[2].offset + 65506], (65506 + 3) % 256);
@@ -61,7 +61,7 @@ TEST(UdpReceiver, KnowsHowManyDatagramsTheSystemDropped) {
   const test::LoopbackSocket sender;
   const Bytes payload(60000);
   const std::size_t sent = socket.BufferBytes() / payload.size() + 100;  // more than it holds
-  for (std::size_t i = 0; i < sent; ++i) sender.Send(payload, port);
+  for (std::size_t i = 0; i < sent; ++i) sender.Send(port, payload.data(), payload.size());
   std::size_t received = 0;
   while (socket.Receive(milliseconds(0))) ++received;
   EXPECT_GE(socket.Dropped(), 100U);

@@ -11,9 +11,9 @@
 namespace orliq::sim {
 namespace {
 
-SensorOptions WithFaults(double noise_m, double false_rate, double dropped_rate) {
+SensorOptions WithFaults(double noise_m, double false_rate) {
   SensorOptions options;
-  options.faults = {noise_m, false_rate, dropped_rate};
+  options.faults = {noise_m, false_rate};
   return options;
 }
 
@@ -72,7 +72,7 @@ TEST(JuniqSensor, FrameHoldsEveryBeamOnceAndEndsWithTheMarker) {
 
 TEST(JuniqSensor, RangeIsTheScenesToHalfAQuantum) {
   constexpr double kQuantum = 0.14989623 * 1.645 / 64.0;  // [m] per step of the time of flight
-  JuniqSensor sensor{WithFaults(0.0, 0.1, 0.0)};
+  JuniqSensor sensor{WithFaults(0.0, 0.1)};
   const JuniqCalibration& unit = sensor.Calibration();
   const auto scene = MakeScene("moving-box");
   const auto packets = sensor.EncodeFrame(*scene, 30);
@@ -98,7 +98,7 @@ TEST(JuniqSensor, BytesFollowFromTheSeedAlone) {
     for (const Packet& packet : sensor.EncodeFrame(*scene, 1)) payloads.push_back(packet.payload);
     return payloads;
   };
-  SensorOptions options = WithFaults(0.02, 0.01, 0.1);
+  SensorOptions options = WithFaults(0.02, 0.01);
   JuniqSensor first{options};
   JuniqSensor again{options};
   options.seed = 2;

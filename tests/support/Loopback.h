@@ -2,12 +2,16 @@
 #pragma once
 
 #include <arpa/inet.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
+#include <vector>
 
 namespace orliq::test {
 
@@ -31,6 +35,17 @@ class LoopbackSocket {
   void Send(std::uint16_t port, const void* bytes, std::size_t size) const {
     const sockaddr_in to = Address(port);
     ::sendto(descriptor_, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+  }
+
+  /// The next datagram (up to 4096 bytes); nothing when none came within that time.
+  std::optional<std::vector<std::uint8_t>> Receive(std::chrono::milliseconds time) const {
+    pollfd wanted = {descriptor_, POLLIN, 0};
+    if (::poll(&wanted, 1, static_cast<int>(time.count())) < 1) return std::nullopt;
+    std::vector<std::uint8_t> bytes(4096);
+    const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    if (size < 0) return std::nullopt;
+    bytes.resize(static_cast<std::size_t>(size));
+    return bytes;
   }
 
  private:

@@ -50,7 +50,4 @@ using SurveyProgress = std::function<void(std::uint64_t)>;
 CaptureSurvey SurveyCapture(const std::string& path, std::uint16_t port,
                             const SurveyProgress& progress);
 
-/// Size of a regular file that can be read; throws Failure otherwise.
-std::uint64_t ReadableFileBytes(const std::string& path);
-
 }  // namespace orliq::cli

@@ -1,158 +1,214 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <cmath>
 #include <memory>
+#include <optional>
 #include <system_error>
 #include <vector>
 
-#include "orliq/CheckFolder.h"
 #include "orliq/CloudWriter.h"
-#include "orliq/OptionChecks.h"
+#include "orliq/Interrupt.h"
 #include "orliq/ProgressBar.h"
 #include "orliq/Report.h"
+#include "orliq/SimulateOptions.h"
 #include "orliq/Verb.h"
+#include "simulator/EncodeAhead.h"
 #include "simulator/PcapWriter.h"
 #include "simulator/Scene.h"
-#include "simulator/Sensor.h"
 
 namespace orliq::cli {
 namespace {
 
-struct Options {
-  std::string model;
-  std::string scene = "boxes";
-  std::uint64_t frames = 20;
-  std::string out;
-  std::string check_folder;
-  std::uint16_t port = 2368;
-  sim::SensorOptions sensor;
-  bool no_radius_filter = false;
-  bool json = false;
-  bool quiet = false;
-};
-
-void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("--model", options.model, "sensor model")
-      ->required()
-      ->check(CLI::IsMember(sim::SensorNames()));
-  command.add_option("--scene", options.scene, "surroundings of the sensor")
-      ->check(CLI::IsMember(sim::SceneNames()))
-      ->capture_default_str();
-  command.add_option("--frames", options.frames, "frames to simulate")
-      ->check(Within(1, 1000000))
-      ->capture_default_str();
-  command.add_option("--out", options.out, "capture file to write")->required();
-  command.add_option("--check-folder", options.check_folder, "folder for the sensor's calibration")
-      ->required();
-  command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
-      ->check(Within(0.1, 1000.0))
-      ->capture_default_str();
-  command.add_option("--seed", options.sensor.seed, "chooses the individual sensor and all chance")
-      ->capture_default_str();
-  command.add_option("--port", options.port, "destination port of the packets")
-      ->check(Within(1, 65535))
-      ->capture_default_str();
-  command.add_flag("--json", options.json, "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
-
-  auto& faults = options.sensor.faults;
-  const std::string group = "Faults";
-  command.add_option("--noise", faults.range_noise_m, "standard deviation of ranges [m]")
-      ->check(Within(0.0, 10.0))
-      ->group(group);
-  command.add_option("--false-returns", faults.false_return_rate, "share of beams, 0 to 1")
-      ->check(Within(0.0, 1.0))
-      ->group(group);
-  command.add_option("--drop", faults.dropped_packet_rate, "share of packets lost, 0 to 1")
-      ->check(Within(0.0, 1.0))
-      ->group(group);
-  command
-      .add_flag("--no-radius-filter", options.no_radius_filter,
-                "calibration leaves isolated returns in")
-      ->group(group);
-}
-
-struct Written {
-  std::uint64_t packets = 0;
-  std::uint64_t expected = 0;
-};
+using sim::PacketFault;
 
 void Require(bool done, const std::string& file, const std::string& error) {
   if (!done) throw Failure(ExitCode::kFileFault, "cannot write " + file + ": " + error);
 }
 
-Written WriteCapture(const Options& options, sim::Sensor& sensor, const sim::Scene& scene) {
-  sim::UdpFlow flow;
-  flow.destination_port = options.port;
-  std::string error;
-  MakeFolder(std::filesystem::path(options.out).parent_path());
-  const auto capture = sim::PcapWriter::Create(options.out, flow, error);
-  Require(capture != nullptr, options.out, error);
-  ProgressBar bar("simulating", options.frames, options.quiet);
-  Written written;
-  for (std::uint64_t frame = 0; frame < options.frames; ++frame) {
-    for (const sim::Packet& packet : sensor.EncodeFrame(scene, frame)) {
-      Require(capture->Write(packet.payload, packet.time_s), options.out,
-              std::generic_category().message(errno));
-      ++written.packets;
+/// A sensor's packets on their way to a capture file, a receiver or both.
+class Simulation {
+ public:
+  Simulation(const SimulateOptions& options, sim::Sensor& sensor, const Console& console)
+      : options_(options),
+        sensor_(sensor),
+        console_(console),
+        faults_(options.faults, options.sensor.seed, sensor.PacketsPerFrame()) {
+    if (!options_.transmission.to.empty()) transmission_.emplace(options_.transmission, console);
+    if (!options_.out.empty()) OpenCapture();
+  }
+
+  /// Until the last frame, or until the user ends it, which leaves a complete capture too.
+  void Run(const sim::Scene& scene) {
+    if (!options_.frames)
+      console_.Note("sending to " + transmission_->Target().text + ", Ctrl-C ends");
+    sim::EncodeAhead frames(sensor_, scene, options_.frames);
+    ProgressBar bar("simulating", options_.frames.value_or(0), options_.quiet || !options_.frames);
+    for (auto packets = frames.Next(); !packets.empty(); packets = frames.Next()) {
+      for (sim::Packet& packet : packets) {
+        if (Interrupt::Requested()) return Finish();
+        Take(std::move(packet));
+      }
+      bar.Update(Frames());
     }
-    written.expected += sensor.PacketsPerFrame();
-    bar.Update(frame + 1);
+    Finish();
   }
-  Require(capture->Close(error), options.out, error);
-  return written;
-}
 
-void Tell(const Options& options, const Written& written, Console& console) {
-  std::error_code ignored;
-  const auto bytes = std::filesystem::file_size(options.out, ignored);
-  const double duration = static_cast<double>(options.frames) / options.sensor.frame_rate_hz;
-  const std::uint64_t dropped = written.expected - written.packets;
+  Report MakeReport() const;
+
+  void RequireAllSent() const {
+    if (transmission_) transmission_->RequireAllSent();
+  }
+
+ private:
+  std::uint64_t Frames() const { return packets_ / sensor_.PacketsPerFrame(); }
+
+  void OpenCapture() {
+    sim::UdpFlow flow;
+    flow.destination_port = options_.port;
+    std::string error;
+    MakeFolder(std::filesystem::path(options_.out).parent_path());
+    capture_ = sim::PcapWriter::Create(options_.out, flow, error);
+    Require(capture_ != nullptr, options_.out, error);
+  }
+
+  void Take(sim::Packet packet) {
+    ++packets_;
+    arriving_.clear();
+    faults_.Pass(std::move(packet), arriving_);
+    Deliver();
+  }
+
+  void Deliver() {
+    for (const sim::Packet& packet : arriving_) {
+      if (capture_) {
+        Require(capture_->Write(packet.payload, packet.time_s), options_.out,
+                std::generic_category().message(errno));
+        ++written_;
+      }
+      if (transmission_) {
+        transmission_->Send(packet.payload.data(), packet.payload.size(), packet.time_s);
+      }
+    }
+  }
+
+  void Finish() {
+    arriving_.clear();
+    faults_.Finish(arriving_);
+    Deliver();
+    if (transmission_) transmission_->Finish();
+    if (capture_) {
+      std::string error;
+      Require(capture_->Close(error), options_.out, error);
+    }
+    if (options_.frames && Frames() < *options_.frames) {
+      console_.Note("ended after " + Grouped(Frames()) + " of " + Count(*options_.frames, "frame"));
+    }
+  }
+
+  void AddCapture(Report& report) const;
+  void AddFaults(Report& report) const;
+
+  const SimulateOptions& options_;
+  sim::Sensor& sensor_;
+  const Console& console_;
+  sim::PacketFaults faults_;
+  std::unique_ptr<sim::PcapWriter> capture_;
+  std::optional<Transmission> transmission_;
+  std::vector<sim::Packet> arriving_;
+  std::uint64_t packets_ = 0;  // from the sensor
+  std::uint64_t written_ = 0;  // to the capture
+};
+
+Report Simulation::MakeReport() const {
+  const double rate = options_.sensor.frame_rate_hz;
+  const double duration =
+      static_cast<double>(packets_) / (rate * static_cast<double>(sensor_.PacketsPerFrame()));
   Report report;
-  report.Add("model", "Sensor", options.model,
-             options.model + ", seed " + std::to_string(options.sensor.seed));
-  report.Add("scene", "Scene", options.scene, options.scene);
-  report.Add("frames", "Frames", options.frames,
-             Grouped(options.frames) + " at " + Fixed(options.sensor.frame_rate_hz, 1) + " Hz, " +
-                 Fixed(duration, 1) + " s");
+  report.Add("model", "Sensor", options_.model,
+             options_.model + ", seed " + std::to_string(options_.sensor.seed));
+  report.Add("scene", "Scene", options_.scene, options_.scene);
+  report.Add("frames", "Frames", Frames(),
+             Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(duration, 1) + " s");
   report.Add("duration_s", "", duration, "");
-  report.Add("packets_written", "Packets", written.packets,
-             Grouped(written.packets) + " written, " + Grouped(dropped) + " dropped");
-  report.Add("packets_dropped", "", dropped, "");
-  report.Add("port", "UDP port", options.port, std::to_string(options.port));
-  report.Add("capture", "Capture", options.out, options.out + ", " + Megabytes(bytes));
-  report.Add("capture_bytes", "", bytes, "");
-  report.Add("check_folder", "Check folder", options.check_folder, options.check_folder);
-  report.Print(console.Out(), options.json);
+  report.Add("sensor_packets", "", packets_, "");
+  report.Add("packets_dropped", "", faults_.Counts()[PacketFault::kLost], "");
+  if (capture_) AddCapture(report);
+  if (transmission_) transmission_->Add(report);
+  if (!options_.check_folder.empty()) {
+    report.Add("check_folder", "Check folder", options_.check_folder, options_.check_folder);
+  }
+  AddFaults(report);
+  return report;
 }
 
-ExitCode Run(Options options, Console& console) {
-  const std::string word = TableWordIn(options.check_folder);
-  if (!word.empty()) {
-    throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
-                                        "\", by which a calibration table is recognised");
+void Simulation::AddCapture(Report& report) const {
+  std::error_code ignored;
+  const auto bytes = std::filesystem::file_size(options_.out, ignored);
+  report.Add("packets_written", "Packets", written_,
+             Grouped(written_) + " written, " + Grouped(faults_.Counts()[PacketFault::kLost]) +
+                 " dropped");
+  report.Add("port", "UDP port", options_.port, std::to_string(options_.port));
+  report.Add("capture", "Capture", options_.out, options_.out + ", " + Megabytes(bytes));
+  report.Add("capture_bytes", "", bytes, "");
+}
+
+void Simulation::AddFaults(Report& report) const {
+  static constexpr std::pair<const char*, const char*> kNames[sim::kPacketFaults] = {
+      {"lost", "lost"},
+      {"wrong_length", "of wrong length"},
+      {"wrong_identifier", "with a wrong identifier"},
+      {"duplicated", "sent twice"},
+      {"swapped", "overtaken by the next"},
+      {"foreign", "of another device"}};
+  Table table = {"Packets with faults", {""}, {true}, {}};
+  table.columns.emplace_back();
+  table.align_right.push_back(false);
+  Json json = Json::object();
+  for (std::size_t i = 0; i < sim::kPacketFaults; ++i) {
+    const std::uint64_t count = faults_.Counts().values[i];
+    json[kNames[i].first] = count;
+    if (count > 0) table.rows.push_back({Grouped(count), kNames[i].second});
   }
-  options.sensor.radius_filter = !options.no_radius_filter;
+  if (table.rows.empty()) {
+    report.Add("faults", "", std::move(json), "");
+  } else {
+    report.Add("faults", std::move(json), std::move(table));
+  }
+}
+
+ExitCode Run(SimulateOptions options, Console& console) {
+  CompleteSimulateOptions(options);
   const auto scene = sim::MakeScene(options.scene);
   const auto sensor = sim::MakeSensor(options.model, options.sensor);
   if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
+  const Interrupt interrupt;
   std::string error;
-  MakeFolder(options.check_folder);
-  Require(sensor->WriteCheckFolder(options.check_folder, error), options.check_folder, error);
-  Tell(options, WriteCapture(options, *sensor, *scene), console);
+  Simulation simulation(options, *sensor, console);
+  if (!options.check_folder.empty()) {
+    MakeFolder(options.check_folder);
+    Require(sensor->WriteCheckFolder(options.check_folder, error), options.check_folder, error);
+  }
+  simulation.Run(*scene);
+  simulation.MakeReport().Print(console.Out(), options.json);
+  console.Out().flush();
+  simulation.RequireAllSent();
   return ExitCode::kDone;
 }
 
 }  // namespace
 
 Verb AddSimulate(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("simulate", "Writes the capture and calibration of a synthetic sensor.");
-  AddOptions(*command, *options);
+  const auto options = std::make_shared<SimulateOptions>();
+  CLI::App* const command = app.add_subcommand(
+      "simulate",
+      "Writes the capture and calibration of a synthetic sensor, or sends its packets.");
+  AddSimulateOptions(*command, *options);
   command->footer(
-      "Example:\n  orliq simulate --model juniq --scene boxes --frames 20 --out room.pcap "
-      "--check-folder room-check");
-  return {command, [options](Console& console) { return Run(*options, console); }};
+      "Examples:\n  orliq simulate --model juniq --scene boxes --frames 20 --out room.pcap "
+      "--check-folder room-check\n  orliq simulate --model juniq --check-folder room-check "
+      "--to 127.0.0.1:2368");
+  return {command, [options](Console& console) {
+            console.SetQuiet(options->quiet);
+            return Run(*options, console);
+          }};
 }
 
 }  // namespace orliq::cli

@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "orliq/CaptureFile.h"
 #include "orliq/ExitCode.h"
 #include "orliq/ProgressBar.h"
 

@@ -7,10 +7,9 @@
 namespace orliq::sim {
 namespace {
 
-// Random streams; the calibration draws from stream 1.
+// Random streams; the calibration draws from stream 1, PacketFaults from those that follow.
 constexpr std::uint64_t kNoiseStream = 2;
 constexpr std::uint64_t kFalseReturnStream = 3;
-constexpr std::uint64_t kDropStream = 4;
 
 constexpr std::size_t kPacketBytes = 1104;
 constexpr std::uint64_t kImuStamps = 0xFFFFFF;  // 24 bits without 0
@@ -33,8 +32,7 @@ JuniqSensor::JuniqSensor(const SensorOptions& options)
       calibration_(MakeJuniqCalibration(options.seed, options.radius_filter)),
       order_(BeamOrder()),
       noise_(options.seed, kNoiseStream),
-      false_return_(options.seed, kFalseReturnStream),
-      drop_(options.seed, kDropStream) {
+      false_return_(options.seed, kFalseReturnStream) {
   for (std::size_t position = 0; position < kJuniqBeams; ++position) {
     directions_.push_back(calibration_.Direction(position));
   }
@@ -43,15 +41,11 @@ JuniqSensor::JuniqSensor(const SensorOptions& options)
 std::vector<Packet> JuniqSensor::EncodeFrame(const Scene& scene, std::uint64_t frame) {
   noise_ = Random(options_.seed, kNoiseStream, frame);
   false_return_ = Random(options_.seed, kFalseReturnStream, frame);
-  drop_ = Random(options_.seed, kDropStream, frame);
   truth_.clear();
   std::vector<Packet> packets;
   for (std::size_t i = 0; i < PacketsPerFrame(); ++i) {
     const std::uint64_t packet = frame * PacketsPerFrame() + i;
-    auto payload = EncodePacket(scene, packet);
-    if (!drop_.Chance(options_.faults.dropped_packet_rate)) {
-      packets.push_back({std::move(payload), options_.start_time_s + SceneTime(packet)});
-    }
+    packets.push_back({EncodePacket(scene, packet), options_.start_time_s + SceneTime(packet)});
   }
   return packets;
 }

@@ -34,7 +34,7 @@ class JuniqSensor final : public Sensor {
   [[nodiscard]] bool WriteCheckFolder(const std::filesystem::path& folder,
                                       std::string& error) const override;
 
-  /// Every block of the last frame in the order sent, those of dropped packets too.
+  /// Every block of the last frame in the order sent.
   const std::vector<JuniqTruth>& Truth() const { return truth_; }
 
   const JuniqCalibration& Calibration() const { return calibration_; }
@@ -52,7 +52,6 @@ class JuniqSensor final : public Sensor {
   std::vector<JuniqTruth> truth_;
   Random noise_;         // streams of the current frame, one for each fault, so that asking for one
   Random false_return_;  // fault leaves the others as they were
-  Random drop_;
 };
 
 }  // namespace orliq::sim

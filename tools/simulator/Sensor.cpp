@@ -19,7 +19,7 @@ bool Valid(const SensorOptions& options) {
   return 0.1 <= options.frame_rate_hz && options.frame_rate_hz <= 1000.0 &&
          0.0 <= options.start_time_s && options.start_time_s < kYear9999 &&
          std::isfinite(faults.range_noise_m) && faults.range_noise_m >= 0.0 &&
-         IsShare(faults.false_return_rate) && IsShare(faults.dropped_packet_rate);
+         IsShare(faults.false_return_rate);
 }
 
 }  // namespace

@@ -18,11 +18,10 @@ struct Packet {
   double time_s = 0.0;  ///< seconds since 1970-01-01 UTC
 };
 
-/// What goes wrong on purpose. All zero: the sensor is perfect up to its quantum of range.
+/// What the sensor measures wrongly on purpose. All zero: it is perfect up to its quantum of range.
 struct Faults {
-  double range_noise_m = 0.0;        ///< standard deviation of every measured range [m], >= 0
-  double false_return_rate = 0.0;    ///< share of beams that report a range out of nowhere, 0 to 1
-  double dropped_packet_rate = 0.0;  ///< share of packets that never arrive, 0 to 1
+  double range_noise_m = 0.0;      ///< standard deviation of every measured range [m], >= 0
+  double false_return_rate = 0.0;  ///< share of beams that report a range out of nowhere, 0 to 1
 };
 
 struct SensorOptions {
@@ -45,11 +44,10 @@ class Sensor {
   /// Model name as MakeSensor takes it.
   virtual std::string Name() const = 0;
 
-  /// Packets of a frame before any is dropped.
   virtual std::size_t PacketsPerFrame() const = 0;
 
-  /// The packets of one frame in the order they leave; dropped ones are missing. Frames are asked
-  /// for in order from 0. The scene starts together with frame 0.
+  /// The packets of one frame in the order they leave. Frames are asked for in order from 0. The
+  /// scene starts together with frame 0.
   virtual std::vector<Packet> EncodeFrame(const Scene& scene, std::uint64_t frame) = 0;
 
   /// Writes this unit's calibration as a check-parameter folder, which is created when missing.

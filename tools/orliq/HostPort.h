@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orliq::cli {
+
+/// Where datagrams go.
+struct HostPort {
+  std::string text;     ///< as the user wrote it
+  std::string address;  ///< IPv4, dotted
+  std::uint16_t port = 0;
+};
+
+/// Reads "HOST:PORT", where HOST is an IPv4 address or a name that has one. Throws Failure with a
+/// sentence that begins with the option's name for anything else.
+HostPort ParseHostPort(const std::string& option, const std::string& text);
+
+}  // namespace orliq::cli
