@@ -50,7 +50,7 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   /// Prints the elevation table, for a look at what was loaded.
   void Print() const;
 
-  Trigon trigon;                     // the model's own pair of tables
+  Trigon trigon;                     // the model's own
   std::uint32_t last_imu_stamp = 0;  // 0: none yet
   DecoderJuniq* owner;
   OffsetCheckParam check_param;

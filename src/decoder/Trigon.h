@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <vector>
-
 namespace orliq::lidar {
 
 /// Sine and cosine of -180.00 .. +449.99 degrees in steps of 0.01 degree, looked up by the signed
-/// angle in hundredths of a degree. Decoders never compute a sine or cosine for a point.
+/// angle in hundredths of a degree. Decoders never compute a sine or cosine for a point. The first
+/// object of a process makes the tables, all share them.
 class Trigon {
  public:
   static constexpr int kMinAngle = -18000;  // [0.01 deg] first angle of the tables
@@ -28,8 +27,9 @@ class Trigon {
   float Cos(int angle_cdeg) const { return cosine_[angle_cdeg]; }
 
  private:
-  std::vector<float> sine_table_;
-  std::vector<float> cosine_table_;
+  struct Tables;
+  static const Tables& SharedTables();
+
   const float* sine_;    // entry of angle 0, so that a signed angle is the index
   const float* cosine_;  // likewise
 };

@@ -4,10 +4,10 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
-#include <memory_resource>
 #include <mutex>
 #include <utility>
+
+#include "input/Ring.h"
 
 namespace orliq::lidar {
 
@@ -41,8 +41,7 @@ struct SyncQueue {
   T Pop() {
     const std::lock_guard<std::mutex> lock(mutex);
     if (items.empty()) return T();
-    T item = std::move(items.front());
-    items.pop_front();
+    T item = items.pop_front();
     size = items.size();
     if (max_size != 0) not_full.notify_one();
     return item;
@@ -53,10 +52,10 @@ struct SyncQueue {
     stopped = true;
     not_empty.notify_all();
     not_full.notify_all();
-    std::pmr::deque<T> left(items.get_allocator());
+    Ring<T> left;
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      left.swap(items);
+      std::swap(left, items);
       size = 0;
       not_full.notify_all();
     }
@@ -68,11 +67,7 @@ struct SyncQueue {
   std::mutex mutex;                        // guards items
   std::condition_variable not_empty;       // signalled once per push
   std::condition_variable not_full;        // signalled once per pop of a bounded queue
-
-  // A deque gives its front node back while it asks for one at its end: the pool keeps them, so
-  // that a steady flow of items allocates nothing.
-  std::pmr::unsynchronized_pool_resource pool;  // guarded by mutex
-  std::pmr::deque<T> items{&pool};              // guarded by mutex
+  Ring<T> items;                           // guarded by mutex
 };
 
 }  // namespace orliq::lidar

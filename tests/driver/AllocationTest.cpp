@@ -3,9 +3,10 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <future>
 #include <new>
 
-#include "support/Playback.h"
+#include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
 
 namespace {
@@ -20,6 +21,18 @@ std::atomic<int> allocations{0};
   if (counting) ++allocations;
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
+  if (counting) ++allocations;
+  const auto step = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  std::free(memory);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
@@ -67,6 +80,46 @@ TEST(Allocations, APacketCostsNone) {
 
 TEST(Allocations, NeitherDoesTheRadiusFilter) {
   EXPECT_EQ(AllocationsOfFourFrames(true), 0);
+}
+
+TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
+  test::LiveSensor<Point> sensor;
+  const auto cloud = std::make_shared<PointCloud<Point>>();
+  const auto message = std::make_shared<ImuMsg>();
+  std::promise<void> go_on;
+  sensor.provider = [&cloud] {
+    cloud->points.clear();
+    return cloud;
+  };
+  sensor.imu_provider = [&message] { return message; };
+  sensor.on_frame = [&, first = true]() mutable {
+    if (std::exchange(first, false)) go_on.get_future().wait();
+  };
+  sensor.frames.reserve(10);
+  sensor.samples.reserve(10000);
+  ASSERT_TRUE(sensor.Open());
+  const auto send = [&](unsigned packets, unsigned stamp) {
+    for (unsigned i = 1; i <= packets; ++i) {
+      const std::size_t marked = i == 1 ? 0 : 63;  // the first of a frame, or none
+      const test::JuniqReturn block = i == 1 ? test::kMarker : test::JuniqReturn{};
+      const auto packet = test::JuniqPacket().Block(marked, block).Imu({}, stamp + i);
+      sensor.sender.Send(sensor.port, packet.data(), packet.size());
+      const auto taken = [&] { return sensor.Statistics().received >= stamp + i; };
+      if (i % 50 == 0) test::Eventually(std::cref(taken));  // a reference needs no memory
+    }
+  };
+  send(1500, 0);  // the consumer waits: more buffers than a later round can need
+  go_on.set_value();
+  send(1500, 1500);
+  sensor.WaitForDecoded(3000);
+  allocations = 0;
+  counting = true;
+  send(1500, 3000);
+  counting = false;
+  sensor.WaitForDecoded(4500);
+  sensor.driver->Stop();
+  EXPECT_EQ(allocations, 0);
+  EXPECT_EQ(sensor.samples.size(), 4500U);
 }
 
 }  // namespace

@@ -101,7 +101,8 @@ TEST(Live, AllCallbacksRunOnOneNamedThread) {
   sensor.Send(std::vector<std::uint8_t>(99));
   sensor.Send(JuniqPacket().Put(2, 1, 0));
   sensor.Send(kLast);
-  ASSERT_TRUE(sensor.WaitFor(1));
+  sensor.WaitForDecoded(1);
+  sensor.driver->Stop();
   EXPECT_THAT(names, testing::ElementsAre("orliq-dec-"));
   EXPECT_EQ(threads.size(), 1U);
   EXPECT_EQ(sensor.samples.size(), 1U);
@@ -148,6 +149,8 @@ TEST(Live, AProviderWithNothingToGiveIsAskedAgain) {
     sensor.Send(JuniqPacket().Block(63, kMarker).Imu({}, stamp));
   }
   ASSERT_TRUE(sensor.WaitFor(2));
+  sensor.WaitForDecoded(3);
+  sensor.driver->Stop();
   EXPECT_EQ(clouds, 4);
   EXPECT_EQ(sensor.samples.size(), 3U) << "asked before the second packet";
   EXPECT_EQ(messages, 5);
@@ -235,8 +238,7 @@ TEST(Live, StopInitAndDestructionWorkFromInsideEveryCallback) {
         done.set_value();
       };
       ASSERT_TRUE(sensor.Open());
-      sensor.Send(std::vector<std::uint8_t>(1));
-      sensor.Send(kLast);
+      sensor.Send(hook == &Sensor::on_frame ? kLast.payload() : std::vector<std::uint8_t>(1));
       done.get_future().wait();
       // Without its driver the thread has nobody to join it: it takes down the event as its last act.
       EXPECT_TRUE(Eventually([&] { return sensor.Events() > 0; }));

@@ -76,6 +76,7 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
 }
 
 TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
+  const test::TickingClock clock;
   Probe probe;
   CaptureBuilder capture;
   capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63)).Udp(Tagged(3, 5)).Udp(Tagged(4));
@@ -316,7 +317,7 @@ TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
 TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
   const test::TickingClock clock;
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 50; ++i) {
     OrliqDriver<PointCloud<Point>> driver;
     std::promise<void> replaced;
     driver.RegisterExceptionCallBack([&, first = true](const Error&) mutable {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "simulator/PcapWriter.h"
 #include "simulator/Scene.h"
@@ -24,6 +25,7 @@ struct SimulatedCapture {
     for (int i = 0; ok && i < frames; ++i) {
       for (const sim::Packet& packet : sensor->EncodeFrame(*scene, static_cast<std::uint64_t>(i))) {
         ok = ok && writer->Write(packet.payload, packet.time_s);
+        packets.push_back(packet.payload);
       }
     }
     if (!ok || !writer->Close(error)) throw std::runtime_error("no capture: " + error);
@@ -32,6 +34,7 @@ struct SimulatedCapture {
   TempDir dir;
   std::string capture;
   std::string check_folder;
+  std::vector<std::vector<std::uint8_t>> packets;  ///< of the capture, in order
 };
 
 }  // namespace orliq::test

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "orliq/ExitCode.h"
 #include "orliq/Report.h"
 #include "param/ParamService.h"
 
@@ -84,6 +85,23 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
     report.remarks.insert(report.remarks.end(), remarks.begin(), remarks.end());
   }
   return report;
+}
+
+void RequireCalibration(const Model& model, const std::string& folder, const Console& console) {
+  if (!model.needs_check_folder) return;
+  if (folder.empty()) {
+    console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+    return;
+  }
+  const CheckFolderReport check = ExamineCheckFolder(model, folder);
+  std::string remarks;
+  for (const std::string& remark : check.remarks) remarks += "\n  " + remark;
+  if (!check.loaded) {
+    throw Failure(ExitCode::kFileFault, "the check folder " + folder + " does not load for " +
+                                            model.name + ':' + remarks);
+  }
+  if (!remarks.empty())
+    console.Note("the check folder loads, but a table without a good file stays zero:" + remarks);
 }
 
 std::string TableWordIn(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "orliq/Console.h"
 #include "orliq/Models.h"
 
 namespace orliq::cli {
@@ -16,6 +17,10 @@ struct CheckFolderReport {
 
 /// Loads the folder as the driver of `model` does and tells what is wrong with it.
 CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder);
+
+/// Points without calibration are worth nothing: throws Failure when the folder does not load, and
+/// remarks on missing tables or a folder that was not named.
+void RequireCalibration(const Model& model, const std::string& folder, const Console& console);
 
 /// The word in `path` by which a table file is recognised, or nothing. Such a word in the path of a
 /// folder makes every file in it count as that table.

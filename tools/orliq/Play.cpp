@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "orliq/CheckFolder.h"
+#include "orliq/CloudTypes.h"
 #include "orliq/CloudWriter.h"
 #include "orliq/FramePlayer.h"
 #include "orliq/PlayOptions.h"
@@ -21,27 +22,18 @@ struct Plan {
   CaptureSurvey survey;  ///< of the datagrams to `port`
 };
 
-/// Points without calibration are worth nothing, so a folder that does not load ends the verb.
-void CheckCalibration(const PlayOptions& options, const Model& model, const Console& console) {
-  if (!model.needs_check_folder) return;
-  if (options.check_folder.empty()) {
-    console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
-    return;
-  }
-  const CheckFolderReport check = ExamineCheckFolder(model, options.check_folder);
-  std::string remarks;
-  for (const std::string& remark : check.remarks) remarks += "\n  " + remark;
-  if (!check.loaded) {
-    throw Failure(ExitCode::kFileFault, "the check folder " + options.check_folder +
-                                            " does not load for " + options.model + ':' + remarks);
-  }
-  if (!remarks.empty())
-    console.Note("the check folder loads, but a table without a good file stays zero:" + remarks);
+lidar::DriverParam MakeDriverParam(const PlayOptions& options, const Model& model,
+                                   std::uint16_t port) {
+  lidar::DriverParam param = MakeDriverParam(options.cloud, model);
+  param.input_type = lidar::InputType::Pcap;
+  param.input_param.pcap_file = options.capture;
+  param.input_param.port = port;
+  return param;
 }
 
 /// Finds the port of the sensor's packets, unless it was given.
 Plan MakePlan(const PlayOptions& options, const Console& console) {
-  const Model& model = PlayableModel(options);
+  const Model& model = DecodableModel(options.cloud);
   MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
   Plan plan = {&model, options.port.value_or(0), ParseFrameRange(options.frames), {}};
   const bool quiet = console.Quiet();
@@ -59,16 +51,6 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
   return plan;
 }
 
-/// A single output file takes one frame.
-void RequireOneFrame(const CloudWriter& writer, const std::string& out, int first, int last) {
-  if (!writer.SingleFile() || last - first == 1) return;
-  throw Failure(ExitCode::kUsage, "--out " + out + " is one file, but " +
-                                      Count(static_cast<std::uint64_t>(last - first), "frame") +
-                                      " would go into it: name a folder, or choose one frame "
-                                      "with --frames " +
-                                      std::to_string(first) + ':' + std::to_string(first + 1));
-}
-
 template <typename Cloud>
 class Playback {
  public:
@@ -83,9 +65,9 @@ class Playback {
     const FrameRange range = WithinCapture(plan_.range, tally_.entries);
     tally_.first = range.first;
     tally_.last = *range.last;
-    if (!options_.out.empty()) {
-      writer_ = std::make_unique<CloudWriter>(options_.out, options_.format);
-      RequireOneFrame(*writer_, options_.out, tally_.first, tally_.last);
+    if (!options_.cloud.out.empty()) {
+      writer_ = std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format);
+      RequireOneFrame(*writer_);
     }
     PlayFrames();
     Conclude();
@@ -93,6 +75,18 @@ class Playback {
   }
 
  private:
+  /// A single output file takes one frame.
+  void RequireOneFrame(const CloudWriter& writer) const {
+    const int first = tally_.first;
+    if (!writer.SingleFile() || tally_.last - first == 1) return;
+    throw Failure(ExitCode::kUsage,
+                  "--out " + options_.cloud.out + " is one file, but " +
+                      Count(static_cast<std::uint64_t>(tally_.last - first), "frame") +
+                      " would go into it: name a folder, or choose one frame "
+                      "with --frames " +
+                      std::to_string(first) + ':' + std::to_string(first + 1));
+  }
+
   void PlayFrames() {
     ProgressBar bar("playing", static_cast<std::uint64_t>(tally_.last - tally_.first), quiet_);
     player_.Play(tally_.first, tally_.last, [&](const typename FramePlayer<Cloud>::Frame& frame) {
@@ -121,8 +115,7 @@ class Playback {
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();
-    tally_.files = Count(writer_->Files(), CloudFormatName(writer_->Format()) + " file") + " in " +
-                   options_.out + ", " + Megabytes(writer_->Bytes());
+    tally_.files = FilesText(*writer_, options_.cloud.out);
   }
 
   const PlayOptions& options_;
@@ -134,22 +127,15 @@ class Playback {
 };
 
 PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console& console) {
-  if (options.point == "point-time") {
-    return Playback<PointCloud<PointTime>>(options, plan, console).Run();
-  }
-  if (options.point == "point-source") {
-    return Playback<PointCloud<PointSource>>(options, plan, console).Run();
-  }
-  if (options.point == "juniq") {
-    return Playback<PointCloud<JuniqPoint>>(options, plan, console).Run();
-  }
-  return Playback<PointCloud<Point>>(options, plan, console).Run();
+  return WithCloudType(options.cloud.point, [&](auto type) {
+    return Playback<typename decltype(type)::Cloud>(options, plan, console).Run();
+  });
 }
 
 ExitCode Run(const PlayOptions& options, Console& console) {
   const Plan plan = MakePlan(options, console);
-  CheckCalibration(options, *plan.model, console);
-  if (options.verbose) console.ShowLibraryLines();
+  RequireCalibration(*plan.model, options.cloud.check_folder, console);
+  if (options.cloud.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   tally.MakeReport().Print(console.Out(), options.json);
   console.Out().flush();

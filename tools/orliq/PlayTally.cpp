@@ -49,27 +49,17 @@ void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
   report.Add("played", "", {tally.first, tally.last}, "");
 }
 
-void AddPointRows(Report& report, const Sums& sums) {
-  const auto points = static_cast<double>(sums.points);
-  const double share = sums.points > 0 ? 100.0 * static_cast<double>(sums.non_zero) / points : 0.0;
+void AddDecodeRows(Report& report, const Sums& sums) {
   const double ms = sums.frames > 0 ? sums.seconds * 1e3 / static_cast<double>(sums.frames) : 0.0;
-  const double rate = sums.seconds > 0 ? points / sums.seconds : 0.0;
-  report.Add("points", "Points", sums.points, Grouped(sums.points));
-  report.Add("non_zero_points", "Non-zero points", sums.non_zero,
-             Grouped(sums.non_zero) + " (" + Fixed(share, 1) + " %)");
+  const double rate = sums.seconds > 0 ? static_cast<double>(sums.points) / sums.seconds : 0.0;
+  AddPointRows(report, sums.points, sums.non_zero);
   report.Add("ms_per_frame", "Decode time", ms,
              Fixed(ms, 2) + " ms per frame, " + Fixed(rate * 1e-6, 1) + " million points/s");
   report.Add("points_per_s", "", rate, "");
 }
 
 void AddPacketRows(Report& report, const PlayTally& tally) {
-  const RefusedPackets& refused = tally.refused;
-  const bool none = refused.length + refused.identifier == 0;
-  report.Add("refused_length", "Refused packets", refused.length,
-             none ? "none"
-                  : Grouped(refused.length) + " of wrong length (0x41), " +
-                        Grouped(refused.identifier) + " with wrong identifier (0x42)");
-  report.Add("refused_identifier", "", refused.identifier, "");
+  AddRefusedRows(report, tally.refused);
   Json reports = Json::object();
   for (const auto& [code, count] : tally.fault_reports) {
     const auto byte = static_cast<std::uint8_t>(code);
@@ -101,7 +91,7 @@ Report PlayTally::MakeReport() const {
   const Sums sums = SumUp(*this);
   Report report;
   AddFrameRows(report, *this, sums);
-  AddPointRows(report, sums);
+  AddDecodeRows(report, sums);
   report.Add("files_written", files.empty() ? "" : "Files", files_written, files);
   AddPacketRows(report, *this);
   Json list = Json::array();

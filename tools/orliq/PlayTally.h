@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "orliq/CaptureSurvey.h"
+#include "orliq/CommonRows.h"
 #include "orliq/Report.h"
 
 namespace orliq::cli {
@@ -22,11 +23,7 @@ struct PlayedFrame {
   std::string file;  ///< empty when none was written
 };
 
-/// Packets that the driver refuses, by its error codes.
-struct RefusedPackets {
-  std::uint64_t length = 0;      ///< 0x41: other than the model's length, or cut, or too large
-  std::uint64_t identifier = 0;  ///< 0x42
-};
+/// Packets of the capture that the driver refuses.
 RefusedPackets CountRefused(const CaptureSurvey& survey, const Model& model);
 
 /// Sums of a playback and its closing table.

@@ -15,6 +15,13 @@ constexpr auto kPause = std::chrono::milliseconds(100);
 
 }  // namespace
 
+std::string BarText(double share, std::size_t cells) {
+  const double part = std::clamp(share, 0.0, 1.0);
+  const auto full = static_cast<std::size_t>(part * static_cast<double>(cells));
+  return '[' + std::string(full, '#') + std::string(cells - full, '.') + "] " +
+         std::to_string(static_cast<int>(part * 100)) + " %";
+}
+
 ProgressBar::ProgressBar(std::string task, std::uint64_t total, bool silent)
     : task_(std::move(task)), total_(std::max<std::uint64_t>(total, 1)) {
   enabled_ = !silent && ::isatty(STDERR_FILENO) == 1;
@@ -28,12 +35,8 @@ void ProgressBar::Update(std::uint64_t done) {
   if (!enabled_ || Clock::now() < next_) return;
   next_ = Clock::now() + kPause;
   drawn_ = true;
-  const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(total_));
-  const auto full = static_cast<std::size_t>(share * kCells);
-  const auto percent = std::to_string(static_cast<int>(share * 100));
-  std::cerr << "\r" + task_ + " [" + std::string(full, '#') + std::string(kCells - full, '.') +
-                   "] " + percent + " %\033[K"
-            << std::flush;
+  const double share = static_cast<double>(done) / static_cast<double>(total_);
+  std::cerr << "\r" + task_ + ' ' + BarText(share, kCells) + "\033[K" << std::flush;
 }
 
 }  // namespace orliq::cli

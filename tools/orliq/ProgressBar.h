@@ -2,10 +2,14 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace orliq::cli {
+
+/// "[####......] 40 %" for 0.4 and ten cells.
+std::string BarText(double share, std::size_t cells);
 
 /// A bar on standard error that shows how far a long job is. It draws only on a terminal, at most
 /// ten times a second, and wipes itself out when it is destroyed.

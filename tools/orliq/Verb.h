@@ -19,6 +19,8 @@ struct Verb {
 Verb AddSimulate(CLI::App& app);
 Verb AddInfo(CLI::App& app);
 Verb AddPlay(CLI::App& app);
+Verb AddLive(CLI::App& app);
+Verb AddRecord(CLI::App& app);
 Verb AddSend(CLI::App& app);
 
 }  // namespace orliq::cli

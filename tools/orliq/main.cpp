@@ -11,6 +11,8 @@ using orliq::cli::ExitCode;
 using orliq::cli::Failure;
 using orliq::cli::Verb;
 
+constexpr char kVerbNames[] = "simulate, info, play, live, record or send";
+
 ExitCode Fail(const std::string& command, ExitCode code, const std::string& sentence) {
   std::cerr << command + ": " + sentence + '\n';
   return code;
@@ -36,24 +38,25 @@ ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& 
   }
   const auto verbs = app.get_subcommands();
   if (verbs.empty() && !app.remaining().empty()) {
-    return Fail(
-        "orliq", ExitCode::kUsage,
-        "there is no verb " + app.remaining().front() + ": use simulate, info, play or send");
+    return Fail("orliq", ExitCode::kUsage,
+                "there is no verb " + app.remaining().front() + ": use " + kVerbNames);
   }
   const std::string command = verbs.empty() ? "orliq" : "orliq " + verbs.front()->get_name();
-  std::string sentence = verbs.empty() ? "name a verb: simulate, info, play or send" : error.what();
+  std::string sentence = verbs.empty() ? std::string("name a verb: ") + kVerbNames : error.what();
   sentence.erase(sentence.find_last_not_of(".\n") + 1);
   return Fail(command, ExitCode::kUsage, sentence + ". Try: " + command + " --help");
 }
 
 ExitCode Run(int argc, char** argv, Console& console) {
-  CLI::App app{"Simulates, examines, plays and sends captures of LiDAR sensors."};
+  CLI::App app{
+      "Simulates LiDAR sensors, receives their packets, examines, plays and sends captures."};
   app.name("orliq");
   app.set_version_flag("--version", ORLIQ_VERSION);
   app.require_subcommand(1);
   app.footer("orliq VERB --help shows the options of a verb and an example.");
   const Verb verbs[] = {orliq::cli::AddSimulate(app), orliq::cli::AddInfo(app),
-                        orliq::cli::AddPlay(app), orliq::cli::AddSend(app)};
+                        orliq::cli::AddPlay(app),     orliq::cli::AddLive(app),
+                        orliq::cli::AddRecord(app),   orliq::cli::AddSend(app)};
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

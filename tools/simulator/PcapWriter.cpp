@@ -3,6 +3,7 @@
 
 #include <pcap/pcap.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <system_error>
@@ -14,6 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kSnapLength = 65535 + 14;  // [bytes] the longest IPv4 packet and its Ethernet header
+constexpr std::uint64_t kFileHeader = 24;    // [bytes]
+constexpr std::uint64_t kRecordHeader = 16;  // [bytes]
 constexpr double kEndOfTime = 2147483647.0;  // [s] readers take the 32 bits of a time as signed
 
 struct ClosePcap {
@@ -43,9 +46,41 @@ struct PcapWriter::Impl {
     return dump != nullptr;
   }
 
+  bool Write(const std::vector<std::uint8_t>& frame, double time_s) {
+    pcap_pkthdr header{};
+    header.ts = RecordTime(time_s);
+    header.caplen = static_cast<bpf_u_int32>(frame.size());
+    header.len = header.caplen;
+    pcap_dump(reinterpret_cast<u_char*>(dump.get()), &header, frame.data());
+    bytes += kRecordHeader + frame.size();
+    return std::ferror(pcap_dump_file(dump.get())) == 0;
+  }
+
+  bool MayWrite(const std::vector<std::uint8_t>& payload, double time_s) const {
+    return dump && 0.0 <= time_s && time_s < kEndOfTime && payload.size() <= UdpFramer::kMaxPayload;
+  }
+
+  bool Flush() {
+    if (!dump || pcap_dump_flush(dump.get()) != 0) return false;
+    if (std::ferror(pcap_dump_file(dump.get())) != 0) return false;
+    flushed_bytes = bytes;
+    return true;
+  }
+
+  /// Gives the file its name, or removes it when a fault has come before.
+  bool Finish(std::error_code fault, std::string& error) {
+    if (!fault) fs::rename(part, target, fault);
+    if (!fault) return true;
+    error = "cannot write " + target.string() + ": " + fault.message();
+    fs::remove(part, fault);
+    return false;
+  }
+
   fs::path target;
   fs::path part;  // where the records go until Close
   UdpFramer framer;
+  std::uint64_t bytes = kFileHeader;
+  std::uint64_t flushed_bytes = 0;
   std::unique_ptr<pcap_t, ClosePcap> handle;
   std::unique_ptr<pcap_dumper_t, CloseDump> dump;  // null once closed
 };
@@ -81,17 +116,17 @@ PcapWriter::~PcapWriter() {
 }
 
 bool PcapWriter::Write(const std::vector<std::uint8_t>& payload, double time_s) {
-  const bool in_time = 0.0 <= time_s && time_s < kEndOfTime;
-  if (!impl_->dump || !in_time || payload.size() > UdpFramer::kMaxPayload) {
-    return false;
-  }
-  const auto frame = impl_->framer.Frame(payload);
-  pcap_pkthdr header{};
-  header.ts = RecordTime(time_s);
-  header.caplen = static_cast<bpf_u_int32>(frame.size());
-  header.len = header.caplen;
-  pcap_dump(reinterpret_cast<u_char*>(impl_->dump.get()), &header, frame.data());
-  return std::ferror(pcap_dump_file(impl_->dump.get())) == 0;
+  return impl_->MayWrite(payload, time_s) && impl_->Write(impl_->framer.Frame(payload), time_s);
+}
+
+bool PcapWriter::Write(const std::vector<std::uint8_t>& payload, double time_s,
+                       const UdpEndpoints& endpoints) {
+  return impl_->MayWrite(payload, time_s) &&
+         impl_->Write(impl_->framer.Frame(payload, endpoints), time_s);
+}
+
+bool PcapWriter::Flush() {
+  return impl_->Flush();
 }
 
 bool PcapWriter::Close(std::string& error) {
@@ -99,19 +134,21 @@ bool PcapWriter::Close(std::string& error) {
     error = impl_->target.string() + " is closed already";
     return false;
   }
-  const bool complete = pcap_dump_flush(impl_->dump.get()) == 0 &&
-                        std::ferror(pcap_dump_file(impl_->dump.get())) == 0;
+  const std::error_code fault =
+      impl_->Flush() ? std::error_code() : std::error_code(errno, std::generic_category());
   impl_->dump.reset();
+  return impl_->Finish(fault, error);
+}
+
+bool PcapWriter::CloseAtLastFlush(std::string& error) {
+  impl_->dump.reset();  // which may write some more of what the disk could not take
   std::error_code fault;
-  if (complete) {
-    fs::rename(impl_->part, impl_->target, fault);
-    if (!fault) {
-      return true;
-    }
-  }
-  error = "cannot write " + impl_->target.string() + (fault ? ": " + fault.message() : "");
-  fs::remove(impl_->part, fault);
-  return false;
+  fs::resize_file(impl_->part, impl_->flushed_bytes, fault);
+  return impl_->Finish(fault, error);
+}
+
+std::uint64_t PcapWriter::Bytes() const {
+  return impl_->bytes;
 }
 
 }  // namespace orliq::sim

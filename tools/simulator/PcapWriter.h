@@ -30,9 +30,23 @@ class PcapWriter {
   /// nothing was added, but what a full disk has lost also makes Close fail.
   [[nodiscard]] bool Write(const std::vector<std::uint8_t>& payload, double time_s);
 
+  /// The same for a datagram of another flow than the writer's.
+  [[nodiscard]] bool Write(const std::vector<std::uint8_t>& payload, double time_s,
+                           const UdpEndpoints& endpoints);
+
+  /// Brings to the system what has been written so far. False when the disk is full.
+  [[nodiscard]] bool Flush();
+
   /// Completes the file and gives it its name. False, and a line in `error`, when that fails or the
   /// writer is closed already.
   [[nodiscard]] bool Close(std::string& error);
+
+  /// Completes the file with what the last good Flush held, for when the disk is full. Fails as
+  /// Close does.
+  [[nodiscard]] bool CloseAtLastFlush(std::string& error);
+
+  /// Size of the capture with all that has been written.
+  std::uint64_t Bytes() const;
 
  private:
   struct Impl;

@@ -36,68 +36,72 @@ void PatchU16(std::vector<std::uint8_t>& bytes, std::size_t offset, std::uint16_
   bytes[offset + 1] = static_cast<std::uint8_t>(value);
 }
 
+std::vector<std::uint8_t> Ipv4Header(const UdpEndpoints& endpoints, std::uint16_t number,
+                                     std::size_t udp_length) {
+  std::vector<std::uint8_t> header;
+  ByteWriter(header, ByteWriter::Order::Big)
+      .U8(0x45)  // version 4, five words of header
+      .U8(0)
+      .U16(static_cast<std::uint32_t>(20 + udp_length))
+      .U16(number)
+      .U16(kDontFragment)
+      .U8(kTimeToLive)
+      .U8(kUdp)
+      .U16(0)  // checksum, patched below
+      .Bytes(endpoints.source)
+      .Bytes(endpoints.destination);
+  PatchU16(header, 10, Checksum(WordSum(header)));
+  return header;
+}
+
+std::vector<std::uint8_t> UdpHeader(const UdpEndpoints& endpoints,
+                                    const std::vector<std::uint8_t>& payload) {
+  const auto length = static_cast<std::uint32_t>(8 + payload.size());
+  std::vector<std::uint8_t> pseudo;  // summed up together with the datagram, never sent
+  ByteWriter(pseudo, ByteWriter::Order::Big)
+      .Bytes(endpoints.source)
+      .Bytes(endpoints.destination)
+      .U16(kUdp)
+      .U16(length);
+  std::vector<std::uint8_t> header;
+  ByteWriter(header, ByteWriter::Order::Big)
+      .U16(endpoints.source_port)
+      .U16(endpoints.destination_port)
+      .U16(length)
+      .U16(0);  // checksum, patched below
+  const std::uint16_t sum = Checksum(WordSum(pseudo) + WordSum(header) + WordSum(payload));
+  PatchU16(header, 6, sum == 0 ? std::uint16_t{0xFFFF} : sum);  // 0 would say "no checksum"
+  return header;
+}
+
 }  // namespace
 
 std::optional<UdpFramer> UdpFramer::Create(const UdpFlow& flow) {
   UdpFramer framer;
-  if (inet_pton(AF_INET, flow.source_ip.c_str(), framer.source_.data()) != 1 ||
-      inet_pton(AF_INET, flow.destination_ip.c_str(), framer.destination_.data()) != 1) {
+  UdpEndpoints& endpoints = framer.flow_;
+  if (inet_pton(AF_INET, flow.source_ip.c_str(), endpoints.source.data()) != 1 ||
+      inet_pton(AF_INET, flow.destination_ip.c_str(), endpoints.destination.data()) != 1) {
     return std::nullopt;
   }
-  framer.source_port_ = flow.source_port;
-  framer.destination_port_ = flow.destination_port;
+  endpoints.source_port = flow.source_port;
+  endpoints.destination_port = flow.destination_port;
   return framer;
 }
 
-std::vector<std::uint8_t> UdpFramer::Frame(const std::vector<std::uint8_t>& payload) {
-  const auto udp = UdpHeader(payload);
+std::vector<std::uint8_t> UdpFramer::Frame(const std::vector<std::uint8_t>& payload,
+                                           const UdpEndpoints& endpoints) {
+  const auto udp = UdpHeader(endpoints, payload);
   std::vector<std::uint8_t> frame;
   frame.reserve(42 + payload.size());
   ByteWriter(frame, ByteWriter::Order::Big)
       .Bytes(kHostMac)
       .Bytes(kSensorMac)
       .U16(0x0800)  // IPv4 follows
-      .Bytes(Ipv4Header(udp.size() + payload.size()))
+      .Bytes(Ipv4Header(endpoints, number_, udp.size() + payload.size()))
       .Bytes(udp)
       .Bytes(payload);
   ++number_;
   return frame;
-}
-
-std::vector<std::uint8_t> UdpFramer::Ipv4Header(std::size_t udp_length) const {
-  std::vector<std::uint8_t> header;
-  ByteWriter(header, ByteWriter::Order::Big)
-      .U8(0x45)  // version 4, five words of header
-      .U8(0)
-      .U16(static_cast<std::uint32_t>(20 + udp_length))
-      .U16(number_)
-      .U16(kDontFragment)
-      .U8(kTimeToLive)
-      .U8(kUdp)
-      .U16(0)  // checksum, patched below
-      .Bytes(source_)
-      .Bytes(destination_);
-  PatchU16(header, 10, Checksum(WordSum(header)));
-  return header;
-}
-
-std::vector<std::uint8_t> UdpFramer::UdpHeader(const std::vector<std::uint8_t>& payload) const {
-  const auto length = static_cast<std::uint32_t>(8 + payload.size());
-  std::vector<std::uint8_t> pseudo;  // summed up together with the datagram, never sent
-  ByteWriter(pseudo, ByteWriter::Order::Big)
-      .Bytes(source_)
-      .Bytes(destination_)
-      .U16(kUdp)
-      .U16(length);
-  std::vector<std::uint8_t> header;
-  ByteWriter(header, ByteWriter::Order::Big)
-      .U16(source_port_)
-      .U16(destination_port_)
-      .U16(length)
-      .U16(0);  // checksum, patched below
-  const std::uint16_t sum = Checksum(WordSum(pseudo) + WordSum(header) + WordSum(payload));
-  PatchU16(header, 6, sum == 0 ? std::uint16_t{0xFFFF} : sum);  // 0 would say "no checksum"
-  return header;
 }
 
 }  // namespace orliq::sim

@@ -18,6 +18,14 @@ struct UdpFlow {
   std::uint16_t destination_port = 2368;
 };
 
+/// The same for one datagram, as it is on the wire.
+struct UdpEndpoints {
+  std::array<std::uint8_t, 4> source{};       ///< IPv4 address
+  std::array<std::uint8_t, 4> destination{};  ///< IPv4 address
+  std::uint16_t source_port = 0;
+  std::uint16_t destination_port = 0;
+};
+
 /// Wraps UDP payloads into Ethernet frames with plain 42-byte headers and correct checksums.
 class UdpFramer {
  public:
@@ -27,19 +35,18 @@ class UdpFramer {
   static std::optional<UdpFramer> Create(const UdpFlow& flow);
 
   /// The frame of a payload of at most kMaxPayload bytes. Datagrams are numbered as they come.
-  std::vector<std::uint8_t> Frame(const std::vector<std::uint8_t>& payload);
+  std::vector<std::uint8_t> Frame(const std::vector<std::uint8_t>& payload) {
+    return Frame(payload, flow_);
+  }
+
+  /// The same for a datagram of another flow.
+  std::vector<std::uint8_t> Frame(const std::vector<std::uint8_t>& payload,
+                                  const UdpEndpoints& endpoints);
 
  private:
-  using Address = std::array<std::uint8_t, 4>;
-
   UdpFramer() = default;
-  std::vector<std::uint8_t> Ipv4Header(std::size_t udp_length) const;
-  std::vector<std::uint8_t> UdpHeader(const std::vector<std::uint8_t>& payload) const;
 
-  Address source_{};
-  Address destination_{};
-  std::uint16_t source_port_ = 0;
-  std::uint16_t destination_port_ = 0;
+  UdpEndpoints flow_;
   std::uint16_t number_ = 0;  // IPv4 identification
 };
 

@@ -1,0 +1,20 @@
+#include <multi_driver/OrliqDriver.h>
+#include <iostream>
+
+int main(int argc, char** argv) {
+  if (argc < 3) return 2;
+  OrliqDriver<PointCloud<Point>> driver;
+  driver.RegisterPointCloudCallBack(
+      [](std::shared_ptr<PointCloud<Point>> cloud) {  // on the driver's thread
+        std::cout << cloud->points.size() << " points at " << std::to_string(cloud->timestamp)
+                  << " s\n";
+      },
+      [] { return std::make_shared<PointCloud<Point>>(); });
+
+  orliq::lidar::DriverParam param;
+  param.lidar_type = orliq::lidar::LidarType::Juniq;
+  param.input_param.port = static_cast<std::uint16_t>(std::stoi(argv[1]));
+  param.calibration_param.check_folder = argv[2];
+  if (!driver.InitDriver(param) || !driver.Start()) return 1;
+  std::cin.get();  // until Enter
+}

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// What this machine's network looks like to a sensor.
+namespace orliq::cli {
+
+/// "192.168.1.102:2368"; an empty address is 0.0.0.0, every address.
+std::string EndpointText(const std::string& address, std::uint16_t port);
+
+/// The machine's IPv4 addresses: "127.0.0.1 (lo), 192.168.1.102 (eth0)"; "none" without any.
+std::string LocalAddressText();
+
+/// UDP sockets bound to that port that do not belong to this process.
+std::size_t ForeignSockets(std::uint16_t port);
+
+/// What helps against datagrams that found the receive buffer of a socket full.
+std::string BufferAdvice(std::uint64_t granted_bytes);
+
+}  // namespace orliq::cli

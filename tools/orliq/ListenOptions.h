@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace orliq::cli {
+
+/// Where and how long a verb listens to a live sensor.
+struct ListenOptions {
+  std::uint16_t port = 0;
+  std::string address;             ///< empty: every address
+  std::optional<double> duration;  ///< [s] from the start
+  double wait = 10.0;              ///< [s] for the first packet; 0: for ever
+  bool json = false;
+  bool quiet = false;
+};
+
+void AddListenOptions(CLI::App& command, ListenOptions& options);
+
+/// Runs from its making on.
+class ListenTime {
+ public:
+  explicit ListenTime(const ListenOptions& options) : options_(options) {}
+
+  double Seconds() const;
+
+  /// Whether the duration is over, or nothing `has_arrived` for as long as one waits.
+  bool Over(bool has_arrived) const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  const ListenOptions& options_;
+  Clock::time_point start_ = Clock::now();
+};
+
+}  // namespace orliq::cli

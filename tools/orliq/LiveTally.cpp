@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/LiveTally.h"
+
+#include "orliq/CommonRows.h"
+
+namespace orliq::cli {
+namespace {
+
+double Rate(std::uint64_t count, double seconds) {
+  return seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0;
+}
+
+void AddTimeRows(Report& report, const LiveTally& tally) {
+  report.Add("listened_on", "Listened on", tally.listened_on, tally.listened_on);
+  report.Add("seconds", "Time", tally.seconds,
+             Fixed(tally.seconds, 1) + " s, packets during " + Fixed(tally.active, 1) + " s");
+  report.Add("seconds_with_packets", "", tally.active, "");
+}
+
+void AddPacketRows(Report& report, const LiveTally& tally) {
+  const auto& packets = tally.counts.packets;
+  const double rate = tally.packets_per_s;
+  report.Add("packets", "Packets", packets.received,
+             Grouped(packets.received) + ", " + Fixed(rate, 1) + " packets/s");
+  report.Add("packets_decoded", "", packets.decoded, "");
+  report.Add("packets_per_s", "", rate, "");
+}
+
+void AddFrameRows(Report& report, const LiveTally& tally) {
+  const LiveCounts& counts = tally.counts;
+  const double rate = Rate(counts.frames, tally.active);
+  report.Add("frames", "Frames", counts.frames,
+             Grouped(counts.frames) + ", " + Fixed(rate, 1) + " frames/s");
+  report.Add("frames_per_s", "", rate, "");
+  report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
+             Grouped(counts.empty_frames));
+  AddPointRows(report, counts.points, counts.non_zero);
+  report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
+}
+
+void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
+  AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
+  const bool none = packets.dropped_by_kernel + packets.dropped_by_limit == 0;
+  report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
+             none ? "none"
+                  : Grouped(packets.dropped_by_kernel) + " by the system, " +
+                        Grouped(packets.dropped_by_limit) + " by the limit of the queue");
+  report.Add("dropped_by_limit", "", packets.dropped_by_limit, "");
+  report.Add("receive_errors", "", packets.receive_errors, "");
+  report.Add("queued_max", "Highest queue", packets.queued_max,
+             Count(packets.queued_max, "packet"));
+  report.Add("queued_at_end", "", packets.queued, "");
+  report.Add("socket_buffer_bytes", "", packets.socket_buffer_bytes, "");
+}
+
+void AddFileRows(Report& report, const LiveTally& tally) {
+  report.Add("files_written", tally.files.empty() ? "" : "Files", tally.files_written, tally.files);
+  const auto& [no_room, faults, first_fault] = tally.not_written;
+  report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
+             Count(no_room, "frame") + " for a slow disk, " + Grouped(faults) + " for faults");
+  report.Add("frames_with_fault", "", faults, "");
+}
+
+}  // namespace
+
+bool LiveTally::HasLosses() const {
+  const auto& packets = counts.packets;
+  return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
+             packets.dropped_by_limit + not_written.no_room + not_written.faults >
+         0;
+}
+
+Report LiveTally::MakeReport() const {
+  Report report;
+  AddTimeRows(report, *this);
+  AddPacketRows(report, *this);
+  AddFrameRows(report, *this);
+  AddLossRows(report, counts.packets);
+  AddFileRows(report, *this);
+  return report;
+}
+
+std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds) {
+  const auto& packets = now.packets;
+  const auto rate = [seconds](std::uint64_t from, std::uint64_t to, int digits) {
+    return Fixed(Rate(to - from, seconds), digits);
+  };
+  const std::string age =
+      packets.last_packet_age_s < 0.0 ? "none" : Fixed(packets.last_packet_age_s, 1) + 's';
+  return rate(before.packets.received, packets.received, 0) + " pkt/s " +
+         rate(before.frames, now.frames, 1) + " fps " + std::to_string(now.last_points) + " pts " +
+         rate(before.imu_samples, now.imu_samples, 0) +
+         " IMU/s 0x41:" + std::to_string(packets.refused_length) +
+         " 0x42:" + std::to_string(packets.refused_identifier) +
+         " lost:" + std::to_string(packets.dropped_by_kernel + packets.dropped_by_limit) +
+         " queue:" + std::to_string(packets.queued) + " age:" + age;
+}
+
+}  // namespace orliq::cli

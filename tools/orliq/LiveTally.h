@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orliq/CloudSaver.h"
+#include "orliq/LiveSource.h"
+#include "orliq/Report.h"
+
+namespace orliq::cli {
+
+/// Sums of listening to a live sensor, and its closing table.
+struct LiveTally {
+  std::string listened_on;
+  double seconds = 0.0;  ///< from the start
+  double active = 0.0;   ///< [s] from the first packet to the last
+  double packets_per_s = 0.0;
+  LiveCounts counts;
+  std::string files;  ///< what was written where; or empty
+  std::uint64_t files_written = 0;
+  CloudSaver::Losses not_written;
+
+  /// Whether packets were refused or lost, or frames not written.
+  bool HasLosses() const;
+  Report MakeReport() const;
+};
+
+/// The line of a terminal, which must fit into 80 columns: packets, frames, points of a frame, IMU
+/// samples and losses; rates since `before`, `seconds` ago.
+std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds);
+
+}  // namespace orliq::cli
