@@ -38,11 +38,7 @@ TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
   ASSERT_TRUE(live.driver->InitDriver(param) && live.driver->Start());
   EXPECT_THAT(testing::internal::GetCapturedStdout(),
               testing::StartsWith("type:64\n文件: \"" + capture.check_folder));
-  const auto scene = sim::MakeScene("boxes");
-  const auto simulated = sim::MakeSensor("juniq", {});
-  for (std::uint64_t i = 0; i < 3; ++i) {
-    for (const sim::Packet& packet : simulated->EncodeFrame(*scene, i)) live.Send(packet.payload);
-  }
+  for (const auto& packet : capture.packets) live.Send(packet);
   ASSERT_TRUE(live.WaitFor(3));
   for (int i = 0; i < 3; ++i) {
     const auto expected = playback.Play(i);

@@ -179,21 +179,6 @@ TEST_F(PlaybackTest, ACallbackMayAskForStatusAndFramesAtAnyMoment) {
   for (const int frame : {1, 0}) ASSERT_NE(probe.Play(frame), nullptr);
 }
 
-TEST_F(PlaybackTest, EveryAcceptedRequestEndsInACloudUnderAHailOfRequests) {
-  Probe probe;
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  std::atomic<std::size_t> accepted{0};
-  std::atomic<bool> done{false};
-  std::thread other([&] {
-    while (!done) accepted += probe.driver->SetLocalFrame(1) ? 1 : 0;
-  });
-  for (int i = 0; i < 300; ++i) accepted += probe.Request(i % 3) ? 1 : 0;
-  done = true;
-  other.join();
-  EXPECT_TRUE(probe.WaitFor(accepted));
-  EXPECT_EQ(probe.Count(), accepted);
-}
-
 TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   Probe probe;
   ASSERT_EQ(probe.Open(ThreeFrames()), 3);

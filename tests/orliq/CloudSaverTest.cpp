@@ -45,22 +45,5 @@ TEST(CloudSaver, GoesOnAfterACloudThatCannotBeWritten) {
   EXPECT_EQ(saver.Writer().Files(), 2U);
 }
 
-TEST(CloudPool, GivesTheMemoryOfAnEarlierCloudButNothingElseOfIt) {
-  auto pool = std::make_shared<CloudPool<Cloud>>(1);
-  auto cloud = pool->Take();
-  cloud->points.resize(1000);
-  cloud->frame_word = 7;
-  const Point* const memory = cloud->points.data();
-  auto other = pool->Take();
-  EXPECT_NE(other, cloud);
-  cloud.reset();
-  cloud = pool->Take();
-  EXPECT_TRUE(cloud->points.empty());
-  EXPECT_EQ(cloud->frame_word, 0);
-  cloud->points.resize(1000);
-  EXPECT_EQ(cloud->points.data(), memory);
-  pool.reset();  // clouds may outlive it
-}
-
 }  // namespace
 }  // namespace orliq::cli

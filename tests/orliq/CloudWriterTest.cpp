@@ -84,21 +84,5 @@ TEST(CloudWriter, WritesThePointTimeAsDoubleAndTheSourceBytesOneByOne) {
   ExpectFiles(cloud, expected);
 }
 
-TEST(CloudWriter, WritesTheRawMeasurementOfAJuniqPoint) {
-  auto cloud = TwoPoints<JuniqPoint>();
-  JuniqPoint& p = cloud.points[1];
-  p.row = 1, p.column = 2, p.aux = 3, p.width_ref = 4, p.peak = 5, p.tof = 6;
-  p.width = 0xFFFFFFFF;
-  ExpectFiles(cloud,
-              {"x y z intensity ring row column aux width_ref peak tof width",
-               "4 4 4 2 2 2 2 2 2 4 4 4", "F F F U U U U U U U U U", "1 1 1 1 1 1 1 1 1 1 1 1",
-               "property ushort row\nproperty ushort column\nproperty ushort aux\n"
-               "property ushort width_ref\nproperty uint peak\nproperty uint tof\n"
-               "property uint width\n",
-               "x,y,z,intensity,ring,row,column,aux,width_ref,peak,tof,width\n"
-               "0,0,0,0,0,0,0,0,0,0,0,0\n"
-               "1.5,-0.1,3e-08,65535,191,1,2,3,4,5,6,4294967295\n"});
-}
-
 }  // namespace
 }  // namespace orliq::cli

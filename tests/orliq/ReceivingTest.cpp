@@ -68,12 +68,5 @@ TEST(UdpReceiver, KnowsHowManyDatagramsTheSystemDropped) {
   EXPECT_EQ(received + socket.Dropped(), sent);
 }
 
-TEST(Silence, NamesTheModelsThatSendPacketsOfTheLengthThatCame) {
-  EXPECT_EQ(ModelsOfLength(1236), "corvik, brantis or hestra");
-  EXPECT_EQ(ModelsOfLength(1360), "glavor or fennix");
-  EXPECT_EQ(ModelsOfLength(1084), "kelvane");
-  EXPECT_EQ(ModelsOfLength(1235), "");
-}
-
 }  // namespace
 }  // namespace orliq::cli

@@ -70,20 +70,6 @@ TEST(TableFile, NumbersMeanWhatTheCLibraryMakesOfThem) {
   EXPECT_EQ(Read("1.00000005960464477539062500001"), Floats{1});
 }
 
-TEST(TableFile, ManyDecimalNumbersHaveTheBitsOfTheCLibrary) {
-  std::mt19937_64 random(1);
-  std::string text;
-  Floats expected;
-  for (int i = 0; i < 20000; ++i) {
-    char number[64];
-    const double value = std::ldexp(static_cast<double>(random()) / 1e19 - 0.9, i % 256 - 128);
-    std::snprintf(number, sizeof number, i % 2 == 0 ? "%.9g" : "%.17g", value);
-    expected.push_back(static_cast<float>(std::strtod(number, nullptr)));
-    text += std::string(number) + (i % 16 == 15 ? "\n" : ",");
-  }
-  EXPECT_TRUE(SameBits(Read(text), expected));
-}
-
 TEST(TableFile, ACommaLocaleOfTheProcessChangesNothing) {
   struct Comma : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }

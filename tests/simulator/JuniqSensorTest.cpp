@@ -120,25 +120,5 @@ TEST(JuniqSensor, PacketTimeAdvancesWithTheFrameRate) {
   EXPECT_NEAR(packets[384].time_s, 1709164800.0, 1e-6);
 }
 
-TEST(JuniqSensor, InertialSamplesAgreeWithEachOther) {
-  test::JuniqProbe<Point> probe;
-  probe.decoder.InstallImuMsg(std::make_shared<lidar::ImuMsg>());
-  SensorOptions options;
-  options.frame_rate_hz = 0.5;  // 768 packets in 2 s: every sample is sent about four times
-  Decode(probe, JuniqSensor{options}.EncodeFrame(*MakeScene("empty-room"), 0));
-  EXPECT_EQ(probe.samples.size(), 200U) << "100 a second, each with its own stamp other than 0";
-  double roll = 0.0;  // [rad] summed up from the turn rates, level at the start
-  double pitch = 0.0;
-  for (const lidar::ImuMsg& imu : probe.samples) {
-    const float x = imu.linear_acceleration_x;
-    const float y = imu.linear_acceleration_y;
-    ASSERT_NEAR(std::hypot(x, y, imu.linear_acceleration_z), 9.81, 0.01) << "gravity alone";
-    ASSERT_NEAR(x, -9.81 * std::sin(pitch), 0.02) << "a positive pitch is nose down";
-    ASSERT_NEAR(y, 9.81 * std::sin(roll), 0.02);
-    roll += imu.angular_velocity_x * 0.01;
-    pitch += imu.angular_velocity_y * 0.01;
-  }
-}
-
 }  // namespace
 }  // namespace orliq::sim

@@ -59,15 +59,6 @@ TEST(Pacer, LetsPacketsGoAtTheirMomentAndNeverBefore) {
   }
 }
 
-TEST(Pacer, EndsAWaitWhenAskedTo) {
-  TestClock clock;
-  const auto end = clock.now + std::chrono::milliseconds(300);
-  Pacer pacer(1, clock, [&] { return clock.now >= end; });
-  pacer.WaitUntilDue(0.0);
-  pacer.WaitUntilDue(1.9);
-  EXPECT_NEAR(Milliseconds(clock.now - end), 0.0, 60.0) << "asks some times a second";
-}
-
 TEST(PacedSender, SendsABurstWhenTheLastOfItIsDue) {
   const test::LoopbackSocket receiver;
   std::string error;
