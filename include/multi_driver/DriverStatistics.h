@@ -9,15 +9,16 @@ namespace orliq::lidar {
 
 /// What became of the packets of a live sensor, counted from InitDriver on.
 ///
-/// Every datagram that reached the socket is in exactly one of `received` and `dropped_by_kernel`;
-/// every received one is waiting in the queue, being decoded, `decoded`, refused for its length or
-/// identifier, or `dropped_by_limit`. A port that a second socket has bound as well gives the whole
-/// flow of a sensor to one of the two: then `received` stands still while the sensor sends.
+/// Every datagram that reached the socket waits in its buffer or is in exactly one of `received` and
+/// `dropped_by_kernel`, except that empty ones are not counted. Every received one is waiting in the
+/// queue, being decoded, `decoded`, refused for its length or identifier, or `dropped_by_limit`.
+/// A port that a second socket has bound as well gives the whole flow of a sensor to one of the two:
+/// then `received` stands still while the sensor sends.
 struct ORLIQ_API DriverStatistics {
   std::uint64_t received = 0;             ///< datagrams taken from the socket
   std::uint64_t received_bytes = 0;       ///< their payload, cut at 1546 bytes each
   std::uint64_t receive_errors = 0;       ///< failed receive calls
-  std::uint64_t dropped_by_kernel = 0;    ///< datagrams that found the socket's buffer full
+  std::uint64_t dropped_by_kernel = 0;    ///< that found the socket's buffer full, or were damaged
   std::uint64_t dropped_by_limit = 0;     ///< oldest ones given up for the limit of SetQueueLimit
   std::uint64_t decoded = 0;              ///< packets of the model's length and identifier
   std::uint64_t refused_length = 0;       ///< of another length than the model's

@@ -54,7 +54,8 @@ class ORLIQ_API OrliqDriver {
 
   /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
   /// initialisation. False when the model or the source is unknown, the source cannot be opened, or
-  /// a provider throws; the driver is then uninitialised.
+  /// a provider throws, and for check parameters from the sensor (`param_source` nonzero), which this
+  /// version does not fetch; the driver is then uninitialised.
   bool InitDriver(const orliq::lidar::DriverParam& param);
 
   /// Starts the worker threads; a capture file is indexed first. True when they run, also when they
@@ -83,8 +84,8 @@ class ORLIQ_API OrliqDriver {
 
   /// Limits how many packets of a live sensor may wait while a callback blocks; beyond that the
   /// oldest are dropped and counted. 0, the state after InitDriver, keeps every packet for as long
-  /// as memory lasts (a stalled 25 Hz Juniq takes about 30 MB a second). Does nothing for a capture
-  /// file and without a successful InitDriver.
+  /// as memory lasts (a stalled 25 Hz Juniq takes about 30 MB a second; without memory the process
+  /// ends). Does nothing for a capture file and without a successful InitDriver.
   void SetQueueLimit(const std::uint64_t& packets);
 
  private:

@@ -21,8 +21,7 @@ struct OrliqDriver<T>::Impl {
   ~Impl() { Release(); }
 
   void Release() {
-    // Stopped even where a call that is under way elsewhere keeps the manager a little longer.
-    if (manager) manager->Stop();
+    if (manager) manager->Abandon();
     manager.reset();
   }
 

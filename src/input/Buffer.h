@@ -22,6 +22,11 @@ struct Buffer {
   std::uint64_t capacity;         // [bytes] size of `data`
   std::uint64_t data_offset = 0;  // where the packet begins in `data`
   std::uint64_t length = 0;       // [bytes] of the packet
+
+ private:
+  // Allocators keep freed small pieces for later. Those of many buffers, one between each two arrays,
+  // would keep the arrays' memory from the system after a stall.
+  [[maybe_unused]] std::uint8_t no_small_piece_[104];
 };
 
 }  // namespace orliq::lidar

@@ -91,7 +91,7 @@ bool InputSock::InitBatchRecv() {
 
 int InputSock::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* /*position*/,
                           const bool& /*remember*/) {
-  if (!buffer || size < 0) return 0;
+  if (!buffer || size <= 0) return 0;
   const std::size_t room = std::min<std::uint64_t>(static_cast<unsigned>(size), buffer->capacity);
   const int count = Receive(*buffer, room);
   if (count >= 0 || errno != EAGAIN) return count;
@@ -112,7 +112,7 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) const {
 
 int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count,
                                 unsigned size) {
-  if (max_count < 1 || !batch_ready_) return -1;
+  if (max_count < 1 || sockfd_ < 0 || !batch_ready_) return -1;
   if (!WaitReadEvent(kSelectTimeoutUs)) return 0;
   const std::size_t batch = std::min({static_cast<std::size_t>(max_count), kBatch, buffers.size()});
   for (std::size_t i = 0; i < batch; ++i) {

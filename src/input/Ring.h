@@ -8,7 +8,7 @@
 namespace orliq::lidar {
 
 /// FIFO that keeps its room: a steady flow of items allocates nothing, which a std::deque does with
-/// every few items. Grows by doubling and never shrinks.
+/// every few items. Grows by doubling; only an unusual amount of room is given back, once it is empty.
 template <typename T>
 class Ring {
  public:
@@ -26,6 +26,7 @@ class Ring {
     T item = std::exchange(slots_[first_], T());
     first_ = Slot(1);
     --size_;
+    if (size_ == 0 && slots_.size() > kKeptSlots) *this = Ring();
     return item;
   }
 
@@ -38,6 +39,8 @@ class Ring {
     slots_.swap(larger);
     first_ = 0;
   }
+
+  static constexpr std::size_t kKeptSlots = 16384;
 
   std::vector<T> slots_;  // a power of two of them
   std::size_t first_ = 0;

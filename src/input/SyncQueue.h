@@ -11,7 +11,7 @@
 
 namespace orliq::lidar {
 
-/// FIFO between one producer and one consumer thread.
+/// FIFO between threads.
 ///
 /// Neither side ever waits: a push always finds room (the queue is unbounded), a pop from an empty
 /// queue returns an empty item. Destruction refuses later pushes and releases what is left, each

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "manager/ApplicationCallbacks.h"
 
+#include <utility>
+
 #include "multi_driver/PointCloud.h"
 
 namespace orliq::lidar {
@@ -17,19 +19,19 @@ std::shared_ptr<ImuMsg> ApplicationCallbacks<T>::GetImuMsg() const {
 
 template <typename T>
 void ApplicationCallbacks<T>::PutPointCloud(Decoder<T>& decoder, double timestamp) const {
-  const std::shared_ptr<T> cloud = decoder.CurrentCloud();
+  std::shared_ptr<T> cloud = decoder.CurrentCloud();
   if (!cloud) return;
   cloud->timestamp = timestamp;
   decoder.InstallCloud(nullptr);
-  if (put_point_cloud && !abandoned) put_point_cloud(cloud);
+  if (put_point_cloud && !abandoned) put_point_cloud(std::move(cloud));
 }
 
 template <typename T>
 void ApplicationCallbacks<T>::PutImuMsg(Decoder<T>& decoder) const {
-  const std::shared_ptr<ImuMsg> message = decoder.CurrentImuMsg();
+  std::shared_ptr<ImuMsg> message = decoder.CurrentImuMsg();
   if (!message) return;
   decoder.InstallImuMsg(nullptr);
-  if (put_imu && !abandoned) put_imu(message);
+  if (put_imu && !abandoned) put_imu(std::move(message));
 }
 
 template <typename T>

@@ -43,6 +43,10 @@ class DriverManager {
   virtual bool GetStatistics(DriverStatistics& statistics) const;
   virtual void SetQueueLimit(std::uint64_t packets);
 
+  /// Stops for good, as destruction does: from inside a callback, no further one is called. The
+  /// owner calls it, since a call that is under way on another thread may keep the manager longer.
+  virtual void Abandon() = 0;
+
  protected:
   void GiveCallbacks(ApplicationCallbacks<T>& callbacks) const;
 

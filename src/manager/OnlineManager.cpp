@@ -32,7 +32,8 @@ constexpr unsigned kNoBound = 0;  // of a push
 std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all point types
 
 std::uint64_t NowNs() {
-  return static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
 }
 
 }  // namespace
@@ -121,7 +122,7 @@ void OnlineManager<T>::Impl::Release() {
 template <typename T>
 bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
   if (!input) return false;
-  const std::string id = std::to_string(instance_id);
+  const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
   if (!receiver.Start("orliq-recv-" + id, self, [this] { Receive(); })) return false;
   if (decoding.Start("orliq-dec-" + id, self, [this] { Decode(); })) return true;
   Stop();  // a queue that nobody empties would only grow
@@ -158,8 +159,8 @@ bool OnlineManager<T>::Impl::ReceivePacket(std::shared_ptr<Buffer>& buffer) {
   received.Add();
   received_bytes.Add(static_cast<std::uint64_t>(count));
   packet_queue.Push(buffer, kNoBound);
-  queued_max.Set(std::max(queued_max.Value(), packet_queue.size.load()));
   DropBeyondLimit();
+  queued_max.Set(std::max(queued_max.Value(), packet_queue.size.load()));
   buffer = GetBuffer();
   return true;
 }
@@ -240,10 +241,14 @@ OnlineManager<T>::OnlineManager() : impl_(std::make_shared<Impl>()) {}
 
 template <typename T>
 OnlineManager<T>::~OnlineManager() {
-  impl_->callbacks.abandoned = impl_->decoding.OnOwnThread();
-  impl_->Stop();
-  // A callback that destroys the manager still stands on the decoding thread; the port is free now.
-  impl_->input.reset();
+  Abandon();
+}
+
+template <typename T>
+void OnlineManager<T>::Abandon() {
+  if (impl_->decoding.OnOwnThread()) impl_->callbacks.abandoned = true;
+  Stop();
+  impl_->input.reset();  // the port is free, though a callback may still be running
   impl_->decoding.DetachIfOwnThread();
 }
 
@@ -275,20 +280,21 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   const Impl& impl = *impl_;
   if (!impl.input) return false;
   const auto& counts = impl.decoder->Counts();
-  const std::uint64_t last_packet_ns = impl.last_packet_ns.Value();
-  statistics.received = impl.received.Value();
-  statistics.received_bytes = impl.received_bytes.Value();
-  statistics.receive_errors = impl.receive_errors.Value();
-  statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
-  statistics.dropped_by_limit = impl.dropped_by_limit.Value();
+  // Against the way of a packet, so that no sum exceeds what was received.
   statistics.decoded = counts.decoded.Value();
   statistics.refused_length = counts.refused_length.Value();
   statistics.refused_identifier = counts.refused_identifier.Value();
   statistics.last_refused_length = counts.last_refused_length.Value();
   statistics.queued = impl.packet_queue.size;
   statistics.queued_max = impl.queued_max.Value();
-  statistics.buffers = impl.buffers;
+  statistics.dropped_by_limit = impl.dropped_by_limit.Value();
+  statistics.received = impl.received.Value();
+  statistics.received_bytes = impl.received_bytes.Value();
+  statistics.receive_errors = impl.receive_errors.Value();
+  statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
+  statistics.buffers = impl.buffers;
+  const std::uint64_t last_packet_ns = impl.last_packet_ns.Value();
   statistics.last_packet_age_s =
       last_packet_ns == 0 ? -1.0 : static_cast<double>(NowNs() - last_packet_ns) * 1e-9;
   return true;

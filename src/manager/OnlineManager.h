@@ -35,6 +35,7 @@ class OnlineManager final : public DriverManager<T> {
   void UpdateTransform(const TransformParam& transform) override;
   bool GetStatistics(DriverStatistics& statistics) const override;
   void SetQueueLimit(std::uint64_t packets) override;
+  void Abandon() override;
 
  private:
   struct Impl;

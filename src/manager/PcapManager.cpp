@@ -213,7 +213,12 @@ PcapManager<T>::PcapManager() : impl_(std::make_shared<Impl>()) {}
 
 template <typename T>
 PcapManager<T>::~PcapManager() {
-  impl_->callbacks.abandoned = impl_->worker.OnOwnThread();
+  Abandon();
+}
+
+template <typename T>
+void PcapManager<T>::Abandon() {
+  if (impl_->worker.OnOwnThread()) impl_->callbacks.abandoned = true;
   Stop();
   impl_->worker.DetachIfOwnThread();
 }

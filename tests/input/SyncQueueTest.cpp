@@ -20,6 +20,8 @@ TEST(SyncQueueTest, DestructionReleasesEachBufferOnceAndRefusesPushes) {
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(queue.Push(kept, 1)) << "the bound has no effect";
     EXPECT_EQ(queue.size, 3U);
     EXPECT_EQ(kept.use_count(), 4);
+    EXPECT_EQ(queue.Pop(), kept);
+    EXPECT_EQ(kept.use_count(), 3) << "taken out for good";
     queue.Shut();
     EXPECT_FALSE(queue.Push(kept, 0));
     EXPECT_EQ(kept.use_count(), 1);

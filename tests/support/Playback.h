@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -34,6 +35,7 @@ struct Playback {
   Playback() {
     driver = std::make_unique<OrliqDriver<Cloud>>();
     const auto put = [this](const std::shared_ptr<Cloud>& cloud) {
+      owners = cloud.use_count();
       on_frame();
       const std::lock_guard<std::mutex> lock(mutex);
       frames.push_back(cloud);
@@ -92,6 +94,7 @@ struct Playback {
   std::function<void()> on_frame = [] {};  // on the worker thread, before the frame is counted
   std::function<void()> on_error = [] {};  // likewise
   std::function<std::shared_ptr<Cloud>()> provider = [] { return std::make_shared<Cloud>(); };
+  std::atomic<long> owners{0};  // of the last cloud, as it was handed over
   std::mutex mutex;
   std::condition_variable arrived;
   std::vector<std::shared_ptr<Cloud>> frames;  // guarded by mutex
