@@ -15,14 +15,14 @@ class Ring {
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
 
-  void push_back(const T& item) {
+  void Push(const T& item) {
     if (size_ == slots_.size()) Grow();
     slots_[Slot(size_)] = item;
     ++size_;
   }
 
   /// Takes the oldest item; there must be one.
-  T pop_front() {
+  T Pop() {
     T item = std::exchange(slots_[first_], T());
     first_ = Slot(1);
     --size_;

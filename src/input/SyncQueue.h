@@ -30,7 +30,7 @@ struct SyncQueue {
     if (stopped) return false;
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      items.push_back(item);
+      items.Push(item);
       size = items.size();
     }
     not_empty.notify_one();
@@ -41,7 +41,7 @@ struct SyncQueue {
   T Pop() {
     const std::lock_guard<std::mutex> lock(mutex);
     if (items.empty()) return T();
-    T item = items.pop_front();
+    T item = items.Pop();
     size = items.size();
     if (max_size != 0) not_full.notify_one();
     return item;

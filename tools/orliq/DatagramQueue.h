@@ -31,8 +31,8 @@ struct DatagramBatch {
 /// the start but takes memory only where it is used, so receiving never waits for memory.
 class DatagramQueue {
  public:
-  static constexpr std::size_t kMaxBytes = 64 * 1024 * 1024;  // 3 s of a 25 Hz Juniq
-  static constexpr std::size_t kMaxEntries = 1024 * 1024;
+  static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;  // 3 s of a 25 Hz Juniq
+  static constexpr std::size_t kMaxEntries = std::size_t{1} << 20;
 
   DatagramQueue();
 
