@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <random>
 
@@ -240,18 +239,6 @@ TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
   EXPECT_EQ(probe.frames.size(), 4U) << "the count began anew, and a marked packet closes once";
 }
 
-TEST(JuniqFrame, AForcedFrameWithoutCallbackThrowsAndAMarkerDoesNot) {
-  DecoderJuniq<PointCloud<Point>> decoder((DecoderParam()));
-  const JuniqPacket marked = JuniqPacket().Block(0, kMarker);
-  for (int i = 0; i < 1562; ++i) decoder.DecodeMsopPacket(marked.data(), marked.size(), 0);
-  EXPECT_THROW(decoder.DecodeMsopPacket(JuniqPacket().data(), 1104, 0), std::bad_function_call);
-  EXPECT_THROW(decoder.EnableFinallyFrame(), std::bad_function_call);
-  int frames = 0;  // without a cloud points are dropped, and frames close all the same
-  decoder.RegisterCallBack(nullptr, [&](const std::uint16_t&, const double&) { ++frames; });
-  EXPECT_TRUE(decoder.DecodeMsopPacket(marked.data(), marked.size(), 0));
-  EXPECT_EQ(frames, 1);
-}
-
 TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
   JuniqProbe<PointTime> probe;
   const auto second = [&](std::size_t i) { return probe.points()[i].timestamp - kPacketTime + 58; };
@@ -321,27 +308,6 @@ TEST(JuniqFilter, NullPointsSurviveAndZeroedReturnsDoNot) {
   std::vector<int> left;
   for (const PointSource& p : probe.frames[0]->points) left.push_back(p.intensity);
   EXPECT_EQ(left, intensities);
-}
-
-/// A cloud that answers for its own points.
-struct PickyCloud : PointCloud<Point> {
-  std::function<void(const Point&)> on_point;
-  void PushPoint(const Point& point) override { on_point(point); }
-};
-
-TEST(JuniqClouds, ATransformSwitchedOnByAPushActsOnTheNextPoint) {
-  DecoderParam param;
-  param.transform_param = {0, 100.0F, 0, 0, 0, 0, 0};
-  JuniqProbe<Point> probe(param);
-  const auto picky = std::make_shared<PickyCloud>();
-  picky->on_point = [&](const Point& p) {
-    picky->points.push_back(p);
-    if (picky->points.size() == 10) probe.decoder.UpdateTransform({1, 0, 0, 0, 0, 0, 0});
-  };
-  probe.decoder.InstallCloud(picky);
-  probe.Decode(JuniqPacket());
-  EXPECT_NEAR(picky->points[9].x, 24.344647F, 1e-5F);
-  EXPECT_NEAR(picky->points[10].x, 124.344647F, 1e-4F);
 }
 
 }  // namespace

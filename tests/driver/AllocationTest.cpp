@@ -74,11 +74,8 @@ int AllocationsOfFourFrames(bool radius_filter) {
   return allocations;
 }
 
-TEST(Allocations, APacketCostsNone) {
+TEST(Allocations, APacketCostsNoneWithTheRadiusFilterOffOrOn) {
   EXPECT_EQ(AllocationsOfFourFrames(false), 0);
-}
-
-TEST(Allocations, NeitherDoesTheRadiusFilter) {
   EXPECT_EQ(AllocationsOfFourFrames(true), 0);
 }
 

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "support/LiveSensor.h"
+#include "support/TickingClock.h"
 
 namespace orliq::lidar {
 namespace {
@@ -30,6 +31,7 @@ struct Subject : std::enable_shared_from_this<Subject> {
     driver->RegisterPointCloudCallBack([act](auto) { act(); },
                                        [] { return std::make_shared<Cloud>(); });
     driver->RegisterImuCallBack([act](auto) { act(); }, [] { return std::make_shared<ImuMsg>(); });
+    driver->RegisterExceptionCallBack([act](const Error&) { act(); });
   }
   bool Init(bool good) {
     DriverParam param;
@@ -103,6 +105,7 @@ void RunScript(Subject& subject, std::mt19937& random) {
 }
 
 TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
+  const test::TickingClock clock;
   const std::uint16_t port = test::FreePort();
   const auto descriptors = test::CountEntries("/proc/self/fd");
   std::thread([] {}).join();  // a sanitizer starts a thread of its own with the first one
@@ -111,8 +114,8 @@ TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
   std::thread sensor([&] {
     const test::LoopbackSocket sender;
     const auto packet = test::JuniqPacket().Block(63, test::kMarker);
-    while (!ended) {
-      sender.Send(port, packet.data(), packet.size());
+    for (unsigned i = 0; !ended; ++i) {
+      sender.Send(port, packet.data(), i % 3 == 0 ? 1 : packet.size());
       std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
   });

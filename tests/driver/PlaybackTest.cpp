@@ -166,19 +166,6 @@ TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
   }
 }
 
-TEST_F(PlaybackTest, ACallbackMayAskForStatusAndFramesAtAnyMoment) {
-  Probe probe;
-  CaptureBuilder capture;  // the first packet of frame 1 ends it as well
-  capture.Udp(Tagged(1, 10).Block(40, kMarker)).Udp(Tagged(2, 63));
-  probe.on_frame = [&] {
-    int frames = 0;
-    EXPECT_FALSE(probe.driver->SetLocalFrame(0)) << "its own frame still plays";
-    EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames) && frames == 2);
-  };
-  ASSERT_EQ(probe.Open(Write(capture)), 2);
-  for (const int frame : {1, 0}) ASSERT_NE(probe.Play(frame), nullptr);
-}
-
 TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   Probe probe;
   ASSERT_EQ(probe.Open(ThreeFrames()), 3);
@@ -277,28 +264,6 @@ TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
   }
 }
 
-TEST_F(PlaybackTest, TheFirstCallOfTheProviderMayReplaceOrDestroyTheDriver) {
-  const std::string path = ThreeFrames();
-  for (const bool destroy : {false, true}) {
-    Probe probe;
-    probe.provider = [&, first = true]() mutable {
-      if (std::exchange(first, false)) {
-        if (destroy) {
-          probe.driver.reset();
-        } else {
-          EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)));
-        }
-      }
-      return std::make_shared<PointCloud<Point>>();
-    };
-    const bool outer = probe.driver->InitDriver(Probe::Param(path));
-    if (destroy) continue;
-    EXPECT_FALSE(outer) << "the inner one stands";
-    EXPECT_TRUE(probe.driver->Start());
-    EXPECT_NE(probe.Play(0), nullptr);
-  }
-}
-
 TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeingOpened) {
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
   const test::TickingClock clock;
@@ -314,20 +279,6 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
     EXPECT_TRUE(driver.Start());
     ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
   }
-}
-
-using PlaybackDeathTest = PlaybackTest;
-
-TEST_F(PlaybackDeathTest, AnExceptionThatEscapesACallbackEndsTheProcess) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
-  const std::string path = ThreeFrames();
-  EXPECT_DEATH(
-      {
-        Probe probe;
-        probe.on_frame = [] { throw std::runtime_error("from a callback"); };
-        if (probe.Open(path) == 3) probe.Play(0);
-      },
-      "from a callback");
 }
 
 }  // namespace

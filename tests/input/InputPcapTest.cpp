@@ -4,8 +4,6 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <locale>
-
 #include "input/InputFactory.h"
 #include "support/CaptureBuilder.h"
 #include "support/TempDir.h"
@@ -60,16 +58,6 @@ TEST_F(CaptureInput, DeliversTheDatagramsOfItsPortAndZeroForTheRest) {
   EXPECT_THAT(Bytes(buffer_->data, buffer_->data + buffer_->length), ElementsAre(1, 2, 3));
   Open(capture, 0);
   EXPECT_THAT(ReadAll(), ElementsAre(1206, 10, 0, 3, -1));
-}
-
-TEST_F(CaptureInput, FilterTextIgnoresTheApplicationsLocale) {
-  struct Grouping : std::numpunct<char> {
-    std::string do_grouping() const override { return "\3"; }
-  };
-  const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
-  EXPECT_EQ(InputPcap(CaptureParam("", 2368)).FilterExpression(), "(udp dst port 2368)");
-  EXPECT_EQ(InputPcap(CaptureParam("", 0)).FilterExpression(), "(udp)");
-  std::locale::global(before);
 }
 
 TEST_F(CaptureInput, ReturnsToARememberedRecordAlsoAfterTheEnd) {

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "input/InputSock.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <fstream>
 
@@ -82,25 +80,6 @@ TEST_F(InputSockTest, AnAddressThatIsNoneOrNotOursIsRefusedWithTheReason) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), reason);
     EXPECT_LT(bad.RecvPacket(buffer, 10, nullptr, true), 0) << "the socket is closed";
   }
-}
-
-TEST_F(InputSockTest, WorksInAProcessWithMoreThanAThousandDescriptors) {
-  rlimit before = {};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  rlimit many = before;
-  many.rlim_cur = 1200;
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &many), 0);
-  std::vector<int> descriptors;
-  while (descriptors.empty() || descriptors.back() < 1100) {
-    descriptors.push_back(open("/dev/null", O_RDONLY));
-    ASSERT_GE(descriptors.back(), 0);
-  }
-  EXPECT_TRUE(sock.Init());
-  EXPECT_EQ(Receive(), 0) << "the wait for data works";
-  Send(9);
-  EXPECT_EQ(Receive(), 9);
-  for (const int descriptor : descriptors) close(descriptor);
-  setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST_F(InputSockTest, ABatchFillsTheBuffersInOrderAndNeverPastTheirEnd) {

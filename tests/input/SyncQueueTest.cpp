@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <thread>
 
 #include "input/Buffer.h"
 
@@ -27,24 +26,6 @@ TEST(SyncQueueTest, DestructionReleasesEachBufferOnceAndRefusesPushes) {
     EXPECT_EQ(kept.use_count(), 1);
   }
   EXPECT_EQ(kept.use_count(), 1);
-}
-
-TEST(SyncQueueTest, TwoThreadsLoseAndReorderNothing) {
-  constexpr std::uint64_t kCount = 20000;
-  Queue queue;
-  std::thread producer([&queue] {
-    for (std::uint64_t i = 0; i < kCount; ++i) {
-      const auto buffer = std::make_shared<Buffer>(1);
-      buffer->length = i;
-      queue.Push(buffer, 0);
-    }
-  });
-  for (std::uint64_t expected = 0; expected < kCount;) {
-    const auto buffer = queue.Pop();
-    if (!buffer) continue;
-    ASSERT_EQ(buffer->length, expected++);
-  }
-  producer.join();
 }
 
 }  // namespace

@@ -109,16 +109,5 @@ TEST(JuniqSensor, BytesFollowFromTheSeedAlone) {
   EXPECT_NE(first.Calibration().azimuth, other.Calibration().azimuth);
 }
 
-TEST(JuniqSensor, PacketTimeAdvancesWithTheFrameRate) {
-  SensorOptions options;
-  options.start_time_s = 1709164799.3749998;
-  options.frame_rate_hz = 20;
-  const auto packets = JuniqSensor{options}.EncodeFrame(*MakeScene("empty-room"), 12);
-  test::JuniqProbe<PointTime> probe;
-  Decode(probe, {packets.at(384)});  // 12.5 frames of 50 ms, rounded to the start of a leap day
-  EXPECT_EQ(probe.points().at(0).timestamp, 1709164800.0);
-  EXPECT_NEAR(packets[384].time_s, 1709164800.0, 1e-6);
-}
-
 }  // namespace
 }  // namespace orliq::sim

@@ -80,17 +80,5 @@ TEST(PacedSender, SendsABurstWhenTheLastOfItIsDue) {
   EXPECT_NEAR(paced.Rate(), 100.0, 0.1) << "3 packets in the 30 ms after the first burst";
 }
 
-TEST(UdpSender, CountsWhatTheSystemTookWhetherOrNotSomebodyReceives) {
-  std::string error;
-  const auto sender = UdpSender::Create("127.0.0.1", test::FreePort(), error);
-  for (int i = 0; i < 10; ++i) EXPECT_TRUE(sender->Send("abc", 3));
-  const std::vector<char> too_much(70'000);
-  EXPECT_FALSE(sender->Send(too_much.data(), too_much.size()));
-  EXPECT_EQ(sender->Datagrams(), 10U);
-  EXPECT_EQ(sender->Bytes(), 30U);
-  EXPECT_EQ(sender->Failed(), 1U);
-  EXPECT_EQ(sender->FirstError(), "Message too long");
-}
-
 }  // namespace
 }  // namespace orliq::sim

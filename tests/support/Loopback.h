@@ -61,15 +61,6 @@ class LoopbackSocket {
   sockaddr_in address_ = {};
 };
 
-/// Whether nobody holds the port now.
-inline bool PortIsFree(std::uint16_t port) {
-  const int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
-  sockaddr_in address = {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-  const int bound = ::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address);
-  ::close(descriptor);
-  return bound == 0;
-}
-
 /// A port that was free a moment ago.
 inline std::uint16_t FreePort() {
   return LoopbackSocket().port();

@@ -86,10 +86,6 @@ struct Playback {
     const std::lock_guard<std::mutex> lock(mutex);
     return frames.size();
   }
-  std::size_t Events() {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return frames.size() + errors.size();
-  }
 
   std::function<void()> on_frame = [] {};  // on the worker thread, before the frame is counted
   std::function<void()> on_error = [] {};  // likewise
