@@ -27,7 +27,7 @@ struct ORLIQ_API DriverStatistics {
   std::uint64_t queued = 0;               ///< packets that wait to be decoded now
   std::uint64_t queued_max = 0;           ///< the most that ever waited
   std::uint64_t buffers = 0;              ///< packet buffers in existence, 1546 bytes each
-  std::uint64_t socket_buffer_bytes = 0;  ///< that the system granted to the socket
+  std::uint64_t socket_buffer_bytes = 0;  ///< receive buffer as granted: twice what was asked
   double last_packet_age_s = -1.0;        ///< [s] since the last datagram; negative before any
 };
 

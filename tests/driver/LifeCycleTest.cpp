@@ -108,8 +108,7 @@ TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
   const test::TickingClock clock;
   const std::uint16_t port = test::FreePort();
   const auto descriptors = test::CountEntries("/proc/self/fd");
-  std::thread([] {}).join();  // a sanitizer starts a thread of its own with the first one
-  const auto threads = test::CountEntries("/proc/self/task");
+  const auto threads = test::ThreadsAtRest();
   std::atomic<bool> ended{false};
   std::thread sensor([&] {
     const test::LoopbackSocket sender;

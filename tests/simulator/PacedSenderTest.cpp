@@ -42,7 +42,7 @@ TEST(Pacer, LetsPacketsGoAtTheirMomentAndNeverBefore) {
        {0, 160, 320, 320, 400, 500},
        120},
       {"hours without a packet take 2 s", 1, 0, {0, 7e6, 7e6 + 50}, {0, 2000, 2050}, 0},
-      {"15 s that pass in 1.5 s do not count", 10, 0, {0, 15e3, 15050}, {0, 1500, 1505}, 0},
+      {"they count as 2 s at any speed", 10, 0, {0, 15e3, 15050}, {0, 200, 205}, 0},
       {"the clock was set back", 1, 0, {9e6, 9e6 + 10, 1e6, 1e6 + 30}, {0, 10, 10, 40}, 0},
       {"neighbours overtook each other", 1, 0, {0, 10, 9, 20}, {0, 10, 10, 20}, 0},
   };
@@ -73,9 +73,9 @@ TEST(PacedSender, SendsABurstWhenTheLastOfItIsDue) {
     paced.Add(&i, 1, 0.01 * i);
     EXPECT_EQ(sender->Datagrams(), sent[i]);
   }
-  EXPECT_NEAR(Milliseconds(clock.now - start), 20, 0.01);
-  paced.Finish();
   EXPECT_NEAR(Milliseconds(clock.now - start), 30, 0.01);
+  paced.Finish();
+  EXPECT_NEAR(Milliseconds(clock.now - start), 40, 0.01);
   EXPECT_EQ(sender->Datagrams(), 5U);
   EXPECT_NEAR(paced.Rate(), 100.0, 0.1) << "3 packets in the 30 ms after the first burst";
 }

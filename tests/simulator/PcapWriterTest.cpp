@@ -28,6 +28,7 @@ TEST(PcapWriter, RecordsAreDatagramsThatAReceiverWouldTake) {
   const test::TempDir scratch;
   std::string error;
   auto writer = PcapWriter::Create(scratch / "a.pcap", {}, error);
+  EXPECT_FALSE(PcapWriter::Create(scratch / "a.pcap", {}, error)) << "one writer at a time";
   for (const auto& row : rows) EXPECT_TRUE(writer->Write(row.payload, row.time_s));
   EXPECT_FALSE(std::filesystem::exists(scratch / "a.pcap")) << "not before it is complete";
   ASSERT_TRUE(writer->Close(error)) << error;

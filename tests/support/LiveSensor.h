@@ -2,9 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/JuniqPacket.h"
@@ -72,6 +74,16 @@ struct LiveSensor : Playback<P> {
 inline std::ptrdiff_t CountEntries(const char* folder) {
   const std::filesystem::directory_iterator entries(folder);
   return std::distance(begin(entries), end(entries));
+}
+
+/// Threads of this process when none is about to come or go: a sanitizer starts one of its own with
+/// the first, and the system lists a thread for a moment after it was joined.
+inline std::ptrdiff_t ThreadsAtRest() {
+  pid_t id = 0;
+  std::thread([&id] { id = ::gettid(); }).join();
+  const std::string entry = "/proc/self/task/" + std::to_string(id);
+  Eventually([&entry] { return !std::filesystem::exists(entry); });
+  return CountEntries("/proc/self/task");
 }
 
 }  // namespace orliq::test

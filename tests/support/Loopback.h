@@ -37,11 +37,11 @@ class LoopbackSocket {
     ::sendto(descriptor_, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
   }
 
-  /// The next datagram (up to 4096 bytes); nothing when none came within that time.
+  /// The next datagram (up to 65536 bytes); nothing when none came within that time.
   std::optional<std::vector<std::uint8_t>> Receive(std::chrono::milliseconds time) const {
     pollfd wanted = {descriptor_, POLLIN, 0};
     if (::poll(&wanted, 1, static_cast<int>(time.count())) < 1) return std::nullopt;
-    std::vector<std::uint8_t> bytes(4096);
+    std::vector<std::uint8_t> bytes(65536);
     const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
     if (size < 0) return std::nullopt;
     bytes.resize(static_cast<std::size_t>(size));

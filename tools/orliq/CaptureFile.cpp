@@ -57,9 +57,9 @@ double CaptureFile::Time() const {
   return static_cast<double>(header_->ts.tv_sec) + static_cast<double>(header_->ts.tv_usec) * 1e-6;
 }
 
-std::variant<Skip, Datagram> CaptureFile::Content(std::uint16_t port) const {
+std::variant<Skip, Datagram> CaptureFile::Content(const Wanted& wanted) const {
   if (!ethernet_) return Skip::kOtherLinkType;
-  return ReadUdpRecord(bytes_, header_->caplen, header_->len, port);
+  return ReadUdpRecord(bytes_, header_->caplen, header_->len, wanted);
 }
 
 std::uint64_t CaptureFile::Position() const {

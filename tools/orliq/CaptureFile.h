@@ -24,8 +24,8 @@ class CaptureFile {
 
   // Of the present record.
   double Time() const;  ///< [s] UTC
-  /// The datagram in it, if it goes to `port` (0: any); valid until Next.
-  std::variant<Skip, Datagram> Content(std::uint16_t port) const;
+  /// The datagram in it, if it is wanted; valid until Next.
+  std::variant<Skip, Datagram> Content(const Wanted& wanted) const;
 
   std::uint64_t Records() const { return records_; }  ///< so far
   std::uint64_t Position() const;                     ///< bytes of the file that have been read

@@ -79,7 +79,7 @@ CaptureSurvey SurveyCapture(const std::string& path, std::uint16_t port,
   survey.link_type = capture.LinkType();
   Surveyor surveyor(survey);
   while (capture.Next()) {
-    surveyor.Add(capture.Time(), capture.Content(port));
+    surveyor.Add(capture.Time(), capture.Content({port}));
     if (progress && survey.records % kProgressEvery == 0) progress(capture.Position());
   }
   survey.fault = capture.Fault();

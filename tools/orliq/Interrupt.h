@@ -3,22 +3,18 @@
 
 #include <chrono>
 
+// Ctrl-C, SIGTERM and a lost terminal as a request to finish: the first signal sets a flag, so that a
+// verb can close its files and print its table; another one half a second later or more ends the
+// program at once. Sooner, it is taken for the same request: the program timeout, for one, signals
+// first the process and then its group.
 namespace orliq::cli {
 
-/// Ctrl-C and SIGTERM as a request to finish: while one of these lives, the first signal sets a
-/// flag, so that a verb can close its files and print its table; the second ends the program at
-/// once. One at a time; make it before any other thread starts.
-class Interrupt {
- public:
-  Interrupt();
-  ~Interrupt();
-  Interrupt(const Interrupt&) = delete;
-  Interrupt& operator=(const Interrupt&) = delete;
+/// From now on until the program ends. Call it before any other thread starts.
+void CatchInterrupts();
 
-  static bool Requested();
+bool InterruptRequested();
 
-  /// Waits for that time or until a signal comes; true when one has come.
-  static bool WaitFor(std::chrono::microseconds time);
-};
+/// Waits for that time or until a signal comes; true when one has come.
+bool WaitForInterrupt(std::chrono::microseconds time);
 
 }  // namespace orliq::cli

@@ -111,7 +111,7 @@ class Watcher {
 /// Looks at the counts until it is time to end.
 LiveTally Watch(const ListenOptions& options, LiveSource& source) {
   Watcher watcher(options, source);
-  while (!watcher.Over() && !Interrupt::WaitFor(kPass)) {
+  while (!watcher.Over() && !WaitForInterrupt(kPass)) {
     watcher.Look();
     watcher.Show();
   }
@@ -161,7 +161,7 @@ void Explain(const LiveTally& tally, const Console& console) {
 ExitCode Run(const Options& options, Console& console) {
   console.SetQuiet(options.listen.quiet);
   const Model& model = DecodableModel(options.cloud);
-  const Interrupt interrupt;
+  CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   tally.MakeReport().Print(console.Out(), options.listen.json);
   console.Out().flush();

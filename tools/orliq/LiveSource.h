@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -18,6 +19,7 @@ namespace orliq::cli {
 struct LiveCounts {
   lidar::DriverStatistics packets;
   std::uint64_t frames = 0;  ///< clouds with points
+  double frames_span = 0.0;  ///< [s] from the first of them to the last
   std::uint64_t empty_frames = 0;
   std::uint64_t points = 0;
   std::uint64_t non_zero = 0;
@@ -67,6 +69,8 @@ class DriverSource : public LiveSource {
     LiveCounts counts;
     driver_.GetStatistics(counts.packets);
     counts.frames = frames_;
+    counts.frames_span =
+        std::chrono::duration<double>(last_frame_.load() - first_frame_.load()).count();
     counts.empty_frames = empty_frames_;
     counts.points = points_;
     counts.non_zero = non_zero_;
@@ -77,6 +81,7 @@ class DriverSource : public LiveSource {
 
  private:
   using Count = std::atomic<std::uint64_t>;
+  using Clock = std::chrono::steady_clock;
 
   void TakeCloud(const std::shared_ptr<Cloud>& cloud) {
     if (Complete()) return;
@@ -89,6 +94,8 @@ class DriverSource : public LiveSource {
     points_ += cloud->points.size();
     non_zero_ += CountNonZero(*cloud);
     if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
+    last_frame_ = Clock::now();
+    if (frames_ == 0) first_frame_ = last_frame_.load();
     ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
   }
 
@@ -104,6 +111,8 @@ class DriverSource : public LiveSource {
   Count non_zero_{0};
   Count last_points_{0};
   Count imu_samples_{0};
+  std::atomic<Clock::time_point> first_frame_{Clock::time_point()};
+  std::atomic<Clock::time_point> last_frame_{Clock::time_point()};
   std::shared_ptr<CloudPool<Cloud>> pool_ =
       std::make_shared<CloudPool<Cloud>>(CloudSaver::kRoom + 2);
   OrliqDriver<Cloud> driver_;  // last, so that its threads end before anything they use

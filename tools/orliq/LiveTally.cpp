@@ -28,9 +28,10 @@ void AddPacketRows(Report& report, const LiveTally& tally) {
 
 void AddFrameRows(Report& report, const LiveTally& tally) {
   const LiveCounts& counts = tally.counts;
-  const double rate = Rate(counts.frames, tally.active);
+  // The first frame is the rest of one that had begun before.
+  const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
-             Grouped(counts.frames) + ", " + Fixed(rate, 1) + " frames/s");
+             Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
   report.Add("frames_per_s", "", rate, "");
   report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
              Grouped(counts.empty_frames));
@@ -87,13 +88,15 @@ std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, doub
   };
   const std::string age =
       packets.last_packet_age_s < 0.0 ? "none" : Fixed(packets.last_packet_age_s, 1) + 's';
+  const auto fault = [](const char* name, std::uint64_t count) {
+    return count > 0 ? ' ' + std::string(name) + ':' + std::to_string(count) : std::string();
+  };
   return rate(before.packets.received, packets.received, 0) + " pkt/s " +
          rate(before.frames, now.frames, 1) + " fps " + std::to_string(now.last_points) + " pts " +
-         rate(before.imu_samples, now.imu_samples, 0) +
-         " IMU/s 0x41:" + std::to_string(packets.refused_length) +
-         " 0x42:" + std::to_string(packets.refused_identifier) +
-         " lost:" + std::to_string(packets.dropped_by_kernel + packets.dropped_by_limit) +
-         " queue:" + std::to_string(packets.queued) + " age:" + age;
+         rate(before.imu_samples, now.imu_samples, 0) + " IMU/s age:" + age +
+         fault("lost", packets.dropped_by_kernel + packets.dropped_by_limit) +
+         fault("0x41", packets.refused_length) + fault("0x42", packets.refused_identifier) +
+         " queue:" + std::to_string(packets.queued);
 }
 
 }  // namespace orliq::cli

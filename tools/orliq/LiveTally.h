@@ -26,8 +26,8 @@ struct LiveTally {
   Report MakeReport() const;
 };
 
-/// The line of a terminal, which must fit into 80 columns: packets, frames, points of a frame, IMU
-/// samples and losses; rates since `before`, `seconds` ago.
+/// The line of a terminal: packets, frames, points of a frame, IMU samples, age of the last packet,
+/// and losses by their codes as far as there are any; rates since `before`, `seconds` ago.
 std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds);
 
 }  // namespace orliq::cli

@@ -88,7 +88,7 @@ Result Record(const ListenOptions& options, UdpReceiver& socket, Recording& reco
   const ListenTime time(options);
   ReceiveThread receiving(socket, queue);
   bool room = true;
-  while (room && !Interrupt::Requested() && !time.Over(recording.Packets() > 0)) {
+  while (room && !InterruptRequested() && !time.Over(recording.Packets() > 0)) {
     queue.Take(batch, kPass);
     room = recording.Add(batch);
     progress.Show(recording, time.Seconds());
@@ -131,7 +131,7 @@ Report MakeReport(const Options& options, const Recording& recording, const Resu
 ExitCode Run(const Options& options, Console& console) {
   const ListenOptions& listen = options.listen;
   console.SetQuiet(listen.quiet);
-  const Interrupt interrupt;
+  CatchInterrupts();
   UdpReceiver socket(listen.address, listen.port, UdpReceiver::Sharing::kAlone);
   Recording recording(options.out, Limits(options));
   console.Note("listening on " + EndpointText(listen.address, listen.port) + ", Ctrl-C ends it");

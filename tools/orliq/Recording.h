@@ -19,7 +19,7 @@ struct RecordingLimits {
 };
 
 /// A capture file that grows by batches of datagrams and gets its name when it is finished. Without
-/// Finish, or without a datagram, nothing is left behind.
+/// Finish, or without a datagram, no file is left behind.
 class Recording {
  public:
   /// Throws Failure when the file cannot be made.

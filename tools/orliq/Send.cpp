@@ -9,6 +9,7 @@
 #include "orliq/SurveyText.h"
 #include "orliq/Transmission.h"
 #include "orliq/Verb.h"
+#include "simulator/UdpFramer.h"
 
 namespace orliq::cli {
 namespace {
@@ -46,6 +47,8 @@ std::uint64_t ParseLoop(const std::string& text) {
   return rounds;
 }
 
+constexpr double kPeriodWithoutTimes = 0.1;  // [s]
+
 /// When the datagrams of a round were recorded.
 struct RoundTime {
   std::uint64_t datagrams = 0;
@@ -56,11 +59,12 @@ struct RoundTime {
     if (datagrams++ == 0) first_s = time_s;
     last_s = time_s;
   }
-  /// [s] to the start of a next round, which follows like any packet follows the one before.
+  /// [s] to the start of a next round, which follows like any packet follows the one before. A
+  /// capture whose times tell nothing is sent ten times a second.
   double Period() const {
     const double span = last_s - first_s;
     const auto count = static_cast<double>(datagrams);
-    return datagrams < 2 || span < 0.0 ? 0.0 : span * count / (count - 1.0);
+    return span > 0.0 ? span * count / (count - 1.0) : kPeriodWithoutTimes;
   }
 };
 
@@ -83,9 +87,9 @@ class Replay {
     ProgressBar bar("sending", found_.file_bytes * (forever ? 1 : rounds_), console_.Quiet());
     do {
       SendRound(bar, forever ? 0 : completed_ * found_.file_bytes);
-    } while (completed_ < rounds_ && time_.datagrams > 0 && !Interrupt::Requested());
+    } while (completed_ < rounds_ && time_.datagrams > 0 && !InterruptRequested());
     transmission_.Finish();
-    if (!forever && completed_ < rounds_ && Interrupt::Requested()) {
+    if (!forever && completed_ < rounds_ && InterruptRequested()) {
       console_.Note("ended by a signal before all was sent");
     }
   }
@@ -103,13 +107,14 @@ class Replay {
     return report;
   }
 
-  /// Throws Failure when less was sent than had been recorded.
+  /// Throws Failure when nothing was sent, or not all of the datagrams that the capture holds.
+  /// Records without one are no loss: the report counts them.
   void RequireAllSent() const {
     if (!found_.fault.empty()) {
       throw Failure(time_.datagrams == 0 ? ExitCode::kFileFault : ExitCode::kLosses,
                     options_.capture + ' ' + FaultText(found_));
     }
-    if (time_.datagrams == 0 && !Interrupt::Requested()) {
+    if (time_.datagrams == 0 && !InterruptRequested()) {
       const std::string to_port =
           options_.port == 0 ? "" : " to port " + std::to_string(options_.port);
       throw Failure(ExitCode::kNoData, "the capture holds no UDP packet" + to_port +
@@ -126,8 +131,8 @@ class Replay {
  private:
   void SendRound(ProgressBar& bar, std::uint64_t bytes_before) {
     CaptureFile capture(options_.capture);
-    while (!Interrupt::Requested() && capture.Next()) {
-      const auto content = capture.Content(options_.port);
+    while (!InterruptRequested() && capture.Next()) {
+      const auto content = capture.Content({options_.port, sim::UdpFramer::kMaxPayload});
       if (completed_ == 0) Note(capture, content);
       if (const auto* const datagram = std::get_if<Datagram>(&content)) {
         transmission_.Send(datagram->payload, datagram->payload_bytes, capture.Time() + offset_s_);
@@ -135,7 +140,7 @@ class Replay {
       bar.Update(bytes_before + capture.Position());
     }
     found_.fault = capture.Fault();
-    if (Interrupt::Requested()) return;
+    if (InterruptRequested()) return;
     ++completed_;
     offset_s_ += time_.Period();
   }
@@ -160,7 +165,7 @@ class Replay {
 };
 
 ExitCode Run(const Options& options, Console& console) {
-  const Interrupt interrupt;
+  CatchInterrupts();
   Replay replay(options, console);
   replay.Run();
   replay.MakeReport().Print(console.Out(), options.json);
@@ -173,8 +178,10 @@ ExitCode Run(const Options& options, Console& console) {
 
 Verb AddSend(CLI::App& app) {
   const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand(
-      "send", "Sends the UDP packets of a capture file, at the pace at which they were recorded.");
+  CLI::App* const command = app.add_subcommand("send",
+                                               "Sends the UDP packets of a capture file, at the "
+                                               "pace at which they were recorded. A pause of "
+                                               "more than 2 s counts as 2 s.");
   AddOptions(*command, *options);
   command->footer(
       "Example:\n  orliq send room.pcap --to 127.0.0.1:2368 --speed 0.5 --loop forever");

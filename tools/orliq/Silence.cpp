@@ -5,6 +5,7 @@
 
 #include "orliq/HostNetwork.h"
 #include "orliq/Report.h"
+#include "orliq/UdpRecord.h"
 
 namespace orliq::cli {
 namespace {
@@ -18,8 +19,12 @@ std::string WhyNothingFitted(const Silence& silence) {
   if (silence.wrong_length == 0) {
     return came + "they begin with other bytes. Check that only the sensor sends to this port";
   }
+  const bool filled_buffer =
+      silence.last_length >= kDriverBufferBytes;  // longer ones are cut to it
   const std::string length = came + "the last had " + std::to_string(silence.last_length) +
-                             (silence.last_length == 1 ? " byte" : " bytes");
+                             (filled_buffer              ? " bytes or more"
+                              : silence.last_length == 1 ? " byte"
+                                                         : " bytes");
   const std::string models = ModelsOfLength(silence.last_length);
   if (models.empty()) {
     return length + ", a length that no model sends. Check that the sensor, and nothing else, " +

@@ -19,8 +19,8 @@ namespace {
 
 using sim::PacketFault;
 
-void Require(bool done, const std::string& file, const std::string& error) {
-  if (!done) throw Failure(ExitCode::kFileFault, "cannot write " + file + ": " + error);
+[[noreturn]] void ThrowFileFault(const std::string& sentence) {
+  throw Failure(ExitCode::kFileFault, sentence);
 }
 
 /// A sensor's packets on their way to a capture file, a receiver or both.
@@ -43,7 +43,7 @@ class Simulation {
     ProgressBar bar("simulating", options_.frames.value_or(0), options_.quiet || !options_.frames);
     for (auto packets = frames.Next(); !packets.empty(); packets = frames.Next()) {
       for (sim::Packet& packet : packets) {
-        if (Interrupt::Requested()) return Finish();
+        if (InterruptRequested()) return Finish();
         Take(std::move(packet));
       }
       bar.Update(Frames());
@@ -66,7 +66,7 @@ class Simulation {
     std::string error;
     MakeFolder(std::filesystem::path(options_.out).parent_path());
     capture_ = sim::PcapWriter::Create(options_.out, flow, error);
-    Require(capture_ != nullptr, options_.out, error);
+    if (!capture_) ThrowFileFault("cannot write " + options_.out + ": " + error);
   }
 
   void Take(sim::Packet packet) {
@@ -79,8 +79,10 @@ class Simulation {
   void Deliver() {
     for (const sim::Packet& packet : arriving_) {
       if (capture_) {
-        Require(capture_->Write(packet.payload, packet.time_s), options_.out,
-                std::generic_category().message(errno));
+        if (!capture_->Write(packet.payload, packet.time_s)) {
+          const std::string reason = std::generic_category().message(errno);
+          ThrowFileFault("cannot write " + options_.out + ": " + reason);
+        }
         ++written_;
       }
       if (transmission_) {
@@ -96,7 +98,7 @@ class Simulation {
     if (transmission_) transmission_->Finish();
     if (capture_) {
       std::string error;
-      Require(capture_->Close(error), options_.out, error);
+      if (!capture_->Close(error)) ThrowFileFault(error);
     }
     if (options_.frames && Frames() < *options_.frames) {
       console_.Note("ended after " + Grouped(Frames()) + " of " + Count(*options_.frames, "frame"));
@@ -179,12 +181,12 @@ ExitCode Run(SimulateOptions options, Console& console) {
   const auto scene = sim::MakeScene(options.scene);
   const auto sensor = sim::MakeSensor(options.model, options.sensor);
   if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
-  const Interrupt interrupt;
+  CatchInterrupts();
   std::string error;
   Simulation simulation(options, *sensor, console);
   if (!options.check_folder.empty()) {
     MakeFolder(options.check_folder);
-    Require(sensor->WriteCheckFolder(options.check_folder, error), options.check_folder, error);
+    if (!sensor->WriteCheckFolder(options.check_folder, error)) ThrowFileFault(error);
   }
   simulation.Run(*scene);
   simulation.MakeReport().Print(console.Out(), options.json);

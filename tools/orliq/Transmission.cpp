@@ -49,7 +49,7 @@ Transmission::Transmission(const TransmissionOptions& options, const Console& co
     : console_(console),
       target_(ParseHostPort("--to", options.to)),
       sender_(OpenSender(target_)),
-      pacer_(options.speed, clock_, &Interrupt::Requested),
+      pacer_(options.speed, clock_, &InterruptRequested),
       paced_(*sender_, pacer_, options.burst) {}
 
 void Transmission::Send(const std::uint8_t* payload, std::size_t size, double time_s) {
@@ -83,6 +83,9 @@ void Transmission::Add(Report& report) const {
              Fixed(paced_.Rate(), 1) + " packets/s for " + Fixed(seconds, 3) + " s, worst packet " +
                  Fixed(delay * 1e3, 2) + " ms late");
   report.Add("worst_delay_s", "", delay, "");
+  const std::uint64_t pauses = pacer_.ShortenedPauses();
+  report.Add("shortened_pauses", pauses > 0 ? "Pauses" : "", pauses,
+             Grouped(pauses) + " of more than 2 s, counted as 2 s");
 }
 
 void Transmission::RequireAllSent() const {

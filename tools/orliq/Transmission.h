@@ -23,8 +23,8 @@ struct TransmissionOptions {
 /// Adds --to, --speed and --burst; returns --to.
 CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options);
 
-/// Sends a verb's packets at their pace and tells how that went. An Interrupt must live: its request
-/// ends every wait.
+/// Sends a verb's packets at their pace and tells how that went. A request to finish ends every
+/// wait.
 class Transmission {
  public:
   /// Throws Failure when the target makes no sense or there is no way to it.

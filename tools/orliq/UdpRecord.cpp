@@ -50,7 +50,7 @@ const std::array<SkipName, kSkips>& SkipNames() {
 }
 
 std::variant<Skip, Datagram> ReadUdpRecord(const std::uint8_t* bytes, std::size_t captured,
-                                           std::size_t wire, std::uint16_t port) {
+                                           std::size_t wire, const Wanted& wanted) {
   if (wire < kHeaderBytes) return Skip::kTooShort;
   if (captured < kHeaderBytes) return Skip::kCut;
   const unsigned type = Word(bytes + kEtherType);
@@ -63,9 +63,9 @@ std::variant<Skip, Datagram> ReadUdpRecord(const std::uint8_t* bytes, std::size_
   const Datagram datagram = {Address(bytes + kIpSource),   Address(bytes + kIpDestination),
                              Word(bytes + kUdpSourcePort), Word(bytes + kUdpPort),
                              bytes + kHeaderBytes,         wire - kHeaderBytes};
-  if (port != 0 && datagram.port != port) return Skip::kOtherPort;
+  if (wanted.port != 0 && datagram.port != wanted.port) return Skip::kOtherPort;
   if (captured < wire) return Skip::kCut;
-  if (datagram.payload_bytes > kMaxPayloadBytes) return Skip::kTooLarge;
+  if (datagram.payload_bytes > wanted.max_payload_bytes) return Skip::kTooLarge;
   return datagram;
 }
 

@@ -21,12 +21,12 @@ enum class Skip : std::size_t {
   kIpOptions,  ///< IPv4 header longer than 20 bytes
   kOtherPort,
   kCut,      ///< the capture was made with a snap length below the packet
-  kTooLarge  ///< larger than a driver's buffer
+  kTooLarge  ///< larger than is wanted: than a driver's buffer
 };
 constexpr std::size_t kSkips = 10;
 
 constexpr std::size_t kHeaderBytes = 42;
-constexpr std::size_t kMaxPayloadBytes = 1546;  // a driver's buffer
+constexpr std::size_t kDriverBufferBytes = 1546;
 
 /// A word for programs ("other_port") and a phrase for people, in the order of Skip.
 struct SkipName {
@@ -45,10 +45,15 @@ struct Datagram {
   std::size_t payload_bytes;
 };
 
-/// Reads one record of a capture: `captured` bytes of the `wire` bytes that the packet had. `port`
-/// 0 takes every destination port.
+/// Which datagrams of a capture are wanted.
+struct Wanted {
+  std::uint16_t port = 0;  ///< destination; 0: any
+  std::size_t max_payload_bytes = kDriverBufferBytes;
+};
+
+/// Reads one record of a capture: `captured` bytes of the `wire` bytes that the packet had.
 std::variant<Skip, Datagram> ReadUdpRecord(const std::uint8_t* bytes, std::size_t captured,
-                                           std::size_t wire, std::uint16_t port);
+                                           std::size_t wire, const Wanted& wanted);
 
 /// "192.168.1.200"
 std::string DottedAddress(std::uint32_t address);

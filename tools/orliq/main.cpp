@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <csignal>
 #include <exception>
 #include <iostream>
 
@@ -71,6 +72,7 @@ ExitCode Run(int argc, char** argv, Console& console) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes then is a failed write, as a full disk is
   try {
     Console console;
     return static_cast<int>(Run(argc, argv, console));

@@ -2,6 +2,7 @@
 #include "simulator/CheckFolder.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <fstream>
 #include <system_error>
@@ -40,14 +41,10 @@ bool WriteWhole(const fs::path& path, const std::string& text, std::string& erro
   std::ofstream file(part, std::ios::binary | std::ios::trunc);
   file << text;
   file.close();
-  std::error_code fault;
-  if (file) {
-    fs::rename(part, path, fault);
-    if (!fault) {
-      return true;
-    }
-  }
-  error = "cannot write " + path.string() + (fault ? ": " + fault.message() : "");
+  std::error_code fault(file ? 0 : errno, std::generic_category());
+  if (!fault) fs::rename(part, path, fault);
+  if (!fault) return true;
+  error = "cannot write " + path.string() + ": " + fault.message();
   fs::remove(part, fault);
   return false;
 }

@@ -4,21 +4,20 @@
 namespace orliq::sim {
 
 PacedSender::PacedSender(UdpSender& sender, Pacer& pacer, std::size_t burst)
-    : sender_(sender), pacer_(pacer), packets_(burst) {}
+    : sender_(sender), pacer_(pacer), payloads_(burst) {}
 
 void PacedSender::Add(const std::uint8_t* payload, std::size_t size, double time_s) {
-  Packet& packet = packets_[waiting_];
-  packet.payload.assign(payload, payload + size);
-  packet.time_s = time_s;
-  if (++waiting_ == packets_.size()) Finish();
+  payloads_[waiting_].assign(payload, payload + size);
+  due_ = pacer_.Due(time_s);
+  if (++waiting_ == payloads_.size()) Finish();
 }
 
 void PacedSender::Finish() {
   if (waiting_ == 0) return;
-  pacer_.WaitUntilDue(packets_[waiting_ - 1].time_s);
+  pacer_.WaitUntil(due_);
   const PaceClock::Time now = pacer_.Clock().Now();
   for (std::size_t i = 0; i < waiting_; ++i) {
-    sender_.Send(packets_[i].payload.data(), packets_[i].payload.size());
+    sender_.Send(payloads_[i].data(), payloads_[i].size());
   }
   waiting_ = 0;
   last_ = now;

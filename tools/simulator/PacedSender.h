@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "simulator/Pacer.h"
-#include "simulator/Sensor.h"
 #include "simulator/UdpSender.h"
 
 namespace orliq::sim {
@@ -33,9 +32,10 @@ class PacedSender {
  private:
   UdpSender& sender_;
   Pacer& pacer_;
-  std::vector<Packet> packets_;       // of a burst, with room that is used again
-  std::size_t waiting_ = 0;           // of them
-  std::uint64_t in_first_burst_ = 0;  // packets sent
+  std::vector<std::vector<std::uint8_t>> payloads_;  // of a burst, with room that is used again
+  std::size_t waiting_ = 0;                          // of them
+  PaceClock::Time due_{};                            // of the last of those
+  std::uint64_t in_first_burst_ = 0;                 // packets sent
   bool started_ = false;
   PaceClock::Time first_{};
   PaceClock::Time last_{};

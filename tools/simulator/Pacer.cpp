@@ -11,7 +11,7 @@ namespace {
 
 using std::chrono::nanoseconds;
 
-constexpr nanoseconds kLongestPause = std::chrono::seconds(2);
+constexpr double kLongestPause = 2.0;                               // [s] as recorded
 constexpr nanoseconds kLongestNap = std::chrono::milliseconds(50);  // until `stop` is asked again
 constexpr double kDisorder = 0.01;  // [s] by so much packets may overtake each other in a recording
 constexpr double kNanoseconds = 1e9;  // in a second
@@ -33,8 +33,7 @@ void MonotonicClock::SleepUntil(Time moment) {
 Pacer::Pacer(double speed, PaceClock& clock, std::function<bool()> stop)
     : speed_(speed), clock_(clock), stop_(std::move(stop)) {}
 
-void Pacer::WaitUntilDue(double time_s) {
-  const Time due = Due(time_s);
+void Pacer::WaitUntil(Time due) {
   Time now = clock_.Now();
   while (now < due && !stop_()) {
     clock_.SleepUntil(std::min(due, now + kLongestNap));
@@ -50,8 +49,9 @@ Pacer::Time Pacer::Due(double time_s) {
     Anchor(time_s, clock_.Now());
   } else if (step < 0.0) {
     Anchor(time_s, latest_due_);
-  } else if (step / speed_ * kNanoseconds > static_cast<double>(kLongestPause.count())) {
-    Anchor(time_s, latest_due_ + kLongestPause);
+  } else if (step > kLongestPause) {
+    Anchor(time_s, latest_due_ + nanoseconds(std::llround(kLongestPause / speed_ * kNanoseconds)));
+    ++shortened_pauses_;
   }
   started_ = true;
   latest_s_ = time_s;

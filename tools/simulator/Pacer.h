@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 
 namespace orliq::sim {
@@ -31,8 +32,8 @@ class MonotonicClock final : public PaceClock {
 /// Lets packets go at the pace at which they were recorded, the first one at once.
 ///
 /// A packet is due at a moment fixed by the first one, so that delays do not add up: one that comes
-/// late goes at once, and so do those that fall due meanwhile. A pause of more than 2 s is shortened
-/// to 2 s; where recorded times jump back, the pace goes on from there. Not thread safe.
+/// late goes at once, and so do those that fall due meanwhile. A recorded pause of more than 2 s counts
+/// as 2 s; where recorded times jump back, the pace goes on from there. Not thread safe.
 class Pacer {
  public:
   using Time = PaceClock::Time;
@@ -40,16 +41,20 @@ class Pacer {
   /// Plays `speed` times as fast as recorded, > 0. `stop` is asked while waiting and ends the wait.
   Pacer(double speed, PaceClock& clock, std::function<bool()> stop);
 
-  /// Waits until the packet recorded at `time_s` is due.
-  void WaitUntilDue(double time_s);
+  /// When the packet recorded at `time_s` is due. Call it for every packet, in their order.
+  Time Due(double time_s);
+
+  void WaitUntil(Time due);
+  void WaitUntilDue(double time_s) { WaitUntil(Due(time_s)); }
 
   PaceClock& Clock() { return clock_; }
 
   /// By how much the latest of all packets missed its moment.
   Time WorstDelay() const { return worst_delay_; }
 
+  std::uint64_t ShortenedPauses() const { return shortened_pauses_; }
+
  private:
-  Time Due(double time_s);
   void Anchor(double time_s, Time due);
 
   double speed_;
@@ -61,6 +66,7 @@ class Pacer {
   double latest_s_ = 0.0;  // recorded time of the latest packet
   Time latest_due_{};
   Time worst_delay_{};
+  std::uint64_t shortened_pauses_ = 0;
 };
 
 }  // namespace orliq::sim

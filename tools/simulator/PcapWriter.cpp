@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/PcapWriter.h"
 
+#include <fcntl.h>
 #include <pcap/pcap.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
@@ -32,6 +36,26 @@ timeval RecordTime(double time_s) {
   return {seconds + micros / 1000000, micros % 1000000};
 }
 
+/// Empties and locks the file, or makes it; null, with errno, when that cannot be done or another
+/// writer has it.
+std::FILE* OpenAlone(const fs::path& path) {
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  if (descriptor < 0) return nullptr;
+  struct stat opened = {};
+  struct stat named = {};  // another one, once a writer that was just ending has renamed its own
+  const bool locked = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+  if (!locked || ::fstat(descriptor, &opened) != 0 || ::stat(path.c_str(), &named) != 0 ||
+      opened.st_ino != named.st_ino) {
+    errno = EBUSY;
+  } else if (::ftruncate(descriptor, 0) == 0) {
+    return ::fdopen(descriptor, "wb");
+  }
+  const int fault = errno;
+  ::close(descriptor);
+  errno = fault;
+  return nullptr;
+}
+
 }  // namespace
 
 struct PcapWriter::Impl {
@@ -42,7 +66,9 @@ struct PcapWriter::Impl {
 
   bool Open() {
     handle.reset(pcap_open_dead(DLT_EN10MB, kSnapLength));
-    dump.reset(handle ? pcap_dump_open(handle.get(), part.c_str()) : nullptr);
+    std::FILE* const file = OpenAlone(part);
+    if (handle && file != nullptr) dump.reset(pcap_dump_fopen(handle.get(), file));
+    if (!dump && file != nullptr) std::fclose(file);
     return dump != nullptr;
   }
 
@@ -101,7 +127,8 @@ std::unique_ptr<PcapWriter> PcapWriter::Create(const fs::path& path, const UdpFl
   }
   auto impl = std::make_unique<Impl>(path, *framer);
   if (!impl->Open()) {
-    error = impl->handle ? pcap_geterr(impl->handle.get()) : "out of memory";
+    error =
+        errno == EBUSY ? "another program is writing it" : std::generic_category().message(errno);
     return nullptr;
   }
   return std::unique_ptr<PcapWriter>(new PcapWriter(std::move(impl)));

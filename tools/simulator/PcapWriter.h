@@ -13,12 +13,13 @@ namespace orliq::sim {
 
 /// Writes UDP payloads as a classic capture file: Ethernet, IPv4, UDP, times in microseconds.
 ///
-/// The records go to a file of their own beside the target; the target appears, or is replaced,
-/// only when Close succeeds. A writer that is destroyed without it leaves nothing behind.
+/// The records go to a file of their own beside the target, with ".part" behind its name; the target
+/// appears, or is replaced, only when Close succeeds. A writer that is destroyed without it leaves
+/// nothing behind; what a killed process leaves is a capture that ends early.
 class PcapWriter {
  public:
   /// Null, and a line in `error`, when the folder cannot be written to, an address of the flow does
-  /// not parse, or `path` is something other than a plain file.
+  /// not parse, `path` is something other than a plain file, or another writer has it now.
   static std::unique_ptr<PcapWriter> Create(const std::filesystem::path& path, const UdpFlow& flow,
                                             std::string& error);
   ~PcapWriter();
