@@ -109,7 +109,7 @@ void PrintRow(const char* name, const Result& r) {
 /// The highest of the rates in steps of a quarter that loses nothing in `seconds`.
 double HighestRate(const MakeReceiver& make, double seconds) {
   double highest = 0.0;
-  for (double rate = 100e3; rate < 2e6; rate *= 1.25) {
+  for (double rate = 51.2e3; rate < 2e6; rate *= 1.25) {
     const Result result = Measure(make, rate, seconds);
     const double reached = static_cast<double>(result.sent) / result.seconds;
     if (result.received != result.sent) break;

@@ -15,6 +15,7 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::uint64_t kForever = std::numeric_limits<std::uint64_t>::max();
+constexpr double kPeriodWithoutTimes = 0.1;  // [s] of a round whose recorded times tell nothing
 
 struct Options {
   std::string capture;
@@ -47,8 +48,6 @@ std::uint64_t ParseLoop(const std::string& text) {
   return rounds;
 }
 
-constexpr double kPeriodWithoutTimes = 0.1;  // [s]
-
 /// When the datagrams of a round were recorded.
 struct RoundTime {
   std::uint64_t datagrams = 0;
@@ -59,8 +58,7 @@ struct RoundTime {
     if (datagrams++ == 0) first_s = time_s;
     last_s = time_s;
   }
-  /// [s] to the start of a next round, which follows like any packet follows the one before. A
-  /// capture whose times tell nothing is sent ten times a second.
+  /// [s] to the start of a next round, which follows like any packet follows the one before.
   double Period() const {
     const double span = last_s - first_s;
     const auto count = static_cast<double>(datagrams);

@@ -19,10 +19,9 @@ std::string WhyNothingFitted(const Silence& silence) {
   if (silence.wrong_length == 0) {
     return came + "they begin with other bytes. Check that only the sensor sends to this port";
   }
-  const bool filled_buffer =
-      silence.last_length >= kDriverBufferBytes;  // longer ones are cut to it
+  const bool may_be_cut = silence.last_length >= kDriverBufferBytes;
   const std::string length = came + "the last had " + std::to_string(silence.last_length) +
-                             (filled_buffer              ? " bytes or more"
+                             (may_be_cut                 ? " bytes or more"
                               : silence.last_length == 1 ? " byte"
                                                          : " bytes");
   const std::string models = ModelsOfLength(silence.last_length);
