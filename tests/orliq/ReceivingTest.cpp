@@ -4,7 +4,6 @@
 #include <numeric>
 
 #include "orliq/ReceiveThread.h"
-#include "orliq/Silence.h"
 #include "support/Loopback.h"
 
 namespace orliq::cli {

@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "orliq/ExitCode.h"
-#include "orliq/Report.h"
+#include "orliq/NumberText.h"
 #include "param/ParamService.h"
 
 namespace orliq::cli {

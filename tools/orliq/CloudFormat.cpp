@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "orliq/Report.h"
+#include "orliq/NumberText.h"
 
 namespace orliq::cli {
 namespace {

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <system_error>
 
-#include "orliq/Report.h"
+#include "orliq/NumberText.h"
 
 namespace orliq::cli {
 namespace {

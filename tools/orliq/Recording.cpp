@@ -9,7 +9,7 @@
 
 #include "orliq/CloudWriter.h"
 #include "orliq/ExitCode.h"
-#include "orliq/Report.h"
+#include "orliq/NumberText.h"
 
 namespace orliq::cli {
 namespace {

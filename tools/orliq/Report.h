@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include "orliq/NumberText.h"
 
 namespace orliq::cli {
 
@@ -40,17 +41,5 @@ class Report {
   std::vector<Line> lines_;
   std::vector<Table> tables_;
 };
-
-/// 1234567 as "1,234,567".
-std::string Grouped(std::uint64_t number);
-
-/// A number with `digits` digits after the point, whatever the locale.
-std::string Fixed(double number, int digits);
-
-/// "16.9 MB"
-std::string Megabytes(std::uint64_t bytes);
-
-/// "1 packet", "2,000 packets".
-std::string Count(std::uint64_t number, const std::string& noun);
 
 }  // namespace orliq::cli

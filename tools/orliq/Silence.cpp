@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "orliq/HostNetwork.h"
-#include "orliq/Report.h"
+#include "orliq/NumberText.h"
 #include "orliq/UdpRecord.h"
 
 namespace orliq::cli {

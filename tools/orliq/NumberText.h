@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// Numbers as people read them, whatever the locale.
+namespace orliq::cli {
+
+/// 1234567 as "1,234,567".
+std::string Grouped(std::uint64_t number);
+
+/// A number with `digits` digits after the point.
+std::string Fixed(double number, int digits);
+
+/// "16.9 MB"
+std::string Megabytes(std::uint64_t bytes);
+
+/// "1 packet", "2,000 packets".
+std::string Count(std::uint64_t number, const std::string& noun);
+
+}  // namespace orliq::cli
