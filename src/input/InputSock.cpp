@@ -3,7 +3,6 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <linux/sock_diag.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -12,11 +11,11 @@
 #include <new>
 
 #include "common/Diagnostics.h"
+#include "common/SocketMemory.h"
 
 namespace orliq::lidar {
 namespace {
 
-constexpr int kReceiveBufferBytes = 16 * 1024 * 1024;  // a burst waits while the decoder is busy
 constexpr int kSendBufferBytes = 4 * 1024 * 1024;
 constexpr int kBusyPollUs = 50;
 
@@ -168,17 +167,11 @@ void InputSock::CleanupBatchRecv() {
 }
 
 std::uint64_t InputSock::DroppedDatagrams() const {
-  std::uint32_t memory[SK_MEMINFO_VARS] = {};
-  socklen_t size = sizeof memory;
-  ::getsockopt(sockfd_, SOL_SOCKET, SO_MEMINFO, memory, &size);
-  return memory[SK_MEMINFO_DROPS];
+  return lidar::DroppedDatagrams(sockfd_);
 }
 
 std::uint64_t InputSock::SocketBufferBytes() const {
-  int granted = 0;
-  socklen_t size = sizeof granted;
-  ::getsockopt(sockfd_, SOL_SOCKET, SO_RCVBUF, &granted, &size);
-  return static_cast<std::uint64_t>(std::max(granted, 0));
+  return GrantedBufferBytes(sockfd_);
 }
 
 }  // namespace orliq::lidar

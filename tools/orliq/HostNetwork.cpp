@@ -11,14 +11,13 @@
 #include <sstream>
 #include <system_error>
 
+#include "common/SocketMemory.h"
 #include "orliq/NumberText.h"
 
 namespace orliq::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::uint64_t kWantedBufferBytes = 16 << 20;  // what the driver and record ask for
 
 /// The names of this process's sockets, as the system numbers them.
 std::set<std::string> OwnSockets() {
@@ -88,7 +87,7 @@ std::size_t ForeignSockets(std::uint16_t port) {
 std::string BufferAdvice(std::uint64_t granted_bytes) {
   const std::uint64_t bytes = granted_bytes / 2;
   return "the system dropped packets from a receive buffer of " + Megabytes(bytes) + ": " +
-         (bytes < kWantedBufferBytes
+         (bytes < lidar::kReceiveBufferBytes
               ? "sysctl -w net.core.rmem_max=16777216 allows a larger one, and other"
               : "other") +
          " programs may keep the processors too busy";

@@ -2,26 +2,24 @@
 #include "orliq/UdpReceiver.h"
 
 #include <arpa/inet.h>
-#include <linux/sock_diag.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <system_error>
 #include <thread>
 
+#include "common/SocketMemory.h"
 #include "orliq/ExitCode.h"
 #include "orliq/HostNetwork.h"
 
 namespace orliq::cli {
 namespace {
 
-constexpr int kReceiveBufferBytes = 16 * 1024 * 1024;  // a burst waits while the program is busy
-constexpr std::size_t kLongestDatagram = 65535;        // [bytes]
+constexpr std::size_t kLongestDatagram = 65535;  // [bytes]
 
 double Seconds(const timespec& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
@@ -96,8 +94,8 @@ void UdpReceiver::SetOptions(Sharing sharing) const {
     set(SOL_SOCKET, SO_REUSEPORT, 1);
   }
   // An administrator may go beyond the limit that the system has for others.
-  if (!set(SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBufferBytes)) {
-    set(SOL_SOCKET, SO_RCVBUF, kReceiveBufferBytes);
+  if (!set(SOL_SOCKET, SO_RCVBUFFORCE, lidar::kReceiveBufferBytes)) {
+    set(SOL_SOCKET, SO_RCVBUF, lidar::kReceiveBufferBytes);
   }
   set(SOL_SOCKET, SO_TIMESTAMPNS, 1);
   set(IPPROTO_IP, IP_PKTINFO, 1);
@@ -142,17 +140,11 @@ std::optional<UdpReceiver::Datagram> UdpReceiver::TryReceive() {
 }
 
 std::uint64_t UdpReceiver::Dropped() const {
-  std::uint32_t memory[SK_MEMINFO_VARS] = {};
-  socklen_t size = sizeof memory;
-  ::getsockopt(socket_, SOL_SOCKET, SO_MEMINFO, memory, &size);
-  return memory[SK_MEMINFO_DROPS];
+  return lidar::DroppedDatagrams(socket_);
 }
 
 std::uint64_t UdpReceiver::BufferBytes() const {
-  int granted = 0;
-  socklen_t size = sizeof granted;
-  ::getsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &granted, &size);
-  return static_cast<std::uint64_t>(std::max(granted, 0));
+  return lidar::GrantedBufferBytes(socket_);
 }
 
 }  // namespace orliq::cli

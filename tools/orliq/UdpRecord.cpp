@@ -3,7 +3,12 @@
 
 #include <algorithm>
 
+#include "input/Buffer.h"
+
 namespace orliq::cli {
+
+static_assert(kDriverBufferBytes == lidar::Buffer::kDefaultCapacity);
+
 namespace {
 
 // Positions in an Ethernet frame with an IPv4 header of 20 bytes.
