@@ -84,6 +84,10 @@ std::size_t ForeignSockets(std::uint16_t port) {
   return count;
 }
 
+std::string SocketOwnerHint(std::uint16_t port) {
+  return "ss -lunp 'sport = :" + std::to_string(port) + "' names it";
+}
+
 std::string BufferAdvice(std::uint64_t granted_bytes) {
   const std::uint64_t bytes = granted_bytes / 2;
   return "the system dropped packets from a receive buffer of " + Megabytes(bytes) + ": " +

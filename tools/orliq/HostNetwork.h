@@ -17,6 +17,9 @@ std::string LocalAddressText();
 /// UDP sockets bound to that port that do not belong to this process.
 std::size_t ForeignSockets(std::uint16_t port);
 
+/// "ss -lunp 'sport = :2368' names it": how to find the program behind a socket.
+std::string SocketOwnerHint(std::uint16_t port);
+
 /// What helps against datagrams that found the receive buffer of a socket full; the system grants
 /// twice the bytes that it lets a program ask for, to cover its own records.
 std::string BufferAdvice(std::uint64_t granted_bytes);

@@ -51,10 +51,9 @@ std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
 void RequirePort(const ListenOptions& listen, const Console& console) {
   const UdpReceiver trial(listen.address, listen.port, UdpReceiver::Sharing::kShared);
   if (ForeignSockets(listen.port) == 0) return;
-  const std::string port = std::to_string(listen.port);
-  console.Note("another socket has UDP port " + port +
-               " bound too: a packet goes to one of the two only (ss -lunp 'sport = :" + port +
-               "' names it)");
+  console.Note("another socket has UDP port " + std::to_string(listen.port) +
+               " bound too: a packet goes to one of the two only (" + SocketOwnerHint(listen.port) +
+               ')');
 }
 
 /// Gathers the counts of a source and times it from its first packet to its last.

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/ProgressBar.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <iostream>
 #include <utility>
 
 namespace orliq::cli {
@@ -23,20 +20,13 @@ std::string BarText(double share, std::size_t cells) {
 }
 
 ProgressBar::ProgressBar(std::string task, std::uint64_t total, bool silent)
-    : task_(std::move(task)), total_(std::max<std::uint64_t>(total, 1)) {
-  enabled_ = !silent && ::isatty(STDERR_FILENO) == 1;
-}
-
-ProgressBar::~ProgressBar() {
-  if (drawn_) std::cerr << "\r\033[K" << std::flush;
-}
+    : task_(std::move(task)), total_(std::max<std::uint64_t>(total, 1)), line_(silent) {}
 
 void ProgressBar::Update(std::uint64_t done) {
-  if (!enabled_ || Clock::now() < next_) return;
+  if (!line_.Enabled() || Clock::now() < next_) return;
   next_ = Clock::now() + kPause;
-  drawn_ = true;
   const double share = static_cast<double>(done) / static_cast<double>(total_);
-  std::cerr << "\r" + task_ + ' ' + BarText(share, kCells) + "\033[K" << std::flush;
+  line_.Show(task_ + ' ' + BarText(share, kCells));
 }
 
 }  // namespace orliq::cli

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "orliq/StatusLine.h"
+
 namespace orliq::cli {
 
 /// "[####......] 40 %" for 0.4 and ten cells.
@@ -17,9 +19,6 @@ class ProgressBar {
  public:
   /// `task` stands before the bar ("playing"). A silent bar never draws.
   ProgressBar(std::string task, std::uint64_t total, bool silent);
-  ~ProgressBar();
-  ProgressBar(const ProgressBar&) = delete;
-  ProgressBar& operator=(const ProgressBar&) = delete;
 
   void Update(std::uint64_t done);
 
@@ -28,8 +27,7 @@ class ProgressBar {
 
   std::string task_;
   std::uint64_t total_;
-  bool enabled_;
-  bool drawn_ = false;
+  StatusLine line_;
   Clock::time_point next_ = Clock::time_point::min();
 };
 

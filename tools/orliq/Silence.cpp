@@ -35,10 +35,9 @@ std::string WhyNothingFitted(const Silence& silence) {
 std::string OtherSocketsText(std::uint16_t port) {
   const std::string name = std::to_string(port);
   const std::size_t others = ForeignSockets(port);
-  const std::string how = " (ss -lunp 'sport = :" + name + "' names it)";
   if (others == 0) return "no other socket has port " + name + " bound now, so none took them";
   return "another socket has port " + name +
-         " bound too and may take the packets: end its program" + how;
+         " bound too and may take the packets: end its program (" + SocketOwnerHint(port) + ')';
 }
 
 }  // namespace

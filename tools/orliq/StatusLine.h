@@ -11,6 +11,9 @@ class StatusLine {
  public:
   /// A silent line never shows.
   explicit StatusLine(bool silent);
+
+  /// Whether Show has an effect.
+  bool Enabled() const { return enabled_; }
   ~StatusLine();
   StatusLine(const StatusLine&) = delete;
   StatusLine& operator=(const StatusLine&) = delete;

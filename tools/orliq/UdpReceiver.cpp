@@ -50,8 +50,7 @@ std::string WhyNotBound(const std::string& address, std::uint16_t port, int faul
     case EACCES:
       return "UDP port " + name + " needs privileges: have the sensor send to one above 1023";
     case EADDRINUSE:
-      return "another program holds UDP port " + name + ": end it (ss -lunp 'sport = :" + name +
-             "' names it)";
+      return "another program holds UDP port " + name + ": end it (" + SocketOwnerHint(port) + ')';
     case EADDRNOTAVAIL:
       return address + " is no address of this machine, which has " + LocalAddressText() +
              ": choose one of them or leave --address away";
