@@ -4,7 +4,6 @@
 #include "orliq/CheckFolder.h"
 #include "orliq/CloudOptions.h"
 #include "orliq/CloudTypes.h"
-#include "orliq/CommonRows.h"
 #include "orliq/HostNetwork.h"
 #include "orliq/Interrupt.h"
 #include "orliq/ListenOptions.h"
@@ -86,11 +85,13 @@ class Watcher {
 
   LiveTally Tally() const {
     LiveTally tally;
-    tally.seconds = now_;
-    tally.active = last_ - first_;
-    const auto packets = static_cast<double>(counts_.packets.received - by_first_look_);
-    if (tally.active > 0.0) tally.packets_per_s = packets / tally.active;
     tally.counts = counts_;
+    Reception& reception = tally.reception;
+    reception.seconds = now_;
+    reception.active = last_ - first_;
+    reception.packets = counts_.packets.received;
+    const auto packets = static_cast<double>(reception.packets - by_first_look_);
+    if (reception.active > 0.0) reception.packets_per_s = packets / reception.active;
     return tally;
   }
 
@@ -135,7 +136,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
   LiveTally tally = Watch(options.listen, *source);
-  tally.listened_on = where;
+  tally.reception.listened_on = where;
   if (saver) {
     saver->Finish();
     tally.files = FilesText(saver->Writer(), options.cloud.out);
@@ -166,10 +167,10 @@ ExitCode Run(const Options& options, Console& console) {
   console.Out().flush();
   const auto& packets = tally.counts.packets;
   if (packets.decoded == 0) {
-    throw Failure(
-        ExitCode::kNoData,
-        WhyNothingArrived({options.listen.address, options.listen.port, tally.seconds, &model,
-                           packets.received, packets.refused_length, packets.last_refused_length}));
+    throw Failure(ExitCode::kNoData,
+                  WhyNothingArrived({options.listen.address, options.listen.port,
+                                     tally.reception.seconds, &model, packets.received,
+                                     packets.refused_length, packets.last_refused_length}));
   }
   if (!tally.HasLosses()) return ExitCode::kDone;
   Explain(tally, console);

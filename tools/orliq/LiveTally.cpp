@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/LiveTally.h"
 
-#include "orliq/CommonRows.h"
-
 namespace orliq::cli {
 namespace {
 
@@ -10,24 +8,7 @@ double Rate(std::uint64_t count, double seconds) {
   return seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0;
 }
 
-void AddTimeRows(Report& report, const LiveTally& tally) {
-  report.Add("listened_on", "Listened on", tally.listened_on, tally.listened_on);
-  report.Add("seconds", "Time", tally.seconds,
-             Fixed(tally.seconds, 1) + " s, packets during " + Fixed(tally.active, 1) + " s");
-  report.Add("seconds_with_packets", "", tally.active, "");
-}
-
-void AddPacketRows(Report& report, const LiveTally& tally) {
-  const auto& packets = tally.counts.packets;
-  const double rate = tally.packets_per_s;
-  report.Add("packets", "Packets", packets.received,
-             Grouped(packets.received) + ", " + Fixed(rate, 1) + " packets/s");
-  report.Add("packets_decoded", "", packets.decoded, "");
-  report.Add("packets_per_s", "", rate, "");
-}
-
-void AddFrameRows(Report& report, const LiveTally& tally) {
-  const LiveCounts& counts = tally.counts;
+void AddFrameRows(Report& report, const LiveCounts& counts) {
   // The first frame is the rest of one that had begun before.
   const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
@@ -41,11 +22,9 @@ void AddFrameRows(Report& report, const LiveTally& tally) {
 
 void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
   AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
-  const bool none = packets.dropped_by_kernel + packets.dropped_by_limit == 0;
   report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
-             none ? "none"
-                  : Grouped(packets.dropped_by_kernel) + " by the system, " +
-                        Grouped(packets.dropped_by_limit) + " by the limit of the queue");
+             NoneOr(packets.dropped_by_kernel, "by the system", packets.dropped_by_limit,
+                    "by the limit of the queue"));
   report.Add("dropped_by_limit", "", packets.dropped_by_limit, "");
   report.Add("receive_errors", "", packets.receive_errors, "");
   report.Add("queued_max", "Highest queue", packets.queued_max,
@@ -73,9 +52,9 @@ bool LiveTally::HasLosses() const {
 
 Report LiveTally::MakeReport() const {
   Report report;
-  AddTimeRows(report, *this);
-  AddPacketRows(report, *this);
-  AddFrameRows(report, *this);
+  AddReceptionRows(report, reception);
+  report.Add("packets_decoded", "", counts.packets.decoded, "");
+  AddFrameRows(report, counts);
   AddLossRows(report, counts.packets);
   AddFileRows(report, *this);
   return report;

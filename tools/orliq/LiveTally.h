@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orliq/CloudSaver.h"
+#include "orliq/CommonRows.h"
 #include "orliq/LiveSource.h"
 #include "orliq/Report.h"
 
@@ -12,10 +13,7 @@ namespace orliq::cli {
 
 /// Sums of listening to a live sensor, and its closing table.
 struct LiveTally {
-  std::string listened_on;
-  double seconds = 0.0;  ///< from the start
-  double active = 0.0;   ///< [s] from the first packet to the last
-  double packets_per_s = 0.0;
+  Reception reception;
   LiveCounts counts;
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "orliq/CommonRows.h"
 #include "orliq/HostNetwork.h"
 #include "orliq/Interrupt.h"
 #include "orliq/ListenOptions.h"
@@ -109,17 +110,10 @@ Report MakeReport(const Options& options, const Recording& recording, const Resu
   const double rate = span > 0.0 ? static_cast<double>(packets - 1) / span : 0.0;
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   Report report;
-  report.Add("listened_on", "Listened on", where, where);
-  report.Add("seconds", "Time", result.seconds,
-             Fixed(result.seconds, 1) + " s, packets during " + Fixed(span, 1) + " s");
-  report.Add("seconds_with_packets", "", span, "");
-  report.Add("packets", "Packets", packets,
-             Grouped(packets) + ", " + Fixed(rate, 1) + " packets/s");
-  report.Add("packets_per_s", "", rate, "");
+  AddReceptionRows(report, {where, result.seconds, span, packets, rate});
   report.Add("dropped_by_kernel", "Lost packets", result.dropped_by_kernel,
-             result.HasLosses() ? Grouped(result.dropped_by_kernel) + " by the system, " +
-                                      Grouped(result.dropped_by_queue) + " waiting for the disk"
-                                : "none");
+             NoneOr(result.dropped_by_kernel, "by the system", result.dropped_by_queue,
+                    "waiting for the disk"));
   report.Add("dropped_by_queue", "", result.dropped_by_queue, "");
   report.Add("socket_buffer_bytes", "", result.socket_buffer_bytes, "");
   report.Add("capture", packets > 0 ? "Capture" : "", packets > 0 ? Json(options.out) : Json(),
