@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
 
-#include <atomic>
 #include <cstring>
 #include <future>
 #include <iostream>

@@ -21,11 +21,7 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   Simulate("--frames 1");
   std::filesystem::create_directory(dir_ / "bad");
   dir_.Write("bad/azimuth.csv", "1,2,3\n");
-  const struct {
-    const char* arguments;
-    int code;
-    const char* sentence;
-  } rows[] = {
+  const test::Refusal rows[] = {
       {"", 2, "name a verb"},
       {"play room.pcap --model robin", 2, "use juniq"},
       {"play room.pcap --model glavor", 2, "cannot decode glavor yet"},
@@ -51,9 +47,7 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"info room.pcap >/dev/full", 4, "standard output"},
   };
   for (const auto& row : rows) {
-    const Outcome outcome = Run(row.arguments);
-    EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr(row.sentence)) << row.arguments;
+    const Outcome outcome = ExpectRefusal(row);
     EXPECT_TRUE(row.code != 2 || outcome.out.empty()) << row.arguments;
   }
 }

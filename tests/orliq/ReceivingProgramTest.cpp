@@ -139,11 +139,7 @@ TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
   const UdpReceiver other("127.0.0.1", port_, UdpReceiver::Sharing::kShared);
   const std::string port = " --port " + std::to_string(port_);
-  const struct {
-    std::string arguments;
-    int code;
-    const char* sentence;
-  } rows[] = {
+  const test::Refusal rows[] = {
       {"live --model juniq --wait 0.1", 3, "another socket has port"},
       {"live --model juniq --duration 0.1", 3, "nothing arrived at 0.0.0.0:"},
       {"live --model juniq --address 203.0.113.7", 4, "203.0.113.7 is no address of this machine"},
@@ -155,9 +151,7 @@ TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
       {"record --address 127.0.0.2 --out /dev/full", 4, "/dev/full exists and is not a plain file"},
   };
   for (const auto& row : rows) {
-    const auto outcome = Run(row.arguments + port);
-    EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr(row.sentence)) << row.arguments;
+    ExpectRefusal({row.arguments + port, row.code, row.sentence});
     EXPECT_FALSE(exists(dir_ / "r.pcap") || exists(dir_ / "r.pcap.part")) << row.arguments;
   }
 }

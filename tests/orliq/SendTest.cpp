@@ -131,11 +131,7 @@ TEST_F(Send, ReplaysTheDatagramsOfACapture) {
 
 TEST_F(Send, RefusesWhatCannotBeSentAndSaysWhy) {
   CaptureBuilder().Udp(Bytes{1}).Write(dir_ / "c.pcap");
-  const struct {
-    const char* arguments;
-    int code;
-    const char* sentence;
-  } rows[] = {
+  const test::Refusal rows[] = {
       {"simulate --model juniq", 2, "with --out or a receiver with --to"},
       {"simulate --model juniq --out x", 2, "--out needs --check-folder"},
       {"simulate --model juniq --to localhost", 2, "such as 127.0.0.1:2368"},
@@ -151,11 +147,7 @@ TEST_F(Send, RefusesWhatCannotBeSentAndSaysWhy) {
       {"send c.pcap --to localhost:9 --port 7", 3, "no UDP packet to port 7"},
       {"send d.pcap --to localhost:9", 4, "there is no such file"},
   };
-  for (const auto& row : rows) {
-    const Outcome outcome = Run(row.arguments);
-    EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr(row.sentence)) << row.arguments;
-  }
+  for (const auto& row : rows) ExpectRefusal(row);
   const auto alone = Run("send c.pcap --to localhost:9 --loop 3 --speed 10 --json");
   EXPECT_EQ(alone.code, 0) << "nobody need listen";
   EXPECT_GE(PlannedSeconds(alone), 0.02) << "one packet is no flood";

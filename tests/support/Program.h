@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -19,6 +19,13 @@ struct Outcome {
   std::string err;
 };
 
+/// A command line, its exit code, and what must stand in the sentence that says why.
+struct Refusal {
+  std::string arguments;
+  int code;
+  std::string sentence;
+};
+
 class Program : public testing::Test {
  protected:
   /// Runs "orliq ARGUMENTS" in a folder of its own.
@@ -34,6 +41,13 @@ class Program : public testing::Test {
     outcome.code = WEXITSTATUS(pclose(pipe));
     std::ifstream err(dir_ / "err");
     outcome.err.assign(std::istreambuf_iterator<char>(err), {});
+    return outcome;
+  }
+
+  Outcome ExpectRefusal(const Refusal& row) const {
+    const Outcome outcome = Run(row.arguments);
+    EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
+    EXPECT_THAT(outcome.err, testing::HasSubstr(row.sentence)) << row.arguments;
     return outcome;
   }
 
