@@ -5,7 +5,7 @@
 
 #include "bench/JuniqStream.h"
 #include "bench/PlainJuniq.h"
-#include "decoder/DecoderJuniq.h"
+#include "decoder/juniq/DecoderJuniq.h"
 
 // Packets to points, as the decoding thread does it: validation, decoding, frame hand-over. The
 // provider gives the same cloud again and again, so it keeps its capacity.

@@ -7,9 +7,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "simulator/PcapWriter.h"
-#include "simulator/Scene.h"
-#include "simulator/Sensor.h"
+#include "simulator/scene/Scene.h"
+#include "simulator/sending/PcapWriter.h"
+#include "simulator/sensors/Sensor.h"
 
 namespace orliq::bench {
 namespace {

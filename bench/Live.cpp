@@ -10,8 +10,8 @@
 
 #include "bench/JuniqStream.h"
 #include "bench/LiveReceiver.h"
-#include "simulator/Pacer.h"
-#include "simulator/UdpSender.h"
+#include "simulator/sending/Pacer.h"
+#include "simulator/sending/UdpSender.h"
 #include "tests/support/Loopback.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include "decoder/DecoderFactory.h"
 
 #include "common/Diagnostics.h"
-#include "decoder/DecoderJuniq.h"
+#include "decoder/juniq/DecoderJuniq.h"
 
 namespace orliq::lidar {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "decoder/DecoderJuniqImpl.h"
+#include "decoder/juniq/DecoderJuniqImpl.h"
 #include "support/JuniqPacket.h"
 
 namespace orliq::test {

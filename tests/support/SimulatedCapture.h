@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "simulator/PcapWriter.h"
-#include "simulator/Scene.h"
-#include "simulator/Sensor.h"
+#include "simulator/scene/Scene.h"
+#include "simulator/sending/PcapWriter.h"
+#include "simulator/sensors/Sensor.h"
 #include "support/TempDir.h"
 
 namespace orliq::test {

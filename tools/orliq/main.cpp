@@ -3,7 +3,7 @@
 #include <exception>
 #include <iostream>
 
-#include "orliq/Verb.h"
+#include "orliq/terminal/Verb.h"
 
 namespace {
 

@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/juniq/DecoderJuniq.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include "bench/PlainJuniq.h"
+#include "decoder/RangeChain.h"
+#include "support/DecoderProbe.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::JuniqPacket;
+using test::JuniqProbe;
+using test::JuniqReturn;
+using test::kMarker;
+
+constexpr std::size_t kPosition = 20 + 256 * 10;  // of the packet builder's default return
+constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the builder's default
+
+template <typename P>
+class JuniqPoints : public testing::Test {};
+using PointTypes = testing::Types<Point, PointTime, PointSource, JuniqPoint>;
+TYPED_TEST_SUITE(JuniqPoints, PointTypes, );
+
+/// Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
+/// 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
+template <typename P>
+void WorkedCalibration(JuniqProbe<P>& probe) {
+  probe.check->offset[kPosition] = 0.1F;
+  probe.check->azimuth[kPosition] = 30.0F;
+  probe.check->elevation[kPosition] = 10.0F;
+  const float weight[4] = {0.01F, 0.001F, 0.002F, 0.05F};
+  std::memcpy(&probe.check->weight, weight, sizeof weight);
+  probe.check->near_filter[7] = 0.5F;   // columns from 128 on
+  probe.check->near_filter[8] = 0.03F;  // columns below 128
+  probe.Calibrate();
+}
+
+TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
+  JuniqProbe<TypeParam> probe;
+  WorkedCalibration(probe);
+  EXPECT_FALSE(probe.Decode(JuniqPacket({20, 10, 6400, 0x20BB8, 0xFFFF, 0, 0})
+                                .Block(0, {20, 10, 6400, 3000, 1500, 100000, 77})));
+  ASSERT_EQ(probe.points().size(), 64U);
+  const TypeParam p = probe.points()[0];
+  EXPECT_NEAR(float{p.x}, 20.56471F, 2e-5F);
+  EXPECT_NEAR(float{p.y}, -11.87304F, 2e-5F);
+  EXPECT_NEAR(float{p.z}, 4.187075F, 1e-5F);
+  EXPECT_EQ(p.intensity, 3000);
+  EXPECT_EQ(p.ring, 10);
+  EXPECT_EQ(probe.points()[1].intensity, 0x0BB8) << "the low 16 bits of the width";
+}
+
+TEST(JuniqPointFields, EachPointTypeCarriesItsOwn) {
+  const JuniqPacket packet(JuniqReturn{20, 10, 6400, 0x23456, 0xABCD, 0x987654, 0x4321});
+  JuniqProbe<PointTime> time;
+  JuniqProbe<PointSource> source;
+  JuniqProbe<JuniqPoint> raw;
+  time.Decode(packet);
+  source.Decode(packet);
+  raw.Decode(packet);
+  EXPECT_EQ(time.points()[63].timestamp, kPacketTime);
+  const PointSource s = source.points()[0];
+  EXPECT_EQ(double{s.timestamp}, kPacketTime);
+  EXPECT_EQ(std::int32_t{s.distance}, 24) << "24.34 m, truncated";
+  for (const std::uint8_t byte : s.source) EXPECT_EQ(byte, 0);
+  const JuniqPoint& j = raw.points()[0];
+  EXPECT_THAT((std::vector<std::uint32_t>{j.row, j.column, j.aux, j.width_ref, j.peak, j.tof,
+                                          j.width, j.intensity}),
+              testing::ElementsAre(10, 20, 0x4321, 0xABCD, 0x987654, 6400, 0x23456, 0x3456));
+}
+
+TEST(JuniqRange, NearFilterDropsWhatIsTooWeakForItsRange) {
+  // Outer limit 30 m, slope 1000: at 24.344647 m the peak must reach 5.655353 / 30 x 1000 = 188.5.
+  const float outer[9] = {1000, 30, 0, 20};
+  EXPECT_EQ(FilterNearNoisePoints(24.344647F, 188, NearFilter(outer)), 0.0F);
+  EXPECT_EQ(FilterNearNoisePoints(24.344647F, 189, NearFilter(outer)), 24.344647F);
+  const float off[9] = {1000, 0, 51, 25};  // an outer limit of 0 switches both rules off
+  EXPECT_EQ(FilterNearNoisePoints(24.344647F, 50, NearFilter(off)), 24.344647F);
+}
+
+TEST(JuniqRange, NothingMeasuredIsANullPointWithItsIntensity) {
+  DecoderParam param;
+  param.min_distance = -10.0F;  // a gate would not hide it
+  JuniqProbe<PointSource> probe(param);
+  probe.check->near_filter[8] = -5.0F;  // and no step after the null test may lift it
+  probe.Calibrate();
+  probe.Decode(JuniqPacket({20, 10, 0, 3000}));
+  const PointSource p = probe.points()[0];
+  EXPECT_EQ(float{p.x}, 0.0F);
+  EXPECT_EQ(p.intensity, 3000);
+  EXPECT_EQ(std::int32_t{p.distance}, 0);
+}
+
+TEST(JuniqRange, HostileTablesAndDivisorsStayDefined) {
+  const float inf = std::numeric_limits<float>::infinity();
+  for (const float bad : {std::nanf(""), inf, -inf, 1e30F, -1e30F}) {
+    JuniqProbe<PointSource> probe;
+    probe.check->azimuth[kPosition] = probe.check->elevation[kPosition] = bad;
+    probe.check->weight[2] = probe.check->offset[kPosition + 1] = bad;
+    probe.check->near_filter[4] = 1.0F;
+    probe.check->near_filter[6] = bad;
+    probe.Calibrate();
+    probe.Decode(JuniqPacket().Block(0, {20, 10, 6400, 3000, 0}).Block(1, {21, 10}));
+    for (const PointSource& p : probe.points()) EXPECT_TRUE(std::isfinite(float{p.x}));
+    EXPECT_EQ(probe.points().size(), 64U);
+  }
+}
+
+TEST(JuniqRange, FusedProductEqualsTheExactSumForEveryTimeOfFlight) {
+  for (std::int32_t tof = 0; tof < (1 << 24); ++tof) {
+    const float fused = std::fma(static_cast<float>(tof) * 0.015625F, 1.645F, -2.09F);
+    ASSERT_EQ(RawDistance(tof, 0.14989623F), fused * 0.14989623F) << tof;
+  }
+}
+
+TEST(JuniqGates, AGatedPointStaysInTheCloudAtTheOriginAfterTheTransform) {
+  DecoderParam param;
+  param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0, 0, 0};
+  param.max_azimuth = 20.0F;
+  JuniqProbe<Point> probe(param);
+  probe.check->azimuth[kPosition] = -20.0F;
+  probe.check->azimuth[kPosition + 1] = -20.5F;
+  probe.Calibrate();
+  probe.Decode(JuniqPacket().Block(1, {21, 10}).Block(2, {20, 10, 0}));
+  EXPECT_NEAR(probe.points()[0].x, 24.344647F * std::cos(20.0F * 3.14159265F / 180) + 1, 1e-4F);
+  EXPECT_EQ(probe.points()[0].z, 3.0F);
+  EXPECT_EQ(probe.points()[1].z, 0.0F) << "outside the gate";
+  EXPECT_EQ(probe.points()[2].z, 0.0F) << "nothing measured";
+  for (const std::uint8_t enable : std::vector<std::uint8_t>{1, 0}) {
+    probe.decoder.UpdateTransform({enable, 9, 9, 9, 9, 9, 9});  // only the flag counts
+    probe.Decode(JuniqPacket(), 63);
+    EXPECT_EQ(probe.points().back().z, enable * 3.0F);
+  }
+}
+
+// The plain form is the one that the benchmarks measure against: no batches, no beam table.
+TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
+  std::mt19937 random(7);
+  const auto real = [&random](float low, float high) {
+    return std::uniform_real_distribution<float>(low, high)(random);
+  };
+  const auto below = [&random](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+  DecoderParam gates;
+  gates.min_azimuth = -50.0F;
+  gates.max_elevation = 12.0F;
+  gates.min_distance = 0.5F;
+  gates.max_distance = 200.0F;
+  JuniqProbe<Point> probe(gates);
+  for (std::size_t i = 0; i < kBeamPositions; ++i) {
+    probe.check->azimuth[i] = real(-60, 60);
+    probe.check->elevation[i] = real(-25, 15);
+    probe.check->offset[i] = real(-0.5F, 0.5F);
+  }
+  const float weight[4] = {0.01F, 0.002F, -0.003F, 0.04F};
+  const float near_filter[9] = {9e6F, 60.0F, 3e6F, 10.0F, 0, 0, 0, 0.02F, -0.03F};
+  std::memcpy(&probe.check->weight, weight, sizeof weight);
+  std::memcpy(&probe.check->near_filter, near_filter, sizeof near_filter);
+  probe.Calibrate();
+  const bench::PlainJuniq plain(*probe.check, gates);
+  for (int packets = 0; packets < 300; ++packets) {
+    JuniqPacket packet;
+    std::vector<Point> expected;
+    for (std::size_t i = 0; i < 64; ++i) {
+      packet.Block(i, {below(256), below(256), below(70000), below(1U << 24), 1 + below(65535),
+                       below(1U << 24)});
+    }
+    plain.Decode(packet.data(), expected);
+    probe.cloud()->points.clear();
+    probe.Decode(packet);
+    ASSERT_EQ(probe.points().size(), 64U);
+    ASSERT_EQ(std::memcmp(probe.points().data(), expected.data(), 64 * sizeof(Point)), 0);
+  }
+}
+
+TEST(JuniqFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
+  for (const std::size_t at : {0U, 10U, 63U}) {
+    JuniqProbe<Point> probe;
+    const JuniqPacket packet = JuniqPacket().Block(at, kMarker).Header(0x1234, 1440, 1025, 0xA5);
+    EXPECT_FALSE(probe.Decode(JuniqPacket().Second(57)));
+    EXPECT_TRUE(probe.Decode(packet));
+    ASSERT_EQ(probe.frames.size(), 1U);
+    const PointCloud<Point>& frame = *probe.frames[0];
+    EXPECT_EQ(frame.points.size(), 128U) << "blocks after the marker belong to the closing frame";
+    EXPECT_EQ(frame.timestamp, kPacketTime - 1) << "time of the frame's first packet";
+    EXPECT_EQ(probe.last_rings, 192);
+    EXPECT_EQ(frame.frame_word, 0x1234);
+    EXPECT_EQ(frame.temperature_a, 26.0);
+    EXPECT_EQ(frame.temperature_b, 0.0625);
+    EXPECT_EQ(frame.status, 0xA5);
+    std::uint16_t start = 0;
+    EXPECT_TRUE(probe.decoder.toSplite(packet.data(), packet.size(), start));
+    EXPECT_EQ(start, at + 1);
+    EXPECT_FALSE(probe.Decode(packet, start)) << "playback begins behind the marker";
+    EXPECT_EQ(probe.points().size(), 63 - at);
+  }
+}
+
+TEST(JuniqFrame, APacketWithoutMarkerHasNoSplit) {
+  JuniqProbe<Point> probe;
+  std::uint16_t start = 77;
+  const JuniqPacket near_misses = JuniqPacket().Block(0, {0x7F, 0xBE}).Block(1, {0x7E, 0xBF});
+  EXPECT_FALSE(probe.decoder.toSplite(near_misses.data(), near_misses.size(), start));
+  EXPECT_FALSE(probe.decoder.SplitFrame(nullptr, 1104, start));
+  EXPECT_FALSE(probe.decoder.DecodeMsopPacket(nullptr, 1104, 0));
+  EXPECT_FALSE(probe.decoder.DecodeMsopPacket(JuniqPacket().Block(0, kMarker).data(), 1103, 0));
+  probe.Decode(JuniqPacket(), 61);
+  EXPECT_EQ(probe.points().capacity(), 4U) << "a cloud grows by doubling, from one point on";
+  EXPECT_EQ(start, 77);
+}
+
+TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
+  JuniqProbe<Point> probe;
+  probe.check->near_filter[4] = 1.0F;  // radius 0, 1 neighbour: isolated points go
+  probe.check->near_filter[6] = 1.0F;
+  probe.Calibrate();
+  for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket().Second(5));
+  EXPECT_TRUE(probe.frames.empty()) << "99968 points";
+  probe.Decode(JuniqPacket().Header(9, 9, 9, 9));
+  ASSERT_EQ(probe.frames.size(), 1U);
+  EXPECT_EQ(probe.frames[0]->points.size(), 100032U) << "not filtered";
+  EXPECT_EQ(probe.frames[0]->timestamp, kPacketTime - 53);
+  EXPECT_EQ(probe.frames[0]->frame_word, 0) << "no header fields";
+
+  testing::internal::CaptureStderr();
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: mask size mismatch\n");
+  EXPECT_EQ(probe.frames[1]->points.size(), 64U);
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(probe.frames[2]->points.size(), 0U) << "filtering again: one cell supports nobody";
+  for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket());
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(probe.frames.size(), 4U) << "the count began anew, and a marked packet closes once";
+}
+
+TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
+  JuniqProbe<PointTime> probe;
+  const auto second = [&](std::size_t i) { return probe.points()[i].timestamp - kPacketTime + 58; };
+  probe.Decode(JuniqPacket().Second(1), 32);  // 32 blocks: the group is out of step
+  for (unsigned i = 2; i <= 5; ++i) probe.Decode(JuniqPacket().Second(i));
+  EXPECT_EQ(second(255), 1) << "the 256th block still has the group's first time";
+  EXPECT_EQ(second(256), 5) << "the next one has the time of its own packet";
+  probe.Decode(JuniqPacket().Second(6).Block(63, kMarker));  // 96 blocks into the second group
+  for (unsigned i = 7; i <= 9; ++i) probe.Decode(JuniqPacket().Second(i));
+  EXPECT_EQ(second(0), 7) << "a frame end starts a new group time";
+  EXPECT_EQ(second(159), 7) << "but the count of blocks runs on: 96 + 160 are 256";
+  EXPECT_EQ(second(160), 9);
+  JuniqProbe<PointTime> in_step;  // a group that ends with a packet
+  for (unsigned i = 1; i <= 5; ++i) in_step.Decode(JuniqPacket().Second(i));
+  EXPECT_EQ(in_step.points()[256].timestamp, kPacketTime - 54);
+  in_step.decoder.EnableFinallyFrame();
+  in_step.Decode(JuniqPacket().Block(0, kMarker));
+  EXPECT_EQ(in_step.frames[0]->timestamp, 0.0);
+  EXPECT_EQ(in_step.frames[1]->timestamp, kPacketTime) << "a frame ended by hand ended as well";
+}
+
+TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
+  JuniqProbe<Point> probe;
+  const std::array<int, 6> w = {100, -200, 300, 1000, -2000, 32767};
+  probe.Decode(JuniqPacket().Imu(w, 5));  // no message installed: the stamp is used up all the same
+  probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
+  for (const unsigned stamp : {5U, 6U, 6U, 0xFFFFFFU, 0U, 0U})
+    probe.Decode(JuniqPacket().Imu(w, stamp));
+  ASSERT_EQ(probe.samples.size(), 4U) << "6, FFFFFF and each 0: no stamp yet";
+  const ImuMsg& imu = probe.samples[0];
+  EXPECT_EQ(imu.valid, 1);
+  EXPECT_EQ(imu.timestamp, kPacketTime);
+  const double rate = 0.000173611 * 3.141592653589793;
+  EXPECT_FLOAT_EQ(imu.angular_velocity_x, static_cast<float>(-32767 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_y, static_cast<float>(1000 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_z, static_cast<float>(2000 * rate));
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_x, -300 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_y, 100 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
+}
+
+TEST(JuniqFilter, IsSwitchedOnByExactlyOneAndNeverOff) {
+  JuniqProbe<Point> probe;
+  testing::internal::CaptureStdout();
+  const std::pair<float, std::size_t> rows[] = {{0.999F, 64}, {1.0F, 0}, {0.0F, 0}};
+  for (const auto& [enable, left] : rows) {
+    const float radius_filter[3] = {enable, 0.5F, 3.9F};
+    std::memcpy(&probe.check->near_filter[4], radius_filter, sizeof radius_filter);
+    probe.Calibrate();
+    probe.Decode(JuniqPacket().Block(63, kMarker));
+    EXPECT_EQ(probe.frames.back()->points.size(), left) << enable;
+  }
+  probe.decoder.UpdateCheckParam(nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "is_use_filter:1 0.5 3.9\n");
+}
+
+TEST(JuniqFilter, NullPointsSurviveAndZeroedReturnsDoNot) {
+  JuniqProbe<PointSource> probe;
+  const float near_filter[7] = {1e6F, 30.0F, 0, 0, 1.0F, 0.1F, 1.0F};
+  std::memcpy(&probe.check->near_filter, near_filter, sizeof near_filter);
+  probe.Calibrate();
+  const JuniqReturn weak{200, 50, 6400, 7, 1, 0};  // becomes 0 m below 30 m, but is not null
+  JuniqPacket packet(JuniqReturn{100, 100, 0, 8});
+  probe.Decode(packet.Block(0, {20, 10}).Block(1, {21, 10}).Block(2, weak).Block(63, kMarker));
+  std::vector<int> intensities(60, 8);  // of the null points, behind two neighbours
+  intensities.insert(intensities.begin(), 2, 3000);
+  std::vector<int> left;
+  for (const PointSource& p : probe.frames[0]->points) left.push_back(p.intensity);
+  EXPECT_EQ(left, intensities);
+}
+
+}  // namespace
+}  // namespace orliq::lidar

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs the program's sending verbs and receives what they send.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "orliq/capture/CaptureFile.h"
+#include "support/CaptureBuilder.h"
+#include "support/Loopback.h"
+#include "support/Program.h"
+
+namespace orliq::cli {
+namespace {
+
+using nlohmann::json;
+using test::Bytes;
+using test::CaptureBuilder;
+using test::Outcome;
+using testing::HasSubstr;
+
+class Send : public test::Program {
+ protected:
+  /// Runs the program with "--to" a socket, whose datagrams `received` holds afterwards. `taken` is
+  /// told how many came so far.
+  Outcome RunAndReceive(
+      const std::string& arguments, const std::string& before = "",
+      const std::function<void(std::size_t)>& taken = [](std::size_t) {}) {
+    const test::LoopbackSocket socket;
+    std::atomic<bool> sending{true};
+    std::thread receiver([&] {
+      bool last_look = false;
+      while (!last_look) {
+        last_look = !sending;
+        while (auto datagram = socket.Receive(std::chrono::milliseconds(last_look ? 0 : 20))) {
+          received.push_back(std::move(*datagram));
+          taken(received.size());
+        }
+      }
+    });
+    const auto outcome =
+        Run(arguments + " --to 127.0.0.1:" + std::to_string(socket.port()), before);
+    sending = false;
+    receiver.join();
+    return outcome;
+  }
+
+  std::vector<Bytes> Recorded(const std::string& name) const {
+    std::vector<Bytes> payloads;
+    for (CaptureFile capture(dir_ / name); capture.Next();) {
+      const auto datagram = std::get<Datagram>(capture.Content({2368}));
+      payloads.emplace_back(datagram.payload, datagram.payload + datagram.payload_bytes);
+    }
+    return payloads;
+  }
+
+  /// At least from the first moment that was due to the last one.
+  static double PlannedSeconds(const Outcome& outcome) {
+    const json sums = json::parse(outcome.out);
+    return sums["send_seconds"].get<double>() + sums["worst_delay_s"].get<double>();
+  }
+
+  std::vector<Bytes> received;
+};
+
+TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
+  const std::string options =
+      "simulate --model juniq --frames 1 --rate 1 --seed 3 --json --drop 0.1 --swap 0.1 "
+      "--duplicate 0.1 --wrong-length 0.1 --wrong-identifier 0.1 --foreign 0.1";
+  const json written = json::parse(Run(options + " --out a.pcap --check-folder a").out);
+  const auto outcome = RunAndReceive(options + " --check-folder b");
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  const json sent = json::parse(outcome.out);
+  EXPECT_EQ(received, Recorded("a.pcap"));
+  EXPECT_EQ(sent["packets_sent"], received.size());
+  EXPECT_EQ(sent["packets_sent"], written["packets_written"]);
+  EXPECT_EQ(sent["faults"], written["faults"]);
+  const auto count = [&](const char* fault) { return sent["faults"][fault].get<std::size_t>(); };
+  EXPECT_EQ(768 + count("duplicated") + count("foreign") - count("lost"), received.size());
+  std::size_t bytes = 0;
+  for (const Bytes& payload : received) bytes += payload.size();
+  EXPECT_EQ(sent["bytes_sent"], bytes);
+  EXPECT_EQ(Run("play a.pcap --model juniq --check-folder b").code, 5) << "the same unit's tables";
+}
+
+TEST_F(Send, CtrlCEndsAnEndlessSimulationWithItsTableAndACompleteCapture) {
+  const auto outcome = RunAndReceive(
+      "simulate --model juniq --rate 1 --swap 0.5 --burst 7 --json --out a.pcap --check-folder a",
+      "echo $$ > pid; exec", [&](std::size_t count) {
+        pid_t pid = 0;
+        if (count == 100 && std::ifstream(dir_ / "pid") >> pid) ::kill(pid, SIGINT);
+      });
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  const json sent = json::parse(outcome.out);
+  EXPECT_GE(received.size(), 100U);
+  EXPECT_EQ(received, Recorded("a.pcap"));
+  EXPECT_EQ(sent["packets_sent"], received.size());
+  EXPECT_EQ(sent["sensor_packets"], received.size());
+}
+
+TEST_F(Send, ReplaysTheDatagramsOfACapture) {
+  const Bytes a = {1, 2, 3}, b(9000, 7), c = {9};  // b is more than a driver takes
+  CaptureBuilder capture;
+  capture.Udp(a).Udp(c, 2369).Udp(b).Udp(Bytes()).Udp(c);
+  capture.Record(CaptureBuilder::Frame(a, 2368, 6));
+  capture.Write(dir_ / "c.pcap");
+  const auto whole = RunAndReceive("send c.pcap --port 2368 --speed 100 --loop 2 --burst 3 --json");
+  EXPECT_EQ(whole.code, 0) << whole.err;
+  EXPECT_EQ(received, (std::vector<Bytes>{a, b, {}, c, a, b, {}, c}));
+  EXPECT_EQ(json::parse(whole.out)["packets_sent"], 8);
+  EXPECT_GE(PlannedSeconds(whole), 0.0633) << "the first b to the last c";
+  EXPECT_EQ(json::parse(whole.out)["skipped"]["other_port"], 1);
+  EXPECT_EQ(json::parse(whole.out)["skipped"]["not_udp"], 1);
+
+  const Bytes head = CaptureBuilder::Frame({1}, 2368);
+  capture.Record(head, 100).Write(dir_ / "c.pcap");
+  const auto cut = RunAndReceive("send c.pcap --speed 1000");
+  EXPECT_EQ(cut.code, 5);
+  EXPECT_THAT(cut.err, HasSubstr("1 packet could not be sent"));
+  capture.bytes().resize(capture.bytes().size() - 100);
+  capture.Write(dir_ / "c.pcap");
+  received.clear();
+  const auto early = RunAndReceive("send c.pcap --speed 1000");
+  EXPECT_EQ(early.code, 5);
+  EXPECT_THAT(early.err, HasSubstr("ends early after 5 good records"));
+  EXPECT_EQ(received, (std::vector<Bytes>{a, c, b, {}, c}));
+}
+
+TEST_F(Send, RefusesWhatCannotBeSentAndSaysWhy) {
+  CaptureBuilder().Udp(Bytes{1}).Write(dir_ / "c.pcap");
+  const test::Refusal rows[] = {
+      {"simulate --model juniq", 2, "with --out or a receiver with --to"},
+      {"simulate --model juniq --out x", 2, "--out needs --check-folder"},
+      {"simulate --model juniq --to localhost", 2, "such as 127.0.0.1:2368"},
+      {"simulate --model juniq --to 127.0.0.1:9 --port 9", 2, "--port requires --out"},
+      {"simulate --model juniq --out x --check-folder y --burst 2", 2, "--burst requires --to"},
+      {"send c.pcap", 2, "--to is required"},
+      {"send c.pcap --to localhost:9 --speed nan", 2, "from 0.01 to 1000, not nan"},
+      {"send c.pcap --to :2368", 2, "such as 127.0.0.1:2368"},
+      {"send c.pcap --to localhost:65536", 2, "from 1 to 65535"},
+      {"send c.pcap --to [::1]:2368", 2, "IPv6 is not supported"},
+      {"send c.pcap --to 1.2.3.4.5:2368", 2, "no IPv4 address for 1.2.3.4.5"},
+      {"send c.pcap --to localhost:9 --loop 0", 2, "or forever"},
+      {"send c.pcap --to localhost:9 --port 7", 3, "no UDP packet to port 7"},
+      {"send d.pcap --to localhost:9", 4, "there is no such file"},
+  };
+  for (const auto& row : rows) ExpectRefusal(row);
+  const auto alone = Run("send c.pcap --to localhost:9 --loop 3 --speed 10 --json");
+  EXPECT_EQ(alone.code, 0) << "nobody need listen";
+  EXPECT_GE(PlannedSeconds(alone), 0.02) << "one packet is no flood";
+}
+
+}  // namespace
+}  // namespace orliq::cli

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "orliq/capture/UdpRecord.h"
+#include "orliq/sensors/Models.h"
+
+namespace orliq::cli {
+
+/// The datagrams of a capture that go from one address to one address and port.
+struct Flow {
+  std::uint32_t source = 0;
+  std::uint32_t destination = 0;
+  std::uint16_t source_port = 0;  ///< of the first datagram
+  std::uint16_t port = 0;         ///< destination port
+  std::uint64_t packets = 0;
+  std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
+  std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
+  std::array<std::uint64_t, kModels> fits{};   ///< datagrams that fit each model of Models()
+};
+
+/// What a capture holds.
+struct CaptureSurvey {
+  std::uint64_t file_bytes = 0;
+  std::string link_type;
+  std::uint64_t records = 0;
+  std::vector<Flow> flows;             ///< by port, then the one with most packets first
+  std::uint64_t in_further_flows = 0;  ///< datagrams of flows beyond the limit of 1,000
+  std::array<std::uint64_t, kSkips> skipped{};
+  double first_time = 0.0;  ///< [s] UTC, earliest record
+  double last_time = 0.0;   ///< [s] UTC, latest record
+  std::string fault;        ///< why reading stopped before the end of the file; else empty
+
+  std::uint64_t Skipped(Skip reason) const { return skipped[static_cast<std::size_t>(reason)]; }
+  double Duration() const { return last_time - first_time; }
+};
+
+/// Tells how many of the file's bytes have been read.
+using SurveyProgress = std::function<void(std::uint64_t)>;
+
+/// Reads a whole capture file (pcap or pcapng) once. `port` 0 takes every destination port. Throws
+/// Failure when the file cannot be opened or is no capture; a fault further on ends the survey and
+/// stands in `fault`.
+CaptureSurvey SurveyCapture(const std::string& path, std::uint16_t port,
+                            const SurveyProgress& progress);
+
+}  // namespace orliq::cli

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/clouds/CloudOptions.h"
+
+#include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/OptionChecks.h"
+
+namespace orliq::cli {
+namespace {
+
+void AddLimits(CLI::App& command, lidar::DecoderParam& limits) {
+  const auto add = [&](const char* name, float& limit, const char* text) {
+    command.add_option(name, limit, text)
+        ->check(Finite())
+        ->capture_default_str()
+        ->group("Limits (a point outside them goes to the origin)");
+  };
+  add("--min-distance", limits.min_distance, "[m]");
+  add("--max-distance", limits.max_distance, "[m]");
+  add("--min-azimuth", limits.min_azimuth, "[deg]");
+  add("--max-azimuth", limits.max_azimuth, "[deg]");
+  add("--min-elevation", limits.min_elevation, "[deg]");
+  add("--max-elevation", limits.max_elevation, "[deg]");
+}
+
+void RequireOrder(const char* quantity, float min, float max) {
+  if (min <= max) return;
+  const std::string name = quantity;
+  throw Failure(ExitCode::kUsage,
+                "--min-" + name + " is above --max-" + name + ": no point would be left");
+}
+
+}  // namespace
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+  command.add_option("--model", options.model, "sensor model (" + ModelNames(true) + ")")
+      ->required();
+  command.add_option("--check-folder", options.check_folder, "folder of the sensor's calibration");
+  command.add_option("--out", options.out, "folder for one file per frame, or one file");
+  command
+      .add_option("--format", options.format, "pcd, ply or csv; by itself from the ending, or pcd")
+      ->check(CLI::IsMember({"pcd", "ply", "csv"}));
+  command.add_option("--point", options.point, "point type")
+      ->check(CLI::IsMember({"point", "point-time", "point-source", "juniq"}))
+      ->capture_default_str();
+  command
+      .add_option("--transform", options.transform,
+                  "pose of the sensor: x,y,z [m],roll,pitch,yaw [deg]")
+      ->delimiter(',')
+      ->expected(6)
+      ->check(Finite());
+  AddLimits(command, options.decoder);
+  command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
+}
+
+const Model& DecodableModel(const CloudOptions& options) {
+  const Model* const model = FindModel(options.model);
+  if (model == nullptr) {
+    throw Failure(ExitCode::kUsage,
+                  "--model " + options.model + " is unknown: use " + ModelNames(true));
+  }
+  if (!model->decodable) {
+    throw Failure(ExitCode::kUsage, "this version cannot decode " + options.model + " yet, only " +
+                                        ModelNames(true) + ": orliq info examines its captures");
+  }
+  return *model;
+}
+
+lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model) {
+  RequireOrder("distance", options.decoder.min_distance, options.decoder.max_distance);
+  RequireOrder("azimuth", options.decoder.min_azimuth, options.decoder.max_azimuth);
+  RequireOrder("elevation", options.decoder.min_elevation, options.decoder.max_elevation);
+  lidar::DriverParam param;
+  param.lidar_type = model.type;
+  param.calibration_param.check_folder = options.check_folder;
+  param.decoder_param = options.decoder;
+  if (!options.transform.empty()) {
+    const auto& pose = options.transform;
+    param.decoder_param.transform_param = {1, pose[0], pose[1], pose[2], pose[3], pose[4], pose[5]};
+  }
+  return param;
+}
+
+}  // namespace orliq::cli

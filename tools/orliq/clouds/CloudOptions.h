@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "multi_driver/DriverParam.h"
+#include "orliq/sensors/Models.h"
+
+namespace orliq::cli {
+
+/// How packets become clouds and where the clouds go, for every verb that decodes.
+struct CloudOptions {
+  std::string model;
+  std::string check_folder;
+  std::string out;
+  std::string format;
+  std::string point = "point";
+  std::vector<float> transform;  ///< empty or x, y, z [m], roll, pitch, yaw [deg]
+  lidar::DecoderParam decoder;   ///< limits
+  bool verbose = false;
+};
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options);
+
+/// The model to decode; throws Failure when it is unknown or cannot be decoded.
+const Model& DecodableModel(const CloudOptions& options);
+
+/// What the driver is initialised with, but for the source of packets; throws Failure for limits
+/// that let nothing through.
+lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model);
+
+}  // namespace orliq::cli

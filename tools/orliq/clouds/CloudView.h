@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+
+#include "multi_driver/PointCloud.h"
+#include "orliq/clouds/PointFields.h"
+
+namespace orliq::cli {
+
+/// A cloud of any point type as plain records, for the output formats. It refers to the cloud and
+/// must not outlive it.
+struct CloudView {
+  const unsigned char* records;  ///< `points` records of `record_bytes`, without gaps
+  std::size_t points;
+  std::size_t record_bytes;
+  const PointField* fields;
+  std::size_t field_count;
+  double timestamp;  ///< [s] UTC, 0 when the capture ends inside the frame
+};
+
+template <typename T>
+CloudView View(const PointCloud<T>& cloud) {
+  return {reinterpret_cast<const unsigned char*>(cloud.points.data()),
+          cloud.points.size(),
+          sizeof(T),
+          kPointFields<T>.data(),
+          kPointFields<T>.size(),
+          cloud.timestamp};
+}
+
+/// Points that are not exactly at the sensor's origin: those with a return inside the limits.
+template <typename T>
+std::size_t CountNonZero(const PointCloud<T>& cloud) {
+  std::size_t count = 0;
+  for (const T& point : cloud.points) {
+    const float x = point.x;
+    const float y = point.y;
+    const float z = point.z;
+    if (x != 0.0F || y != 0.0F || z != 0.0F) ++count;
+  }
+  return count;
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/network/ListenOptions.h"
+
+#include "orliq/terminal/OptionChecks.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr double kLongestTime = 1e6;  // [s] eleven days
+
+}  // namespace
+
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
+  command.add_option("--port", options.port, "UDP port that the sensor sends to")
+      ->required()
+      ->check(Within(1, 65535));
+  command
+      .add_option("--address", options.address,
+                  "IPv4 address of this machine to listen on; all of them without it")
+      ->check(CLI::ValidIPV4);
+  command.add_option("--duration", options.duration, "[s] stop after that time")
+      ->check(Within(0.1, kLongestTime));
+  command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
+      ->check(Within(0.0, kLongestTime))
+      ->capture_default_str();
+  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--quiet", options.quiet, "no status line, no remarks");
+}
+
+double ListenTime::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+bool ListenTime::Over(bool has_arrived) const {
+  const double seconds = Seconds();
+  if (options_.duration && seconds >= *options_.duration) return true;
+  return !has_arrived && options_.wait > 0.0 && seconds >= options_.wait;
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "orliq/network/HostPort.h"
+#include "orliq/terminal/Console.h"
+#include "orliq/terminal/Report.h"
+#include "simulator/sending/PacedSender.h"
+
+namespace orliq::cli {
+
+/// Options of a verb that sends packets.
+struct TransmissionOptions {
+  std::string to;
+  double speed = 1.0;
+  std::size_t burst = 1;
+};
+
+/// Adds --to, --speed and --burst; returns --to.
+CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options);
+
+/// Sends a verb's packets at their pace and tells how that went. A request to finish ends every
+/// wait.
+class Transmission {
+ public:
+  /// Throws Failure when the target makes no sense or there is no way to it.
+  Transmission(const TransmissionOptions& options, const Console& console);
+
+  /// Sends a packet when it is due; `time_s` counts seconds from any moment. The first packet that
+  /// cannot be sent is remarked on.
+  void Send(const std::uint8_t* payload, std::size_t size, double time_s);
+
+  /// Sends what is left of a burst. Call it before Add and RequireAllSent.
+  void Finish();
+
+  const HostPort& Target() const { return target_; }
+  std::uint64_t Packets() const { return sender_->Datagrams(); }
+
+  void Add(Report& report) const;
+
+  /// Remarks on packets that left late; throws Failure when some could not be sent.
+  void RequireAllSent() const;
+
+ private:
+  void RemarkOnFailure();
+
+  const Console& console_;
+  HostPort target_;
+  std::unique_ptr<sim::UdpSender> sender_;
+  sim::MonotonicClock clock_;
+  sim::Pacer pacer_;
+  sim::PacedSender paced_;
+  bool remarked_ = false;
+};
+
+}  // namespace orliq::cli

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/sensors/CheckFolder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/NumberText.h"
+#include "param/ParamService.h"
+
+namespace orliq::cli {
+namespace {
+
+using lidar::TableLoad;
+
+const std::vector<std::string>& TableWords() {
+  static const std::vector<std::string> words = {"azimuth", "elevation", "weight", "near_filter",
+                                                 "offset"};
+  return words;
+}
+
+/// Why the folder as such is of no use, or nothing.
+std::string FolderFault(const std::string& folder, const std::vector<TableLoad>& files) {
+  std::error_code error;
+  const auto status = std::filesystem::status(folder, error);
+  if (!std::filesystem::exists(status)) return "there is no folder " + folder;
+  if (!std::filesystem::is_directory(status)) return folder + " is not a folder";
+  const std::filesystem::directory_iterator listing(folder, error);
+  if (error) return "the folder " + folder + " cannot be listed: " + error.message();
+  if (files.empty()) return "the folder " + folder + " holds no files";
+  return {};
+}
+
+std::string WhyRefused(const TableLoad& file) {
+  if (!file.readable) return file.path + " cannot be read";
+  return file.path + " holds " + Count(file.found, "number") + ", the " + file.table +
+         " table needs " + Grouped(file.needed);
+}
+
+std::string WhyDoubtful(const std::string& other, const TableLoad& file) {
+  return other + " and " + file.path + " both count as the " + file.table +
+         " table: remove the one that is not wanted";
+}
+
+/// What is wrong with one table; nothing when one file gives it.
+std::vector<std::string> TableRemarks(const std::string& table,
+                                      const std::vector<TableLoad>& files) {
+  std::vector<std::string> remarks;
+  std::string accepted;
+  bool seen = false;
+  for (const TableLoad& file : files) {
+    if (file.table != table) continue;
+    seen = true;
+    if (!file.accepted) remarks.push_back(WhyRefused(file));
+    if (file.accepted && !accepted.empty()) {
+      remarks.push_back(WhyDoubtful(accepted, file));
+    }
+    if (file.accepted) accepted = file.path;
+  }
+  if (!seen) remarks.push_back("there is no " + table + " table (no file name holds that word)");
+  return remarks;
+}
+
+}  // namespace
+
+CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder) {
+  CheckFolderReport report;
+  lidar::ParamService service;
+  report.loaded = service.LoadCheckFolder(model.type, folder);
+  const std::string fault = FolderFault(folder, service.LastLoad());
+  if (!fault.empty()) {
+    report.remarks = {fault};
+    return report;
+  }
+  const std::string word = TableWordIn(folder);
+  if (!word.empty()) {
+    report.remarks = {"the folder's own path holds the word \"" + word +
+                      "\", so every file in it " +
+                      "may be taken for that table: rename the folder"};
+  }
+  for (const std::string& table : TableWords()) {
+    if (table == "offset" && model.type != lidar::LidarType::Juniq) continue;
+    const auto remarks = TableRemarks(table, service.LastLoad());
+    report.remarks.insert(report.remarks.end(), remarks.begin(), remarks.end());
+  }
+  return report;
+}
+
+void RequireCalibration(const Model& model, const std::string& folder, const Console& console) {
+  if (!model.needs_check_folder) return;
+  if (folder.empty()) {
+    console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+    return;
+  }
+  const CheckFolderReport check = ExamineCheckFolder(model, folder);
+  std::string remarks;
+  for (const std::string& remark : check.remarks) remarks += "\n  " + remark;
+  if (!check.loaded) {
+    throw Failure(ExitCode::kFileFault, "the check folder " + folder + " does not load for " +
+                                            model.name + ':' + remarks);
+  }
+  if (!remarks.empty())
+    console.Note("the check folder loads, but a table without a good file stays zero:" + remarks);
+}
+
+std::string TableWordIn(const std::string& path) {
+  const auto& words = TableWords();
+  const auto found = std::find_if(words.begin(), words.end(), [&](const std::string& word) {
+    return path.find(word) != std::string::npos;
+  });
+  return found == words.end() ? std::string() : *found;
+}
+
+}  // namespace orliq::cli

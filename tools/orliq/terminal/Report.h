@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "orliq/terminal/NumberText.h"
+
+namespace orliq::cli {
+
+using Json = nlohmann::ordered_json;
+
+/// Columns of text under a heading, right-aligned where `align_right` says so.
+struct Table {
+  std::string title;
+  std::vector<std::string> columns;
+  std::vector<bool> align_right;
+  std::vector<std::vector<std::string>> rows;
+};
+
+/// What a verb has to tell, written once and shown either as aligned text or as one JSON object.
+class Report {
+ public:
+  /// A line "label  text" and the JSON member `key`. An empty label is for JSON only.
+  void Add(const std::string& key, const std::string& label, Json value, const std::string& text);
+
+  /// A table, and the JSON member `key` for it.
+  void Add(const std::string& key, Json value, Table table);
+
+  void Print(std::ostream& out, bool json) const;
+
+ private:
+  struct Line {
+    std::string label, text;
+  };
+  void PrintText(std::ostream& out) const;
+
+  Json json_ = Json::object();
+  std::vector<Line> lines_;
+  std::vector<Table> tables_;
+};
+
+}  // namespace orliq::cli

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "orliq/terminal/Console.h"
+#include "orliq/terminal/ExitCode.h"
+
+namespace orliq::cli {
+
+/// One verb of the program: its options and what it does once they are parsed. `run` throws Failure
+/// when it cannot do its work.
+struct Verb {
+  CLI::App* command = nullptr;
+  std::function<ExitCode(Console&)> run;
+};
+
+Verb AddSimulate(CLI::App& app);
+Verb AddInfo(CLI::App& app);
+Verb AddPlay(CLI::App& app);
+Verb AddLive(CLI::App& app);
+Verb AddRecord(CLI::App& app);
+Verb AddSend(CLI::App& app);
+
+}  // namespace orliq::cli

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/CommonRows.h"
+
+namespace orliq::cli {
+
+void AddReceptionRows(Report& report, const Reception& reception) {
+  const auto& [where, seconds, active, packets, rate] = reception;
+  report.Add("listened_on", "Listened on", where, where);
+  report.Add("seconds", "Time", seconds,
+             Fixed(seconds, 1) + " s, packets during " + Fixed(active, 1) + " s");
+  report.Add("seconds_with_packets", "", active, "");
+  report.Add("packets", "Packets", packets,
+             Grouped(packets) + ", " + Fixed(rate, 1) + " packets/s");
+  report.Add("packets_per_s", "", rate, "");
+}
+
+void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero) {
+  const double share =
+      points > 0 ? 100.0 * static_cast<double>(non_zero) / static_cast<double>(points) : 0.0;
+  report.Add("points", "Points", points, Grouped(points));
+  report.Add("non_zero_points", "Non-zero points", non_zero,
+             Grouped(non_zero) + " (" + Fixed(share, 1) + " %)");
+}
+
+void AddRefusedRows(Report& report, const RefusedPackets& refused) {
+  report.Add("refused_length", "Refused packets", refused.length,
+             NoneOr(refused.length, "of wrong length (0x41)", refused.identifier,
+                    "with wrong identifier (0x42)"));
+  report.Add("refused_identifier", "", refused.identifier, "");
+}
+
+std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t other,
+                   const std::string& other_text) {
+  if (count + other == 0) return "none";
+  return Grouped(count) + ' ' + text + ", " + Grouped(other) + ' ' + other_text;
+}
+
+std::string FilesText(const CloudWriter& writer, const std::string& out) {
+  return Count(writer.Files(), CloudFormatName(writer.Format()) + " file") + " in " + out + ", " +
+         Megabytes(writer.Bytes());
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orliq/clouds/CloudWriter.h"
+#include "orliq/terminal/Report.h"
+
+// Rows that the closing tables of play, live and record have in common.
+namespace orliq::cli {
+
+/// Packets that the driver refuses, by its error codes.
+struct RefusedPackets {
+  std::uint64_t length = 0;      ///< 0x41: other than the model's length, or cut, or too large
+  std::uint64_t identifier = 0;  ///< 0x42
+};
+
+/// What has come to a port.
+struct Reception {
+  std::string listened_on;
+  double seconds = 0.0;  ///< from the start
+  double active = 0.0;   ///< [s] from the first packet to the last
+  std::uint64_t packets = 0;
+  double packets_per_s = 0.0;
+};
+
+void AddReceptionRows(Report& report, const Reception& reception);
+void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
+void AddRefusedRows(Report& report, const RefusedPackets& refused);
+
+/// Two counts, each with the words behind it: "3 early, 1 late"; "none" when both are 0.
+std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t other,
+                   const std::string& other_text);
+
+/// "20 pcd files in frames, 15.7 MB"
+std::string FilesText(const CloudWriter& writer, const std::string& out);
+
+}  // namespace orliq::cli

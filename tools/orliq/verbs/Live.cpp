@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <memory>
+
+#include "orliq/clouds/CloudOptions.h"
+#include "orliq/clouds/CloudTypes.h"
+#include "orliq/network/HostNetwork.h"
+#include "orliq/network/ListenOptions.h"
+#include "orliq/network/UdpReceiver.h"
+#include "orliq/sensors/CheckFolder.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/StatusLine.h"
+#include "orliq/terminal/Verb.h"
+#include "orliq/verbs/LiveTally.h"
+#include "orliq/verbs/Silence.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
+constexpr double kStatusPause = 1.0;            // [s]
+
+struct Options {
+  CloudOptions cloud;
+  ListenOptions listen;
+  std::optional<std::uint64_t> frames;
+};
+
+lidar::DriverParam MakeParam(const Options& options, const Model& model) {
+  lidar::DriverParam param = MakeDriverParam(options.cloud, model);
+  param.input_type = lidar::InputType::Socket;
+  param.input_param.local_ip = options.listen.address;
+  param.input_param.port = options.listen.port;
+  return param;
+}
+
+/// Null when no files are wanted.
+std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
+  const std::string& out = options.cloud.out;
+  if (out.empty()) return nullptr;
+  if (options.frames != 1 && CloudWriter(out, options.cloud.format).SingleFile()) {
+    throw Failure(ExitCode::kUsage, "--out " + out +
+                                        " is one file, which takes one frame: name a "
+                                        "folder, or add --frames 1");
+  }
+  return std::make_unique<CloudSaver>(out, options.cloud.format);
+}
+
+/// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why.
+void RequirePort(const ListenOptions& listen, const Console& console) {
+  const UdpReceiver trial(listen.address, listen.port, UdpReceiver::Sharing::kShared);
+  if (ForeignSockets(listen.port) == 0) return;
+  console.Note("another socket has UDP port " + std::to_string(listen.port) +
+               " bound too: a packet goes to one of the two only (" + SocketOwnerHint(listen.port) +
+               ')');
+}
+
+/// Gathers the counts of a source and times it from its first packet to its last.
+class Watcher {
+ public:
+  Watcher(const ListenOptions& options, const LiveSource& source)
+      : source_(source), time_(options), line_(options.quiet) {}
+
+  void Look() {
+    counts_ = source_.Counts();
+    now_ = time_.Seconds();
+    const auto& packets = counts_.packets;
+    if (packets.received > 0) last_ = now_ - packets.last_packet_age_s;
+    if (packets.received > 0 && first_ < 0.0) {
+      first_ = last_;
+      by_first_look_ = packets.received;
+    }
+  }
+
+  /// Once a second.
+  void Show() {
+    const double seconds = now_ - shown_at_;
+    if (seconds < kStatusPause) return;
+    line_.Show(LiveStatusText(shown_, counts_, seconds));
+    shown_ = counts_;
+    shown_at_ = now_;
+  }
+
+  bool Over() const { return source_.Complete() || time_.Over(counts_.packets.decoded > 0); }
+
+  LiveTally Tally() const {
+    LiveTally tally;
+    tally.counts = counts_;
+    Reception& reception = tally.reception;
+    reception.seconds = now_;
+    reception.active = last_ - first_;
+    reception.packets = counts_.packets.received;
+    const auto packets = static_cast<double>(reception.packets - by_first_look_);
+    if (reception.active > 0.0) reception.packets_per_s = packets / reception.active;
+    return tally;
+  }
+
+ private:
+  const LiveSource& source_;
+  ListenTime time_;
+  StatusLine line_;
+  LiveCounts counts_;
+  double now_ = 0.0;                 // [s] of `counts_`, as all times since the start
+  double first_ = -1.0;              // of a packet; negative before any
+  double last_ = -1.0;               // likewise
+  std::uint64_t by_first_look_ = 0;  // packets
+  LiveCounts shown_;
+  double shown_at_ = 0.0;
+};
+
+/// Looks at the counts until it is time to end.
+LiveTally Watch(const ListenOptions& options, LiveSource& source) {
+  Watcher watcher(options, source);
+  while (!watcher.Over() && !WaitForInterrupt(kPass)) {
+    watcher.Look();
+    watcher.Show();
+  }
+  source.Stop();
+  watcher.Look();
+  return watcher.Tally();
+}
+
+LiveTally Listen(const Options& options, const Model& model, Console& console) {
+  const lidar::DriverParam param = MakeParam(options, model);
+  RequireCalibration(model, options.cloud.check_folder, console);
+  RequirePort(options.listen, console);
+  const auto saver = MakeSaver(options);
+  if (options.cloud.verbose) console.ShowLibraryLines();
+  const auto source = WithCloudType(options.cloud.point, [&](auto type) {
+    using Source = DriverSource<typename decltype(type)::Cloud>;
+    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.frames, saver.get()));
+  });
+  const std::string where = EndpointText(options.listen.address, options.listen.port);
+  if (!source->Open(param)) {
+    throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
+  }
+  console.Note("listening on " + where + ", Ctrl-C ends it");
+  LiveTally tally = Watch(options.listen, *source);
+  tally.reception.listened_on = where;
+  if (saver) {
+    saver->Finish();
+    tally.files = FilesText(saver->Writer(), options.cloud.out);
+    tally.files_written = saver->Writer().Files();
+    tally.not_written = saver->Found();
+  }
+  return tally;
+}
+
+/// Says what the table's losses mean.
+void Explain(const LiveTally& tally, const Console& console) {
+  const auto& packets = tally.counts.packets;
+  if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
+  if (packets.refused_length + packets.refused_identifier > 0) {
+    console.Note(
+        "packets of other kinds came to the port: orliq record keeps them, and orliq info "
+        "then tells who sent them");
+  }
+  if (tally.not_written.faults > 0) console.Note(tally.not_written.first_fault);
+}
+
+ExitCode Run(const Options& options, Console& console) {
+  console.SetQuiet(options.listen.quiet);
+  const Model& model = DecodableModel(options.cloud);
+  CatchInterrupts();
+  const LiveTally tally = Listen(options, model, console);
+  tally.MakeReport().Print(console.Out(), options.listen.json);
+  console.Out().flush();
+  const auto& packets = tally.counts.packets;
+  if (packets.decoded == 0) {
+    throw Failure(ExitCode::kNoData,
+                  WhyNothingArrived({options.listen.address, options.listen.port,
+                                     tally.reception.seconds, &model, packets.received,
+                                     packets.refused_length, packets.last_refused_length}));
+  }
+  if (!tally.HasLosses()) return ExitCode::kDone;
+  Explain(tally, console);
+  return ExitCode::kLosses;
+}
+
+}  // namespace
+
+Verb AddLive(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = app.add_subcommand(
+      "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
+  AddCloudOptions(*command, options->cloud);
+  AddListenOptions(*command, options->listen);
+  command->add_option("--frames", options->frames, "stop after that many frames")
+      ->check(Within(1.0, 1e9));
+  command->footer(
+      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table.\n\n"
+      "Example:\n  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 "
+      "--out frames --format pcd");
+  return {command, [options](Console& console) { return Run(*options, console); }};
+}
+
+}  // namespace orliq::cli

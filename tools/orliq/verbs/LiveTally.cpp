@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/LiveTally.h"
+
+namespace orliq::cli {
+namespace {
+
+double Rate(std::uint64_t count, double seconds) {
+  return seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0;
+}
+
+void AddFrameRows(Report& report, const LiveCounts& counts) {
+  // The first frame is the rest of one that had begun before.
+  const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
+  report.Add("frames", "Frames", counts.frames,
+             Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
+  report.Add("frames_per_s", "", rate, "");
+  report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
+             Grouped(counts.empty_frames));
+  AddPointRows(report, counts.points, counts.non_zero);
+  report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
+}
+
+void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
+  AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
+  report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
+             NoneOr(packets.dropped_by_kernel, "by the system", packets.dropped_by_limit,
+                    "by the limit of the queue"));
+  report.Add("dropped_by_limit", "", packets.dropped_by_limit, "");
+  report.Add("receive_errors", "", packets.receive_errors, "");
+  report.Add("queued_max", "Highest queue", packets.queued_max,
+             Count(packets.queued_max, "packet"));
+  report.Add("queued_at_end", "", packets.queued, "");
+  report.Add("socket_buffer_bytes", "", packets.socket_buffer_bytes, "");
+}
+
+void AddFileRows(Report& report, const LiveTally& tally) {
+  report.Add("files_written", tally.files.empty() ? "" : "Files", tally.files_written, tally.files);
+  const auto& [no_room, faults, first_fault] = tally.not_written;
+  report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
+             Count(no_room, "frame") + " for a slow disk, " + Grouped(faults) + " for faults");
+  report.Add("frames_with_fault", "", faults, "");
+}
+
+}  // namespace
+
+bool LiveTally::HasLosses() const {
+  const auto& packets = counts.packets;
+  return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
+             packets.dropped_by_limit + not_written.no_room + not_written.faults >
+         0;
+}
+
+Report LiveTally::MakeReport() const {
+  Report report;
+  AddReceptionRows(report, reception);
+  report.Add("packets_decoded", "", counts.packets.decoded, "");
+  AddFrameRows(report, counts);
+  AddLossRows(report, counts.packets);
+  AddFileRows(report, *this);
+  return report;
+}
+
+std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds) {
+  const auto& packets = now.packets;
+  const auto rate = [seconds](std::uint64_t from, std::uint64_t to, int digits) {
+    return Fixed(Rate(to - from, seconds), digits);
+  };
+  const std::string age =
+      packets.last_packet_age_s < 0.0 ? "none" : Fixed(packets.last_packet_age_s, 1) + 's';
+  const auto fault = [](const char* name, std::uint64_t count) {
+    return count > 0 ? ' ' + std::string(name) + ':' + std::to_string(count) : std::string();
+  };
+  return rate(before.packets.received, packets.received, 0) + " pkt/s " +
+         rate(before.frames, now.frames, 1) + " fps " + std::to_string(now.last_points) + " pts " +
+         rate(before.imu_samples, now.imu_samples, 0) + " IMU/s age:" + age +
+         fault("lost", packets.dropped_by_kernel + packets.dropped_by_limit) +
+         fault("0x41", packets.refused_length) + fault("0x42", packets.refused_identifier) +
+         " queue:" + std::to_string(packets.queued);
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/PlayOptions.h"
+
+#include "orliq/terminal/OptionChecks.h"
+
+namespace orliq::cli {
+
+void AddPlayOptions(CLI::App& command, PlayOptions& options) {
+  command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
+  AddCloudOptions(command, options.cloud);
+  command.add_option("--frames", options.frames, "A:B plays frame A to before frame B");
+  command.add_option("--port", options.port, "destination port of the sensor; 0 takes every port")
+      ->check(Within(0, 65535));
+  command.add_flag("--json", options.json, "report as JSON, with every frame");
+  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+#include "orliq/clouds/CloudOptions.h"
+#include "orliq/verbs/FrameRange.h"
+
+namespace orliq::cli {
+
+/// The command line of the verb play.
+struct PlayOptions {
+  std::string capture;
+  CloudOptions cloud;
+  std::string frames;
+  std::optional<std::uint16_t> port;  ///< nothing: the port whose packets fit the model; 0: any
+  bool json = false;
+  bool quiet = false;
+};
+
+void AddPlayOptions(CLI::App& command, PlayOptions& options);
+
+}  // namespace orliq::cli

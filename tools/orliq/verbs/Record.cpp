@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <memory>
+
+#include "orliq/capture/Recording.h"
+#include "orliq/network/HostNetwork.h"
+#include "orliq/network/ListenOptions.h"
+#include "orliq/network/ReceiveThread.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/ProgressBar.h"
+#include "orliq/terminal/Report.h"
+#include "orliq/terminal/StatusLine.h"
+#include "orliq/terminal/Verb.h"
+#include "orliq/verbs/CommonRows.h"
+#include "orliq/verbs/Silence.h"
+
+namespace orliq::cli {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kPass{50};      // between looks at limits and signals without packets
+constexpr double kMegabyte = 1e6;      // [bytes]
+constexpr std::size_t kBarCells = 20;  // leave room for the counts
+constexpr double kPause = 0.1;         // [s] between two states of the progress line
+constexpr double kMaxMegabytes = 1e9;  // more than any disk
+
+struct Options {
+  ListenOptions listen;
+  std::string out;
+  std::optional<std::uint64_t> packets;
+  std::optional<double> max_megabytes;
+};
+
+void AddOptions(CLI::App& command, Options& options) {
+  AddListenOptions(command, options.listen);
+  command.add_option("--out", options.out, "capture file to write")->required();
+  command.add_option("--packets", options.packets, "stop after that many packets")
+      ->check(Within(1.0, 1e15));
+  command.add_option("--max-size", options.max_megabytes, "[MB] stop before the file gets larger")
+      ->check(Within(0.1, kMaxMegabytes));
+}
+
+RecordingLimits Limits(const Options& options) {
+  RecordingLimits limits = {options.packets, {}};
+  if (options.max_megabytes) {
+    limits.bytes = static_cast<std::uint64_t>(*options.max_megabytes * kMegabyte);
+  }
+  return limits;
+}
+
+/// What stands on a terminal while it runs.
+class Progress {
+ public:
+  explicit Progress(const ListenOptions& options) : options_(options), line_(options.quiet) {}
+
+  void Show(const Recording& recording, double seconds) {
+    if (seconds < next_s_) return;
+    next_s_ = seconds + kPause;
+    auto share = recording.Share();
+    if (options_.duration) share = std::max(share.value_or(0.0), seconds / *options_.duration);
+    line_.Show("recording " + (share ? BarText(*share, kBarCells) + "  " : "") +
+               Count(recording.Packets(), "packet") + "  " + Megabytes(recording.Bytes()) + "  " +
+               Fixed(seconds, 1) + " s");
+  }
+
+ private:
+  const ListenOptions& options_;
+  StatusLine line_;
+  double next_s_ = 0.0;
+};
+
+/// What a recording has come to.
+struct Result {
+  double seconds = 0.0;
+  std::uint64_t dropped_by_kernel = 0;
+  std::uint64_t dropped_by_queue = 0;
+  std::uint64_t socket_buffer_bytes = 0;
+
+  bool HasLosses() const { return dropped_by_kernel + dropped_by_queue > 0; }
+};
+
+/// Receives on a thread of its own and writes on this one until a limit or a signal.
+Result Record(const ListenOptions& options, UdpReceiver& socket, Recording& recording) {
+  DatagramQueue queue;
+  auto batch = DatagramQueue::EmptyBatch();
+  Progress progress(options);
+  const ListenTime time(options);
+  ReceiveThread receiving(socket, queue);
+  bool room = true;
+  while (room && !InterruptRequested() && !time.Over(recording.Packets() > 0)) {
+    queue.Take(batch, kPass);
+    room = recording.Add(batch);
+    progress.Show(recording, time.Seconds());
+  }
+  Result result = {time.Seconds(), 0, 0, socket.BufferBytes()};
+  receiving.Stop();
+  queue.Take(batch, milliseconds(0));
+  if (room) recording.Add(batch);
+  recording.Finish();
+  result.dropped_by_kernel = socket.Dropped();
+  result.dropped_by_queue = queue.Lost();
+  return result;
+}
+
+Report MakeReport(const Options& options, const Recording& recording, const Result& result) {
+  const std::uint64_t packets = recording.Packets();
+  const double span = recording.Span();
+  const double rate = span > 0.0 ? static_cast<double>(packets - 1) / span : 0.0;
+  const std::string where = EndpointText(options.listen.address, options.listen.port);
+  Report report;
+  AddReceptionRows(report, {where, result.seconds, span, packets, rate});
+  report.Add("dropped_by_kernel", "Lost packets", result.dropped_by_kernel,
+             NoneOr(result.dropped_by_kernel, "by the system", result.dropped_by_queue,
+                    "waiting for the disk"));
+  report.Add("dropped_by_queue", "", result.dropped_by_queue, "");
+  report.Add("socket_buffer_bytes", "", result.socket_buffer_bytes, "");
+  report.Add("capture", packets > 0 ? "Capture" : "", packets > 0 ? Json(options.out) : Json(),
+             options.out + ", " + Megabytes(recording.Bytes()));
+  report.Add("capture_bytes", "", packets > 0 ? recording.Bytes() : 0, "");
+  return report;
+}
+
+ExitCode Run(const Options& options, Console& console) {
+  const ListenOptions& listen = options.listen;
+  console.SetQuiet(listen.quiet);
+  CatchInterrupts();
+  UdpReceiver socket(listen.address, listen.port, UdpReceiver::Sharing::kAlone);
+  Recording recording(options.out, Limits(options));
+  console.Note("listening on " + EndpointText(listen.address, listen.port) + ", Ctrl-C ends it");
+  const Result result = Record(listen, socket, recording);
+  MakeReport(options, recording, result).Print(console.Out(), listen.json);
+  console.Out().flush();
+  if (recording.Packets() == 0) {
+    throw Failure(ExitCode::kNoData,
+                  WhyNothingArrived({listen.address, listen.port, result.seconds}));
+  }
+  if (!result.HasLosses()) return ExitCode::kDone;
+  if (result.dropped_by_kernel > 0) console.Note(BufferAdvice(result.socket_buffer_bytes));
+  return ExitCode::kLosses;
+}
+
+}  // namespace
+
+Verb AddRecord(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = app.add_subcommand(
+      "record", "Writes the packets of a live sensor to a capture file that orliq play reads.");
+  AddOptions(*command, *options);
+  command->footer(
+      "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. No other program may\n"
+      "listen on the port meanwhile.\n\n"
+      "Example:\n  orliq record --port 2368 --out room.pcap --duration 30");
+  return {command, [options](Console& console) { return Run(*options, console); }};
+}
+
+}  // namespace orliq::cli

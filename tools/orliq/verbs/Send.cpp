@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <limits>
+#include <memory>
+
+#include "orliq/capture/CaptureFile.h"
+#include "orliq/capture/SurveyText.h"
+#include "orliq/network/Transmission.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/ProgressBar.h"
+#include "orliq/terminal/Verb.h"
+#include "simulator/sending/UdpFramer.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr std::uint64_t kForever = std::numeric_limits<std::uint64_t>::max();
+constexpr double kPeriodWithoutTimes = 0.1;  // [s] of a round whose recorded times tell nothing
+
+struct Options {
+  std::string capture;
+  TransmissionOptions transmission;
+  std::uint16_t port = 0;
+  std::string loop = "1";
+  bool json = false;
+  bool quiet = false;
+};
+
+void AddOptions(CLI::App& command, Options& options) {
+  command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
+  command
+      .add_option("--port", options.port, "send only what went to this port; 0 takes every port")
+      ->check(Within(0, 65535))
+      ->capture_default_str();
+  command.add_option("--loop", options.loop, "times to send the capture: a number, or forever")
+      ->capture_default_str();
+  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+  AddTransmissionOptions(command, options.transmission)->required();
+}
+
+std::uint64_t ParseLoop(const std::string& text) {
+  if (text == "forever") return kForever;
+  std::uint64_t rounds = 0;
+  if (!CLI::detail::lexical_cast(text, rounds) || rounds < 1 || rounds > 1'000'000) {
+    throw Failure(ExitCode::kUsage, "--loop " + text + ": write 1 to 1000000, or forever");
+  }
+  return rounds;
+}
+
+/// When the datagrams of a round were recorded.
+struct RoundTime {
+  std::uint64_t datagrams = 0;
+  double first_s = 0.0;
+  double last_s = 0.0;
+
+  void Add(double time_s) {
+    if (datagrams++ == 0) first_s = time_s;
+    last_s = time_s;
+  }
+  /// [s] to the start of a next round, which follows like any packet follows the one before.
+  double Period() const {
+    const double span = last_s - first_s;
+    const auto count = static_cast<double>(datagrams);
+    return span > 0.0 ? span * count / (count - 1.0) : kPeriodWithoutTimes;
+  }
+};
+
+/// Sends a capture's datagrams, round after round.
+class Replay {
+ public:
+  Replay(const Options& options, const Console& console)
+      : options_(options),
+        console_(console),
+        rounds_(ParseLoop(options.loop)),
+        transmission_(options.transmission, console) {}
+
+  /// Until the last round is over, or until the user ends it.
+  void Run() {
+    found_.file_bytes = ReadableFileBytes(options_.capture);
+    const bool forever = rounds_ == kForever;
+    if (forever) {
+      console_.Note("sending to " + transmission_.Target().text + ", Ctrl-C ends");
+    }
+    ProgressBar bar("sending", found_.file_bytes * (forever ? 1 : rounds_), console_.Quiet());
+    do {
+      SendRound(bar, forever ? 0 : completed_ * found_.file_bytes);
+    } while (completed_ < rounds_ && time_.datagrams > 0 && !InterruptRequested());
+    transmission_.Finish();
+    if (!forever && completed_ < rounds_ && InterruptRequested()) {
+      console_.Note("ended by a signal before all was sent");
+    }
+  }
+
+  Report MakeReport() const {
+    Report report;
+    report.Add("capture", "Capture", options_.capture,
+               options_.capture + ", " + Megabytes(found_.file_bytes));
+    report.Add("records", "Records", found_.records, Grouped(found_.records));
+    report.Add("rounds", "Rounds", completed_,
+               Grouped(completed_) + (rounds_ == kForever ? "" : " of " + Grouped(rounds_)));
+    transmission_.Add(report);
+    report.Add("fault", "", found_.fault, "");
+    AddSkipped(report, found_);
+    return report;
+  }
+
+  /// Throws Failure when nothing was sent, or not all of the datagrams that the capture holds.
+  /// Records without one are no loss: the report counts them.
+  void RequireAllSent() const {
+    if (!found_.fault.empty()) {
+      throw Failure(time_.datagrams == 0 ? ExitCode::kFileFault : ExitCode::kLosses,
+                    options_.capture + ' ' + FaultText(found_));
+    }
+    if (time_.datagrams == 0 && !InterruptRequested()) {
+      const std::string to_port =
+          options_.port == 0 ? "" : " to port " + std::to_string(options_.port);
+      throw Failure(ExitCode::kNoData, "the capture holds no UDP packet" + to_port +
+                                           " that can be sent: orliq info shows what it holds");
+    }
+    transmission_.RequireAllSent();
+    if (found_.Skipped(Skip::kCut) > 0) {
+      throw Failure(ExitCode::kLosses, Count(found_.Skipped(Skip::kCut), "packet") +
+                                           " could not be sent, as the capture holds only the "
+                                           "beginning: record with a larger snap length");
+    }
+  }
+
+ private:
+  void SendRound(ProgressBar& bar, std::uint64_t bytes_before) {
+    CaptureFile capture(options_.capture);
+    while (!InterruptRequested() && capture.Next()) {
+      const auto content = capture.Content({options_.port, sim::UdpFramer::kMaxPayload});
+      if (completed_ == 0) Note(capture, content);
+      if (const auto* const datagram = std::get_if<Datagram>(&content)) {
+        transmission_.Send(datagram->payload, datagram->payload_bytes, capture.Time() + offset_s_);
+      }
+      bar.Update(bytes_before + capture.Position());
+    }
+    found_.fault = capture.Fault();
+    if (InterruptRequested()) return;
+    ++completed_;
+    offset_s_ += time_.Period();
+  }
+
+  void Note(const CaptureFile& capture, const std::variant<Skip, Datagram>& content) {
+    found_.records = capture.Records();
+    if (const auto* const reason = std::get_if<Skip>(&content)) {
+      ++found_.skipped[static_cast<std::size_t>(*reason)];
+    } else {
+      time_.Add(capture.Time());
+    }
+  }
+
+  const Options& options_;
+  const Console& console_;
+  std::uint64_t rounds_;
+  std::uint64_t completed_ = 0;
+  CaptureSurvey found_;    // in the first round, its flows left out
+  RoundTime time_;         // of the first round
+  double offset_s_ = 0.0;  // of the present round
+  Transmission transmission_;
+};
+
+ExitCode Run(const Options& options, Console& console) {
+  CatchInterrupts();
+  Replay replay(options, console);
+  replay.Run();
+  replay.MakeReport().Print(console.Out(), options.json);
+  console.Out().flush();
+  replay.RequireAllSent();
+  return ExitCode::kDone;
+}
+
+}  // namespace
+
+Verb AddSend(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = app.add_subcommand("send",
+                                               "Sends the UDP packets of a capture file, at the "
+                                               "pace at which they were recorded. A pause of "
+                                               "more than 2 s counts as 2 s.");
+  AddOptions(*command, *options);
+  command->footer(
+      "Example:\n  orliq send room.pcap --to 127.0.0.1:2368 --speed 0.5 --loop forever");
+  return {command, [options](Console& console) {
+            console.SetQuiet(options->quiet);
+            return Run(*options, console);
+          }};
+}
+
+}  // namespace orliq::cli

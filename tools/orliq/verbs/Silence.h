@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "orliq/sensors/Models.h"
+
+namespace orliq::cli {
+
+/// What a verb knows that listened in vain.
+struct Silence {
+  std::string address;  ///< empty: every address
+  std::uint16_t port = 0;
+  double seconds = 0.0;            ///< how long it listened
+  const Model* model = nullptr;    ///< whose packets were wanted; null: any datagram
+  std::uint64_t datagrams = 0;     ///< that came all the same
+  std::uint64_t wrong_length = 0;  ///< of them, not of the model's length
+  std::size_t last_length = 0;     ///< [bytes] of the last one of another length
+};
+
+/// What it listened on and what to check, for the user.
+std::string WhyNothingArrived(const Silence& silence);
+
+/// The models whose packets have that many bytes: "corvik, brantis or hestra"; or nothing.
+std::string ModelsOfLength(std::size_t bytes);
+
+}  // namespace orliq::cli

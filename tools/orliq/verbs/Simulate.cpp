@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <vector>
+
+#include "orliq/clouds/CloudWriter.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/ProgressBar.h"
+#include "orliq/terminal/Report.h"
+#include "orliq/terminal/Verb.h"
+#include "orliq/verbs/SimulateOptions.h"
+#include "simulator/scene/Scene.h"
+#include "simulator/sending/EncodeAhead.h"
+#include "simulator/sending/PcapWriter.h"
+
+namespace orliq::cli {
+namespace {
+
+using sim::PacketFault;
+
+[[noreturn]] void ThrowFileFault(const std::string& sentence) {
+  throw Failure(ExitCode::kFileFault, sentence);
+}
+
+/// A sensor's packets on their way to a capture file, a receiver or both.
+class Simulation {
+ public:
+  Simulation(const SimulateOptions& options, sim::Sensor& sensor, const Console& console)
+      : options_(options),
+        sensor_(sensor),
+        console_(console),
+        faults_(options.faults, options.sensor.seed, sensor.PacketsPerFrame()) {
+    if (!options_.transmission.to.empty()) transmission_.emplace(options_.transmission, console);
+    if (!options_.out.empty()) OpenCapture();
+  }
+
+  /// Until the last frame, or until the user ends it, which leaves a complete capture too.
+  void Run(const sim::Scene& scene) {
+    if (!options_.frames)
+      console_.Note("sending to " + transmission_->Target().text + ", Ctrl-C ends");
+    sim::EncodeAhead frames(sensor_, scene, options_.frames);
+    ProgressBar bar("simulating", options_.frames.value_or(0), options_.quiet || !options_.frames);
+    for (auto packets = frames.Next(); !packets.empty(); packets = frames.Next()) {
+      for (sim::Packet& packet : packets) {
+        if (InterruptRequested()) return Finish();
+        Take(std::move(packet));
+      }
+      bar.Update(Frames());
+    }
+    Finish();
+  }
+
+  Report MakeReport() const;
+
+  void RequireAllSent() const {
+    if (transmission_) transmission_->RequireAllSent();
+  }
+
+ private:
+  std::uint64_t Frames() const { return packets_ / sensor_.PacketsPerFrame(); }
+
+  void OpenCapture() {
+    sim::UdpFlow flow;
+    flow.destination_port = options_.port;
+    std::string error;
+    MakeFolder(std::filesystem::path(options_.out).parent_path());
+    capture_ = sim::PcapWriter::Create(options_.out, flow, error);
+    if (!capture_) ThrowFileFault("cannot write " + options_.out + ": " + error);
+  }
+
+  void Take(sim::Packet packet) {
+    ++packets_;
+    arriving_.clear();
+    faults_.Pass(std::move(packet), arriving_);
+    Deliver();
+  }
+
+  void Deliver() {
+    for (const sim::Packet& packet : arriving_) {
+      if (capture_) {
+        if (!capture_->Write(packet.payload, packet.time_s)) {
+          const std::string reason = std::generic_category().message(errno);
+          ThrowFileFault("cannot write " + options_.out + ": " + reason);
+        }
+        ++written_;
+      }
+      if (transmission_) {
+        transmission_->Send(packet.payload.data(), packet.payload.size(), packet.time_s);
+      }
+    }
+  }
+
+  void Finish() {
+    arriving_.clear();
+    faults_.Finish(arriving_);
+    Deliver();
+    if (transmission_) transmission_->Finish();
+    if (capture_) {
+      std::string error;
+      if (!capture_->Close(error)) ThrowFileFault(error);
+    }
+    if (options_.frames && Frames() < *options_.frames) {
+      console_.Note("ended after " + Grouped(Frames()) + " of " + Count(*options_.frames, "frame"));
+    }
+  }
+
+  void AddCapture(Report& report) const;
+  void AddFaults(Report& report) const;
+
+  const SimulateOptions& options_;
+  sim::Sensor& sensor_;
+  const Console& console_;
+  sim::PacketFaults faults_;
+  std::unique_ptr<sim::PcapWriter> capture_;
+  std::optional<Transmission> transmission_;
+  std::vector<sim::Packet> arriving_;
+  std::uint64_t packets_ = 0;  // from the sensor
+  std::uint64_t written_ = 0;  // to the capture
+};
+
+Report Simulation::MakeReport() const {
+  const double rate = options_.sensor.frame_rate_hz;
+  const double duration =
+      static_cast<double>(packets_) / (rate * static_cast<double>(sensor_.PacketsPerFrame()));
+  Report report;
+  report.Add("model", "Sensor", options_.model,
+             options_.model + ", seed " + std::to_string(options_.sensor.seed));
+  report.Add("scene", "Scene", options_.scene, options_.scene);
+  report.Add("frames", "Frames", Frames(),
+             Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(duration, 1) + " s");
+  report.Add("duration_s", "", duration, "");
+  report.Add("sensor_packets", "", packets_, "");
+  report.Add("packets_dropped", "", faults_.Counts()[PacketFault::kLost], "");
+  if (capture_) AddCapture(report);
+  if (transmission_) transmission_->Add(report);
+  if (!options_.check_folder.empty()) {
+    report.Add("check_folder", "Check folder", options_.check_folder, options_.check_folder);
+  }
+  AddFaults(report);
+  return report;
+}
+
+void Simulation::AddCapture(Report& report) const {
+  std::error_code ignored;
+  const auto bytes = std::filesystem::file_size(options_.out, ignored);
+  report.Add("packets_written", "Packets", written_,
+             Grouped(written_) + " written, " + Grouped(faults_.Counts()[PacketFault::kLost]) +
+                 " dropped");
+  report.Add("port", "UDP port", options_.port, std::to_string(options_.port));
+  report.Add("capture", "Capture", options_.out, options_.out + ", " + Megabytes(bytes));
+  report.Add("capture_bytes", "", bytes, "");
+}
+
+void Simulation::AddFaults(Report& report) const {
+  static constexpr std::pair<const char*, const char*> kNames[sim::kPacketFaults] = {
+      {"lost", "lost"},
+      {"wrong_length", "of wrong length"},
+      {"wrong_identifier", "with a wrong identifier"},
+      {"duplicated", "sent twice"},
+      {"swapped", "overtaken by the next"},
+      {"foreign", "of another device"}};
+  Table table = {"Packets with faults", {""}, {true}, {}};
+  table.columns.emplace_back();
+  table.align_right.push_back(false);
+  Json json = Json::object();
+  for (std::size_t i = 0; i < sim::kPacketFaults; ++i) {
+    const std::uint64_t count = faults_.Counts().values[i];
+    json[kNames[i].first] = count;
+    if (count > 0) table.rows.push_back({Grouped(count), kNames[i].second});
+  }
+  if (table.rows.empty()) {
+    report.Add("faults", "", std::move(json), "");
+  } else {
+    report.Add("faults", std::move(json), std::move(table));
+  }
+}
+
+ExitCode Run(SimulateOptions options, Console& console) {
+  CompleteSimulateOptions(options);
+  const auto scene = sim::MakeScene(options.scene);
+  const auto sensor = sim::MakeSensor(options.model, options.sensor);
+  if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
+  CatchInterrupts();
+  std::string error;
+  Simulation simulation(options, *sensor, console);
+  if (!options.check_folder.empty()) {
+    MakeFolder(options.check_folder);
+    if (!sensor->WriteCheckFolder(options.check_folder, error)) ThrowFileFault(error);
+  }
+  simulation.Run(*scene);
+  simulation.MakeReport().Print(console.Out(), options.json);
+  console.Out().flush();
+  simulation.RequireAllSent();
+  return ExitCode::kDone;
+}
+
+}  // namespace
+
+Verb AddSimulate(CLI::App& app) {
+  const auto options = std::make_shared<SimulateOptions>();
+  CLI::App* const command = app.add_subcommand(
+      "simulate",
+      "Writes the capture and calibration of a synthetic sensor, or sends its packets.");
+  AddSimulateOptions(*command, *options);
+  command->footer(
+      "Examples:\n  orliq simulate --model juniq --scene boxes --frames 20 --out room.pcap "
+      "--check-folder room-check\n  orliq simulate --model juniq --check-folder room-check "
+      "--to 127.0.0.1:2368");
+  return {command, [options](Console& console) {
+            console.SetQuiet(options->quiet);
+            return Run(*options, console);
+          }};
+}
+
+}  // namespace orliq::cli

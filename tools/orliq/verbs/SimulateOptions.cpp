@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/SimulateOptions.h"
+
+#include "orliq/sensors/CheckFolder.h"
+#include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/OptionChecks.h"
+#include "simulator/scene/Scene.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr std::uint64_t kFramesOfACapture = 20;
+
+void AddFaults(CLI::App& command, SimulateOptions& options) {
+  const std::string group = "Faults (shares are 0 to 1; a packet suffers the first that hits it)";
+  const auto share = [&](const char* name, double& rate, const char* text) {
+    command.add_option(name, rate, text)->check(Within(0.0, 1.0))->group(group);
+  };
+  const auto packets = [&](const char* name, sim::PacketFault fault, const char* text) {
+    share(name, options.faults[fault], text);
+  };
+  auto& sensor = options.sensor.faults;
+  command.add_option("--noise", sensor.range_noise_m, "standard deviation of ranges [m]")
+      ->check(Within(0.0, 10.0))
+      ->group(group);
+  share("--false-returns", sensor.false_return_rate, "share of beams");
+  packets("--drop", sim::PacketFault::kLost, "share of packets lost");
+  packets("--wrong-length", sim::PacketFault::kWrongLength, "share of packets cut or lengthened");
+  packets("--wrong-identifier", sim::PacketFault::kWrongIdentifier,
+          "share of packets with a damaged identifier");
+  packets("--duplicate", sim::PacketFault::kDuplicated, "share of packets that come twice");
+  packets("--swap", sim::PacketFault::kSwapped, "share of packets that the next one overtakes");
+  packets("--foreign", sim::PacketFault::kForeign,
+          "packets of another device to the same port, as a share of the sensor's");
+  command
+      .add_flag("--no-radius-filter", options.no_radius_filter,
+                "calibration leaves isolated returns in")
+      ->group(group);
+}
+
+}  // namespace
+
+void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
+  command.add_option("--model", options.model, "sensor model")
+      ->required()
+      ->check(CLI::IsMember(sim::SensorNames()));
+  command.add_option("--scene", options.scene, "surroundings of the sensor")
+      ->check(CLI::IsMember(sim::SceneNames()))
+      ->capture_default_str();
+  command
+      .add_option("--frames", options.frames,
+                  "frames to simulate; by itself 20 for --out alone, with --to until Ctrl-C")
+      ->check(Within(1, 1000000));
+  CLI::Option* const out = command.add_option("--out", options.out, "capture file to write");
+  command.add_option("--check-folder", options.check_folder,
+                     "folder for the sensor's calibration; --out needs one");
+  command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
+      ->check(Within(0.1, 1000.0))
+      ->capture_default_str();
+  command.add_option("--seed", options.sensor.seed, "chooses the individual sensor and all chance")
+      ->capture_default_str();
+  command.add_option("--port", options.port, "destination port in the capture")
+      ->check(Within(1, 65535))
+      ->capture_default_str()
+      ->needs(out);
+  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+  AddTransmissionOptions(command, options.transmission);
+  AddFaults(command, options);
+}
+
+void CompleteSimulateOptions(SimulateOptions& options) {
+  const bool sends = !options.transmission.to.empty();
+  if (options.out.empty() && !sends) {
+    throw Failure(ExitCode::kUsage,
+                  "where shall the packets go? Name a file with --out or a receiver with --to");
+  }
+  if (!options.out.empty() && options.check_folder.empty()) {
+    throw Failure(ExitCode::kUsage,
+                  "--out needs --check-folder: without its calibration a capture has no points");
+  }
+  const std::string word = TableWordIn(options.check_folder);
+  if (!word.empty()) {
+    throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
+                                        "\", by which a calibration table is recognised");
+  }
+  if (!options.frames && !sends) options.frames = kFramesOfACapture;
+  options.sensor.radius_filter = !options.no_radius_filter;
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "orliq/network/Transmission.h"
+#include "simulator/sending/PacketFaults.h"
+#include "simulator/sensors/Sensor.h"
+
+namespace orliq::cli {
+
+/// What the user asks of `orliq simulate`.
+struct SimulateOptions {
+  std::string model;
+  std::string scene = "boxes";
+  std::optional<std::uint64_t> frames;  ///< none: until the user ends it
+  std::string out;
+  std::string check_folder;
+  std::uint16_t port = 2368;  ///< of the capture's packets
+  TransmissionOptions transmission;
+  sim::SensorOptions sensor;
+  sim::PacketFaultRates faults;
+  bool no_radius_filter = false;
+  bool json = false;
+  bool quiet = false;
+};
+
+void AddSimulateOptions(CLI::App& command, SimulateOptions& options);
+
+/// Fills in what follows from other options. Throws Failure where they do not fit together.
+void CompleteSimulateOptions(SimulateOptions& options);
+
+}  // namespace orliq::cli
