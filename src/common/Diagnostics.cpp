@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/Diagnostics.h"
 
-#include <cstdio>
-#include <iostream>
+#include <cerrno>
 #include <locale>
 #include <sstream>
+#include <system_error>
+
+#include "common/DiagnosticSink.h"
 
 namespace orliq::lidar::diagnostics {
 namespace {
@@ -14,13 +16,18 @@ constexpr const char* kGreen = "\033[1m\033[32m";
 constexpr const char* kYellow = "\033[1m\033[33m";
 constexpr const char* kPlain = "\033[0m";
 
-void Write(std::ostream& stream, const std::string& text) {
-  stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-  stream.flush();
+void Line(const std::string& text) {
+  WriteDiagnostic(DiagnosticStream::Output, text + '\n');
 }
 
-void Line(std::string text) {
-  Write(std::cout, text += '\n');
+void ErrorLine(const std::string& text) {
+  WriteDiagnostic(DiagnosticStream::Error, text + '\n');
+}
+
+/// The line that the system's error printer writes, but in one piece.
+void SystemErrorLine(const std::string& text) {
+  const int error = errno;
+  ErrorLine(text + ": " + std::generic_category().message(error));
 }
 
 void Coloured(const char* colour, const char* text) {
@@ -72,10 +79,10 @@ void ParamUploadMissing() {
 }
 
 void SocketCreationFailed() {
-  std::perror("socket creation failed");
+  SystemErrorLine("socket creation failed");
 }
 void BindFailed() {
-  std::perror("bind failed");
+  SystemErrorLine("bind failed");
 }
 
 void CaptureOpened(const std::string& path) {
@@ -95,7 +102,7 @@ void FilterEmptyCloud(std::size_t points) {
   Line("point_cloud->points size:" + std::to_string(points));
 }
 void FilterMaskMismatch() {
-  Write(std::cerr, "Error: mask size mismatch\n");
+  ErrorLine("Error: mask size mismatch");
 }
 
 void FolderEntry(const std::string& path) {
@@ -109,7 +116,7 @@ void AngleTableSize(std::size_t found, std::size_t needed) {
 }
 
 void Dump(const std::string& text) {
-  Write(std::cout, text);
+  WriteDiagnostic(DiagnosticStream::Output, text);
 }
 
 }  // namespace orliq::lidar::diagnostics

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-// The one place of the library that prints. Every text stands here once; each call writes one whole
-// line and flushes it, independent of the locale and the format flags of the application's streams.
-// An application that wants the lines elsewhere gives std::cout another stream buffer.
+// The one place of the library that prints. Every text stands here once; each call gives one whole
+// line to the application's sink (multi_driver/Diagnostics.h) or writes it to its stream, independent
+// of the locale and the format flags of the application's streams.
 namespace orliq::lidar::diagnostics {
 
 void PacketLengthMismatch(std::size_t expected, std::size_t size);
