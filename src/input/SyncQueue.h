@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -32,6 +33,8 @@ struct SyncQueue {
       const std::lock_guard<std::mutex> lock(mutex);
       items.Push(item);
       size = items.size();
+      // The one beyond a limit is given up at once.
+      if (max_size == 0 || size <= max_size) most = std::max(most.load(), size.load());
     }
     not_empty.notify_one();
     return true;
@@ -63,6 +66,7 @@ struct SyncQueue {
 
   std::atomic<std::uint64_t> max_size{0};  // 0: unbounded; a pop signals not_full only when set
   std::atomic<std::uint64_t> size{0};      // written under mutex, may be read without it
+  std::atomic<std::uint64_t> most{0};      // likewise; the largest size that ever was
   std::atomic<bool> stopped{false};        // read without the lock at the start of Push
   std::mutex mutex;                        // guards items
   std::condition_variable not_empty;       // signalled once per push

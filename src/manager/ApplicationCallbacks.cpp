@@ -9,18 +9,18 @@ namespace orliq::lidar {
 
 template <typename T>
 std::shared_ptr<T> ApplicationCallbacks<T>::GetPointCloud() const {
-  return get_point_cloud && !abandoned ? get_point_cloud() : nullptr;
+  return get_point_cloud && !Silent() ? get_point_cloud() : nullptr;
 }
 
 template <typename T>
 std::shared_ptr<ImuMsg> ApplicationCallbacks<T>::GetImuMsg() const {
-  return get_imu && !abandoned ? get_imu() : nullptr;
+  return get_imu && !Silent() ? get_imu() : nullptr;
 }
 
 template <typename T>
 void ApplicationCallbacks<T>::PutPointCloud(Decoder<T>& decoder, double timestamp) const {
   std::shared_ptr<T> cloud = decoder.CurrentCloud();
-  if (!cloud) return;
+  if (!cloud || stopped) return;
   cloud->timestamp = timestamp;
   decoder.InstallCloud(nullptr);
   if (put_point_cloud && !abandoned) put_point_cloud(std::move(cloud));
@@ -29,14 +29,14 @@ void ApplicationCallbacks<T>::PutPointCloud(Decoder<T>& decoder, double timestam
 template <typename T>
 void ApplicationCallbacks<T>::PutImuMsg(Decoder<T>& decoder) const {
   std::shared_ptr<ImuMsg> message = decoder.CurrentImuMsg();
-  if (!message) return;
+  if (!message || stopped) return;
   decoder.InstallImuMsg(nullptr);
   if (put_imu && !abandoned) put_imu(std::move(message));
 }
 
 template <typename T>
 void ApplicationCallbacks<T>::ErrorException(const Error& error) const {
-  if (exception_callback && !abandoned) exception_callback(error);
+  if (exception_callback && !Silent()) exception_callback(error);
 }
 
 #define ORLIQ_INSTANTIATE(CLOUD) template struct ApplicationCallbacks<CLOUD>;

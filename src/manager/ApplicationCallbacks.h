@@ -11,7 +11,8 @@
 namespace orliq::lidar {
 
 /// The application's callbacks as a manager's decoding thread calls them. A manager takes them over
-/// in Init, since one of them may destroy the manager: from then on, none is called any more.
+/// in Init, since one of them may destroy the manager: from then on, none is called any more. Nor is
+/// one after a callback has stopped the manager, until it is started again.
 template <typename T>
 struct ApplicationCallbacks {
   /// A missing provider gives an empty pointer, a missing consumer drops what it was to get.
@@ -19,7 +20,7 @@ struct ApplicationCallbacks {
   std::shared_ptr<ImuMsg> GetImuMsg() const;
 
   /// Takes the decoder's cloud, stamps it with the time [s] of its frame and hands it over. Without
-  /// a cloud there is nothing to hand over.
+  /// a cloud there is nothing to hand over; a stopped manager keeps it.
   void PutPointCloud(Decoder<T>& decoder, double timestamp) const;
 
   /// Takes the decoder's IMU message and hands it over.
@@ -33,6 +34,10 @@ struct ApplicationCallbacks {
   std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
   std::atomic<bool> abandoned{false};  // the manager was destroyed by a callback
+  bool stopped = false;                // by a callback; the decoding thread's own
+
+ private:
+  bool Silent() const { return stopped || abandoned; }
 };
 
 }  // namespace orliq::lidar

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "manager/OnlineManager.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "common/Counter.h"
 #include "common/Diagnostics.h"
@@ -55,6 +55,8 @@ struct OnlineManager<T>::Impl {
   void Pause() const;
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   void SplitIMUFrame();
+  void AskForCloud();
+  void AskForMessage();
 
   ApplicationCallbacks<T> callbacks;
   const std::uint32_t instance_id = ++g_load_count;
@@ -66,7 +68,6 @@ struct OnlineManager<T>::Impl {
   SyncQueue<std::shared_ptr<Buffer>> free_buffers;  // filled by both, emptied by the receiving one
 
   Counter received, received_bytes, receive_errors, dropped_by_limit;  // of the receiving thread
-  Counter queued_max;                                                  // likewise
   Counter last_packet_ns;                                              // likewise; 0: none yet
   std::atomic<std::uint64_t> buffers{0};
 
@@ -96,8 +97,8 @@ bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source
   }
   // Its packets come so densely that a pause would cost some.
   loop_sleep_us = param.lidar_type == LidarType::Kelvane ? 0 : 1;
-  decoder->InstallCloud(callbacks.GetPointCloud());
-  decoder->InstallImuMsg(callbacks.GetImuMsg());
+  AskForCloud();
+  AskForMessage();
   return true;
 }
 
@@ -123,6 +124,7 @@ void OnlineManager<T>::Impl::Release() {
 template <typename T>
 bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
   if (!input) return false;
+  if (decoding.OnOwnThread()) callbacks.stopped = false;
   const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
   if (!receiver.Start("orliq-recv-" + id, self, [this] { Receive(); })) return false;
   if (decoding.Start("orliq-dec-" + id, self, [this] { Decode(); })) return true;
@@ -132,6 +134,7 @@ bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
 
 template <typename T>
 void OnlineManager<T>::Impl::Stop() {
+  if (decoding.OnOwnThread()) callbacks.stopped = true;  // for the rest of this packet
   receiver.RequestStop();
   receiver.Join();
   decoding.RequestStop();
@@ -161,7 +164,6 @@ bool OnlineManager<T>::Impl::ReceivePacket(std::shared_ptr<Buffer>& buffer) {
   received_bytes.Add(static_cast<std::uint64_t>(count));
   packet_queue.Push(buffer, kNoBound);
   DropBeyondLimit();
-  queued_max.Set(std::max(queued_max.Value(), packet_queue.size.load()));
   buffer = GetBuffer();
   return true;
 }
@@ -195,6 +197,10 @@ void OnlineManager<T>::Impl::Recycle(const std::shared_ptr<Buffer>& buffer) {
 
 template <typename T>
 void OnlineManager<T>::Impl::Decode() {
+  if (std::exchange(callbacks.stopped, false)) {
+    AskForCloud();
+    AskForMessage();
+  }
   while (decoding.Running()) {
     for (int i = 0; i < kPacketsPerPass && decoding.Running(); ++i) {
       if (!DecodePacket()) break;
@@ -209,8 +215,6 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   if (packet_queue.size == 0) return false;
   const std::shared_ptr<Buffer> buffer = packet_queue.Pop();
   if (!buffer) return false;
-  // The decoder asks for no message while it has none, so a provider that failed is asked here.
-  if (!decoder->CurrentImuMsg()) decoder->InstallImuMsg(callbacks.GetImuMsg());
   decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
   Recycle(buffer);
   return true;
@@ -228,13 +232,24 @@ void OnlineManager<T>::Impl::Pause() const {
 template <typename T>
 void OnlineManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
   callbacks.PutPointCloud(*decoder, timestamp);
-  decoder->InstallCloud(callbacks.GetPointCloud());
+  AskForCloud();
+  AskForMessage();
 }
 
 template <typename T>
 void OnlineManager<T>::Impl::SplitIMUFrame() {
   callbacks.PutImuMsg(*decoder);
-  decoder->InstallImuMsg(callbacks.GetImuMsg());
+  AskForMessage();
+}
+
+template <typename T>
+void OnlineManager<T>::Impl::AskForCloud() {
+  if (!decoder->CurrentCloud()) decoder->InstallCloud(callbacks.GetPointCloud());
+}
+
+template <typename T>
+void OnlineManager<T>::Impl::AskForMessage() {
+  if (!decoder->CurrentImuMsg()) decoder->InstallImuMsg(callbacks.GetImuMsg());
 }
 
 template <typename T>
@@ -257,6 +272,7 @@ template <typename T>
 bool OnlineManager<T>::Init(const DriverParam& param) {
   impl_->Stop();
   this->GiveCallbacks(impl_->callbacks);
+  impl_->callbacks.stopped = false;
   const auto keep = impl_;  // the provider may end the manager
   return keep->Init(param, this->source);
 }
@@ -287,7 +303,7 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.refused_identifier = counts.refused_identifier.Value();
   statistics.last_refused_length = counts.last_refused_length.Value();
   statistics.queued = impl.packet_queue.size;
-  statistics.queued_max = impl.queued_max.Value();
+  statistics.queued_max = impl.packet_queue.most;
   statistics.dropped_by_limit = impl.dropped_by_limit.Value();
   statistics.received = impl.received.Value();
   statistics.received_bytes = impl.received_bytes.Value();

@@ -12,7 +12,8 @@ namespace orliq::lidar {
 /// blocks loses no packet as long as memory lasts; SetQueueLimit gives the oldest up instead.
 ///
 /// Threads: all callbacks run on the decoding thread, except the first request for a cloud and an
-/// IMU message, inside Init. Stop, Start and destruction are allowed from inside a callback, Init
+/// IMU message, inside Init. The providers are asked again when what they gave was handed over, and
+/// at each end of a frame for what they did not give. Stop, Start and destruction are allowed from inside a callback, Init
 /// is not (a driver makes a new manager).
 template <typename T>
 class OnlineManager final : public DriverManager<T> {
@@ -30,7 +31,8 @@ class OnlineManager final : public DriverManager<T> {
   /// that was being filled: the first frame after a restart is a mixed one.
   bool Start() override;
 
-  /// Stops both threads. The queue keeps its packets.
+  /// Stops both threads. The queue keeps its packets. From inside a callback, no other one is called
+  /// until Start, which then asks for a cloud and a message where none is left.
   void Stop() override;
   void UpdateTransform(const TransformParam& transform) override;
   bool GetStatistics(DriverStatistics& statistics) const override;

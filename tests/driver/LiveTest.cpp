@@ -8,6 +8,7 @@
 #include <set>
 
 #include "support/CaptureBuilder.h"
+#include "support/GentleSender.h"
 #include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
 #include "support/TickingClock.h"
@@ -42,6 +43,7 @@ TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
   ASSERT_TRUE(live.WaitFor(3));
   live.driver->Stop();
   EXPECT_EQ(live.owners, 1) << "the driver keeps nothing that it has handed over";
+  EXPECT_EQ(live.sample_owners, 1) << "likewise";
   for (int i = 0; i < 3; ++i) {
     const auto expected = playback.Play(i);
     const auto& frame = *live.frames[static_cast<std::size_t>(i)];
@@ -179,13 +181,90 @@ TEST(Live, AProviderWithNothingToGiveIsAskedAgain) {
   ASSERT_TRUE(sensor.Open());
   for (unsigned stamp = 1; stamp <= 3; ++stamp) {
     sensor.Send(JuniqPacket().Block(63, kMarker).Imu({}, stamp));
+    if (stamp == 1) sensor.Send(kPacket, 5);  // whose samples nobody can take
   }
   ASSERT_TRUE(sensor.WaitFor(2));
-  sensor.WaitForDecoded(3);
+  sensor.WaitForDecoded(8);
   sensor.driver->Stop();
   EXPECT_EQ(clouds, 4);
-  EXPECT_EQ(sensor.samples.size(), 3U) << "asked before the second packet";
+  EXPECT_EQ(sensor.samples.size(), 3U) << "asked at the end of the second frame";
   EXPECT_EQ(messages, 5);
+}
+
+TEST(Live, NoCallbackFollowsTheOneThatStopped) {
+  const test::TickingClock clock;
+  const struct {
+    char stops;  // error, frame, cloud, IMU sample, message
+    const char* until_stop;
+    const char* after_restart;
+  } rows[] = {{'e', "cme", "fcimfcim"}, {'f', "cmef", "cfcim"},   {'c', "cmefc", "fcim"},
+              {'i', "cmefci", "mfcim"}, {'m', "cmefcim", "fcim"}, {'-', "cmefcim", "fcim"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.stops);
+    Sensor sensor;
+    std::string calls;
+    std::atomic<bool> armed{false};
+    const auto note = [&](char call) {
+      calls += call;
+      if (call == row.stops && armed.exchange(false)) sensor.driver->Stop();
+    };
+    sensor.on_error = [&] { note('e'); };
+    sensor.on_frame = [&] { note('f'); };
+    sensor.on_imu = [&] { note('i'); };
+    sensor.provider = [&] { return note('c'), std::make_shared<PointCloud<Point>>(); };
+    sensor.imu_provider = [&] { return note('m'), std::make_shared<ImuMsg>(); };
+    ASSERT_TRUE(sensor.driver->InitDriver(sensor.Param()));
+    armed = true;
+    ASSERT_TRUE(sensor.driver->Start());
+    sensor.Send(std::vector<std::uint8_t>(99));
+    sensor.Send(kLast);
+    EXPECT_TRUE(Eventually([&] { return !armed || sensor.Statistics().decoded == 1; }));
+    sensor.driver->Stop();
+    EXPECT_EQ(calls, row.until_stop);
+    calls.clear();
+    ASSERT_TRUE(sensor.driver->Start());
+    sensor.Send(kLast);
+    sensor.WaitForDecoded(2);
+    sensor.driver->Stop();
+    EXPECT_EQ(calls, row.after_restart);
+  }
+}
+
+TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
+  Sensor sensor;
+  ASSERT_TRUE(sensor.Open());
+  int descriptor = 0;  // of the driver's socket
+  sockaddr_in bound = {}, closed = {};
+  for (socklen_t size = 0; ntohs(bound.sin_port) != sensor.port; ++descriptor) {
+    ASSERT_LT(descriptor, 1000);
+    size = sizeof bound;
+    ::getsockname(descriptor + 1, reinterpret_cast<sockaddr*>(&bound), &size);
+  }
+  closed = bound;
+  closed.sin_port = htons(test::FreePort());
+  ::connect(descriptor, reinterpret_cast<const sockaddr*>(&closed), sizeof closed);
+  EXPECT_EQ(::send(descriptor, "", 1, 0), 1);  // nobody is there: the system reports it once
+  EXPECT_TRUE(Eventually([&] { return sensor.Statistics().receive_errors == 1; }));
+  closed.sin_family = AF_UNSPEC;
+  ::connect(descriptor, reinterpret_cast<const sockaddr*>(&closed), sizeof closed);
+  sensor.Send(kLast);
+  sensor.WaitForDecoded(1);
+  EXPECT_EQ(sensor.Statistics().receive_errors, 1U);
+}
+
+TEST(Live, ADriverThatIsDestroyedInACallbackGivesItsPortBackAtOnce) {
+  Sensor sensor;
+  std::promise<long> waiting;
+  sensor.on_frame = [&] {
+    sensor.driver.reset();
+    waiting.set_value(test::BytesWaiting(sensor.port));
+  };
+  ASSERT_TRUE(sensor.Open());
+  sensor.Send(kLast);
+  auto answer = waiting.get_future();
+  ASSERT_EQ(answer.wait_for(test::kDeadline), std::future_status::ready);
+  EXPECT_EQ(answer.get(), -1) << "nobody is bound to it";
+  EXPECT_TRUE(sensor.WaitFor(1)) << "the callback ends";
 }
 
 TEST(Live, AStalledConsumerLosesNothingAndItsBuffersAreGivenBack) {
@@ -221,12 +300,13 @@ TEST(Live, ALimitGivesUpTheOldestPacketsAndCountsThem) {
   ASSERT_TRUE(sensor.Open());
   sensor.driver->SetQueueLimit(100);
   sensor.Send(kLast);
-  stalled.get_future().wait();
+  ASSERT_EQ(stalled.get_future().wait_for(test::kDeadline), std::future_status::ready);
   for (unsigned i = 0; i < 250; ++i) {
     sensor.Send(JuniqPacket({20, 10, 6400, i}).Block(63, {0x7F, 0xBF, 6400, i}));
   }
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().dropped_by_limit == 150; }));
   EXPECT_EQ(sensor.Statistics().queued, 100U);
+  EXPECT_EQ(sensor.Statistics().queued_max, 100U);
   go_on.set_value();
   sensor.WaitForDecoded(101);
   sensor.driver->Stop();

@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <fstream>
+#include <thread>
 
 #include "support/Loopback.h"
 #include "support/Playback.h"
@@ -72,9 +74,59 @@ TEST_F(InputSockTest, EmptyDatagramsAndThoseOfOtherSendersArePassedOverAndCounte
   EXPECT_EQ(sock.EmptyDatagrams(), 64U);
 }
 
-TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPort) {
+TEST_F(InputSockTest, ADamagedDatagramCountsAsDroppedAndIsNoError) {
+  const int raw = ::socket(AF_INET, SOCK_RAW, IPPROTO_UDP);
+  if (raw < 0) GTEST_SKIP() << "only root can damage a datagram";
+  ASSERT_TRUE(sock.Init());
+  std::vector<std::uint16_t> datagram(4 + 552);
+  std::copy_n(std::array{htons(sender.port()), htons(port), htons(1112), std::uint16_t{1}}.data(),
+              4,
+              datagram.data());  // ports, length, wrong checksum
+  sockaddr_in to = {};
+  to.sin_family = AF_INET;
+  to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  std::thread damaged([&] {
+    for (int i = 0; i < 200; ++i) {
+      ::sendto(raw, datagram.data(), 1112, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+      std::this_thread::sleep_for(std::chrono::microseconds(20));  // most come during a wait
+    }
+  });
+  int least = 0;
+  EXPECT_TRUE(test::Eventually([&] {
+    least = std::min(least, Receive());
+    return sock.DroppedDatagrams() == 200;
+  }));
+  EXPECT_EQ(least, 0);
+  damaged.join();
+  ::close(raw);
+}
+
+TEST_F(InputSockTest, AWaitLastsUntilADatagramComes) {
+  ASSERT_TRUE(sock.Init());
+  for (const int timeout_us : {999'999, 9'000'000}) {
+    std::thread later([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      Send(1);
+    });
+    EXPECT_TRUE(sock.WaitReadEvent(timeout_us)) << timeout_us;
+    later.join();
+    EXPECT_EQ(Receive(), 1);
+  }
+}
+
+TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPortWithWhoeverAsks) {
   InputSock any(Param(port, "")), again(Param(port, ""));
   ASSERT_TRUE(any.Init() && again.Init() && any.Init());
+  for (const int option : {SO_REUSEADDR, SO_REUSEPORT}) {
+    const int other = ::socket(AF_INET, SOCK_DGRAM, 0);
+    const int on = 1;
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    ::setsockopt(other, SOL_SOCKET, option, &on, sizeof on);
+    EXPECT_EQ(::bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ::close(other);
+  }
   Send(3);  // one of the two sockets gets it
   EXPECT_TRUE(test::Eventually([&] {
     return any.RecvPacket(buffer, 10, nullptr, true) +

@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 
 #include "input/Buffer.h"
+#include "support/Playback.h"
 
 namespace orliq::lidar {
 namespace {
@@ -26,6 +29,60 @@ TEST(SyncQueueTest, DestructionReleasesEachBufferOnceAndRefusesPushes) {
     EXPECT_EQ(kept.use_count(), 1);
   }
   EXPECT_EQ(kept.use_count(), 1);
+}
+
+TEST(SyncQueueTest, TwoThreadsPassEveryItemOnInOrderAndTheMostThatWaitedIsKept) {
+  SyncQueue<int> queue;
+  constexpr int kItems = 20000;
+  std::thread filler([&queue] {
+    for (int i = 1; i <= kItems; ++i) queue.Push(i, 0);
+  });
+  int last = 0;
+  EXPECT_TRUE(test::Eventually([&] {
+    const int item = queue.Pop();  // 0: none
+    if (item != 0 && item != std::exchange(last, item) + 1) ADD_FAILURE() << item;
+    return last == kItems;
+  }));
+  filler.join();
+  SyncQueue<int> waited;
+  waited.max_size = 2;
+  for (int i = 0; i < 3; ++i) waited.Push(i, 0);
+  EXPECT_EQ(waited.most, 2U) << "the third is beyond the limit";
+  waited.max_size = 0;
+  while (waited.size > 0) waited.Pop();
+  EXPECT_EQ(waited.most, 2U);
+}
+
+TEST(SyncQueueTest, OnePushWakesOneThatWaits) {
+  SyncQueue<int> queue;
+  std::atomic<bool> waits{false};
+  std::thread filler([&] {
+    EXPECT_TRUE(test::Eventually([&] { return waits.load(); }));
+    { const std::lock_guard<std::mutex> until_it_waits(queue.mutex); }
+    queue.Push(1, 0);
+  });
+  {
+    std::unique_lock<std::mutex> lock(queue.mutex);
+    waits = true;
+    EXPECT_EQ(queue.not_empty.wait_for(lock, test::kDeadline), std::cv_status::no_timeout);
+  }
+  filler.join();
+}
+
+TEST(SyncQueueTest, RoomIsKeptForASteadyFlowAndGivenBackAfterAStall) {
+  static std::size_t slots = 0;
+  struct Item {
+    Item() { ++slots; }
+    Item(const Item&) { ++slots; }
+    Item& operator=(const Item&) = default;
+    ~Item() { --slots; }
+  };
+  for (const auto& [most, kept] : {std::pair(16384U, 16384U), std::pair(16385U, 0U)}) {
+    Ring<Item> ring;
+    for (std::size_t i = 0; i < most; ++i) ring.Push(Item());
+    while (!ring.empty()) ring.Pop();
+    EXPECT_EQ(slots, kept);
+  }
 }
 
 }  // namespace

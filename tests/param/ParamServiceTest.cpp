@@ -114,6 +114,28 @@ TEST(ParamService, OnlyTablesThatAModelAcceptsAreCopiedThoughTheFolderFails) {
   EXPECT_EQ(service.GetCheckParam(LidarType::Kelvane), nullptr);
 }
 
+TEST(ParamService, SomeModelsPrintHowManyNumbersAnAngleTableHolds) {
+  const struct {
+    LidarType type;
+    const char* azimuth;
+    const char* elevation;
+  } rows[] = {{LidarType::Fennix, "", "list.size():3 size:196608\n"},
+              {LidarType::Hestra, "", ""},
+              {LidarType::Glavor, "list.size():3 size:49152\n", "list.size():3 size:49152\n"},
+              {LidarType::Juniq, "list.size():3 size:49152\n", "list.size():3 size:49152\n"}};
+  for (const auto& row : rows) {
+    for (const auto& [word, line] :
+         {std::pair("azimuth", row.azimuth), {"elevation", row.elevation}}) {
+      const Folder folder;
+      const std::string path = folder.Write(word, "1,2,3\n");
+      testing::internal::CaptureStdout();
+      EXPECT_FALSE(ParamService().LoadCheckFolder(row.type, folder.path()));
+      EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                "文件: \"" + path + "\"\n" + word + '\n' + line);
+    }
+  }
+}
+
 TEST(SearchFiles, ListsWhateverIsNoDirectory) {
   const Folder folder;
   std::filesystem::create_directories(folder / "directory/inside");

@@ -21,6 +21,7 @@ struct LiveSensor : Playback<P> {
   LiveSensor() {
     this->driver->RegisterImuCallBack(
         [this](const std::shared_ptr<lidar::ImuMsg>& sample) {
+          sample_owners = sample.use_count();
           on_imu();
           const std::lock_guard<std::mutex> lock(this->mutex);
           samples.push_back(*sample);
@@ -64,6 +65,7 @@ struct LiveSensor : Playback<P> {
   std::function<std::shared_ptr<lidar::ImuMsg>()> imu_provider = [] {
     return std::make_shared<lidar::ImuMsg>();
   };
+  std::atomic<long> sample_owners{0};  // of the last sample, as it was handed over
   std::vector<lidar::ImuMsg> samples;  // guarded by mutex
   LoopbackSocket sender;
   std::uint16_t port = FreePort();
