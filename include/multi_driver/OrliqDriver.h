@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "multi_driver/CalibrationStatus.h"
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Export.h"
@@ -90,6 +91,10 @@ class ORLIQ_API OrliqDriver {
   /// Stores what became of a live sensor's packets so far. May be called from any thread while no
   /// InitDriver runs. False for a capture file and without a successful InitDriver.
   bool GetStatistics(orliq::lidar::DriverStatistics& statistics) const;
+
+  /// Stores where the calibration tables came from, whether they are in use, and which were not taken
+  /// and why, for a live sensor and a capture. False without a successful InitDriver.
+  bool GetCalibrationStatus(orliq::lidar::CalibrationStatus& status) const;
 
   /// Limits how many packets of a live sensor may wait while a callback blocks; beyond that the
   /// oldest are dropped and counted. 0, the state after InitDriver, keeps every packet for as long

@@ -131,6 +131,12 @@ bool OrliqDriver<T>::GetStatistics(orliq::lidar::DriverStatistics& statistics) c
 }
 
 template <typename T>
+bool OrliqDriver<T>::GetCalibrationStatus(orliq::lidar::CalibrationStatus& status) const {
+  const auto manager = impl->manager;
+  return manager && manager->GetCalibrationStatus(status);
+}
+
+template <typename T>
 void OrliqDriver<T>::SetQueueLimit(const std::uint64_t& packets) {
   if (const auto manager = impl->manager) manager->SetQueueLimit(packets);
 }

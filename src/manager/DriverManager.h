@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "manager/ApplicationCallbacks.h"
+#include "multi_driver/CalibrationStatus.h"
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Messages.h"
@@ -42,6 +43,9 @@ class DriverManager {
   /// False by default, and nothing: only a live sensor has packets that wait or get lost.
   virtual bool GetStatistics(DriverStatistics& statistics) const;
   virtual void SetQueueLimit(std::uint64_t packets);
+
+  /// What became of the calibration in Init; false without a successful one.
+  virtual bool GetCalibrationStatus(CalibrationStatus& status) const = 0;
 
   /// Stops for good, as destruction does: from inside a callback, no further one is called. The
   /// owner calls it, since a call that is under way on another thread may keep the manager longer.

@@ -15,7 +15,7 @@
 #include "input/SyncQueue.h"
 #include "manager/ApplicationCallbacks.h"
 #include "multi_driver/PointCloud.h"
-#include "param/ParamService.h"
+#include "param/Calibration.h"
 
 namespace orliq::lidar {
 namespace {
@@ -64,6 +64,7 @@ struct OnlineManager<T>::Impl {
   std::shared_ptr<Input> input;
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
+  CalibrationStatus calibration;
   SyncQueue<std::shared_ptr<Buffer>> packet_queue;  // filled by the receiving thread
   SyncQueue<std::shared_ptr<Buffer>> free_buffers;  // filled by both, emptied by the receiving one
 
@@ -85,10 +86,9 @@ bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source
     Release();
     return false;
   }
-  const bool loaded =
-      param_service->LoadCheckFolder(param.lidar_type, param.calibration_param.check_folder);
-  diagnostics::CheckFolderLoaded(loaded);
-  if (loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
+  calibration = LoadCalibration(param, *param_service);
+  diagnostics::CheckFolderLoaded(calibration.loaded);
+  if (calibration.loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
   input = InputFactory::CreateInput(param.input_type, param.input_param);
   if (input) input->SetSource(source);
   if (!input || !input->Init()) {
@@ -322,6 +322,13 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
 template <typename T>
 void OnlineManager<T>::SetQueueLimit(std::uint64_t packets) {
   impl_->packet_queue.max_size = packets;
+}
+
+template <typename T>
+bool OnlineManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
+  if (!impl_->input) return false;
+  status = impl_->calibration;
+  return true;
 }
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class OnlineManager<CLOUD>;

@@ -37,6 +37,7 @@ class OnlineManager final : public DriverManager<T> {
   void UpdateTransform(const TransformParam& transform) override;
   bool GetStatistics(DriverStatistics& statistics) const override;
   void SetQueueLimit(std::uint64_t packets) override;
+  bool GetCalibrationStatus(CalibrationStatus& status) const override;
   void Abandon() override;
 
  private:

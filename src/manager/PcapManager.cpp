@@ -14,7 +14,7 @@
 #include "input/InputFactory.h"
 #include "manager/ApplicationCallbacks.h"
 #include "multi_driver/PointCloud.h"
-#include "param/ParamService.h"
+#include "param/Calibration.h"
 
 namespace orliq::lidar {
 namespace {
@@ -70,6 +70,7 @@ struct PcapManager<T>::Impl {
   std::shared_ptr<Input> input;
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
+  CalibrationStatus calibration;
   std::shared_ptr<Buffer> buffer;  // the worker's own
   Worker worker;                   // last: its thread uses everything above
 };
@@ -84,9 +85,8 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source) 
                               SplitFrame(rings, timestamp);
                             });
   param_service = std::make_shared<ParamService>();
-  if (param_service->LoadCheckFolder(param.lidar_type, param.calibration_param.check_folder)) {
-    decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
-  }
+  calibration = LoadCalibration(param, *param_service);
+  if (calibration.loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
   input = InputFactory::CreateInput(param.input_type, param.input_param);
   if (input) input->SetSource(source);
   if (!input || !input->Init()) {
@@ -283,6 +283,13 @@ bool PcapManager<T>::PlayLocalFileFrame(const int& index) {
     impl_->playing = true;
   }
   impl_->wake.notify_all();
+  return true;
+}
+
+template <typename T>
+bool PcapManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
+  if (!impl_->input) return false;
+  status = impl_->calibration;
   return true;
 }
 

@@ -35,6 +35,7 @@ class PcapManager final : public DriverManager<T> {
   /// or Stop comes first or the provider had none to fill. Start drops the request of a stopped
   /// manager.
   bool PlayLocalFileFrame(const int& index) override;
+  bool GetCalibrationStatus(CalibrationStatus& status) const override;
   void Abandon() override;
 
  private:

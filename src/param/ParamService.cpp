@@ -91,6 +91,7 @@ ParamService::~ParamService() = default;
 
 bool ParamService::LoadCheckFolder(const LidarType& type, const std::string& folder) {
   last_load_.clear();
+  last_tables_.clear();
   const auto model = std::find_if(kModels.begin(), kModels.end(),
                                   [&](const ModelTables& row) { return row.type == type; });
   if (model == kModels.end()) return false;
@@ -98,6 +99,9 @@ bool ParamService::LoadCheckFolder(const LidarType& type, const std::string& fol
   std::vector<std::string> files;
   SearchFiles(folder, files);
   const std::vector<Table> tables = TablesOf(*model, *GetCheckParam(type));
+  for (const Table& table : tables) {
+    last_tables_.push_back({{}, table.word, 0, table.needed, false, false});
+  }
   std::size_t accepted = 0;
   for (const std::string& path : files) {
     const auto table = std::find_if(tables.begin(), tables.end(), [&](const Table& row) {

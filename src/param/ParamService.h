@@ -55,9 +55,14 @@ class ParamService {
   /// folder fails.
   const std::vector<TableLoad>& LastLoad() const { return last_load_; }
 
+  /// The tables that the model of the last LoadCheckFolder asks for, with what they need; none for a
+  /// model without tables.
+  const std::vector<TableLoad>& LastTables() const { return last_tables_; }
+
  private:
   std::shared_ptr<Impl> impl_;
   std::vector<TableLoad> last_load_;
+  std::vector<TableLoad> last_tables_;
 };
 
 /// The storage, about 1.7 MB and zero at first.

@@ -57,6 +57,13 @@ TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
     EXPECT_EQ(frame.frame_word, expected->frame_word);
   }
   EXPECT_GT(live.samples.size(), 10U);
+  CalibrationStatus status;
+  for (const auto* driver : {playback.driver.get(), live.driver.get()}) {
+    ASSERT_TRUE(driver->GetCalibrationStatus(status));
+    EXPECT_TRUE(status.source == CalibrationSource::Folder && status.loaded);
+    EXPECT_EQ(status.folder, capture.check_folder);
+    EXPECT_TRUE(status.folder_fault.empty() && status.refused.empty());
+  }
 }
 
 TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
@@ -75,7 +82,9 @@ TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
   bad[1].param_source = 1;
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
+  CalibrationStatus status;
   for (const DriverParam& param : bad) EXPECT_FALSE(sensor.driver->InitDriver(param));
+  EXPECT_FALSE(sensor.driver->GetCalibrationStatus(status));
   EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors + 2) << "the two of the capturing";
   EXPECT_TRUE(sensor.driver->InitDriver(sensor.Param()));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "bind failed: Invalid argument\n");
@@ -83,6 +92,8 @@ TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
             "type:64\nLoadCheckFolder failed!\n"
             "type:64\nCheck parameters from the sensor are not available in this version.\n"
             "type:64\nLoadCheckFolder failed!\ncloud\nimu\n");
+  EXPECT_TRUE(sensor.driver->GetCalibrationStatus(status));
+  EXPECT_TRUE(status.source == CalibrationSource::None && !status.loaded);
 }
 
 TEST(Live, AllCallbacksRunOnOneNamedThread) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 
+#include "param/Calibration.h"
 #include "param/SearchFiles.h"
 #include "support/TempDir.h"
 
@@ -134,6 +135,48 @@ TEST(ParamService, SomeModelsPrintHowManyNumbersAnAngleTableHolds) {
                 "文件: \"" + path + "\"\n" + word + '\n' + line);
     }
   }
+}
+
+TEST(Calibration, EachTableThatWasNotTakenIsToldWithItsReason) {
+  const Folder folder;
+  folder.Write("azimuth", Times(49152, "1\n"));
+  folder.Write("elevation", "1,2,3\n");
+  std::filesystem::create_symlink("nowhere", folder / "weight");
+  for (const char* copy : {"offset.1", "offset.2"}) folder.Write(copy, Times(49152, "8\n"));
+  DriverParam param;
+  param.lidar_type = LidarType::Juniq;
+  param.calibration_param.check_folder = folder.path();
+  ParamService service;
+  const CalibrationStatus status = LoadCalibration(param, service);
+  EXPECT_TRUE(status.source == CalibrationSource::Folder && !status.loaded);
+  EXPECT_TRUE(status.folder == folder.path() && status.folder_fault.empty());
+  ASSERT_EQ(status.refused.size(), 4U);
+  const auto is = [&](std::size_t i, const char* table, const std::string& file, TableFault fault) {
+    const RefusedTable& refused = status.refused[i];
+    EXPECT_TRUE(refused.table == table && refused.fault == fault) << refused.text;
+    EXPECT_EQ(refused.file, file);
+  };
+  is(0, "elevation", folder / "elevation", TableFault::Short);
+  EXPECT_EQ(status.refused[0].text,
+            (folder / "elevation").string() + " holds 3 numbers, the elevation table needs 49152");
+  EXPECT_TRUE(status.refused[0].found == 3 && status.refused[0].needed == 49152);
+  is(1, "weight", folder / "weight", TableFault::Unreadable);
+  is(2, "near_filter", "", TableFault::Missing);
+  EXPECT_EQ(status.refused[2].needed, 9U);
+  const auto& files = service.LastLoad();  // in the order in which the system lists them
+  const auto first = std::find_if(files.begin(), files.end(),
+                                  [](const TableLoad& file) { return file.table == "offset"; });
+  is(3, "offset", first->path, TableFault::Replaced);
+
+  param.calibration_param.check_folder = folder / "none";
+  EXPECT_EQ(LoadCalibration(param, service).folder_fault,
+            "there is no folder " + (folder / "none").string());
+  EXPECT_EQ(LoadCalibration(param, service).refused.size(), 5U);
+  param.calibration_param.check_folder = folder / "elevation";
+  EXPECT_EQ(LoadCalibration(param, service).folder_fault,
+            (folder / "elevation").string() + " is not a folder");
+  param.lidar_type = LidarType::Corvik;
+  EXPECT_TRUE(LoadCalibration(param, service).source == CalibrationSource::None);
 }
 
 TEST(SearchFiles, ListsWhateverIsNoDirectory) {

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "param/Calibration.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace orliq::lidar {
+namespace {
+
+std::string FolderFault(const std::string& folder) {
+  std::error_code error;
+  const auto status = std::filesystem::status(folder, error);
+  if (!std::filesystem::exists(status)) return "there is no folder " + folder;
+  if (!std::filesystem::is_directory(status)) return folder + " is not a folder";
+  const std::filesystem::directory_iterator listing(folder, error);
+  return error ? folder + " cannot be listed: " + error.message() : std::string();
+}
+
+std::string Text(const TableLoad& load, TableFault fault) {
+  switch (fault) {
+    case TableFault::Missing:
+      return "no file is taken for the " + load.table + " table: none has that word in its path";
+    case TableFault::Unreadable:
+      return load.path + " cannot be read";
+    case TableFault::Short:
+      return load.path + " holds " + std::to_string(load.found) + " numbers, the " + load.table +
+             " table needs " + std::to_string(load.needed);
+    case TableFault::Replaced:
+      break;
+  }
+  return load.path + " is replaced by a later file for the " + load.table + " table";
+}
+
+RefusedTable Refused(const TableLoad& load, TableFault fault) {
+  return {load.table, load.path, load.found, load.needed, fault, Text(load, fault)};
+}
+
+/// Adds what is wrong with one table; nothing when one file gives it.
+void Describe(const TableLoad& wanted, const std::vector<TableLoad>& files,
+              std::vector<RefusedTable>& refused) {
+  const TableLoad* taken = nullptr;
+  bool seen = false;
+  for (const TableLoad& file : files) {
+    if (file.table != wanted.table) continue;
+    seen = true;
+    if (!file.accepted) {
+      refused.push_back(Refused(file, file.readable ? TableFault::Short : TableFault::Unreadable));
+      continue;
+    }
+    if (taken != nullptr) refused.push_back(Refused(*taken, TableFault::Replaced));
+    taken = &file;
+  }
+  if (!seen) refused.push_back(Refused(wanted, TableFault::Missing));
+}
+
+}  // namespace
+
+CalibrationStatus LoadCalibration(const DriverParam& param, ParamService& service) {
+  const std::string& folder = param.calibration_param.check_folder;
+  CalibrationStatus status;
+  status.loaded = service.LoadCheckFolder(param.lidar_type, folder);
+  if (service.LastTables().empty() || folder.empty()) return status;
+  status.source = CalibrationSource::Folder;
+  status.folder = folder;
+  status.folder_fault = FolderFault(folder);
+  for (const TableLoad& table : service.LastTables()) {
+    Describe(table, service.LastLoad(), status.refused);
+  }
+  return status;
+}
+
+}  // namespace orliq::lidar
