@@ -8,7 +8,7 @@ function(orliq_target target)
                                              VISIBILITY_INLINES_HIDDEN ON)
   # Points have the same bits on every processor: a product and a sum are never fused.
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-                                           -ffp-contract=off)
+                                           -ffp-contract=off ${ORLIQ_UNNAMED_BUILD_OPTIONS})
   if(ORLIQ_DEVELOPER_MODE)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

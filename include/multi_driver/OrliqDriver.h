@@ -33,6 +33,11 @@
 /// An exception that escapes a callback on the decoding thread ends the process.
 template <typename T>
 class ORLIQ_API OrliqDriver {
+  static_assert(orliq::lidar::kIsCloud<T>,
+                "OrliqDriver is built for the clouds PointCloud<Point>, PointCloud<PointTime>, "
+                "PointCloud<PointSource> and PointCloud<JuniqPoint>; a cloud derived from one of "
+                "them goes through the driver of its base, as std::shared_ptr of the base.");
+
  public:
   using PutPointCloud = std::function<void(std::shared_ptr<T>)>;
   using GetPointCloud = std::function<std::shared_ptr<T>()>;

@@ -21,7 +21,10 @@ struct ORLIQ_API PointCloudHeader {
 ///
 /// Threads: a cloud has no lock. Until it is handed over, only the decoding thread touches it.
 /// Ownership: always held by `std::shared_ptr`, which also makes deleting a derived cloud safe.
-/// Derive from it and override PushPoint to see, change or drop points as they are decoded.
+/// Derive from it and override PushPoint to see or change points as they are decoded, and hand the
+/// derived cloud out as `std::shared_ptr<PointCloud<T>>`. A PushPoint that drops or adds points
+/// switches the radius filter off: a frame of another size than what was decoded passes unfiltered,
+/// with the line "Error: mask size mismatch" on standard error each time.
 template <typename T>
 struct ORLIQ_API PointCloud {
   using PointType = T;
@@ -45,3 +48,16 @@ struct ORLIQ_API PointCloud {
   X(PointCloud<PointTime>)      \
   X(PointCloud<PointSource>)    \
   X(PointCloud<JuniqPoint>)
+
+namespace orliq::lidar {
+
+/// True for those four.
+template <typename T>
+inline constexpr bool kIsCloud = false;
+#define ORLIQ_IS_CLOUD(CLOUD) \
+  template <>                 \
+  inline constexpr bool kIsCloud<CLOUD> = true;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_IS_CLOUD)
+#undef ORLIQ_IS_CLOUD
+
+}  // namespace orliq::lidar
