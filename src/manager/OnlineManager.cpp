@@ -12,8 +12,8 @@
 #include "common/Worker.h"
 #include "decoder/DecoderFactory.h"
 #include "input/InputFactory.h"
-#include "input/SyncQueue.h"
 #include "manager/ApplicationCallbacks.h"
+#include "manager/PacketFlow.h"
 #include "multi_driver/PointCloud.h"
 #include "param/Calibration.h"
 
@@ -24,17 +24,7 @@ namespace {
 // it pauses, or 13,000 packets a second would be the most; the bound keeps the pauses coming.
 constexpr int kPacketsPerPass = 64;
 
-// Buffers kept for reuse, 12.7 MB. A stalled callback may have needed more: those are freed.
-constexpr std::uint64_t kSpareBuffers = 8192;
-
-constexpr unsigned kNoBound = 0;  // of a push
-
 std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all point types
-
-std::uint64_t NowNs() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
-}
 
 }  // namespace
 
@@ -46,10 +36,6 @@ struct OnlineManager<T>::Impl {
   bool Start(const std::shared_ptr<Impl>& self);
   void Stop();
   void Receive();
-  bool ReceivePacket(std::shared_ptr<Buffer>& buffer);
-  void DropBeyondLimit();
-  std::shared_ptr<Buffer> GetBuffer();
-  void Recycle(const std::shared_ptr<Buffer>& buffer);
   void Decode();
   bool DecodePacket();
   void Pause() const;
@@ -65,12 +51,7 @@ struct OnlineManager<T>::Impl {
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
   CalibrationStatus calibration;
-  SyncQueue<std::shared_ptr<Buffer>> packet_queue;  // filled by the receiving thread
-  SyncQueue<std::shared_ptr<Buffer>> free_buffers;  // filled by both, emptied by the receiving one
-
-  Counter received, received_bytes, receive_errors, dropped_by_limit;  // of the receiving thread
-  Counter last_packet_ns;                                              // likewise; 0: none yet
-  std::atomic<std::uint64_t> buffers{0};
+  PacketFlow packets;
 
   Worker receiver;  // last: their threads use everything above
   Worker decoding;
@@ -143,56 +124,14 @@ void OnlineManager<T>::Impl::Stop() {
 
 template <typename T>
 void OnlineManager<T>::Impl::Receive() {
-  std::shared_ptr<Buffer> buffer = GetBuffer();
+  std::shared_ptr<Buffer> buffer = packets.GetBuffer();
   while (receiver.Running()) {
     for (int i = 0; i < kPacketsPerPass && receiver.Running(); ++i) {
-      if (!ReceivePacket(buffer)) break;
+      if (!packets.Receive(*input, buffer)) break;
     }
     Pause();
   }
-  --buffers;
-}
-
-/// False when none is waiting.
-template <typename T>
-bool OnlineManager<T>::Impl::ReceivePacket(std::shared_ptr<Buffer>& buffer) {
-  const int count = input->RecvPacket(buffer, Buffer::kDefaultCapacity, nullptr, true);
-  if (count < 0) receive_errors.Add();
-  if (count < 1) return false;
-  last_packet_ns.Set(NowNs());
-  received.Add();
-  received_bytes.Add(static_cast<std::uint64_t>(count));
-  packet_queue.Push(buffer, kNoBound);
-  DropBeyondLimit();
-  buffer = GetBuffer();
-  return true;
-}
-
-template <typename T>
-void OnlineManager<T>::Impl::DropBeyondLimit() {
-  const std::uint64_t limit = packet_queue.max_size;
-  while (limit != 0 && packet_queue.size > limit) {
-    const std::shared_ptr<Buffer> oldest = packet_queue.Pop();
-    if (!oldest) return;
-    dropped_by_limit.Add();
-    Recycle(oldest);
-  }
-}
-
-template <typename T>
-std::shared_ptr<Buffer> OnlineManager<T>::Impl::GetBuffer() {
-  if (auto buffer = free_buffers.Pop()) return buffer;
-  ++buffers;
-  return std::make_shared<Buffer>();
-}
-
-template <typename T>
-void OnlineManager<T>::Impl::Recycle(const std::shared_ptr<Buffer>& buffer) {
-  if (free_buffers.size < kSpareBuffers) {
-    free_buffers.Push(buffer, kNoBound);
-  } else {
-    --buffers;
-  }
+  packets.Recycle(buffer);
 }
 
 template <typename T>
@@ -212,11 +151,10 @@ void OnlineManager<T>::Impl::Decode() {
 /// False when none is waiting.
 template <typename T>
 bool OnlineManager<T>::Impl::DecodePacket() {
-  if (packet_queue.size == 0) return false;
-  const std::shared_ptr<Buffer> buffer = packet_queue.Pop();
+  const std::shared_ptr<Buffer> buffer = packets.Take();
   if (!buffer) return false;
   decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
-  Recycle(buffer);
+  packets.Recycle(buffer);
   return true;
 }
 
@@ -302,26 +240,17 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.refused_length = counts.refused_length.Value();
   statistics.refused_identifier = counts.refused_identifier.Value();
   statistics.last_refused_length = counts.last_refused_length.Value();
-  statistics.queued = impl.packet_queue.size;
-  statistics.queued_max = impl.packet_queue.most;
-  statistics.dropped_by_limit = impl.dropped_by_limit.Value();
-  statistics.received = impl.received.Value();
-  statistics.received_bytes = impl.received_bytes.Value();
-  statistics.receive_errors = impl.receive_errors.Value();
+  impl.packets.Count(statistics);
   statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
   statistics.other_source = impl.input->OtherSourceDatagrams();
   statistics.empty = impl.input->EmptyDatagrams();
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
-  statistics.buffers = impl.buffers;
-  const std::uint64_t last_packet_ns = impl.last_packet_ns.Value();
-  statistics.last_packet_age_s =
-      last_packet_ns == 0 ? -1.0 : static_cast<double>(NowNs() - last_packet_ns) * 1e-9;
   return true;
 }
 
 template <typename T>
 void OnlineManager<T>::SetQueueLimit(std::uint64_t packets) {
-  impl_->packet_queue.max_size = packets;
+  impl_->packets.SetLimit(packets);
 }
 
 template <typename T>
