@@ -243,21 +243,26 @@ TEST(Live, NoCallbackFollowsTheOneThatStopped) {
 
 TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
   Sensor sensor;
-  ASSERT_TRUE(sensor.Open());
+  ASSERT_TRUE(sensor.driver->InitDriver(sensor.Param()));
   int descriptor = 0;  // of the driver's socket
-  sockaddr_in bound = {}, closed = {};
-  for (socklen_t size = 0; ntohs(bound.sin_port) != sensor.port; ++descriptor) {
-    ASSERT_LT(descriptor, 1000);
-    size = sizeof bound;
-    ::getsockname(descriptor + 1, reinterpret_cast<sockaddr*>(&bound), &size);
+  sockaddr_in peer = {};
+  while (ntohs(peer.sin_port) != sensor.port) {
+    socklen_t size = sizeof peer;
+    ASSERT_LT(++descriptor, 1000);
+    ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&peer), &size);
   }
-  closed = bound;
-  closed.sin_port = htons(test::FreePort());
-  ::connect(descriptor, reinterpret_cast<const sockaddr*>(&closed), sizeof closed);
-  EXPECT_EQ(::send(descriptor, "", 1, 0), 1);  // nobody is there: the system reports it once
+  const auto connect = [&] {
+    return ::connect(descriptor, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
+  };
+  peer.sin_port = htons(test::FreePort());
+  ASSERT_EQ(connect(), 0);
+  ASSERT_EQ(::send(descriptor, "", 1, 0), 1);  // nobody is there: the system reports it once
+  ASSERT_TRUE(sensor.driver->Start());
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().receive_errors == 1; }));
-  closed.sin_family = AF_UNSPEC;
-  ::connect(descriptor, reinterpret_cast<const sockaddr*>(&closed), sizeof closed);
+  sensor.driver->Stop();
+  peer.sin_family = AF_UNSPEC;
+  ASSERT_EQ(connect(), 0) << "takes back the connection";
+  ASSERT_TRUE(sensor.driver->Start());
   sensor.Send(kLast);
   sensor.WaitForDecoded(1);
   EXPECT_EQ(sensor.Statistics().receive_errors, 1U);
