@@ -82,9 +82,7 @@ TEST_F(InputSockTest, ADamagedDatagramCountsAsDroppedAndIsNoError) {
   std::copy_n(std::array{htons(sender.port()), htons(port), htons(1112), std::uint16_t{1}}.data(),
               4,
               datagram.data());  // ports, length, wrong checksum
-  sockaddr_in to = {};
-  to.sin_family = AF_INET;
-  to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const sockaddr_in to = test::LoopbackSocket::Address(0);
   std::thread damaged([&] {
     for (int i = 0; i < 200; ++i) {
       ::sendto(raw, datagram.data(), 1112, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
@@ -120,9 +118,7 @@ TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPortWithWhoeverA
   for (const int option : {SO_REUSEADDR, SO_REUSEPORT}) {
     const int other = ::socket(AF_INET, SOCK_DGRAM, 0);
     const int on = 1;
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
+    const sockaddr_in address = test::LoopbackSocket::Address(port);
     ::setsockopt(other, SOL_SOCKET, option, &on, sizeof on);
     EXPECT_EQ(::bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ::close(other);

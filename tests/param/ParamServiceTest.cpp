@@ -116,24 +116,19 @@ TEST(ParamService, OnlyTablesThatAModelAcceptsAreCopiedThoughTheFolderFails) {
 }
 
 TEST(ParamService, SomeModelsPrintHowManyNumbersAnAngleTableHolds) {
-  const struct {
-    LidarType type;
-    const char* azimuth;
-    const char* elevation;
-  } rows[] = {{LidarType::Fennix, "", "list.size():3 size:196608\n"},
-              {LidarType::Hestra, "", ""},
-              {LidarType::Glavor, "list.size():3 size:49152\n", "list.size():3 size:49152\n"},
-              {LidarType::Juniq, "list.size():3 size:49152\n", "list.size():3 size:49152\n"}};
-  for (const auto& row : rows) {
-    for (const auto& [word, line] :
-         {std::pair("azimuth", row.azimuth), {"elevation", row.elevation}}) {
-      const Folder folder;
-      const std::string path = folder.Write(word, "1,2,3\n");
-      testing::internal::CaptureStdout();
-      EXPECT_FALSE(ParamService().LoadCheckFolder(row.type, folder.path()));
-      EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                "文件: \"" + path + "\"\n" + word + '\n' + line);
-    }
+  const std::string four = "list.size():3 size:196608\n", one = "list.size():3 size:49152\n";
+  const std::tuple<LidarType, const char*, std::string> rows[] = {
+      {LidarType::Fennix, "azimuth", ""},  {LidarType::Fennix, "elevation", four},
+      {LidarType::Hestra, "azimuth", ""},  {LidarType::Hestra, "elevation", ""},
+      {LidarType::Glavor, "azimuth", one}, {LidarType::Glavor, "elevation", one},
+      {LidarType::Juniq, "azimuth", one},  {LidarType::Juniq, "elevation", one}};
+  for (const auto& [type, word, line] : rows) {
+    const Folder folder;
+    const std::string path = folder.Write(word, "1,2,3\n");
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(ParamService().LoadCheckFolder(type, folder.path()));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "文件: \"" + path + "\"\n" + word + '\n' + line);
   }
 }
 
@@ -171,7 +166,6 @@ TEST(Calibration, EachTableThatWasNotTakenIsToldWithItsReason) {
   param.calibration_param.check_folder = folder / "none";
   EXPECT_EQ(LoadCalibration(param, service).folder_fault,
             "there is no folder " + (folder / "none").string());
-  EXPECT_EQ(LoadCalibration(param, service).refused.size(), 5U);
   param.calibration_param.check_folder = folder / "elevation";
   EXPECT_EQ(LoadCalibration(param, service).folder_fault,
             (folder / "elevation").string() + " is not a folder");

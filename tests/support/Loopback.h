@@ -39,6 +39,14 @@ class LoopbackSocket {
     ::sendto(descriptor_, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
   }
 
+  static sockaddr_in Address(std::uint16_t port) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+  }
+
   /// The next datagram (up to 65536 bytes); nothing when none came within that time.
   std::optional<std::vector<std::uint8_t>> Receive(std::chrono::milliseconds time) const {
     pollfd wanted = {descriptor_, POLLIN, 0};
@@ -51,14 +59,6 @@ class LoopbackSocket {
   }
 
  private:
-  static sockaddr_in Address(std::uint16_t port) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-  }
-
   int descriptor_;
   sockaddr_in address_ = {};
 };
