@@ -99,40 +99,82 @@ TEST_F(PlaybackTest, ForeignRecordsAreSkippedWhereverTheyStand) {
   EXPECT_TRUE(probe.Play(1)->points.empty());
 }
 
-/// A cloud that stops at its n-th point until it is let go.
-struct HaltingCloud : PointCloud<Point> {
-  std::size_t halt_at = 0;
-  std::promise<void> halted;
+/// Holds the worker inside the application's code, once, until it is let go.
+struct Hold {
+  std::promise<void> reached;
   std::promise<void> go;
-  void PushPoint(const Point& point) override {
-    PointCloud<Point>::PushPoint(point);
-    if (points.size() != halt_at) return;
-    halted.set_value();
-    go.get_future().wait();
+  bool first = true;
+  void operator()() {
+    if (!std::exchange(first, false)) return;
+    reached.set_value();
+    go.get_future().wait_for(test::kDeadline);
   }
 };
 
-TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameThatPlays) {
+/// A cloud that holds the worker at its n-th point.
+struct HoldingCloud : PointCloud<Point> {
+  explicit HoldingCloud(std::size_t point) : hold_at(point) {}
+  std::size_t hold_at;
+  Hold hold;
+  void PushPoint(const Point& point) override {
+    PointCloud<Point>::PushPoint(point);
+    if (points.size() == hold_at) hold();
+  }
+};
+
+/// Requests frame `first` of three, and, while the worker is held in it, frame `second` instead.
+void AbortWhileHeld(Probe& probe, Hold& hold, int first, int second) {
+  ASSERT_TRUE(probe.Request(first));
+  const auto held = hold.reached.get_future().wait_for(test::kDeadline);
+  ASSERT_EQ(held, std::future_status::ready) << "the frame never came to the callback";
+  EXPECT_FALSE(probe.driver->SetLocalFrame(second)) << "a frame is playing";
+  const auto calls = std::async(std::launch::async, [&] {
+    int frames = 0;
+    EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
+    EXPECT_EQ(frames, 3);
+    EXPECT_TRUE(probe.driver->SetLocalFrame(second)) << "at once: the old frame is over";
+  });
+  EXPECT_EQ(calls.wait_for(test::kDeadline), std::future_status::ready)
+      << "waits for the callback: with a lock of the application around both, for ever";
+  hold.go.set_value();
+}
+
+TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInItsFirstPacketAsInAnyOther) {
+  for (const std::size_t packets : {1U, 2U}) {
+    Probe probe;
+    const auto cloud = std::make_shared<HoldingCloud>(packets == 1 ? 10 : 100);
+    probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
+      if (cloud.use_count() == 1) return cloud;
+      return std::make_shared<PointCloud<Point>>();
+    };
+    ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+    AbortWhileHeld(probe, cloud->hold, 1, 0);
+    ASSERT_TRUE(probe.WaitFor(1));
+    // What had been decoded stays in the cloud; packet 4 never is.
+    auto runs = Runs(*cloud);
+    if (packets == 2) runs.erase(runs.begin() + 1);
+    EXPECT_THAT(runs, ElementsAre(std::pair(2, 53), std::pair(1, 64), std::pair(2, 64))) << packets;
+  }
+}
+
+TEST_F(PlaybackTest, NoLockIsHeldWhileACallbackOfAFramesFirstPacketRuns) {
+  const test::TickingClock clock;
+  CaptureBuilder capture;
+  capture.Udp(Bytes(100, 1))
+      .Udp(Tagged(2, 10).Block(20, kMarker))
+      .Udp(Tagged(3, 63))
+      .Udp(Tagged(4));
+  Hold error, frame;
   Probe probe;
-  const auto halting = std::make_shared<HaltingCloud>();
-  halting->halt_at = 100;  // in the second packet of frame 1
-  probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
-    if (halting.use_count() == 1) return halting;
-    return std::make_shared<PointCloud<Point>>();
-  };
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  ASSERT_TRUE(probe.Request(1));
-  halting->halted.get_future().wait();
-  EXPECT_FALSE(probe.driver->SetLocalFrame(0)) << "a frame is playing";
-  int frames = 0;
-  EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
-  EXPECT_EQ(frames, 3);
-  ASSERT_TRUE(probe.driver->SetLocalFrame(0)) << "at once: the old frame is over";
-  halting->go.set_value();
-  ASSERT_TRUE(probe.WaitFor(1));
-  // What had been decoded stays in the cloud; packet 4 never is.
-  EXPECT_THAT(Runs(*halting),
-              ElementsAre(std::pair(2, 53), std::pair(3, 64), std::pair(1, 64), std::pair(2, 64)));
+  ASSERT_EQ(probe.Open(Write(capture)), 3);
+  probe.on_error = std::ref(error);
+  AbortWhileHeld(probe, error, 0, 2);
+  ASSERT_TRUE(probe.WaitFor(1)) << "the last frame";
+  probe.on_frame = std::ref(frame);  // called when the first packet's second mark closes a frame
+  AbortWhileHeld(probe, frame, 1, 2);
+  ASSERT_TRUE(probe.WaitFor(3));
+  const std::size_t points[] = {64, 53, 64};
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(probe.frames[i]->points.size(), points[i]);
 }
 
 TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
