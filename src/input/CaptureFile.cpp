@@ -42,6 +42,7 @@ bool CaptureFile::Open(const std::string& path) {
   stream_buffer_.resize(kStreamBuffer);
   std::setvbuf(file, stream_buffer_.data(), _IOFBF, stream_buffer_.size());
   const bool classic = IsClassicFormat(file);
+  sections_ = PcapngSections::Of(::fileno(file));
   char error[PCAP_ERRBUF_SIZE];
   handle_ = pcap_fopen_offline(file, error);
   if (handle_ == nullptr) {
@@ -51,6 +52,8 @@ bool CaptureFile::Open(const std::string& path) {
   record_header_ = classic ? kClassicRecordHeader : 0;
   whole_below_ = static_cast<std::uint32_t>(pcap_snapshot(handle_));
   position_ = std::ftell(file);
+  block_end_ = kUnknown;
+  all_interfaces_ = true;
   ended_ = false;
   return true;
 }
@@ -67,26 +70,53 @@ bool CaptureFile::Next() {
     position_ = kUnknown;
     return false;
   }
-  // Asking the stream costs a system call a record. A record that fills the snap length may have
-  // been longer in the file, so there the stream is asked after all.
-  const bool countable = record_header_ != 0 && record_->caplen < whole_below_;
-  if (position_ != kUnknown && countable) {
-    position_ += record_header_ + static_cast<long>(record_->caplen);
-  } else {
-    position_ = kUnknown;
-  }
+  position_ = BehindRecord();
+  block_end_ = kUnknown;
   return true;
 }
 
+/// Asking the stream costs a system call a record. A record that fills the snap length may have been
+/// longer in the file, so there the stream is asked after all.
+long CaptureFile::BehindRecord() const {
+  if (sections_) return block_end_;
+  const bool countable = record_header_ != 0 && record_->caplen < whole_below_;
+  if (position_ == kUnknown || !countable) return kUnknown;
+  return position_ + record_header_ + static_cast<long>(record_->caplen);
+}
+
 long CaptureFile::Position() {
-  if (position_ == kUnknown && handle_ != nullptr) position_ = std::ftell(pcap_file(handle_));
+  if (handle_ == nullptr) return kUnknown;
+  if (position_ == kUnknown) position_ = std::ftell(pcap_file(handle_));
+  if (sections_ && !ended_) {
+    sections_->CoverUpTo(position_);
+    const PcapngSections::Packet packet = sections_->FindPacket(position_);
+    position_ = packet.begin;
+    block_end_ = packet.end;
+  }
   return position_;
 }
 
 void CaptureFile::Seek(long position) {
   if (handle_ == nullptr) return;
+  if (sections_) RestoreInterfaces(position);
   ended_ = std::fseek(pcap_file(handle_), position, SEEK_SET) != 0;
   position_ = ended_ ? kUnknown : position;
+  block_end_ = kUnknown;
+}
+
+/// The capture library stores each description of an interface that it passes, again and again, and
+/// numbers them in the order in which they came; a section's header makes it forget them. So when
+/// some stand behind the position, or did at the last move, it reads those before it afresh.
+void CaptureFile::RestoreInterfaces(long position) {
+  sections_->CoverUpTo(std::ftell(pcap_file(handle_)));
+  const PcapngSections::Descriptions descriptions = sections_->Before(position);
+  if (all_interfaces_ && descriptions.all) return;
+  for (const long* begin = descriptions.begin; begin != descriptions.end; ++begin) {
+    if (std::fseek(pcap_file(handle_), *begin, SEEK_SET) == 0) {
+      pcap_next_ex(handle_, &record_, &bytes_);
+    }
+  }
+  all_interfaces_ = descriptions.all;
 }
 
 }  // namespace orliq::lidar
