@@ -52,7 +52,6 @@ bool CaptureFile::Open(const std::string& path) {
   record_header_ = classic ? kClassicRecordHeader : 0;
   whole_below_ = static_cast<std::uint32_t>(pcap_snapshot(handle_));
   position_ = std::ftell(file);
-  block_end_ = kUnknown;
   all_interfaces_ = true;
   ended_ = false;
   return true;
@@ -70,18 +69,15 @@ bool CaptureFile::Next() {
     position_ = kUnknown;
     return false;
   }
-  position_ = BehindRecord();
-  block_end_ = kUnknown;
-  return true;
-}
-
-/// Asking the stream costs a system call a record. A record that fills the snap length may have been
-/// longer in the file, so there the stream is asked after all.
-long CaptureFile::BehindRecord() const {
-  if (sections_) return block_end_;
+  // Asking the stream costs a system call a record. A record that fills the snap length may have
+  // been longer in the file, so there the stream is asked after all.
   const bool countable = record_header_ != 0 && record_->caplen < whole_below_;
-  if (position_ == kUnknown || !countable) return kUnknown;
-  return position_ + record_header_ + static_cast<long>(record_->caplen);
+  if (position_ != kUnknown && countable) {
+    position_ += record_header_ + static_cast<long>(record_->caplen);
+  } else {
+    position_ = kUnknown;
+  }
+  return true;
 }
 
 long CaptureFile::Position() {
@@ -89,9 +85,7 @@ long CaptureFile::Position() {
   if (position_ == kUnknown) position_ = std::ftell(pcap_file(handle_));
   if (sections_ && !ended_) {
     sections_->CoverUpTo(position_);
-    const PcapngSections::Packet packet = sections_->FindPacket(position_);
-    position_ = packet.begin;
-    block_end_ = packet.end;
+    position_ = sections_->FindPacket(position_);
   }
   return position_;
 }
@@ -101,7 +95,6 @@ void CaptureFile::Seek(long position) {
   if (sections_) RestoreInterfaces(position);
   ended_ = std::fseek(pcap_file(handle_), position, SEEK_SET) != 0;
   position_ = ended_ ? kUnknown : position;
-  block_end_ = kUnknown;
 }
 
 /// The capture library stores each description of an interface that it passes, again and again, and

@@ -44,7 +44,6 @@ class CaptureFile {
  private:
   static constexpr long kUnknown = -1;
 
-  long BehindRecord() const;
   void RestoreInterfaces(long position);
 
   std::vector<char> stream_buffer_;  // of the file that handle_ owns, so it outlives that
@@ -57,7 +56,6 @@ class CaptureFile {
   std::uint32_t whole_below_ = 0;  // captured lengths below it tell the record's size in the file
 
   std::optional<PcapngSections> sections_;  // none for the classic format
-  long block_end_ = kUnknown;               // of the packet that Position found
   bool all_interfaces_ = true;              // the capture library has read all that are known of
 };
 

@@ -41,42 +41,43 @@ bool PcapngSections::ReadBlock(long position, Block& block) {
   const auto window_end = window_begin_ + static_cast<long>(window_.size());
   if (position < window_begin_ || position + static_cast<long>(sizeof words) > window_end) {
     window_.resize(kWindow);
-    const ssize_t read = ::pread(descriptor_, window_.data(), kWindow, position);
-    window_.resize(static_cast<std::size_t>(std::max<ssize_t>(read, 0)));
+    const ssize_t size = ::pread(descriptor_, window_.data(), kWindow, position);
+    window_.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     window_begin_ = position;
     if (window_.size() < sizeof words) return false;
   }
   std::memcpy(words.data(), window_.data() + (position - window_begin_), sizeof words);
-  block = swapped_ ? Block{bswap_32(words[0]), bswap_32(words[1])} : Block{words[0], words[1]};
-  return block.length >= kEmptyBlock && block.length % 4 == 0;
+  const Block read =
+      swapped_ ? Block{bswap_32(words[0]), bswap_32(words[1])} : Block{words[0], words[1]};
+  if (read.length < kEmptyBlock || read.length % 4 != 0) return false;
+  block = read;
+  return true;
 }
 
-PcapngSections::Packet PcapngSections::FindPacket(long position) {
-  Packet packet = {position, kUnknown};
+long PcapngSections::FindPacket(long position) {
+  long packet = position;
   Block block = {};
   bool section = false;
   bool described = false;
-  while (packet.end == kUnknown && ReadBlock(packet.begin, block)) {
-    if (IsPacket(block.type)) {
-      packet.end = packet.begin + static_cast<long>(block.length);
-    } else {
-      section |= block.type == kSectionHeader;
-      described |= section || block.type == kInterface;
-      packet.begin += static_cast<long>(block.length);
-    }
+  while (ReadBlock(packet, block) && !IsPacket(block.type)) {
+    section |= block.type == kSectionHeader;
+    described |= section || block.type == kInterface;
+    packet += static_cast<long>(block.length);
+    block = {};
   }
   if (position != frontier_) return packet;
-  frontier_ = packet.end == kUnknown ? packet.begin : packet.end;
+  frontier_ = packet + static_cast<long>(block.length);
   if (!described) return packet;
   sections_.push_back(section ? begins_.size() : sections_.back());
   begins_.push_back(position);
-  packets_.push_back(packet.begin);
+  packets_.push_back(packet);
   return packet;
 }
 
 void PcapngSections::CoverUpTo(long position) {
-  while (frontier_ < position) {
-    if (FindPacket(frontier_).end == kUnknown) return;
+  for (long before = -1; frontier_ < position && before < frontier_;) {
+    before = frontier_;
+    FindPacket(before);
   }
 }
 

@@ -17,14 +17,9 @@ class PcapngSections {
   /// Of the open file; none when it is in another format.
   static std::optional<PcapngSections> Of(int descriptor);
 
-  static constexpr long kUnknown = -1;
-  struct Packet {
-    long begin;  // of its block; where the blocks end when none follows
-    long end;    // where the next block begins; kUnknown without a packet
-  };
-
-  /// The first packet from a block's begin on. Notes descriptions on the way that are new.
-  Packet FindPacket(long position);
+  /// Where the first packet from a block's begin on stands, or the blocks end. Notes descriptions on
+  /// the way that are new.
+  long FindPacket(long position);
   /// Notes all descriptions before the position.
   void CoverUpTo(long position);
 
