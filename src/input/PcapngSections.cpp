@@ -27,9 +27,7 @@ std::optional<PcapngSections> PcapngSections::Of(int descriptor) {
   std::array<std::uint32_t, 3> words = {};
   const bool read = ::pread(descriptor, words.data(), sizeof words, 0) == sizeof words;
   if (!read || words[0] != kSectionHeader) return std::nullopt;
-  PcapngSections sections(descriptor, words[2] != kByteOrder);
-  sections.FindPacket(0);
-  return sections;
+  return PcapngSections(descriptor, words[2] != kByteOrder);
 }
 
 PcapngSections::PcapngSections(int descriptor, bool swapped)
@@ -68,7 +66,7 @@ long PcapngSections::FindPacket(long position) {
   if (position != frontier_) return packet;
   frontier_ = packet + static_cast<long>(block.length);
   if (!described) return packet;
-  sections_.push_back(section ? begins_.size() : sections_.back());
+  sections_.push_back(section || sections_.empty() ? begins_.size() : sections_.back());
   begins_.push_back(position);
   packets_.push_back(packet);
   return packet;

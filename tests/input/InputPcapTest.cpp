@@ -149,10 +149,15 @@ TEST_F(CaptureInput, TakesNoMemoryForInterfacesThatItPassesAgainAndAgain) {
     std::ifstream("/proc/self/statm") >> pages >> pages;
     return pages;
   };
-  std::vector<long> positions(3);
-  for (long& position : positions) Read(&position, true);
   const long before = resident_pages();
-  for (int i = 0; i < 400; ++i) EXPECT_EQ(Read(&positions[i / 200]) + Read(), i < 200 ? 3 : 1);
+  for (const int record : {1, 2}) {
+    long position = 0;
+    EXPECT_EQ(Read(&position, true), record);
+    for (int i = 0; i < 200; ++i) {
+      while (Read() > 0) continue;
+      EXPECT_EQ(Read(&position), record);
+    }
+  }
   EXPECT_LT(resident_pages() - before, 500) << "1000 interfaces, ten pages, at each of 200 moves";
 }
 
