@@ -223,6 +223,42 @@ TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   }
 }
 
+// A stop that comes between the worker's look at the run flag and its falling asleep must wake it.
+// The provider is the last that the application sees of a worker on its way there.
+TEST_F(PlaybackTest, NoStopIsLostOnAWorkerThatIsAboutToWait) {
+  Probe probe;
+  std::atomic<bool> leaving{false};
+  probe.provider = [&] {
+    leaving = true;
+    return std::make_shared<PointCloud<Point>>();
+  };
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  std::atomic<int> stops{0};
+  std::atomic<bool> lost{false};
+  testing::internal::CaptureStdout();  // a line for each start
+  const auto hammer = std::async(std::launch::async, [&] {
+    std::minstd_rand random(4);
+    for (; stops < 3000 && !lost; ++stops) {
+      leaving = false;
+      probe.Request(2);
+      for (int i = 0; !leaving && !lost; ++i) {
+        if (i > 100000) std::this_thread::yield();
+      }
+      for (auto n = random() % 1000; n > 0; --n)
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+      probe.driver->Stop();
+      if (!probe.driver->Start()) return;
+    }
+  });
+  for (int seen = -1; hammer.wait_for(test::kDeadline) != std::future_status::ready;) {
+    if (stops != std::exchange(seen, stops)) continue;
+    lost = true;
+    probe.driver->SetLocalFrame(0);  // wakes the worker
+  }
+  EXPECT_FALSE(lost) << "Stop waited for a worker that slept";
+  testing::internal::GetCapturedStdout();
+}
+
 TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
   Probe probe;
   probe.driver->RegisterPointCloudCallBack([&](auto) { ADD_FAILURE(); }, nullptr);
