@@ -259,7 +259,7 @@ TEST_F(PlaybackTest, NoStopIsLostOnAWorkerThatIsAboutToWait) {
   testing::internal::CaptureStdout();  // a line for each start
   const auto hammer = std::async(std::launch::async, [&] {
     std::minstd_rand random(4);
-    for (; stops < 3000 && !lost; ++stops) {
+    for (; stops < 1000 && !lost; ++stops) {
       leaving = false;
       probe.Request(2);
       for (int i = 0; !leaving && !lost; ++i) {
