@@ -11,6 +11,7 @@
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
+#include "support/SimulatedCapture.h"
 #include "support/TempDir.h"
 #include "support/TickingClock.h"
 
@@ -227,6 +228,23 @@ TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
     ASSERT_NE(cloud, nullptr);
     EXPECT_EQ(cloud->timestamp, 0.0);
   }
+}
+
+TEST_F(PlaybackTest, AFrameThatEndsWithTheFileLeavesNoneOfItsReturnsToTheRadiusFilter) {
+  sim::SensorOptions options;
+  options.faults.false_return_rate = 0.01;
+  const test::SimulatedCapture capture(2, options);  // of 768 packets each
+  std::filesystem::resize_file(capture.capture, 24 + 1000 * (16 + 42 + 1104));
+  DriverParam param = Probe::Param(capture.capture);
+  param.calibration_param.check_folder = capture.check_folder;
+  Probe probe;
+  ASSERT_EQ(probe.Open(param), 2);
+  const std::size_t filtered = probe.Play(0)->points.size();
+  EXPECT_LT(filtered, 768U * 64U);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(probe.Play(1)->points.size(), 232U * 64U);
+  EXPECT_EQ(probe.Play(0)->points.size(), filtered);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
