@@ -7,7 +7,7 @@
 namespace orliq::sim {
 namespace {
 
-constexpr std::uint64_t kFirstStream = 4;    // of random numbers; the sensor draws from those below
+constexpr std::uint64_t kFirstStream = 100;  // of random numbers; sensors draw from those below
 constexpr std::size_t kLongestExcess = 64;   // [bytes]
 constexpr std::size_t kIdentifierBytes = 4;  // of the shortest one
 

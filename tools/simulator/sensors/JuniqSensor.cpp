@@ -7,7 +7,7 @@
 namespace orliq::sim {
 namespace {
 
-// Random streams; the calibration draws from stream 1, PacketFaults from those that follow.
+// Random streams; the calibration draws from stream 1, PacketFaults from 100 on.
 constexpr std::uint64_t kNoiseStream = 2;
 constexpr std::uint64_t kFalseReturnStream = 3;
 
