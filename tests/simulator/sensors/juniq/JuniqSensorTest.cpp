@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "simulator/sensors/JuniqSensor.h"
+#include "simulator/sensors/juniq/JuniqSensor.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ unsigned Position(const JuniqPoint& point) {
 
 /// Range [m] of a raw measurement after all corrections and the near filter, 0 for none: the
 /// decoder's arithmetic once more in double precision, as a second opinion.
-double Range(const JuniqPoint& point, const JuniqCalibration& unit) {
+double Range(const JuniqPoint& point, const BeamCalibration& unit) {
   const double r = static_cast<double>(point.width) / point.width_ref;
   const double peak = point.peak;
   const auto& w = unit.weight;
@@ -44,7 +44,7 @@ double Range(const JuniqPoint& point, const JuniqCalibration& unit) {
 }
 
 /// Direction of a beam in the point frame: the azimuth table turns the other way.
-Vec3 Direction(unsigned position, const JuniqCalibration& unit) {
+Vec3 Direction(unsigned position, const BeamCalibration& unit) {
   const double az = unit.azimuth[position] * -3.141592653589793 / 180.0;
   const double el = unit.elevation[position] * 3.141592653589793 / 180.0;
   return {std::cos(el) * std::cos(az), std::cos(el) * std::sin(az), std::sin(el)};
@@ -73,14 +73,14 @@ TEST(JuniqSensor, FrameHoldsEveryBeamOnceAndEndsWithTheMarker) {
 TEST(JuniqSensor, RangeIsTheScenesToHalfAQuantum) {
   constexpr double kQuantum = 0.14989623 * 1.645 / 64.0;  // [m] per step of the time of flight
   JuniqSensor sensor{WithFaults(0.0, 0.1)};
-  const JuniqCalibration& unit = sensor.Calibration();
+  const BeamCalibration& unit = sensor.Calibration();
   const auto scene = MakeScene("moving-box");
   const auto packets = sensor.EncodeFrame(*scene, 30);
   test::JuniqProbe<JuniqPoint> probe;
   Decode(probe, packets);
   ASSERT_EQ(sensor.Truth().size(), 49152U);
   for (std::size_t i = 0; i < 49152; ++i) {
-    const JuniqTruth& truth = sensor.Truth()[i];
+    const BeamTruth& truth = sensor.Truth()[i];
     const JuniqPoint& point = probe.frames.at(0)->points.at(i);
     ASSERT_EQ(Position(point), truth.position);
     ASSERT_EQ(point.tof != 0, truth.measured) << "nothing came back: no time either";
