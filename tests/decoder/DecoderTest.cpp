@@ -6,9 +6,11 @@
 #include <cmath>
 #include <functional>
 #include <iostream>
+#include <tuple>
 
 #include "common/WallClock.h"
 #include "decoder/DecoderFactory.h"
+#include "multi_driver/SensorModels.h"
 #include "support/DecoderProbe.h"
 
 namespace orliq::lidar {
@@ -115,16 +117,38 @@ TEST(DecoderGates, LimitsAreInclusiveAndNanIsOutside) {
   }
 }
 
-TEST(DecoderFactoryTest, PrintsTheTypeAndRefusesAModelWithoutDecoder) {
+// name, type, packet bytes, identifier bytes, its first byte, rings, blocks, IMU, tables
+using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, bool, bool>;
+
+TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThoseThatDecode) {
+  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, true, true},
+                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, false, true},
+                              {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, false, true},
+                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, true, false},
+                              {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, false, false},
+                              {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, false, true},
+                              {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, false, false}};
   std::cout << std::hex;  // the application's own formatting must not reach the lines
   CaptureStdout();
-  using Factory = DecoderFactory<PointCloud<Point>>;
-  EXPECT_EQ(Factory::CreateDecoder(static_cast<LidarType>(0x22), {}), nullptr);
-  EXPECT_NE(Factory::CreateDecoder(LidarType::Juniq, {}), nullptr);
+  std::string lines;
+  std::vector<ModelFacts> listed;
+  for (const SensorModel& m : SensorModels()) {
+    listed.emplace_back(m.name, static_cast<int>(m.type), m.packet_bytes, m.identifier_bytes,
+                        m.identifier[0], m.rings, m.blocks, m.has_imu, m.needs_tables);
+    EXPECT_EQ(FindSensorModel(m.name), &m);
+    EXPECT_EQ(FindSensorModel(m.type), &m);
+    const auto decoder = DecoderFactory<PointCloud<Point>>::CreateDecoder(m.type, {});
+    EXPECT_EQ(decoder != nullptr, m.decodes_points) << m.name;
+    lines += "type:" + std::to_string(static_cast<int>(m.type)) + '\n';
+    if (!m.decodes_points) {
+      lines += "\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n";
+    }
+  }
   std::cout << std::dec;
-  EXPECT_EQ(GetCapturedStdout(),
-            "type:34\n\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n"
-            "type:64\n");
+  EXPECT_EQ(GetCapturedStdout(), lines);
+  EXPECT_THAT(listed, testing::ElementsAreArray(facts));
+  EXPECT_EQ(FindSensorModel("Juniq "), nullptr);
+  EXPECT_EQ(FindSensorModel(static_cast<LidarType>(0x22)), nullptr);
 }
 
 }  // namespace

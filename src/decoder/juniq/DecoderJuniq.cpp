@@ -13,6 +13,7 @@
 #include "decoder/PointFields.h"
 #include "decoder/RangeChain.h"
 #include "decoder/juniq/DecoderJuniqImpl.h"
+#include "decoder/juniq/JuniqModel.h"
 
 namespace orliq::lidar {
 namespace {
@@ -352,15 +353,7 @@ DecoderJuniq<T_PointCloud>::~DecoderJuniq() = default;
 
 template <typename T_PointCloud>
 DecoderConstParam DecoderJuniq<T_PointCloud>::GetConstParam() {
-  return {sizeof(JuniqMsop),
-          8,
-          {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-          192,
-          JuniqMsop::kBlocks,
-          0.4F,
-          230.0F,
-          0.005F,
-          0.0625F};
+  return kJuniq;
 }
 
 template <typename T_PointCloud>
