@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <set>
 
@@ -56,6 +57,7 @@ TEST(JuniqSensor, FrameHoldsEveryBeamOnceAndEndsWithTheMarker) {
   ASSERT_EQ(probe.frames.size(), 1U);
   const PointCloud<JuniqPoint>& frame = *probe.frames[0];
   EXPECT_EQ(frame.frame_word, 300);
+  EXPECT_NEAR(frame.timestamp, 1700000030.0, 1e-6) << "UTC, ten frames a second";
   EXPECT_NEAR(frame.temperature_a, 45.0, 2.1);
   EXPECT_NEAR(frame.temperature_b, 40.0, 1.1);
   EXPECT_EQ(frame.status, 1);
@@ -107,6 +109,40 @@ TEST(JuniqSensor, BytesFollowFromTheSeedAlone) {
   EXPECT_EQ(frame_1(first), frame_1(again)) << "whatever was encoded before";
   EXPECT_NE(frame_1(first), frame_1(other));
   EXPECT_NE(first.Calibration().azimuth, other.Calibration().azimuth);
+}
+
+std::array<double, 6> Axes(const ImuSample& sample) {
+  const auto& [turn, push] = sample;
+  return {turn.x, turn.y, turn.z, push.x, push.y, push.z};
+}
+
+/// A sample in the driver's words is that one, to half a count of the sensor.
+void ExpectSample(const lidar::ImuMsg& m, const ImuSample& sample) {
+  const std::array<double, 6> got = {m.angular_velocity_x,    m.angular_velocity_y,
+                                     m.angular_velocity_z,    m.linear_acceleration_x,
+                                     m.linear_acceleration_y, m.linear_acceleration_z};
+  for (std::size_t i = 0; i < 6; ++i) {
+    const double count = i < 3 ? 0.000173611 * 3.141592653589793 : 0.004788403;
+    EXPECT_NEAR(got[i], Axes(sample)[i], 0.5001 * count) << "axis " << i;
+  }
+}
+
+TEST(JuniqSensor, ImuSamplesAreTheMountsMotionWithEachAxisInItsPlace) {
+  test::JuniqProbe<Point> probe;
+  probe.decoder.InstallImuMsg(std::make_shared<lidar::ImuMsg>());
+  Decode(probe, JuniqSensor{SensorOptions{}}.EncodeFrame(*MakeScene("boxes"), 20));
+  ASSERT_EQ(probe.samples.size(), 10U) << "100 a second, from 2 s on";
+  for (int i = 0; i < 10; ++i) {
+    ExpectSample(probe.samples[static_cast<std::size_t>(i)], SwayAt((200 + i) / 100.0));
+  }
+  const ImuSample strong = {{0.5, -1.0, 1.5}, {2.0, -3.0, 4.0}};  // the mount hardly turns about z
+  Packet packet;
+  ByteWriter writer(packet.payload, ByteWriter::Order::Little);
+  WriteJuniqHead(writer);
+  for (int i = 0; i < 64; ++i) WriteJuniqBlock(writer, {});
+  WriteJuniqTail(writer, {0, 0.0, 0.0, strong, 1});
+  Decode(probe, {packet});
+  ExpectSample(probe.samples.at(10), strong);
 }
 
 }  // namespace

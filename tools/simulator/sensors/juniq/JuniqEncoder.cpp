@@ -14,12 +14,12 @@ constexpr double kAccelUnit = 0.004788403;       // [m/s^2]
 
 }  // namespace
 
-void WriteHead(ByteWriter& writer) {
+void WriteJuniqHead(ByteWriter& writer) {
   WriteIdentifier(writer);
   writer.Zeros(17);
 }
 
-void WriteBlock(ByteWriter& writer, const JuniqBlock& block) {
+void WriteJuniqBlock(ByteWriter& writer, const JuniqBlock& block) {
   writer
       .U16(block.position)  // column in the low byte, row in the high byte
       .U16(block.pulse.width_ref)
@@ -30,7 +30,7 @@ void WriteBlock(ByteWriter& writer, const JuniqBlock& block) {
       .Zeros(1);
 }
 
-void WriteTail(ByteWriter& writer, const JuniqState& state) {
+void WriteJuniqTail(ByteWriter& writer, const JuniqState& state) {
   writer.Zeros(10);
   WriteFrameWords(writer, state.frame, state.scene_time_s);
   WriteImuBlock(writer, state.imu, kGyroUnit, kAccelUnit);

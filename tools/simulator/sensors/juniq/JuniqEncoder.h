@@ -30,8 +30,8 @@ struct JuniqState {
 };
 
 /// Appends the head of a packet. kJuniqBlocksPerPacket blocks and one tail follow it.
-void WriteHead(ByteWriter& writer);
-void WriteBlock(ByteWriter& writer, const JuniqBlock& block);
-void WriteTail(ByteWriter& writer, const JuniqState& state);
+void WriteJuniqHead(ByteWriter& writer);
+void WriteJuniqBlock(ByteWriter& writer, const JuniqBlock& block);
+void WriteJuniqTail(ByteWriter& writer, const JuniqState& state);
 
 }  // namespace orliq::sim

@@ -43,11 +43,11 @@ std::vector<std::uint8_t> JuniqSensor::EncodePacket(const Scene& scene, const Pa
   bytes.reserve(kJuniqPacketBytes);
   ByteWriter writer(bytes, ByteWriter::Order::Little);
   const std::size_t first = slot.index * kJuniqBlocksPerPacket;
-  WriteHead(writer);
+  WriteJuniqHead(writer);
   for (std::size_t i = 0; i < kJuniqBlocksPerPacket; ++i) {
-    WriteBlock(writer, BlockAt(scene, order_[first + i], slot.scene_time_s));
+    WriteJuniqBlock(writer, BlockAt(scene, order_[first + i], slot.scene_time_s));
   }
-  WriteTail(writer, StateAt(slot));
+  WriteJuniqTail(writer, StateAt(slot));
   return bytes;
 }
 
