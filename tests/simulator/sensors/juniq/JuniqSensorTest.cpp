@@ -77,6 +77,7 @@ TEST(JuniqSensor, RangeIsTheScenesToHalfAQuantum) {
   JuniqSensor sensor{WithFaults(0.0, 0.1)};
   const BeamCalibration& unit = sensor.Calibration();
   const auto scene = MakeScene("moving-box");
+  sensor.EncodeFrame(*scene, 29);  // whose truth is forgotten
   const auto packets = sensor.EncodeFrame(*scene, 30);
   test::JuniqProbe<JuniqPoint> probe;
   Decode(probe, packets);
