@@ -26,7 +26,11 @@ std::optional<Hit> BeamMeter::Measure(std::uint32_t position, Hit hit) {
     hit = {false_return_.Uniform(2.0, 100.0), 0.3};
   }
   const bool measured = reach_.min_m <= hit.range_m && hit.range_m <= reach_.max_m;
-  truth_.push_back({position, measured ? hit.range_m : 0.0, measured, is_false});
+  BeamTruth& truth = truth_.emplace_back();  // filled in place, which is faster
+  truth.position = position;
+  truth.range_m = measured ? hit.range_m : 0.0;
+  truth.measured = measured;
+  truth.is_false = is_false;
   if (!measured) return std::nullopt;
   return hit;
 }

@@ -29,13 +29,10 @@ JuniqSensor::JuniqSensor(const SensorOptions& options)
       directions_(calibration_.Directions()) {}
 
 JuniqBlock JuniqSensor::BlockAt(const Scene& scene, std::uint16_t position, double scene_time_s) {
-  JuniqBlock block;
-  block.position = position;
-  if (const auto hit = Measure(scene, position, directions_[position], scene_time_s)) {
-    block.aux = static_cast<std::uint16_t>(100.0 + 200.0 * hit->reflectivity);
-    block.pulse = EncodePulse(ChainOf(calibration_, position), hit->range_m, hit->reflectivity);
-  }
-  return block;
+  const auto hit = Measure(scene, position, directions_[position], scene_time_s);
+  if (!hit) return {position, 0, {}};
+  return {position, static_cast<std::uint16_t>(100.0 + 200.0 * hit->reflectivity),
+          EncodePulse(ChainOf(calibration_, position), hit->range_m, hit->reflectivity)};
 }
 
 std::vector<std::uint8_t> JuniqSensor::EncodePacket(const Scene& scene, const PacketSlot& slot) {
