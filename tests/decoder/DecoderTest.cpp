@@ -10,6 +10,8 @@
 
 #include "common/WallClock.h"
 #include "decoder/DecoderFactory.h"
+#include "decoder/ImuSample.h"
+#include "decoder/Wire.h"
 #include "multi_driver/SensorModels.h"
 #include "support/DecoderProbe.h"
 
@@ -104,17 +106,20 @@ TEST(ExtrinsicTransformTest, RotatesRollThenPitchThenYawThenShifts) {
   EXPECT_NEAR(x, -0.12566F, 0.0001F);
 }
 
-TEST(DecoderGates, LimitsAreInclusiveAndNanIsOutside) {
-  DecoderParam param;
-  param.max_distance = 230.0F;
-  param.max_azimuth = 59.37F;
-  const JuniqProbe<Point> probe(param);
-  EXPECT_TRUE(probe.decoder.IsDistanceRange(230.0F) && probe.decoder.IsAngleRange(59.37F, -90.0F));
-  for (const float outside : {-200.0F, std::nextafter(230.0F, 300.0F), std::nanf("")}) {
-    EXPECT_FALSE(probe.decoder.IsDistanceRange(outside)) << outside;
-    EXPECT_FALSE(probe.decoder.IsAngleRange(outside, 0.0F)) << outside;
-    EXPECT_FALSE(probe.decoder.IsAngleRange(0.0F, outside)) << outside;
-  }
+TEST(WireIntegers, ReadTheirBytesInTheirOrderWithTheirSign) {
+  EXPECT_EQ((Le<3>{{0x01, 0x02, 0xF3}}), 0xF30201U);
+  EXPECT_EQ((Be<3>{{0xF1, 0x02, 0x03}}), 0xF10203U);
+  EXPECT_EQ((Le<2, std::int16_t>{{0xFE, 0xFF}}), -2);
+  EXPECT_EQ((Be<2, std::int16_t>{{0xFF, 0xFE}}), -2);
+}
+
+TEST(ImuSampleTest, AZeroOnATurnedAxisKeepsTheSignThatItsModelGivesIt) {
+  ImuMsg imu;
+  FillImuMsg<int>(imu, {}, 0.0, {1.0, 1.0});
+  EXPECT_FALSE(std::signbit(imu.angular_velocity_x) || std::signbit(imu.linear_acceleration_z));
+  FillImuMsg<double>(imu, {}, 0.0, {1.0, 1.0});
+  EXPECT_TRUE(std::signbit(imu.angular_velocity_x) && std::signbit(imu.linear_acceleration_z));
+  EXPECT_FALSE(std::signbit(imu.angular_velocity_y));
 }
 
 // name, type, packet bytes, identifier bytes, its first byte, rings, blocks, IMU, tables
