@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "multi_driver/SensorModels.h"
 #include "simulator/sensors/juniq/JuniqSensor.h"
 
 namespace orliq::sim {
@@ -10,8 +11,9 @@ namespace {
 
 constexpr double kYear9999 = 253370764800.0;  // [s] start of the last year with four digits
 
-struct Model {
-  const char* name;
+/// A model of the driver's list that can be simulated; its name stands there.
+struct Simulated {
+  lidar::LidarType type;
   std::unique_ptr<Sensor> (*make)(const SensorOptions& options);
 };
 
@@ -20,8 +22,8 @@ std::unique_ptr<Sensor> Make(const SensorOptions& options) {
   return std::make_unique<Unit>(options);
 }
 
-constexpr Model kModels[] = {
-    {"juniq", Make<JuniqSensor>},
+constexpr Simulated kSimulated[] = {
+    {lidar::LidarType::Juniq, Make<JuniqSensor>},
 };
 
 bool IsShare(double value) {
@@ -46,15 +48,18 @@ bool Sensor::WriteCheckFolder(const std::filesystem::path& folder, std::string& 
 }
 
 std::unique_ptr<Sensor> MakeSensor(const std::string& model, const SensorOptions& options) {
-  for (const Model& known : kModels) {
-    if (model == known.name && Valid(options)) return known.make(options);
+  const lidar::SensorModel* const named = lidar::FindSensorModel(model);
+  for (const Simulated& known : kSimulated) {
+    if (named != nullptr && named->type == known.type && Valid(options)) return known.make(options);
   }
   return nullptr;
 }
 
 std::vector<std::string> SensorNames() {
   std::vector<std::string> names;
-  for (const Model& known : kModels) names.emplace_back(known.name);
+  for (const Simulated& known : kSimulated) {
+    names.emplace_back(lidar::FindSensorModel(known.type)->name);
+  }
   return names;
 }
 
