@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/CloudFormat.h"
 
@@ -12,10 +13,13 @@ namespace orliq::cli {
 /// Where the clouds of a playback go: a folder that gets one file per cloud, or a single file.
 class CloudWriter {
  public:
-  /// `target` is a file when its name has the ending of a format, else a folder, which is made when
-  /// it is missing. An empty `format` takes the file's ending, or PCD for a folder. Throws Failure
-  /// for an unknown format, one that contradicts the ending, and a folder that cannot be made.
-  CloudWriter(std::filesystem::path target, const std::string& format);
+  /// `target` is a file when its name has the ending of a format. It is a folder, which is made
+  /// when it is missing, when it is one already, ends with a slash or has no ending. An empty
+  /// `format` takes the file's ending, or PCD for a folder. Frames of an earlier run in the folder
+  /// go when the first cloud is written, if they may be replaced. Throws Failure for frames that may
+  /// not, for an unknown format or ending, for a format that contradicts the ending, and for a
+  /// folder that cannot be made.
+  CloudWriter(std::filesystem::path target, const std::string& format, bool replace = false);
 
   /// Whether the target is one file and so takes one cloud only.
   bool SingleFile() const { return single_file_; }
@@ -29,9 +33,11 @@ class CloudWriter {
   std::uint64_t Bytes() const { return bytes_; }
 
  private:
+  void RemoveStale();
   std::filesystem::path FileName(int frame, int part) const;
 
   std::filesystem::path target_;
+  std::vector<std::filesystem::path> stale_;  // frames of an earlier run, to be removed
   CloudFormat format_ = CloudFormat::kPcd;
   bool single_file_ = false;
   std::uint64_t files_ = 0;
