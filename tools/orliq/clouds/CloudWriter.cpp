@@ -20,14 +20,23 @@ bool IsFolder(const std::filesystem::path& target) {
   return !target.has_extension() || std::filesystem::is_directory(target, ignored);
 }
 
+/// By the ending of a name, in either case of letters.
+std::optional<CloudFormat> FormatOfEnding(const std::filesystem::path& path) {
+  std::string ending = path.extension().string();
+  for (char& letter : ending) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
+  return ending.empty() ? std::nullopt : ParseCloudFormat(ending.substr(1));
+}
+
 /// The format that the file's ending names; nothing for a folder.
 std::optional<CloudFormat> EndingFormat(const std::filesystem::path& target) {
   if (IsFolder(target)) return std::nullopt;
-  const std::string ending = target.extension().string();
-  auto format = ParseCloudFormat(ending.substr(1));
+  auto format = FormatOfEnding(target);
   if (format) return format;
   throw Failure(ExitCode::kUsage,
-                "--out " + target.string() + ": no clouds can be written as " + ending +
+                "--out " + target.string() + ": no clouds can be written as " +
+                    target.extension().string() +
                     ", only as .pcd, .ply or .csv; for a folder of that name, add a slash");
 }
 
@@ -57,50 +66,54 @@ CloudFormat RequireFormat(const std::string& name) {
 
 }  // namespace
 
-CloudWriter::CloudWriter(std::filesystem::path target, const std::string& format, bool replace)
-    : target_(std::move(target)) {
-  const auto ending = EndingFormat(target_);
-  single_file_ = ending.has_value();
+CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& format,
+                          bool replace) {
+  const auto ending = EndingFormat(path);
   const CloudFormat by_ending = ending.value_or(CloudFormat::kPcd);
-  format_ = format.empty() ? by_ending : RequireFormat(format);
-  if (single_file_ && format_ != by_ending) {
+  CloudTarget target = {
+      path, format.empty() ? by_ending : RequireFormat(format), ending.has_value(), {}};
+  if (target.single_file && target.format != by_ending) {
     throw Failure(ExitCode::kUsage, "--format " + format + " contradicts the ending of " +
-                                        target_.string() + ": leave one of them away");
+                                        path.string() + ": leave one of them away");
   }
-  if (!single_file_) stale_ = FindFrames(target_);
-  if (!stale_.empty() && !replace) {
-    throw Failure(ExitCode::kFileFault,
-                  "the folder " + target_.string() + " holds " + Count(stale_.size(), "frame") +
-                      " of an earlier run: name another, or replace them with --force");
-  }
-  MakeFolder(single_file_ ? target_.parent_path() : target_);
+  if (!target.single_file) target.stale = FindFrames(path);
+  if (target.stale.empty() || replace) return target;
+  throw Failure(ExitCode::kFileFault,
+                "the folder " + path.string() + " holds " + Count(target.stale.size(), "frame") +
+                    " of an earlier run: name another, or replace them with --force");
+}
+
+CloudWriter::CloudWriter(const std::filesystem::path& target, const std::string& format,
+                         bool replace)
+    : target_(ExamineTarget(target, format, replace)) {
+  MakeFolder(target_.single_file ? target.parent_path() : target);
 }
 
 std::filesystem::path CloudWriter::FileName(int frame, int part) const {
-  if (single_file_ && part == 0) return target_;
+  if (target_.single_file && part == 0) return target_.path;
   std::string number = std::to_string(frame);
   if (number.size() < kFrameDigits) number.insert(0, kFrameDigits - number.size(), '0');
   if (part > 0) number += '_' + std::to_string(part);
-  const auto folder = single_file_ ? target_.parent_path() : target_;
-  return folder / (kFramePrefix + number + '.' + CloudFormatName(format_));
+  const auto folder = target_.single_file ? target_.path.parent_path() : target_.path;
+  return folder / (kFramePrefix + number + '.' + CloudFormatName(target_.format));
 }
 
 std::filesystem::path CloudWriter::Write(const CloudView& cloud, int frame, int part) {
   RemoveStale();
   auto path = FileName(frame, part);
-  bytes_ += WriteCloud(path, format_, cloud);
+  bytes_ += WriteCloud(path, target_.format, cloud);
   ++files_;
   return path;
 }
 
 void CloudWriter::RemoveStale() {
-  for (const auto& stale : stale_) {
+  for (const auto& stale : target_.stale) {
     std::error_code error;
     std::filesystem::remove(stale, error);
     if (!error) continue;
     throw Failure(ExitCode::kFileFault, "cannot remove " + stale.string() + ": " + error.message());
   }
-  stale_.clear();
+  target_.stale.clear();
 }
 
 std::uint64_t WriteCloud(const std::filesystem::path& path, CloudFormat format,

@@ -87,7 +87,8 @@ std::string AddCheckFolder(Report& report, const Model& model, const std::string
   const char* const verdict = check.complete ? ": loads for "
                               : check.loaded ? ": is incomplete for "
                                              : ": does not load for ";
-  report.Add("check_folder_loaded", "Check folder", check.loaded, folder + verdict + model.name);
+  report.Add("check_folder_loaded", "Check folder", check.loaded,
+             (folder.empty() ? "\"\"" : folder) + verdict + model.name);
   report.Add("check_folder_complete", "", check.complete, "");
   if (!check.remarks.empty()) {
     Table table = {"Remarks on the check folder", {""}, {false}, {}};

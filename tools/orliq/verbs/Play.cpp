@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "orliq/capture/CaptureFile.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
@@ -59,6 +60,11 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
   MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
   const SurveyScope scope = {options.port.value_or(0), ParseSource(options.source), &model};
   Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
+  ReadableFileBytes(options.capture);  // everything that is cheap to refuse goes first
+  if (!options.cloud.out.empty()) {
+    ExamineTarget(options.cloud.out, options.cloud.format, options.force);
+  }
+  RequireCalibration(model, options.cloud.check_folder, console);
   const bool quiet = console.Quiet();
   plan.survey = SurveyUnlessInterrupted(options.capture, scope, quiet);
   RequireFit(options, plan, quiet);
@@ -176,13 +182,17 @@ PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console
   });
 }
 
-/// What the table's losses mean.
-void Explain(const PlayTally& tally, const Console& console) {
+/// What the table means.
+void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
+  if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
   const auto& [refused, unreadable] = tally.losses;
   if (refused.length + refused.identifier > 0) {
     console.Note(
         "packets of other kinds reached the decoder: orliq info shows the ports, --port "
         "chooses one");
+  }
+  if (plan.survey.frames.size() < 2) {
+    console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
   }
   if (!unreadable.empty()) {
     console.Note("unreadable packets went to the sensor's port: their points are missing");
@@ -192,9 +202,7 @@ void Explain(const PlayTally& tally, const Console& console) {
 /// Throws Failure when not all was done that was asked for.
 void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTally& tally) {
   if (tally.interrupted) {
-    const auto done = static_cast<std::uint64_t>(tally.done - tally.first);
-    throw Failure(ExitCode::kLosses, "interrupted after " + Count(done, "frame") + " of " +
-                                         std::to_string(tally.last - tally.first));
+    throw Failure(ExitCode::kLosses, "interrupted before all frames were played");
   }
   if (!plan.survey.fault.empty()) {
     throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
@@ -211,13 +219,11 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
 ExitCode Run(const PlayOptions& options, Console& console) {
   CatchInterrupts();
   const Plan plan = MakePlan(options, console);
-  RequireCalibration(*plan.model, options.cloud.check_folder, console);
   if (options.cloud.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   tally.MakeReport().Print(console.Out(), options.json);
   console.Out().flush();
-  if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
-  Explain(tally, console);
+  Explain(plan, tally, console);
   RequireAllPlayed(options, plan, tally);
   return tally.losses.Any() ? ExitCode::kLosses : ExitCode::kDone;
 }

@@ -60,10 +60,10 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
   Json list = Json::array();
   for (const auto& [frame, points] : PartialFrames(tally)) {
     list.push_back({{"frame", frame}, {"points", points}, {"kept", tally.keep_partial}});
-    text += (text.empty() ? tally.keep_partial ? "kept: " : "left out: " : "; ") +
-            std::string("number ") + std::to_string(frame) + " of " + Count(points, "point");
+    text += (text.empty() ? "" : ", ") + std::to_string(frame) + " with " + Count(points, "point");
   }
-  report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list), text);
+  report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list),
+             (tally.keep_partial ? "kept: " : "left out: ") + text);
 }
 
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
