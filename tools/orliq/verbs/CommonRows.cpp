@@ -28,7 +28,7 @@ void AddSpreadRow(Report& report, const std::vector<std::uint64_t>& points) {
   const std::uint64_t max = points.empty() ? 0 : points.back();
   report.Add("points_per_frame", points.empty() ? "" : "Points per frame",
              {{"min", min}, {"median", median}, {"max", max}},
-             "min " + Grouped(min) + ", median " + Grouped(median) + ", max " + Grouped(max));
+             Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
 }
 
 void AddRefusedRows(Report& report, const RefusedPackets& refused) {
