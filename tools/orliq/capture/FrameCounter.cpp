@@ -47,8 +47,8 @@ void FrameCounter::Add(const UdpRecord& record) {
   // What is too large or cut reaches the decoder, which refuses it for its length.
   const bool refused = *record.skip == Skip::kTooLarge || *record.skip == Skip::kCut;
   ++(refused ? frames_.back().length : frames_.back().unreadable[*record.skip]);
-  if (record.datagram && *record.skip != Skip::kVlan)
-    first_ = false;  // the driver's filter took it
+  // Only a VLAN tag hides a datagram from the driver's filter.
+  if (record.datagram && *record.skip != Skip::kVlan) first_ = false;
 }
 
 void FrameCounter::AddDatagram(const Datagram& datagram) {
