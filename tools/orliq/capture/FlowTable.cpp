@@ -87,11 +87,11 @@ std::string FramesText(const std::vector<FrameRecords>& frames, const Model& mod
   FrameSums sums;
   sums.Add(frames);
   if (frames.size() < 2) return "no frame mark in " + Count(sums.packets_after, "packet");
-  const std::string before =
-      sums.packets_before == 0 ? "" : Count(sums.packets_before, "packet") + " before, ";
-  const std::string after = sums.packets_after == 0 ? "none" : Count(sums.packets_after, "packet");
-  return Count(sums.whole, "complete " + std::string(model.name) + " frame") + ", " + before +
-         after + " after the last";
+  const std::string outside = sums.packets_before + sums.packets_after == 0
+                                  ? "no packets outside them"
+                                  : Count(sums.packets_before, "packet") + " before and " +
+                                        Grouped(sums.packets_after) + " after them";
+  return Count(sums.whole, "complete " + std::string(model.name) + " frame") + ", " + outside;
 }
 
 void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {

@@ -63,7 +63,7 @@ Json LostJson(const LostRecords& lost);
 void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model);
 void AddSkipped(Report& report, const CaptureSurvey& survey);
 
-/// "20 complete juniq frames, none after the last": packets that belong to no complete frame.
+/// "20 complete juniq frames, 4 packets before and 0 after them".
 std::string FramesText(const std::vector<FrameRecords>& frames, const Model& model);
 
 }  // namespace orliq::cli

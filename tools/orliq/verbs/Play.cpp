@@ -137,7 +137,8 @@ class Playback {
     ProgressBar bar("playing", static_cast<std::uint64_t>(tally_.last - tally_.first), quiet_);
     const auto take = [&](const typename FramePlayer<Cloud>::Frame& frame) {
       Take(frame);
-      bar.Update(static_cast<std::uint64_t>(frame.entry + 1 - tally_.first));
+      // Of the frame itself further clouds may come.
+      bar.Update(static_cast<std::uint64_t>(frame.entry - tally_.first));
     };
     tally_.interrupted = !player_.Play(tally_.first, tally_.last, take);
   }
