@@ -94,7 +94,7 @@ std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model
                                  std::uint16_t port) {
   std::map<std::uint32_t, std::uint64_t> packets;
   for (const Flow& flow : survey.flows) {
-    if (flow.port == port && IsReadable(flow, model)) {
+    if ((port == 0 || flow.port == port) && IsReadable(flow, model)) {
       packets[flow.source] += flow.fits[Index(model)];
     }
   }
@@ -107,7 +107,8 @@ std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model
 }
 
 std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port) {
-  return Listed(senders, "and") + " send to port " + std::to_string(port) +
+  return Listed(senders, "and") + " send to " +
+         (port == 0 ? "these ports" : "port " + std::to_string(port)) +
          ": a frame would mix their points, choose one with --source";
 }
 

@@ -29,7 +29,7 @@ std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& m
 /// has to choose.
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model);
 
-/// Addresses from which readable datagrams of the model go to `port`, the busiest first.
+/// Addresses from which readable datagrams of the model go to `port` (0: to any), the busiest first.
 std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
                                  std::uint16_t port);
 

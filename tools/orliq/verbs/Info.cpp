@@ -79,6 +79,7 @@ void AddSummary(Report& report, const Options& options, const CaptureSurvey& sur
   report.Add("duration_s", "Duration", duration, Fixed(duration, 3) + " s");
   report.Add("records_per_s", "Rate", rate, Fixed(rate, 1) + " records/s");
   report.Add("fault", "", survey.fault, "");
+  report.Add("interrupted", "", survey.interrupted, "");
 }
 
 /// Why the folder is of no use; nothing when it is good.
