@@ -140,7 +140,7 @@ TEST(CaptureSurvey, NumbersFramesAsTheDriverDoes) {
     const test::TempDir dir;
     test::Playback<Point> playback;
     const auto index = &capture - &captures[0];
-    EXPECT_EQ(Survey(capture, 2368, 0, FindModel("juniq")).frames.size(),
+    EXPECT_EQ(Survey(capture, 2368, 0, lidar::FindSensorModel("juniq")).frames.size(),
               static_cast<std::size_t>(playback.Open(capture.Write(dir / "c.pcap"))))
         << "capture " << index;
   }
@@ -162,7 +162,7 @@ TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {
   EXPECT_EQ(HexBytes(flow.first_bytes.data(), flow.first_bytes.size()), "EE FF 01 FF FF FF FF FF");
   EXPECT_EQ(FitText(flow), "corvik, brantis or hestra (2 of 3)");
   EXPECT_EQ(FitText(survey.flows[1]), "juniq");
-  EXPECT_EQ(FittingPort(survey, *FindModel("juniq")), 2369);
+  EXPECT_EQ(FittingPort(survey, *lidar::FindSensorModel("juniq")), 2369);
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ using FlowKey = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t, std::opt
 class Surveyor {
  public:
   Surveyor(CaptureSurvey& survey, const Model* model) : survey_(survey) {
-    if (model == nullptr || !model->decodable) return;
-    model_ = static_cast<std::size_t>(model - Models().data());
+    if (model == nullptr || !model->decodes_points) return;
+    model_ = ModelIndex(*model);
     counter_.emplace(*model);
     new_counter_ = counter_;
   }
@@ -70,8 +70,8 @@ class Surveyor {
 
   /// By its length and first bytes, also of a datagram that the driver cannot read.
   static void NoteFits(Flow& flow, const Datagram& datagram) {
-    for (std::size_t i = 0; i < kModels; ++i) {
-      const Model& model = Models()[i];
+    for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
+      const Model& model = lidar::SensorModels()[i];
       if (datagram.present_bytes < model.identifier_bytes) continue;
       if (Fits(model, datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
     }

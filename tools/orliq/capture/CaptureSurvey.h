@@ -24,9 +24,10 @@ struct Flow {
   std::uint64_t packets = 0;
   std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
   std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
-  std::array<std::uint64_t, kModels> fits{};   ///< datagrams that fit each model of Models()
-  std::optional<Skip> hindrance;               ///< why the driver cannot read them, if it cannot
-  std::vector<FrameRecords> frames;            ///< of the model asked for, if it fits
+  std::array<std::uint64_t, lidar::kSensorModels>
+      fits{};                        ///< datagrams that fit each model of lidar::SensorModels()
+  std::optional<Skip> hindrance;     ///< why the driver cannot read them, if it cannot
+  std::vector<FrameRecords> frames;  ///< of the model asked for, if it fits
 };
 
 /// What a capture holds.

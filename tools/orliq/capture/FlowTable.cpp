@@ -38,8 +38,8 @@ Json FlowJson(const Flow& flow) {
   Json sizes = Json::object();
   for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
   Json fits = Json::object();
-  for (std::size_t i = 0; i < kModels; ++i) {
-    if (flow.fits[i] > 0) fits[Models()[i].name] = flow.fits[i];
+  for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
+    if (flow.fits[i] > 0) fits[lidar::SensorModels()[i].name] = flow.fits[i];
   }
   Json json = {{"destination", DottedAddress(flow.destination)},
                {"destination_port", flow.port},

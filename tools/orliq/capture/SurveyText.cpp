@@ -11,10 +11,6 @@
 namespace orliq::cli {
 namespace {
 
-std::size_t Index(const Model& model) {
-  return static_cast<std::size_t>(&model - Models().data());
-}
-
 /// "a, b or c"
 std::string Listed(const std::vector<std::string>& words, const std::string& last) {
   std::string text;
@@ -27,14 +23,14 @@ std::string Listed(const std::vector<std::string>& words, const std::string& las
 
 std::vector<std::string> FittingModels(const Flow& flow) {
   std::vector<std::string> names;
-  for (const Model& model : Models()) {
-    if (flow.fits[Index(model)] > 0) names.emplace_back(model.name);
+  for (const Model& model : lidar::SensorModels()) {
+    if (flow.fits[ModelIndex(model)] > 0) names.emplace_back(model.name);
   }
   return names;
 }
 
 bool IsReadable(const Flow& flow, const Model& model) {
-  return !flow.hindrance && flow.fits[Index(model)] > 0;
+  return !flow.hindrance && flow.fits[ModelIndex(model)] > 0;
 }
 
 /// What stands in the driver's way, in few words.
@@ -68,7 +64,7 @@ bool FitsAny(const CaptureSurvey& survey, const Model& model) {
 }
 
 bool FitsAnyModel(const CaptureSurvey& survey) {
-  return std::any_of(Models().begin(), Models().end(),
+  return std::any_of(lidar::SensorModels().begin(), lidar::SensorModels().end(),
                      [&](const Model& model) { return FitsAny(survey, model); });
 }
 
@@ -95,7 +91,7 @@ std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model
   std::map<std::uint32_t, std::uint64_t> packets;
   for (const Flow& flow : survey.flows) {
     if ((port == 0 || flow.port == port) && IsReadable(flow, model)) {
-      packets[flow.source] += flow.fits[Index(model)];
+      packets[flow.source] += flow.fits[ModelIndex(model)];
     }
   }
   std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
@@ -136,7 +132,8 @@ namespace {
 /// A flow of the model that is there, but that the driver cannot read; null without one.
 const Flow* UnreadableFlow(const CaptureSurvey& survey, const Model* model) {
   const auto fits = [&](const Flow& flow) {
-    const bool any = model == nullptr ? !FittingModels(flow).empty() : flow.fits[Index(*model)] > 0;
+    const bool any =
+        model == nullptr ? !FittingModels(flow).empty() : flow.fits[ModelIndex(*model)] > 0;
     return flow.hindrance && any;
   };
   const auto found = std::find_if(survey.flows.begin(), survey.flows.end(), fits);

@@ -99,12 +99,12 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
                         const Console& console) {
   if (!folder) {
-    if (model.needs_check_folder) {
+    if (model.needs_tables) {
       console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
     }
     return;
   }
-  if (!model.needs_check_folder) return;
+  if (!model.needs_tables) return;
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
   if (!report.complete) {
     throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report));

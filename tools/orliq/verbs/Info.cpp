@@ -104,7 +104,7 @@ const Model* ChosenModel(const Options& options) {
     if (!options.check_folder) return nullptr;
     throw Failure(ExitCode::kUsage, "--check-folder needs --model: tables differ by model");
   }
-  const Model* const model = FindModel(options.model);
+  const Model* const model = lidar::FindSensorModel(options.model);
   if (model != nullptr) return model;
   throw Failure(ExitCode::kUsage,
                 "--model " + options.model + " is unknown: use one of " + ModelNames());
@@ -112,7 +112,7 @@ const Model* ChosenModel(const Options& options) {
 
 /// What to know before these packets are played.
 void Advise(const CaptureSurvey& survey, const Model& model, const Console& console) {
-  if (!model.decodable && FitsAny(survey, model)) {
+  if (!model.decodes_points && FitsAny(survey, model)) {
     console.Note("this version cannot count frames of " + std::string(model.name) + ", only of " +
                  ModelNames(true));
   }
