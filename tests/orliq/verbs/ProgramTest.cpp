@@ -245,7 +245,7 @@ TEST_F(Captures, OfTwoSensorsAreToldApart) {
   json alone = Play(plain, 0);
   EXPECT_EQ(alone["senders"], json{"192.168.1.200"});
   EXPECT_EQ(Play(mixed, 0)["senders"].size(), 2U);
-  EXPECT_THAT(outcome_.err, HasSubstr("192.168.1.201 and 192.168.1.200 send to port 2368"));
+  EXPECT_THAT(outcome_.err, HasSubstr("192.168.1.200 and 192.168.1.201 send to port 2368"));
   const json chosen = Play(mixed, 0, "--source 192.168.1.201");
   EXPECT_EQ(chosen["senders"], json{"192.168.1.201"});
   EXPECT_EQ(chosen["points_per_frame"], alone["points_per_frame"]);

@@ -21,6 +21,13 @@ std::string Listed(const std::vector<std::string>& words, const std::string& las
   return text;
 }
 
+std::vector<std::string> PortNames(const std::set<std::uint16_t>& ports) {
+  std::vector<std::string> names(ports.size());
+  std::transform(ports.begin(), ports.end(), names.begin(),
+                 [](std::uint16_t port) { return std::to_string(port); });
+  return names;
+}
+
 std::vector<std::string> FittingModels(const Flow& flow) {
   std::vector<std::string> names;
   for (const Model& model : lidar::SensorModels()) {
@@ -79,11 +86,9 @@ std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& m
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model) {
   const auto ports = FittingPorts(survey, model);
   if (ports.size() <= 1) return ports.empty() ? std::uint16_t{0} : *ports.begin();
-  std::vector<std::string> names;
-  for (const std::uint16_t port : ports) names.push_back(std::to_string(port));
   throw Failure(ExitCode::kUsage, "packets that fit " + std::string(model.name) +
                                       " go to several ports: choose one with --port (" +
-                                      Listed(names, "or") + ')');
+                                      Listed(PortNames(ports), "or") + ')');
 }
 
 std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
@@ -94,11 +99,12 @@ std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model
       packets[flow.source] += flow.fits[ModelIndex(model)];
     }
   }
-  std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
-  for (const auto& [source, count] : packets) order.emplace_back(count, source);
-  std::sort(order.rbegin(), order.rend());
-  std::vector<std::string> names;
-  for (const auto& [count, source] : order) names.push_back(DottedAddress(source));
+  std::vector<std::pair<std::uint32_t, std::uint64_t>> order(packets.begin(), packets.end());
+  std::stable_sort(order.begin(), order.end(),
+                   [](const auto& a, const auto& b) { return a.second > b.second; });
+  std::vector<std::string> names(order.size());
+  std::transform(order.begin(), order.end(), names.begin(),
+                 [](const auto& sender) { return DottedAddress(sender.first); });
   return names;
 }
 
@@ -148,8 +154,7 @@ std::string ScopeText(const SurveyScope& scope) {
 /// What to try for a model, none of whose packets is within the scope.
 std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const Model& model) {
   if (FitsAny(survey, model)) {
-    std::vector<std::string> ports;
-    for (const auto port : FittingPorts(survey, model)) ports.push_back(std::to_string(port));
+    const auto ports = PortNames(FittingPorts(survey, model));
     return ", but those to port " + Listed(ports, "or") + " do: leave " +
            (scope.source == 0 ? "--port" : "--port and --source") + " away";
   }

@@ -87,7 +87,7 @@ class HeaderReader {
     if ((fragment & kFragmentOffset) != 0) return End(Skip::kLaterPiece);
     datagram_.source = Address(header + 12);
     datagram_.destination = Address(header + 16);
-    const std::size_t header_bytes = 4 * (header[0] & 0x0FU);
+    const std::size_t header_bytes = std::size_t{4} * (header[0] & 0x0FU);
     if (header_bytes < kIpv4Bytes) return End(Skip::kNotUdp);
     if (header_bytes > kIpv4Bytes) Hinder(Skip::kIpOptions);
     split_ = (fragment & kMoreFragments) != 0;
