@@ -51,6 +51,13 @@ class CaptureBuilder {
     return frame;
   }
 
+  /// The frame with further bytes before position `at`: a VLAN tag, IP options.
+  static Bytes Widened(Bytes frame, std::size_t at, const Bytes& more) {
+    frame.insert(frame.begin() + static_cast<std::ptrdiff_t>(at), more.begin(), more.end());
+    return frame;
+  }
+  static Bytes VlanTagged(const Bytes& frame) { return Widened(frame, 12, {0x81, 0, 0, 5}); }
+
   std::string Write(const std::filesystem::path& path) const {
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes_.data()),

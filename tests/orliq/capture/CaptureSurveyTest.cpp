@@ -5,6 +5,7 @@
 
 #include "orliq/capture/SurveyText.h"
 #include "support/CaptureBuilder.h"
+#include "support/Playback.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {
@@ -25,41 +26,124 @@ Bytes Patched(Bytes frame, std::size_t position, std::uint8_t value) {
   return frame;
 }
 
-CaptureSurvey Survey(const CaptureBuilder& capture, std::uint16_t port = 0) {
+CaptureSurvey Survey(const CaptureBuilder& capture, std::uint16_t port = 0,
+                     std::uint32_t source = 0, const Model* model = nullptr) {
   const test::TempDir dir;
-  return SurveyCapture(capture.Write(dir / "c.pcap"), port, {});
+  return SurveyCapture(capture.Write(dir / "c.pcap"), {port, source, model}, {});
+}
+
+/// The IPv4 header exchanged for one of IPv6, behind it `options` with the number `next`.
+Bytes Ipv6(Bytes frame, std::uint8_t next, const Bytes& options = {}) {
+  Bytes header = {0x86, 0xDD, 0x60, 0, 0, 0, 0, 0, next, 64};
+  header.resize(2 + 40, 0x20);
+  for (const std::uint8_t byte : options) header.push_back(byte);
+  frame.erase(frame.begin() + 12, frame.begin() + 34);
+  return CaptureBuilder::Widened(std::move(frame), 12, header);
 }
 
 TEST(CaptureSurvey, NamesTheReasonForEveryRecordThatCannotBePlayed) {
   const Bytes good = Frame(1104);
   const auto head = [&](std::ptrdiff_t size) { return Bytes(good.begin(), good.begin() + size); };
+  const auto vlan = CaptureBuilder::VlanTagged;
+  const Bytes options = CaptureBuilder::Widened(Patched(good, 14, 0x46), 34, {1, 1, 1, 0});
+  const Bytes first_piece = Patched(Patched(good, 20, 0x20), 38, 0x61);
+  const Bytes fragment_header = {17, 0, 0, 1, 0, 0, 0, 7};
+  const Bytes hop_by_hop = {17, 1, 5, 12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
   const struct {
     const char* why;
     Bytes frame;
     std::uint32_t wire;  // 0: as long as the frame
     Skip expected;
+    std::size_t size;  // of the datagram that is shown as a flow; 0: none
   } rows[] = {
-      {"a runt that a filter without a port takes for UDP", head(24), 0, Skip::kTooShort},
-      {"one byte of the headers is missing", head(41), 0, Skip::kTooShort},
-      {"headers cut off by the snap length", head(30), 1146, Skip::kCut},
-      {"payload cut off by the snap length", head(60), 1146, Skip::kCut},
-      {"one byte more than a buffer holds", Frame(1547), 0, Skip::kTooLarge},
-      {"VLAN tag moves the payload", Patched(good, 12, 0x81), 0, Skip::kVlan},
-      {"IPv6", Patched(Patched(good, 12, 0x86), 13, 0xDD), 0, Skip::kIpv6},
-      {"later fragment: has no ports", Patched(good, 21, 0x01), 0, Skip::kFragment},
-      {"IP options move the payload", Patched(good, 14, 0x46), 0, Skip::kIpOptions},
-      {"ARP", Patched(good, 13, 0x06), 0, Skip::kNotUdp},
-      {"another sensor's port", Frame(1104, 2369), 0, Skip::kOtherPort},
+      {"a runt that a filter without a port takes for UDP", head(24), 0, Skip::kTooShort, 0},
+      {"one byte of the headers is missing", head(41), 0, Skip::kTooShort, 0},
+      {"headers cut off by the snap length", head(30), 1146, Skip::kCut, 0},
+      {"payload cut off by the snap length", head(60), 1146, Skip::kCut, 1104},
+      {"one byte more than a buffer holds", Frame(1547), 0, Skip::kTooLarge, 1547},
+      {"VLAN tag moves the payload", vlan(good), 0, Skip::kVlan, 1104},
+      {"two of them", vlan(vlan(good)), 0, Skip::kVlan, 1104},
+      {"a tagged datagram to another port", vlan(Frame(9, 2369)), 0, Skip::kOtherPort, 0},
+      {"a tagged frame without IP", vlan(Patched(good, 13, 0x06)), 0, Skip::kNotUdp, 0},
+      {"ends within its tag", vlan(head(13)), 0, Skip::kTooShort, 0},
+      {"IPv6 to another port", Ipv6(Frame(9, 2369), 17), 0, Skip::kOtherPort, 0},
+      {"later fragment: has no ports", Patched(good, 21, 0x01), 0, Skip::kLaterPiece, 0},
+      {"first fragment: tells the whole length", first_piece, 0, Skip::kFragment, 0x6158 - 8},
+      {"IP options move the payload", options, 0, Skip::kIpOptions, 1104},
+      {"a header length below the least", Patched(good, 14, 0x44), 0, Skip::kNotUdp, 0},
+      {"ARP", Patched(good, 13, 0x06), 0, Skip::kNotUdp, 0},
+      {"TCP", CaptureBuilder::Frame({}, 2368, 6), 0, Skip::kNotUdp, 0},
+      {"another sensor's port", Frame(1104, 2369), 0, Skip::kOtherPort, 0},
+      {"another sensor", Patched(good, 29, 201), 0, Skip::kOtherSource, 0},
   };
+  const std::uint32_t sensor = *ParseAddress("192.168.1.200");
   for (const auto& row : rows) {
-    const auto survey = Survey(CaptureBuilder().Record(row.frame, row.wire).Record(good), 2368);
+    CaptureBuilder capture;
+    const auto survey = Survey(capture.Record(row.frame, row.wire).Record(good), 2368, sensor);
     EXPECT_EQ(survey.Skipped(row.expected), 1U) << row.why;
-    ASSERT_EQ(survey.flows.size(), 1U) << row.why;
-    EXPECT_EQ(survey.flows[0].packets, 1U) << row.why;
+    std::map<std::optional<Skip>, std::size_t> sizes;
+    for (const Flow& flow : survey.flows) sizes[flow.hindrance] = flow.sizes.begin()->first;
+    std::map<std::optional<Skip>, std::size_t> expected = {{std::nullopt, 1104}};
+    if (row.size > 0) expected[row.expected] = row.size;
+    EXPECT_EQ(sizes, expected) << row.why;
+  }
+  const Bytes ipv6[] = {Ipv6(good, 17), Ipv6(good, 0, hop_by_hop), Ipv6(good, 44, fragment_header)};
+  for (const Bytes& frame : ipv6) {
+    const auto survey = Survey(CaptureBuilder().Record(frame), 2368);
+    EXPECT_EQ(survey.Skipped(Skip::kIpv6), 1U);
+    EXPECT_EQ(FitText(survey.flows.at(0)), "juniq, but by IPv6");
   }
   const auto cooked = Survey(CaptureBuilder(65535, 113).Record(good));
   EXPECT_EQ(cooked.Skipped(Skip::kOtherLinkType), 1U) << "never read as Ethernet";
   EXPECT_TRUE(cooked.flows.empty());
+}
+
+/// As many packets a frame; each mark but the last is the one packet's last block.
+TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
+  const struct {
+    const char* why;
+    std::vector<std::uint64_t> packets;
+    int first, last;
+  } rows[] = {
+      {"begins with a frame's first packet", {768, 768, 768, 0}, 0, 3},
+      {"begins one packet later", {767, 768, 768, 0}, 1, 3},
+      {"lost as many as another frame", {760, 768, 760, 768, 9}, 0, 4},
+      {"a frame that lost more than a tenth is no measure", {500, 768, 20, 768, 0}, 1, 4},
+      {"a single mark: what follows it is a part of a frame", {300, 301}, 1, 1},
+      {"and no longer than a whole one", {301, 300}, 0, 1},
+      {"no mark at all", {500}, 0, 0},
+  };
+  for (const auto& row : rows) {
+    std::vector<FrameRecords> frames(row.packets.size());
+    for (std::size_t i = 0; i < frames.size(); ++i) frames[i].packets = row.packets[i];
+    const WholeFrames whole = FindWholeFrames(frames);
+    EXPECT_EQ(whole.first, row.first) << row.why;
+    EXPECT_EQ(whole.last, row.last) << row.why;
+  }
+}
+
+TEST(CaptureSurvey, NumbersFramesAsTheDriverDoes) {
+  const test::JuniqPacket plain;
+  const auto mark = [&](std::size_t block) {
+    return test::JuniqPacket().Block(block, test::kMarker);
+  };
+  const Bytes foreign(10), cut = CaptureBuilder::Frame(Bytes(20), 2368);
+  const CaptureBuilder captures[] = {
+      CaptureBuilder().Udp(plain).Udp(mark(63)).Udp(plain).Udp(mark(5)),
+      CaptureBuilder().Udp(mark(63)).Udp(plain).Udp(mark(0)).Udp(plain),
+      CaptureBuilder().Udp(foreign).Udp(mark(9)).Udp(mark(9)),
+      CaptureBuilder().Record(cut, 1146).Udp(mark(9)).Udp(plain),
+      CaptureBuilder().Record(CaptureBuilder::VlanTagged(cut)).Udp(mark(9)).Udp(plain),
+      CaptureBuilder().Udp(foreign, 9).Udp(mark(9)).Udp(plain),
+  };
+  for (const CaptureBuilder& capture : captures) {
+    const test::TempDir dir;
+    test::Playback<Point> playback;
+    const auto index = &capture - &captures[0];
+    EXPECT_EQ(Survey(capture, 2368, 0, lidar::FindSensorModel("juniq")).frames.size(),
+              static_cast<std::size_t>(playback.Open(capture.Write(dir / "c.pcap"))))
+        << "capture " << index;
+  }
 }
 
 TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {
@@ -76,7 +160,7 @@ TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {
   EXPECT_EQ(flow.port, 2368);
   EXPECT_EQ(flow.sizes, (std::map<std::size_t, std::uint64_t>{{0, 1}, {1236, 2}}));
   EXPECT_EQ(HexBytes(flow.first_bytes.data(), flow.first_bytes.size()), "EE FF 01 FF FF FF FF FF");
-  EXPECT_EQ(FitText(flow), "corvik or brantis or hestra (2 of 3)");
+  EXPECT_EQ(FitText(flow), "corvik, brantis or hestra (2 of 3)");
   EXPECT_EQ(FitText(survey.flows[1]), "juniq");
   EXPECT_EQ(FittingPort(survey, *lidar::FindSensorModel("juniq")), 2369);
 }

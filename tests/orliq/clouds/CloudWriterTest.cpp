@@ -5,6 +5,8 @@
 
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <tuple>
 
 #include "orliq/terminal/ExitCode.h"
 #include "support/TempDir.h"
@@ -82,6 +84,50 @@ TEST(CloudWriter, WritesThePointTimeAsDoubleAndTheSourceBytesOneByOne) {
       "\n0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0\n"
       "1.5,-0.1,3e-08,65535,191,1700000000.123456,-7,0,0,0,0,0,0,0,0,200\n";
   ExpectFiles(cloud, expected);
+}
+
+/// "kind format" of what --out names, or the exit code and what the sentence says.
+std::string TargetText(const std::filesystem::path& path, const std::string& format = "") {
+  try {
+    const CloudTarget target = ExamineTarget(path, format, false);
+    return (target.single_file ? "file " : "folder ") + CloudFormatName(target.format);
+  } catch (const Failure& failure) {
+    return std::to_string(static_cast<int>(failure.Code()));
+  }
+}
+
+TEST(CloudWriter, TakesANameForAFileOnlyWhenItsEndingIsAFormat) {
+  const test::TempDir dir;
+  std::filesystem::create_directory(dir / "run.2024");
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      {"frames", "", "folder pcd"}, {"frames", "csv", "folder csv"},
+      {"a.ply", "", "file ply"},    {"a.PCD", "", "file pcd"},
+      {"a.ply", "ply", "file ply"}, {"a.ply", "pcd", "2"},
+      {"a.las", "", "2"},           {"a.las", "pcd", "2"},
+      {"a.las/", "", "folder pcd"}, {"run.2024", "", "folder pcd"},
+      {"run.2025", "", "2"},        {"a.ply/", "", "folder pcd"},
+  };
+  for (const auto& [name, format, expected] : rows) {
+    EXPECT_EQ(TargetText(dir / name, format), expected) << name << ' ' << format;
+  }
+}
+
+TEST(CloudWriter, NeverMixesItsFramesWithThoseOfAnEarlierRun) {
+  const test::TempDir dir;
+  const auto cloud = TwoPoints<Point>();
+  for (const char* name : {"frame_000001.ply", "frame_000001_1.csv", "frame_notes.csv"}) {
+    dir.Write(name, "old");
+  }
+  EXPECT_EQ(TargetText(dir.path()), "4");
+  CloudWriter writer(dir.path(), "", true);
+  EXPECT_TRUE(std::filesystem::exists(dir / "frame_000001.ply")) << "until the first new one";
+  for (int frame = 0; frame < 2; ++frame) writer.Write(View(cloud), frame, 0);
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
+    names.insert(entry.path().filename());
+  }
+  EXPECT_EQ(names,
+            (std::set<std::string>{"frame_000000.pcd", "frame_000001.pcd", "frame_notes.csv"}));
 }
 
 }  // namespace

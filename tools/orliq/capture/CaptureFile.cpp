@@ -57,9 +57,15 @@ double CaptureFile::Time() const {
   return static_cast<double>(header_->ts.tv_sec) + static_cast<double>(header_->ts.tv_usec) * 1e-6;
 }
 
-std::variant<Skip, Datagram> CaptureFile::Content(const Wanted& wanted) const {
-  if (!ethernet_) return Skip::kOtherLinkType;
+UdpRecord CaptureFile::Read(const Wanted& wanted) const {
+  if (!ethernet_) return {Skip::kOtherLinkType, {}};
   return ReadUdpRecord(bytes_, header_->caplen, header_->len, wanted);
+}
+
+std::variant<Skip, Datagram> CaptureFile::Content(const Wanted& wanted) const {
+  const UdpRecord record = Read(wanted);
+  if (record.skip) return *record.skip;
+  return *record.datagram;
 }
 
 std::uint64_t CaptureFile::Position() const {

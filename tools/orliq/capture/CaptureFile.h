@@ -24,7 +24,9 @@ class CaptureFile {
 
   // Of the present record.
   double Time() const;  ///< [s] UTC
-  /// The datagram in it, if it is wanted; valid until Next.
+  /// What stands in it; valid until Next.
+  UdpRecord Read(const Wanted& wanted) const;
+  /// The datagram in it, if it is wanted and whole, else the reason; valid until Next.
   std::variant<Skip, Datagram> Content(const Wanted& wanted) const;
 
   std::uint64_t Records() const { return records_; }  ///< so far

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "orliq/capture/CaptureFile.h"
+#include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {
 namespace {
@@ -12,20 +13,33 @@ namespace {
 constexpr std::size_t kMaxFlows = 1000;         // a port scan must not fill the memory
 constexpr std::uint64_t kProgressEvery = 4096;  // [records]
 
-using FlowKey = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t>;
+using FlowKey = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t, std::optional<Skip>>;
 
 class Surveyor {
  public:
-  explicit Surveyor(CaptureSurvey& survey) : survey_(survey) {}
+  Surveyor(CaptureSurvey& survey, const Model* model) : survey_(survey) {
+    if (model == nullptr || !model->decodes_points) return;
+    model_ = ModelIndex(*model);
+    counter_.emplace(*model);
+    new_counter_ = counter_;
+  }
 
-  void Add(double time, const std::variant<Skip, Datagram>& record) {
+  void Add(double time, const UdpRecord& record) {
     NoteTime(time);
     ++survey_.records;
-    if (const auto* const reason = std::get_if<Skip>(&record)) {
-      ++survey_.skipped[static_cast<std::size_t>(*reason)];
-    } else {
-      Add(std::get<Datagram>(record));
+    if (record.skip) ++survey_.skipped[static_cast<std::size_t>(*record.skip)];
+    if (counter_) counter_->Add(record);
+    if (record.datagram) AddToFlow(record);
+  }
+
+  void Finish() {
+    if (counter_) survey_.frames = counter_->Frames();
+    for (const auto& [flow, counter] : flow_counters_) {
+      survey_.flows[flow].frames = counter.Frames();
     }
+    std::sort(survey_.flows.begin(), survey_.flows.end(), [](const Flow& a, const Flow& b) {
+      return std::tie(a.port, b.packets, a.source) < std::tie(b.port, a.packets, b.source);
+    });
   }
 
  private:
@@ -35,8 +49,9 @@ class Surveyor {
     survey_.last_time = first ? time : std::max(survey_.last_time, time);
   }
 
-  void Add(const Datagram& datagram) {
-    const FlowKey key = {datagram.port, datagram.source, datagram.destination};
+  void AddToFlow(const UdpRecord& record) {
+    const Datagram& datagram = *record.datagram;
+    const FlowKey key = {datagram.port, datagram.source, datagram.destination, record.skip};
     auto known = places_.find(key);
     if (known == places_.end()) {
       if (survey_.flows.size() >= kMaxFlows) {
@@ -44,48 +59,68 @@ class Surveyor {
         return;
       }
       known = places_.emplace(key, survey_.flows.size()).first;
-      survey_.flows.push_back(NewFlow(datagram));
+      survey_.flows.push_back(NewFlow(record));
     }
     Flow& flow = survey_.flows[known->second];
     ++flow.packets;
     ++flow.sizes[datagram.payload_bytes];
+    NoteFits(flow, datagram);
+    CountFrames(known->second, record);
+  }
+
+  /// By its length and first bytes, also of a datagram that the driver cannot read.
+  static void NoteFits(Flow& flow, const Datagram& datagram) {
     for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
-      if (Fits(lidar::SensorModels()[i], datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
+      const Model& model = lidar::SensorModels()[i];
+      if (datagram.present_bytes < model.identifier_bytes) continue;
+      if (Fits(model, datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
     }
   }
 
-  static Flow NewFlow(const Datagram& datagram) {
+  void CountFrames(std::size_t flow, const UdpRecord& record) {
+    if (!counter_ || record.skip || survey_.flows[flow].fits[model_] == 0) return;
+    flow_counters_.emplace(flow, *new_counter_).first->second.Add(record);
+  }
+
+  static Flow NewFlow(const UdpRecord& record) {
+    const Datagram& datagram = *record.datagram;
     Flow flow;
+    flow.hindrance = record.skip;
     flow.source = datagram.source;
     flow.destination = datagram.destination;
     flow.source_port = datagram.source_port;
     flow.port = datagram.port;
     flow.first_bytes.assign(datagram.payload,
-                            datagram.payload + std::min<std::size_t>(8, datagram.payload_bytes));
+                            datagram.payload + std::min<std::size_t>(8, datagram.present_bytes));
     return flow;
   }
 
   CaptureSurvey& survey_;
-  std::map<FlowKey, std::size_t> places_;  // index into survey_.flows
+  std::map<FlowKey, std::size_t> places_;              // index into survey_.flows
+  std::size_t model_ = 0;                              // index of the one whose frames are counted
+  std::optional<FrameCounter> counter_, new_counter_;  // nothing: no frames are counted
+  std::map<std::size_t, FrameCounter> flow_counters_;  // by index into survey_.flows
 };
 
 }  // namespace
 
-CaptureSurvey SurveyCapture(const std::string& path, std::uint16_t port,
+CaptureSurvey SurveyCapture(const std::string& path, const SurveyScope& scope,
                             const SurveyProgress& progress) {
   CaptureFile capture(path);
   CaptureSurvey survey;
   survey.file_bytes = capture.FileBytes();
   survey.link_type = capture.LinkType();
-  Surveyor surveyor(survey);
+  Surveyor surveyor(survey, scope.model);
+  const Wanted wanted = {scope.port, kDriverBufferBytes, scope.source};
   while (capture.Next()) {
-    surveyor.Add(capture.Time(), capture.Content({port}));
-    if (progress && survey.records % kProgressEvery == 0) progress(capture.Position());
+    surveyor.Add(capture.Time(), capture.Read(wanted));
+    if (survey.records % kProgressEvery != 0) continue;
+    if (progress) progress(capture.Position());
+    survey.interrupted = InterruptRequested();
+    if (survey.interrupted) break;
   }
   survey.fault = capture.Fault();
-  std::sort(survey.flows.begin(), survey.flows.end(), [](const Flow& a, const Flow& b) {
-    return std::tie(a.port, b.packets, a.source) < std::tie(b.port, a.packets, b.source);
-  });
+  surveyor.Finish();
   return survey;
 }
 

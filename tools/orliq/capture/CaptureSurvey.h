@@ -5,15 +5,17 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "orliq/capture/FrameCounter.h"
 #include "orliq/capture/UdpRecord.h"
 #include "orliq/sensors/Models.h"
 
 namespace orliq::cli {
 
-/// The datagrams of a capture that go from one address to one address and port.
+/// The datagrams of a capture that go from one address to one address and port, in one arrangement.
 struct Flow {
   std::uint32_t source = 0;
   std::uint32_t destination = 0;
@@ -22,7 +24,10 @@ struct Flow {
   std::uint64_t packets = 0;
   std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
   std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
-  std::array<std::uint64_t, lidar::kSensorModels> fits{};  ///< datagrams that fit each model
+  std::array<std::uint64_t, lidar::kSensorModels>
+      fits{};                        ///< datagrams that fit each model of lidar::SensorModels()
+  std::optional<Skip> hindrance;     ///< why the driver cannot read them, if it cannot
+  std::vector<FrameRecords> frames;  ///< of the model asked for, if it fits
 };
 
 /// What a capture holds.
@@ -33,21 +38,30 @@ struct CaptureSurvey {
   std::vector<Flow> flows;             ///< by port, then the one with most packets first
   std::uint64_t in_further_flows = 0;  ///< datagrams of flows beyond the limit of 1,000
   std::array<std::uint64_t, kSkips> skipped{};
-  double first_time = 0.0;  ///< [s] UTC, earliest record
-  double last_time = 0.0;   ///< [s] UTC, latest record
-  std::string fault;        ///< why reading stopped before the end of the file; else empty
+  double first_time = 0.0;           ///< [s] UTC, earliest record
+  double last_time = 0.0;            ///< [s] UTC, latest record
+  std::string fault;                 ///< why reading stopped before the end of the file; else empty
+  bool interrupted = false;          ///< the user ended the survey
+  std::vector<FrameRecords> frames;  ///< of all the wanted datagrams, for the model asked for
 
   std::uint64_t Skipped(Skip reason) const { return skipped[static_cast<std::size_t>(reason)]; }
   double Duration() const { return last_time - first_time; }
 };
 
+/// What is looked for in a capture.
+struct SurveyScope {
+  std::uint16_t port = 0;        ///< destination; 0: any
+  std::uint32_t source = 0;      ///< address of the sender; 0: any
+  const Model* model = nullptr;  ///< whose frames are counted, if it is decodable; null: none
+};
+
 /// Tells how many of the file's bytes have been read.
 using SurveyProgress = std::function<void(std::uint64_t)>;
 
-/// Reads a whole capture file (pcap or pcapng) once. `port` 0 takes every destination port. Throws
-/// Failure when the file cannot be opened or is no capture; a fault further on ends the survey and
-/// stands in `fault`.
-CaptureSurvey SurveyCapture(const std::string& path, std::uint16_t port,
+/// Reads a whole capture file (pcap or pcapng) once, until the user interrupts it. Throws Failure
+/// when the file cannot be opened or is no capture; a fault further on ends the survey and stands in
+/// `fault`.
+CaptureSurvey SurveyCapture(const std::string& path, const SurveyScope& scope,
                             const SurveyProgress& progress);
 
 }  // namespace orliq::cli

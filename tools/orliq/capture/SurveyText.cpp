@@ -2,8 +2,7 @@
 #include "orliq/capture/SurveyText.h"
 
 #include <algorithm>
-#include <set>
-#include <vector>
+#include <utility>
 
 #include "orliq/capture/CaptureFile.h"
 #include "orliq/terminal/ExitCode.h"
@@ -12,7 +11,22 @@
 namespace orliq::cli {
 namespace {
 
-constexpr std::size_t kSizesShown = 3;
+/// "a, b or c"
+std::string Listed(const std::vector<std::string>& words, const std::string& last) {
+  std::string text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? ' ' + last + ' ' : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+std::vector<std::string> PortNames(const std::set<std::uint16_t>& ports) {
+  std::vector<std::string> names(ports.size());
+  std::transform(ports.begin(), ports.end(), names.begin(),
+                 [](std::uint16_t port) { return std::to_string(port); });
+  return names;
+}
 
 std::vector<std::string> FittingModels(const Flow& flow) {
   std::vector<std::string> names;
@@ -22,138 +36,183 @@ std::vector<std::string> FittingModels(const Flow& flow) {
   return names;
 }
 
-std::string Endpoint(std::uint32_t address, std::uint16_t port) {
-  return DottedAddress(address) + ':' + std::to_string(port);
+bool IsReadable(const Flow& flow, const Model& model) {
+  return !flow.hindrance && flow.fits[ModelIndex(model)] > 0;
 }
 
-/// The commonest payload sizes: "1104", or "1104 (15,000), 60 (3)" when they differ.
-std::string SizesText(const Flow& flow) {
-  std::vector<std::pair<std::size_t, std::uint64_t>> sizes(flow.sizes.begin(), flow.sizes.end());
-  if (sizes.size() == 1) return std::to_string(sizes[0].first);
-  std::sort(sizes.begin(), sizes.end(),
-            [](const auto& a, const auto& b) { return a.second > b.second; });
-  std::string text;
-  for (std::size_t i = 0; i < std::min(sizes.size(), kSizesShown); ++i) {
-    text += (i == 0 ? "" : ", ") + std::to_string(sizes[i].first) + " (" +
-            Grouped(sizes[i].second) + ')';
+/// What stands in the driver's way, in few words.
+const char* HindranceText(Skip reason) {
+  switch (reason) {
+    case Skip::kVlan:
+      return "VLAN-tagged";
+    case Skip::kIpv6:
+      return "by IPv6";
+    case Skip::kIpOptions:
+      return "with IP options";
+    case Skip::kFragment:
+      return "in fragments";
+    case Skip::kCut:
+      return "cut short";
+    default:
+      return "too large for these sensors";
   }
-  return sizes.size() > kSizesShown ? text + ", ..." : text;
-}
-
-Json FlowJson(const Flow& flow) {
-  Json sizes = Json::object();
-  for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
-  Json fits = Json::object();
-  for (const Model& model : lidar::SensorModels()) {
-    if (flow.fits[ModelIndex(model)] > 0) fits[model.name] = flow.fits[ModelIndex(model)];
-  }
-  return {{"destination", DottedAddress(flow.destination)},
-          {"destination_port", flow.port},
-          {"source", DottedAddress(flow.source)},
-          {"source_port", flow.source_port},
-          {"packets", flow.packets},
-          {"payload_sizes", sizes},
-          {"first_bytes", HexBytes(flow.first_bytes.data(), flow.first_bytes.size())},
-          {"fits", fits}};
-}
-
-std::string Joined(const std::vector<std::string>& words, const std::string& between) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
-  return text;
 }
 
 }  // namespace
 
-CaptureSurvey SurveyWithBar(const std::string& path, std::uint16_t port, bool quiet) {
+CaptureSurvey SurveyWithBar(const std::string& path, const SurveyScope& scope, bool quiet) {
   ProgressBar bar("reading", ReadableFileBytes(path), quiet);
-  return SurveyCapture(path, port, [&](std::uint64_t bytes) { bar.Update(bytes); });
+  return SurveyCapture(path, scope, [&](std::uint64_t bytes) { bar.Update(bytes); });
 }
 
 bool FitsAny(const CaptureSurvey& survey, const Model& model) {
   return std::any_of(survey.flows.begin(), survey.flows.end(),
-                     [&](const Flow& flow) { return flow.fits[ModelIndex(model)] > 0; });
+                     [&](const Flow& flow) { return IsReadable(flow, model); });
+}
+
+bool FitsAnyModel(const CaptureSurvey& survey) {
+  return std::any_of(lidar::SensorModels().begin(), lidar::SensorModels().end(),
+                     [&](const Model& model) { return FitsAny(survey, model); });
+}
+
+std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& model) {
+  std::set<std::uint16_t> ports;
+  for (const Flow& flow : survey.flows) {
+    if (IsReadable(flow, model)) ports.insert(flow.port);
+  }
+  return ports;
 }
 
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model) {
-  std::set<std::uint16_t> ports;
-  for (const Flow& flow : survey.flows) {
-    if (flow.fits[ModelIndex(model)] > 0) ports.insert(flow.port);
-  }
+  const auto ports = FittingPorts(survey, model);
   if (ports.size() <= 1) return ports.empty() ? std::uint16_t{0} : *ports.begin();
-  std::string names;
-  for (const std::uint16_t port : ports) {
-    if (!names.empty()) names += ", ";
-    names += std::to_string(port);
-  }
   throw Failure(ExitCode::kUsage, "packets that fit " + std::string(model.name) +
-                                      " go to several ports: choose one with --port (" + names +
-                                      ')');
+                                      " go to several ports: choose one with --port (" +
+                                      Listed(PortNames(ports), "or") + ')');
+}
+
+std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
+                                 std::uint16_t port) {
+  std::map<std::uint32_t, std::uint64_t> packets;
+  for (const Flow& flow : survey.flows) {
+    if ((port == 0 || flow.port == port) && IsReadable(flow, model)) {
+      packets[flow.source] += flow.fits[ModelIndex(model)];
+    }
+  }
+  std::vector<std::pair<std::uint32_t, std::uint64_t>> order(packets.begin(), packets.end());
+  std::stable_sort(order.begin(), order.end(),
+                   [](const auto& a, const auto& b) { return a.second > b.second; });
+  std::vector<std::string> names(order.size());
+  std::transform(order.begin(), order.end(), names.begin(),
+                 [](const auto& sender) { return DottedAddress(sender.first); });
+  return names;
+}
+
+std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port) {
+  return Listed(senders, "and") + " send to " +
+         (port == 0 ? "these ports" : "port " + std::to_string(port)) +
+         ": a frame would mix their points, choose one with --source";
+}
+
+std::uint32_t ParseSource(const std::string& text) {
+  if (text.empty()) return 0;
+  const auto address = ParseAddress(text);
+  if (address) return *address;
+  throw Failure(ExitCode::kUsage,
+                "--source " + text + " is no IPv4 address, such as 192.168.1.200");
 }
 
 std::string FitText(const Flow& flow) {
   const auto names = FittingModels(flow);
-  if (names.empty()) return "none";
+  if (names.empty()) return flow.hindrance ? HindranceText(*flow.hindrance) : "none";
   const std::uint64_t most = *std::max_element(flow.fits.begin(), flow.fits.end());
   const std::string share =
       most == flow.packets ? "" : " (" + Grouped(most) + " of " + Grouped(flow.packets) + ')';
-  return Joined(names, " or ") + share;
+  const std::string but =
+      flow.hindrance ? std::string(", but ") + HindranceText(*flow.hindrance) : std::string();
+  return Listed(names, "or") + share + but;
 }
 
-std::string WhyNothingFits(const CaptureSurvey& survey, const Model& model, std::uint16_t port) {
-  const std::string to_port = port == 0 ? "" : " to port " + std::to_string(port);
-  if (survey.flows.empty()) {
-    return "the capture holds no UDP packet" + to_port + " that can be played: orliq info " +
-           (port == 0 ? "tells why records are skipped" : "without --port shows what it holds");
-  }
-  const std::string sentence = "no packet" + to_port + " fits " + std::string(model.name) + " (" +
-                               std::to_string(model.packet_bytes) + " bytes)";
+namespace {
+
+/// A flow of the model that is there, but that the driver cannot read; null without one.
+const Flow* UnreadableFlow(const CaptureSurvey& survey, const Model* model) {
+  const auto fits = [&](const Flow& flow) {
+    const bool any =
+        model == nullptr ? !FittingModels(flow).empty() : flow.fits[ModelIndex(*model)] > 0;
+    return flow.hindrance && any;
+  };
+  const auto found = std::find_if(survey.flows.begin(), survey.flows.end(), fits);
+  return found == survey.flows.end() ? nullptr : &*found;
+}
+
+std::string ScopeText(const SurveyScope& scope) {
+  return (scope.source == 0 ? "" : " from " + DottedAddress(scope.source)) +
+         (scope.port == 0 ? "" : " to port " + std::to_string(scope.port));
+}
+
+/// What to try for a model, none of whose packets is within the scope.
+std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const Model& model) {
   if (FitsAny(survey, model)) {
-    return sentence + ", but those to port " + std::to_string(FittingPort(survey, model)) +
-           " do: leave --port away";
+    const auto ports = PortNames(FittingPorts(survey, model));
+    return ", but those to port " + Listed(ports, "or") + " do: leave " +
+           (scope.source == 0 ? "--port" : "--port and --source") + " away";
   }
-  const auto other = std::find_if(survey.flows.begin(), survey.flows.end(),
-                                  [](const Flow& flow) { return !FittingModels(flow).empty(); });
-  if (other == survey.flows.end()) {
-    return sentence + ": orliq info shows what the capture holds";
+  if (const Flow* const flow = UnreadableFlow(survey, &model)) {
+    return " in a form that can be read: those to port " + std::to_string(flow->port) + " are " +
+           HindranceText(*flow->hindrance);
   }
-  return sentence + ", but those to port " + std::to_string(other->port) + " fit " +
-         Joined(FittingModels(*other), " or ") + ": try --model " + FittingModels(*other).front();
+  const auto other = std::find_if(survey.flows.begin(), survey.flows.end(), [](const Flow& flow) {
+    return !flow.hindrance && !FittingModels(flow).empty();
+  });
+  if (other == survey.flows.end()) return {};
+  const auto names = FittingModels(*other);
+  return ", but those to port " + std::to_string(other->port) + " fit " + Listed(names, "or") +
+         ": try --model " + names.front();
+}
+
+}  // namespace
+
+std::string WhyNothingFits(const CaptureSurvey& survey, const SurveyScope& scope,
+                           const Model* model) {
+  if (survey.records == 0) return "the capture holds no record";
+  if (survey.flows.empty()) return "the capture holds no UDP packet that can be played";
+  if (model != nullptr) {
+    return "no packet" + ScopeText(scope) + " fits " + std::string(model->name) + " (" +
+           std::to_string(model->packet_bytes) + " bytes)" + Remedy(survey, scope, *model);
+  }
+  const Flow* const flow = UnreadableFlow(survey, nullptr);
+  const std::string why = flow == nullptr ? std::string()
+                                          : " in a form that can be read: those to port " +
+                                                std::to_string(flow->port) + " are " +
+                                                HindranceText(*flow->hindrance);
+  return "no packet" + ScopeText(scope) + " fits any known sensor" + why;
 }
 
 std::string FaultText(const CaptureSurvey& survey) {
   return "ends early after " + Count(survey.records, "good record") + " (" + survey.fault + ')';
 }
 
-void AddFlows(Report& report, const CaptureSurvey& survey) {
-  Table table = {"UDP flows",
-                 {"Destination", "Source", "Packets", "Payload bytes", "First bytes", "Fits model"},
-                 {false, false, true, false, false, false},
-                 {}};
-  Json json = Json::array();
-  for (const Flow& flow : survey.flows) {
-    json.push_back(FlowJson(flow));
-    table.rows.push_back(
-        {Endpoint(flow.destination, flow.port), Endpoint(flow.source, flow.source_port),
-         Grouped(flow.packets), SizesText(flow),
-         HexBytes(flow.first_bytes.data(), flow.first_bytes.size()), FitText(flow)});
+LostRecords FindLostRecords(const std::array<std::uint64_t, kSkips>& skipped) {
+  LostRecords lost;
+  for (std::size_t i = 0; i < kSkips; ++i) {
+    if (SkipNames()[i].loss && skipped[i] > 0) lost[static_cast<Skip>(i)] = skipped[i];
   }
-  if (survey.in_further_flows > 0) {
-    table.rows.push_back({"(further flows)", "", Grouped(survey.in_further_flows), "", "", ""});
-  }
-  report.Add("flows", std::move(json), std::move(table));
-  report.Add("packets_in_further_flows", "", survey.in_further_flows, "");
+  return lost;
 }
 
-void AddSkipped(Report& report, const CaptureSurvey& survey) {
-  Table table = {"Skipped records", {"Records", "Reason"}, {true, false}, {}};
-  Json json = Json::object();
-  for (std::size_t i = 0; i < kSkips; ++i) {
-    json[SkipNames()[i].key] = survey.skipped[i];
-    if (survey.skipped[i] == 0) continue;
-    table.rows.push_back({Grouped(survey.skipped[i]), SkipNames()[i].text});
+std::string LostText(const LostRecords& lost) {
+  std::string text;
+  for (const auto& [reason, count] : lost) {
+    text += (text.empty() ? "" : ", ") + Grouped(count) + " (" + NameOf(reason).text + ')';
   }
-  report.Add("skipped", std::move(json), std::move(table));
+  return text.empty() ? "none" : text;
+}
+
+Json LostJson(const LostRecords& lost) {
+  Json json = Json::object();
+  for (const auto& [reason, count] : lost) json[NameOf(reason).key] = count;
+  return json;
 }
 
 }  // namespace orliq::cli

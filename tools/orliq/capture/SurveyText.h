@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "orliq/capture/CaptureSurvey.h"
 #include "orliq/terminal/Report.h"
@@ -10,26 +14,56 @@
 namespace orliq::cli {
 
 /// Surveys a capture behind a progress bar.
-CaptureSurvey SurveyWithBar(const std::string& path, std::uint16_t port, bool quiet);
+CaptureSurvey SurveyWithBar(const std::string& path, const SurveyScope& scope, bool quiet);
 
-/// Whether any datagram fits the model.
+/// Whether the driver can read any datagram that fits the model.
 bool FitsAny(const CaptureSurvey& survey, const Model& model);
 
-/// The port whose datagrams fit the model: 0 when none does. Throws Failure when several ports do
-/// and the user has to choose.
+/// Whether it can read any that fits one of the models.
+bool FitsAnyModel(const CaptureSurvey& survey);
+
+/// The ports whose readable datagrams fit the model.
+std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& model);
+
+/// The one port of them: 0 when there is none. Throws Failure when there are several and the user
+/// has to choose.
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model);
 
-/// "juniq", "glavor or fennix", "juniq (98 of 100)", or "none".
+/// Addresses from which readable datagrams of the model go to `port` (0: to any), the busiest first.
+std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
+                                 std::uint16_t port);
+
+/// "192.168.1.200 and 192.168.1.201 both send to port 2368 ..."
+std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port);
+
+/// The address that --source names, 0 for an empty text. Throws Failure for what is no address.
+std::uint32_t ParseSource(const std::string& text);
+
+/// "juniq", "glavor or fennix", "juniq (98 of 100)", "none", or why the driver cannot read the flow.
 std::string FitText(const Flow& flow);
 
-/// Why the capture has nothing for the model, and what to do about it.
-std::string WhyNothingFits(const CaptureSurvey& survey, const Model& model, std::uint16_t port);
+/// Why the capture has nothing for the model (null: for any) that is read as `scope` says, and what
+/// to do about it. `survey` is of the whole capture.
+std::string WhyNothingFits(const CaptureSurvey& survey, const SurveyScope& scope,
+                           const Model* model);
 
 /// "ends early after 12 good records (...)" for a survey with a fault.
 std::string FaultText(const CaptureSurvey& survey);
 
-/// Adds the tables of flows and of skipped records.
-void AddFlows(Report& report, const CaptureSurvey& survey);
+/// Those of the skipped records that hold a datagram, by reason. Other traffic is no loss.
+LostRecords FindLostRecords(const std::array<std::uint64_t, kSkips>& skipped);
+
+/// "12 (VLAN tag: record the untagged interface), 3 (IPv6)", or "none".
+std::string LostText(const LostRecords& lost);
+
+/// The same for programs, with the keys of SkipNames.
+Json LostJson(const LostRecords& lost);
+
+/// Adds the tables of flows, with the frames of `model` if it is not null, and of skipped records.
+void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model);
 void AddSkipped(Report& report, const CaptureSurvey& survey);
+
+/// "20 complete juniq frames, 4 packets before and 0 after them".
+std::string FramesText(const std::vector<FrameRecords>& frames, const Model& model);
 
 }  // namespace orliq::cli

@@ -34,7 +34,10 @@ void RequireOrder(const char* quantity, float min, float max) {
 void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_option("--model", options.model, "sensor model (" + ModelNames(true) + ")")
       ->required();
-  command.add_option("--check-folder", options.check_folder, "folder of the sensor's calibration");
+  // By a function, as an optional text would take an empty one for none.
+  command.add_option_function<std::string>(
+      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
+      "folder of the sensor's calibration");
   command.add_option("--out", options.out, "folder for one file per frame, or one file");
   command
       .add_option("--format", options.format, "pcd, ply or csv; by itself from the ending, or pcd")
@@ -71,7 +74,7 @@ lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& mod
   RequireOrder("elevation", options.decoder.min_elevation, options.decoder.max_elevation);
   lidar::DriverParam param;
   param.lidar_type = model.type;
-  param.calibration_param.check_folder = options.check_folder;
+  param.calibration_param.check_folder = options.check_folder.value_or("");
   param.decoder_param = options.decoder;
   if (!options.transform.empty()) {
     const auto& pose = options.transform;

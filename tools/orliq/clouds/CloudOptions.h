@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace orliq::cli {
 /// How packets become clouds and where the clouds go, for every verb that decodes.
 struct CloudOptions {
   std::string model;
-  std::string check_folder;
+  std::optional<std::string> check_folder;
   std::string out;
   std::string format;
   std::string point = "point";

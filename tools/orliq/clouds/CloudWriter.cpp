@@ -6,16 +6,56 @@
 
 #include "orliq/terminal/AtomicFile.h"
 #include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/NumberText.h"
 
 namespace orliq::cli {
 namespace {
 
 constexpr std::size_t kFrameDigits = 6;  // files sort in frame order up to a million frames
 
-/// The format that the file's ending names, if any.
-std::optional<CloudFormat> EndingFormat(const std::filesystem::path& path) {
-  const std::string ending = path.extension().string();
+constexpr char kFramePrefix[] = "frame_";
+
+bool IsFolder(const std::filesystem::path& target) {
+  std::error_code ignored;
+  return !target.has_extension() || std::filesystem::is_directory(target, ignored);
+}
+
+/// By the ending of a name, in either case of letters.
+std::optional<CloudFormat> FormatOfEnding(const std::filesystem::path& path) {
+  std::string ending = path.extension().string();
+  for (char& letter : ending) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
   return ending.empty() ? std::nullopt : ParseCloudFormat(ending.substr(1));
+}
+
+/// The format that the file's ending names; nothing for a folder.
+std::optional<CloudFormat> EndingFormat(const std::filesystem::path& target) {
+  if (IsFolder(target)) return std::nullopt;
+  auto format = FormatOfEnding(target);
+  if (format) return format;
+  throw Failure(ExitCode::kUsage,
+                "--out " + target.string() + ": no clouds can be written as " +
+                    target.extension().string() +
+                    ", only as .pcd, .ply or .csv; for a folder of that name, add a slash");
+}
+
+/// Whether a CloudWriter gave the file its name: "frame_000123.pcd", "frame_000123_1.ply".
+bool IsFrameFile(const std::filesystem::path& path) {
+  const std::string name = path.stem().string();
+  const std::string ending = path.extension().string();
+  return !ending.empty() && ParseCloudFormat(ending.substr(1)) &&
+         name.rfind(kFramePrefix, 0) == 0 &&
+         name.find_first_not_of("0123456789_", sizeof(kFramePrefix) - 1) == std::string::npos;
+}
+
+std::vector<std::filesystem::path> FindFrames(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> frames;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
+    if (IsFrameFile(entry.path())) frames.push_back(entry.path());
+  }
+  return frames;
 }
 
 CloudFormat RequireFormat(const std::string& name) {
@@ -26,35 +66,54 @@ CloudFormat RequireFormat(const std::string& name) {
 
 }  // namespace
 
-CloudWriter::CloudWriter(std::filesystem::path target, const std::string& format)
-    : target_(std::move(target)) {
-  std::error_code ignored;
-  const bool is_folder = std::filesystem::is_directory(target_, ignored);
-  const auto ending = is_folder ? std::nullopt : EndingFormat(target_);
-  single_file_ = ending.has_value();
+CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& format,
+                          bool replace) {
+  const auto ending = EndingFormat(path);
   const CloudFormat by_ending = ending.value_or(CloudFormat::kPcd);
-  format_ = format.empty() ? by_ending : RequireFormat(format);
-  if (single_file_ && format_ != by_ending) {
+  CloudTarget target = {
+      path, format.empty() ? by_ending : RequireFormat(format), ending.has_value(), {}};
+  if (target.single_file && target.format != by_ending) {
     throw Failure(ExitCode::kUsage, "--format " + format + " contradicts the ending of " +
-                                        target_.string() + ": leave one of them away");
+                                        path.string() + ": leave one of them away");
   }
-  MakeFolder(single_file_ ? target_.parent_path() : target_);
+  if (!target.single_file) target.stale = FindFrames(path);
+  if (target.stale.empty() || replace) return target;
+  throw Failure(ExitCode::kFileFault,
+                "the folder " + path.string() + " holds " + Count(target.stale.size(), "frame") +
+                    " of an earlier run: name another, or replace them with --force");
+}
+
+CloudWriter::CloudWriter(const std::filesystem::path& target, const std::string& format,
+                         bool replace)
+    : target_(ExamineTarget(target, format, replace)) {
+  MakeFolder(target_.single_file ? target.parent_path() : target);
 }
 
 std::filesystem::path CloudWriter::FileName(int frame, int part) const {
-  if (single_file_ && part == 0) return target_;
+  if (target_.single_file && part == 0) return target_.path;
   std::string number = std::to_string(frame);
   if (number.size() < kFrameDigits) number.insert(0, kFrameDigits - number.size(), '0');
   if (part > 0) number += '_' + std::to_string(part);
-  const auto folder = single_file_ ? target_.parent_path() : target_;
-  return folder / ("frame_" + number + '.' + CloudFormatName(format_));
+  const auto folder = target_.single_file ? target_.path.parent_path() : target_.path;
+  return folder / (kFramePrefix + number + '.' + CloudFormatName(target_.format));
 }
 
 std::filesystem::path CloudWriter::Write(const CloudView& cloud, int frame, int part) {
+  RemoveStale();
   auto path = FileName(frame, part);
-  bytes_ += WriteCloud(path, format_, cloud);
+  bytes_ += WriteCloud(path, target_.format, cloud);
   ++files_;
   return path;
+}
+
+void CloudWriter::RemoveStale() {
+  for (const auto& stale : target_.stale) {
+    std::error_code error;
+    std::filesystem::remove(stale, error);
+    if (!error) continue;
+    throw Failure(ExitCode::kFileFault, "cannot remove " + stale.string() + ": " + error.message());
+  }
+  target_.stale.clear();
 }
 
 std::uint64_t WriteCloud(const std::filesystem::path& path, CloudFormat format,

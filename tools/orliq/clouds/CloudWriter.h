@@ -4,36 +4,51 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/CloudFormat.h"
 
 namespace orliq::cli {
 
-/// Where the clouds of a playback go: a folder that gets one file per cloud, or a single file.
+/// Where clouds are to go.
+struct CloudTarget {
+  std::filesystem::path path;
+  CloudFormat format = CloudFormat::kPcd;
+  bool single_file = false;
+  std::vector<std::filesystem::path> stale;  ///< frames of an earlier run, which must go
+};
+
+/// `path` is a file when its name has the ending of a format. It is a folder when it is one already,
+/// ends with a slash or has no ending. An empty `format` takes the file's ending, or PCD for a
+/// folder. Changes nothing. Throws Failure for an unknown format or ending, for a format that
+/// contradicts the ending, and for a folder with frames of an earlier run, unless it may `replace`
+/// them.
+CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& format,
+                          bool replace);
+
+/// Writes clouds to a folder that gets one file per cloud, or to a single file.
 class CloudWriter {
  public:
-  /// `target` is a file when its name has the ending of a format, else a folder, which is made when
-  /// it is missing. An empty `format` takes the file's ending, or PCD for a folder. Throws Failure
-  /// for an unknown format, one that contradicts the ending, and a folder that cannot be made.
-  CloudWriter(std::filesystem::path target, const std::string& format);
+  /// Makes the folder when it is missing; frames of an earlier run in it go when the first cloud is
+  /// written. Throws Failure as ExamineTarget does, and when the folder cannot be made.
+  CloudWriter(const std::filesystem::path& target, const std::string& format, bool replace = false);
 
   /// Whether the target is one file and so takes one cloud only.
-  bool SingleFile() const { return single_file_; }
+  bool SingleFile() const { return target_.single_file; }
 
   /// Writes the cloud of `frame`; `part` counts the clouds of a frame whose mark was lost, from 0.
   /// Returns the file's path. Throws Failure when it cannot be written.
   std::filesystem::path Write(const CloudView& cloud, int frame, int part);
 
-  CloudFormat Format() const { return format_; }
+  CloudFormat Format() const { return target_.format; }
   std::uint64_t Files() const { return files_; }
   std::uint64_t Bytes() const { return bytes_; }
 
  private:
+  void RemoveStale();
   std::filesystem::path FileName(int frame, int part) const;
 
-  std::filesystem::path target_;
-  CloudFormat format_ = CloudFormat::kPcd;
-  bool single_file_ = false;
+  CloudTarget target_;
   std::uint64_t files_ = 0;
   std::uint64_t bytes_ = 0;
 };

@@ -7,19 +7,23 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "multi_driver/OrliqDriver.h"
+#include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {
 
 /// Plays frames of a capture one after the other through the public driver.
 ///
 /// Threads: call it from one thread. Clouds arrive on the driver's thread and are handed on to the
-/// caller's; while the caller works on one frame, the driver decodes the next.
-/// Failure: Open returns false; afterwards a request only ever waits for the driver.
+/// caller's; while the caller works on one frame, the driver decodes the next. At most kRoom clouds
+/// wait in between: then the driver waits for the caller, however many clouds one request gives.
+/// Failure: Open returns false; afterwards a request only ever waits for the driver, and Ctrl-C ends
+/// every wait.
 template <typename Cloud>
 class FramePlayer {
  public:
@@ -31,8 +35,13 @@ class FramePlayer {
     double seconds;  ///< from the request, or from the frame's previous cloud, to this cloud
   };
 
-  /// Initialises and starts the driver.
-  bool Open(const lidar::DriverParam& param) {
+  FramePlayer() = default;
+  ~FramePlayer() { Stop(); }
+  FramePlayer(const FramePlayer&) = delete;
+  FramePlayer& operator=(const FramePlayer&) = delete;
+
+  /// Initialises and starts the driver; an empty `source` takes every sender.
+  bool Open(const lidar::DriverParam& param, const std::string& source) {
     driver_.RegisterPointCloudCallBack(
         [this](std::shared_ptr<Cloud> cloud) { Arrive(std::move(cloud)); },
         [this] { return EmptyCloud(); });
@@ -40,30 +49,36 @@ class FramePlayer {
       const std::lock_guard lock(faults_mutex_);
       ++faults_[error.code];
     });
-    return driver_.InitDriver(param) && driver_.Start();
+    return driver_.SetSourceAddress(source) && driver_.InitDriver(param) && driver_.Start();
   }
 
-  /// Waits until the capture is indexed and returns its number of frame entries.
+  /// Waits until the capture is indexed and returns its number of frame entries; 0 when the user
+  /// interrupts it.
   int WaitForIndex() {
     int entries = 0;
-    while (!driver_.GetLocalFileStatus(entries)) std::this_thread::sleep_for(kPoll);
+    while (!InterruptRequested() && !driver_.GetLocalFileStatus(entries)) {
+      std::this_thread::sleep_for(kPoll);
+    }
     return entries;
   }
 
-  /// Plays the entries `first` to before `last` and hands every cloud to `sink(frame)` in order.
-  /// The driver has stopped when it returns.
+  /// Plays the entries `first` to before `last`, which must be there, and hands every cloud to
+  /// `sink(frame)` in order; false when the user interrupted it. The driver has stopped when it
+  /// returns.
   template <typename Sink>
-  void Play(int first, int last, const Sink& sink) {
-    for (int entry = first; entry < last; ++entry) {
-      Request(entry);
-      HandOn(sink);
-      WaitForCloud(entry);
+  bool Play(int first, int last, const Sink& sink) {
+    bool more = true;
+    for (int entry = first; more && entry < last; ++entry) {
+      more = Request(entry, false, sink);
+      HandOn(sink, 0);
+      more = more && WaitForCloud();
     }
     // The driver takes a further request only once the last frame has ended, and a frame whose
     // mark was lost ends later than its first cloud.
-    Request(first, true);
-    driver_.Stop();
-    HandOn(sink);
+    more = more && Request(first, true, sink);
+    Stop();
+    HandOn(sink, 0);
+    return more;
   }
 
   /// Reports of refused packets by error code. The driver makes one in two seconds at most.
@@ -73,12 +88,17 @@ class FramePlayer {
   }
 
  private:
+  static constexpr std::size_t kRoom = 4;  // [clouds]
   static constexpr auto kPoll = std::chrono::microseconds(200);
+  static constexpr auto kInterruptPoll = std::chrono::milliseconds(50);
 
-  /// Asks until the driver is free. The lock spans request and bookkeeping, so that no cloud of the
-  /// new frame can arrive before `entry_` names it.
-  void Request(int entry, bool discard = false) {
-    for (;; std::this_thread::sleep_for(kPoll)) {
+  /// Asks until the driver is free; false when the user interrupts it. The lock spans request and
+  /// bookkeeping, so that no cloud of the new frame can arrive before `entry_` names it. A cloud
+  /// that waits alone stays, to be worked on while the driver decodes the new frame.
+  template <typename Sink>
+  bool Request(int entry, bool discard, const Sink& sink) {
+    for (; !InterruptRequested(); std::this_thread::sleep_for(kPoll)) {
+      HandOn(sink, 1);
       const std::lock_guard lock(mutex_);
       const Clock::time_point now = Clock::now();
       if (!driver_.SetLocalFrame(entry)) continue;
@@ -86,22 +106,34 @@ class FramePlayer {
       discard_ = discard;
       answered_ = false;
       since_ = now;
-      return;
+      return true;
     }
+    return false;
   }
 
-  void WaitForCloud(int entry) {
+  /// Until the frame that was requested last gave a cloud; false when the user interrupts it.
+  bool WaitForCloud() {
     std::unique_lock lock(mutex_);
-    arrival_.wait(lock, [&] { return answered_ && entry_ == entry; });
+    while (!answered_ && !InterruptRequested()) arrival_.wait_for(lock, kInterruptPoll);
+    return answered_;
+  }
+
+  void Stop() {
+    {
+      const std::lock_guard lock(mutex_);
+      discard_ = true;
+    }
+    room_.notify_all();
+    driver_.Stop();
   }
 
   void Arrive(std::shared_ptr<Cloud> cloud) {
     usual_points_ = cloud->points.size();
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    const std::chrono::duration<double> seconds = Clock::now() - since_;
+    room_.wait(lock, [this] { return discard_ || arrived_.size() < kRoom; });
     if (discard_) return;
-    const Clock::time_point now = Clock::now();
-    const std::chrono::duration<double> seconds = now - since_;
-    since_ = now;
+    since_ = Clock::now();
     answered_ = true;
     arrived_.push_back({entry_, std::move(cloud), seconds.count()});
     arrival_.notify_one();
@@ -114,18 +146,21 @@ class FramePlayer {
     return cloud;
   }
 
+  /// Hands on what waits, if it is more than `patience` clouds.
   template <typename Sink>
-  void HandOn(const Sink& sink) {
+  void HandOn(const Sink& sink, std::size_t patience) {
     std::vector<Frame> frames;
     {
       const std::lock_guard lock(mutex_);
-      frames.swap(arrived_);
+      if (arrived_.size() > patience) frames.swap(arrived_);
     }
+    room_.notify_one();
     for (const Frame& frame : frames) sink(frame);
   }
 
   std::mutex mutex_;
   std::condition_variable arrival_;
+  std::condition_variable room_;
   std::vector<Frame> arrived_;  // guarded by mutex_
   int entry_ = -1;              // guarded by mutex_
   bool answered_ = false;       // guarded by mutex_

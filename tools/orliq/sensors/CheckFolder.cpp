@@ -22,6 +22,7 @@ const std::vector<std::string>& TableWords() {
 
 /// Why the folder as such is of no use, or nothing.
 std::string FolderFault(const std::string& folder, const std::vector<TableLoad>& files) {
+  if (folder.empty()) return "an empty name is no folder";
   std::error_code error;
   const auto status = std::filesystem::status(folder, error);
   if (!std::filesystem::exists(status)) return "there is no folder " + folder;
@@ -43,10 +44,9 @@ std::string WhyDoubtful(const std::string& other, const TableLoad& file) {
          " table: remove the one that is not wanted";
 }
 
-/// What is wrong with one table; nothing when one file gives it.
-std::vector<std::string> TableRemarks(const std::string& table,
-                                      const std::vector<TableLoad>& files) {
-  std::vector<std::string> remarks;
+/// Remarks on one table; whether a file gives it.
+bool ExamineTable(const std::string& table, const std::vector<TableLoad>& files,
+                  std::vector<std::string>& remarks) {
   std::string accepted;
   bool seen = false;
   for (const TableLoad& file : files) {
@@ -59,7 +59,7 @@ std::vector<std::string> TableRemarks(const std::string& table,
     if (file.accepted) accepted = file.path;
   }
   if (!seen) remarks.push_back("there is no " + table + " table (no file name holds that word)");
-  return remarks;
+  return !accepted.empty();
 }
 
 }  // namespace
@@ -79,29 +79,37 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
                       "\", so every file in it " +
                       "may be taken for that table: rename the folder"};
   }
+  report.complete = report.loaded;
   for (const std::string& table : TableWords()) {
     if (table == "offset" && model.type != lidar::LidarType::Juniq) continue;
-    const auto remarks = TableRemarks(table, service.LastLoad());
-    report.remarks.insert(report.remarks.end(), remarks.begin(), remarks.end());
+    if (!ExamineTable(table, service.LastLoad(), report.remarks)) report.complete = false;
   }
   return report;
 }
 
-void RequireCalibration(const Model& model, const std::string& folder, const Console& console) {
-  if (!model.needs_tables) return;
-  if (folder.empty()) {
-    console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+std::string CheckFolderFault(const Model& model, const std::string& folder,
+                             const CheckFolderReport& report) {
+  std::string text = "the check folder " + (folder.empty() ? "\"\"" : folder);
+  text += report.loaded ? " does not give all tables of " : " does not load for ";
+  text += std::string(model.name) + ':';
+  for (const std::string& remark : report.remarks) text += "\n  " + remark;
+  return text;
+}
+
+void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
+                        const Console& console) {
+  if (!folder) {
+    if (model.needs_tables) {
+      console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+    }
     return;
   }
-  const CheckFolderReport check = ExamineCheckFolder(model, folder);
-  std::string remarks;
-  for (const std::string& remark : check.remarks) remarks += "\n  " + remark;
-  if (!check.loaded) {
-    throw Failure(ExitCode::kFileFault, "the check folder " + folder + " does not load for " +
-                                            model.name + ':' + remarks);
+  if (!model.needs_tables) return;
+  const CheckFolderReport report = ExamineCheckFolder(model, *folder);
+  if (!report.complete) {
+    throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report));
   }
-  if (!remarks.empty())
-    console.Note("the check folder loads, but a table without a good file stays zero:" + remarks);
+  for (const std::string& remark : report.remarks) console.Note(remark);
 }
 
 std::string TableWordIn(const std::string& path) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,15 +13,21 @@ namespace orliq::cli {
 /// What became of a folder of calibration tables, for the user.
 struct CheckFolderReport {
   bool loaded = false;               ///< the driver will use the tables
-  std::vector<std::string> remarks;  ///< one sentence per table that is missing or was not taken
+  bool complete = false;             ///< and none of them stays zero
+  std::vector<std::string> remarks;  ///< a sentence for each table that is missing or doubtful
 };
 
 /// Loads the folder as the driver of `model` does and tells what is wrong with it.
 CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder);
 
-/// Points without calibration are worth nothing: throws Failure when the folder does not load, and
-/// remarks on missing tables or a folder that was not named.
-void RequireCalibration(const Model& model, const std::string& folder, const Console& console);
+/// What is wrong with the folder, a line for each remark behind the sentence.
+std::string CheckFolderFault(const Model& model, const std::string& folder,
+                             const CheckFolderReport& report);
+
+/// Points without calibration are worth nothing: throws Failure when a table of the folder does not
+/// load, also for an empty name, and remarks on a folder that was not named or has doubtful tables.
+void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
+                        const Console& console);
 
 /// The word in `path` by which a table file is recognised, or nothing. Such a word in the path of a
 /// folder makes every file in it count as that table.

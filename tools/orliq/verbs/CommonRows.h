@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/Report.h"
@@ -27,6 +28,10 @@ struct Reception {
 
 void AddReceptionRows(Report& report, const Reception& reception);
 void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
+
+/// Fewest, median and most points of a frame, so that frames which lost packets are seen. `points`
+/// is ascending.
+void AddSpreadRow(Report& report, const std::vector<std::uint64_t>& points);
 void AddRefusedRows(Report& report, const RefusedPackets& refused);
 
 /// Two counts, each with the words behind it: "3 early, 1 late"; "none" when both are 0.

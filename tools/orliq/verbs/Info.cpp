@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "orliq/capture/SurveyText.h"
-#include "orliq/clouds/FramePlayer.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
@@ -14,58 +14,57 @@ namespace {
 struct Options {
   std::string capture;
   std::string model;
-  std::string check_folder;
+  std::optional<std::string> check_folder;
+  std::string source;
   std::uint16_t port = 0;
   bool json = false;
   bool quiet = false;
 };
 
+std::string ToLower(const std::string& name) {
+  return CLI::detail::to_lower(name);
+}
+
 void AddOptions(CLI::App& command, Options& options) {
   command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
-  command.add_option("--model", options.model,
-                     "count the frames of this model (" + ModelNames() + ")");
+  command
+      .add_option("--model", options.model, "count the frames of this model (" + ModelNames() + ")")
+      ->transform(ToLower);
   command.add_option("--port", options.port, "look at this destination port only")
       ->check(Within(0, 65535));
-  command.add_option("--check-folder", options.check_folder,
-                     "also say whether this calibration folder is good for the model");
+  command.add_option("--source", options.source, "look at this sender only, an IPv4 address");
+  command.add_option_function<std::string>(
+      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
+      "also say whether this calibration folder is good for the model");
   command.add_flag("--json", options.json, "report as JSON");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
 }
 
-struct FrameCount {
-  int entries = 0;
-  std::uint64_t points_in_last = 0;  ///< of the entry that ends with the capture
-};
-
-/// Counts as the driver does, which makes one entry more than frames: the packets after the last
-/// frame mark, if any.
-FrameCount CountFrames(const std::string& capture, const Model& model, std::uint16_t port) {
-  lidar::DriverParam param;
-  param.input_type = lidar::InputType::Pcap;
-  param.lidar_type = model.type;
-  param.input_param.pcap_file = capture;
-  param.input_param.port = port;
-  using Cloud = PointCloud<Point>;
-  FramePlayer<Cloud> player;
-  if (!player.Open(param)) throw Failure(ExitCode::kFileFault, "cannot index " + capture);
-  FrameCount count;
-  count.entries = player.WaitForIndex();
-  player.Play(count.entries - 1, count.entries, [&](const FramePlayer<Cloud>::Frame& frame) {
-    count.points_in_last += frame.cloud->points.size();
-  });
-  return count;
+/// The flows whose frames were counted: those of the model that the driver can read.
+std::vector<const Flow*> FlowsWithFrames(const CaptureSurvey& survey) {
+  std::vector<const Flow*> flows;
+  for (const Flow& flow : survey.flows) {
+    if (!flow.frames.empty()) flows.push_back(&flow);
+  }
+  return flows;
 }
 
-void AddFrames(Report& report, const Options& options, const Model& model, std::uint16_t port) {
-  const FrameCount count = CountFrames(options.capture, model, port);
-  const auto complete = static_cast<std::uint64_t>(count.entries - 1);
-  const std::string rest = count.points_in_last == 0
-                               ? "no points after the last"
-                               : Grouped(count.points_in_last) + " points of one more that is cut";
-  report.Add("complete_frames", "Frames", complete,
-             Grouped(complete) + " complete " + model.name + " frames, " + rest);
-  report.Add("frame_entries", "", count.entries, "");
-  report.Add("points_after_last_frame", "", count.points_in_last, "");
+void AddFrames(Report& report, const CaptureSurvey& survey, const Model& model) {
+  const auto flows = FlowsWithFrames(survey);
+  FrameSums sums;
+  std::uint64_t entries = 0;
+  for (const Flow* const flow : flows) {
+    entries += flow->frames.size();
+    sums.Add(flow->frames);
+  }
+  const std::string text =
+      flows.size() == 1 ? FramesText(flows.front()->frames, model)
+                        : Count(sums.whole, "complete " + std::string(model.name) + " frame") +
+                              " in " + Count(flows.size(), "flow");
+  report.Add("complete_frames", "Frames", sums.whole, text);
+  report.Add("packets_before_first_frame", "", sums.packets_before, "");
+  report.Add("packets_after_last_frame", "", sums.packets_after, "");
+  report.Add("frame_entries", "", entries, "");
 }
 
 void AddSummary(Report& report, const Options& options, const CaptureSurvey& survey) {
@@ -80,21 +79,29 @@ void AddSummary(Report& report, const Options& options, const CaptureSurvey& sur
   report.Add("duration_s", "Duration", duration, Fixed(duration, 3) + " s");
   report.Add("records_per_s", "Rate", rate, Fixed(rate, 1) + " records/s");
   report.Add("fault", "", survey.fault, "");
+  report.Add("interrupted", "", survey.interrupted, "");
 }
 
-void AddCheckFolder(Report& report, const Model& model, const std::string& folder) {
+/// Why the folder is of no use; nothing when it is good.
+std::string AddCheckFolder(Report& report, const Model& model, const std::string& folder) {
   const CheckFolderReport check = ExamineCheckFolder(model, folder);
+  const char* const verdict = check.complete ? ": loads for "
+                              : check.loaded ? ": is incomplete for "
+                                             : ": does not load for ";
   report.Add("check_folder_loaded", "Check folder", check.loaded,
-             folder + (check.loaded ? ": loads for " : ": does not load for ") + model.name);
-  if (check.remarks.empty()) return;
-  Table table = {"Remarks on the check folder", {""}, {false}, {}};
-  for (const std::string& remark : check.remarks) table.rows.push_back({remark});
-  report.Add("check_folder_remarks", check.remarks, std::move(table));
+             (folder.empty() ? "\"\"" : folder) + verdict + model.name);
+  report.Add("check_folder_complete", "", check.complete, "");
+  if (!check.remarks.empty()) {
+    Table table = {"Remarks on the check folder", {""}, {false}, {}};
+    for (const std::string& remark : check.remarks) table.rows.push_back({remark});
+    report.Add("check_folder_remarks", check.remarks, std::move(table));
+  }
+  return check.complete ? std::string() : CheckFolderFault(model, folder, check);
 }
 
 const Model* ChosenModel(const Options& options) {
   if (options.model.empty()) {
-    if (options.check_folder.empty()) return nullptr;
+    if (!options.check_folder) return nullptr;
     throw Failure(ExitCode::kUsage, "--check-folder needs --model: tables differ by model");
   }
   const Model* const model = lidar::FindSensorModel(options.model);
@@ -103,32 +110,60 @@ const Model* ChosenModel(const Options& options) {
                 "--model " + options.model + " is unknown: use one of " + ModelNames());
 }
 
+/// What to know before these packets are played.
+void Advise(const CaptureSurvey& survey, const Model& model, const Console& console) {
+  if (!model.decodes_points && FitsAny(survey, model)) {
+    console.Note("this version cannot count frames of " + std::string(model.name) + ", only of " +
+                 ModelNames(true));
+  }
+  const auto ports = FittingPorts(survey, model);
+  std::string names;
+  for (const auto port : ports) {
+    names += (names.empty() ? "" : " or ") + std::to_string(port);
+    const auto senders = Senders(survey, model, port);
+    if (senders.size() > 1) console.Note(MixedText(senders, port));
+  }
+  if (ports.size() > 1) console.Note("orliq play and live take one port: choose --port " + names);
+}
+
+/// Throws Failure when the capture is not whole, or has nothing of the sensor.
+void RequireGoodCapture(const CaptureSurvey& survey, const Options& options,
+                        const SurveyScope& scope) {
+  if (survey.interrupted) {
+    throw Failure(ExitCode::kLosses, "interrupted after " + Count(survey.records, "record"));
+  }
+  const bool fits = scope.model != nullptr ? FitsAny(survey, *scope.model) : FitsAnyModel(survey);
+  const std::string end =
+      survey.fault.empty() ? std::string() : options.capture + ' ' + FaultText(survey);
+  if (!fits && survey.records == 0 && !end.empty()) throw Failure(ExitCode::kFileFault, end);
+  if (!fits) {
+    const bool narrowed = scope.port != 0 || scope.source != 0;
+    const auto everything =
+        narrowed ? SurveyWithBar(options.capture, {0, 0, scope.model}, options.quiet) : survey;
+    throw Failure(ExitCode::kNoData,
+                  WhyNothingFits(everything, scope, scope.model) + (end.empty() ? "" : "; " + end));
+  }
+  if (!end.empty()) throw Failure(ExitCode::kLosses, end);
+}
+
 ExitCode Run(const Options& options, Console& console) {
+  CatchInterrupts();
   const Model* const model = ChosenModel(options);
-  const CaptureSurvey survey = SurveyWithBar(options.capture, options.port, options.quiet);
-  const std::uint16_t port =
-      model == nullptr || options.port != 0 ? options.port : FittingPort(survey, *model);
-  const bool fits = model != nullptr && FitsAny(survey, *model);
+  const SurveyScope scope = {options.port, ParseSource(options.source), model};
+  const CaptureSurvey survey = SurveyWithBar(options.capture, scope, options.quiet);
   Report report;
   AddSummary(report, options, survey);
-  if (fits && model->decodes_points) AddFrames(report, options, *model, port);
-  if (!options.check_folder.empty()) AddCheckFolder(report, *model, options.check_folder);
-  AddFlows(report, survey);
+  if (model != nullptr && !FlowsWithFrames(survey).empty()) AddFrames(report, survey, *model);
+  std::string folder_fault;
+  if (options.check_folder) folder_fault = AddCheckFolder(report, *model, *options.check_folder);
+  AddFlows(report, survey, model);
   AddSkipped(report, survey);
   report.Print(console.Out(), options.json);
   console.Out().flush();
-
-  if (!survey.fault.empty()) {
-    throw Failure(ExitCode::kFileFault, options.capture + ' ' + FaultText(survey));
-  }
-  if (model != nullptr && !fits) {
-    throw Failure(ExitCode::kNoData, WhyNothingFits(survey, *model, options.port));
-  }
-  if (fits && !model->decodes_points) {
-    console.Note("this version cannot count frames of " + options.model + ", only of " +
-                 ModelNames(true));
-  }
-  return survey.flows.empty() ? ExitCode::kNoData : ExitCode::kDone;
+  if (!folder_fault.empty()) throw Failure(ExitCode::kFileFault, folder_fault);
+  RequireGoodCapture(survey, options, scope);
+  if (model != nullptr) Advise(survey, *model, console);
+  return ExitCode::kDone;
 }
 
 }  // namespace

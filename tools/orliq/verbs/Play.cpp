@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <memory>
 
+#include "orliq/capture/CaptureFile.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/clouds/FramePlayer.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/PlayOptions.h"
@@ -17,9 +20,9 @@ namespace {
 /// What is known before the first frame is played.
 struct Plan {
   const Model* model;
-  std::uint16_t port;
+  SurveyScope scope;
   FrameRange range;
-  CaptureSurvey survey;  ///< of the datagrams to `port`
+  CaptureSurvey survey;  ///< of the datagrams in the scope
 };
 
 lidar::DriverParam MakeDriverParam(const PlayOptions& options, const Model& model,
@@ -31,21 +34,44 @@ lidar::DriverParam MakeDriverParam(const PlayOptions& options, const Model& mode
   return param;
 }
 
+CaptureSurvey SurveyUnlessInterrupted(const std::string& path, const SurveyScope& scope,
+                                      bool quiet) {
+  CaptureSurvey survey = SurveyWithBar(path, scope, quiet);
+  if (!survey.interrupted) return survey;
+  throw Failure(ExitCode::kLosses, "interrupted before a frame was played");
+}
+
+/// Throws Failure when no packet in the scope fits the model, and says why.
+void RequireFit(const PlayOptions& options, const Plan& plan, bool quiet) {
+  if (FitsAny(plan.survey, *plan.model)) return;
+  const bool narrowed = plan.scope.port != 0 || plan.scope.source != 0;
+  const auto everything =
+      narrowed ? SurveyUnlessInterrupted(options.capture, {0, 0, plan.model}, quiet) : plan.survey;
+  const bool malformed = plan.survey.records == 0 && !plan.survey.fault.empty();
+  throw Failure(malformed ? ExitCode::kFileFault : ExitCode::kNoData,
+                (malformed ? options.capture + ' ' + FaultText(plan.survey)
+                           : WhyNothingFits(everything, plan.scope, plan.model)) +
+                    ". orliq info shows what the capture holds");
+}
+
 /// Finds the port of the sensor's packets, unless it was given.
 Plan MakePlan(const PlayOptions& options, const Console& console) {
   const Model& model = DecodableModel(options.cloud);
   MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
-  Plan plan = {&model, options.port.value_or(0), ParseFrameRange(options.frames), {}};
-  const bool quiet = console.Quiet();
-  plan.survey = SurveyWithBar(options.capture, plan.port, quiet);
-  if (!FitsAny(plan.survey, model)) {
-    const auto everything = plan.port == 0 ? plan.survey : SurveyWithBar(options.capture, 0, quiet);
-    throw Failure(ExitCode::kNoData, WhyNothingFits(everything, model, plan.port));
+  const SurveyScope scope = {options.port.value_or(0), ParseSource(options.source), &model};
+  Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
+  ReadableFileBytes(options.capture);  // everything that is cheap to refuse goes first
+  if (!options.cloud.out.empty()) {
+    ExamineTarget(options.cloud.out, options.cloud.format, options.force);
   }
+  RequireCalibration(model, options.cloud.check_folder, console);
+  const bool quiet = console.Quiet();
+  plan.survey = SurveyUnlessInterrupted(options.capture, scope, quiet);
+  RequireFit(options, plan, quiet);
   if (!options.port) {
-    plan.port = FittingPort(plan.survey, model);
-    if (plan.survey.flows.size() > 1 || plan.survey.Skipped(Skip::kCut) > 0) {
-      plan.survey = SurveyWithBar(options.capture, plan.port, quiet);
+    plan.scope.port = FittingPort(plan.survey, model);
+    if (plan.survey.flows.size() > 1) {
+      plan.survey = SurveyUnlessInterrupted(options.capture, plan.scope, quiet);
     }
   }
   return plan;
@@ -55,18 +81,26 @@ template <typename Cloud>
 class Playback {
  public:
   Playback(const PlayOptions& options, const Plan& plan, const Console& console)
-      : options_(options), plan_(plan), quiet_(console.Quiet()) {}
+      : options_(options), plan_(plan), quiet_(console.Quiet()) {
+    tally_.keep_partial = options.partial;
+    tally_.senders = Senders(plan.survey, *plan.model, plan.scope.port);
+    // Clouds of a capture without a mark are no frames, but all that there is.
+    const auto& frames = plan.survey.frames;
+    whole_ = frames.size() < 2 ? WholeFrames{0, 1} : FindWholeFrames(frames);
+  }
 
   PlayTally Run() {
-    if (!player_.Open(MakeDriverParam(options_, *plan_.model, plan_.port))) {
+    if (!player_.Open(MakeDriverParam(options_, *plan_.model, plan_.scope.port), options_.source)) {
       throw Failure(ExitCode::kFileFault, "the driver cannot open " + options_.capture);
     }
     tally_.entries = player_.WaitForIndex();
+    if (tally_.entries == 0) ThrowNoIndex();
     const FrameRange range = WithinCapture(plan_.range, tally_.entries);
-    tally_.first = range.first;
+    tally_.first = tally_.done = range.first;
     tally_.last = *range.last;
     if (!options_.cloud.out.empty()) {
-      writer_ = std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format);
+      writer_ =
+          std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format, options_.force);
       RequireOneFrame(*writer_);
     }
     PlayFrames();
@@ -75,24 +109,38 @@ class Playback {
   }
 
  private:
+  [[noreturn]] void ThrowNoIndex() const {
+    if (InterruptRequested()) {
+      throw Failure(ExitCode::kLosses, "interrupted before a frame was played");
+    }
+    throw Failure(ExitCode::kFileFault, "the driver finds no packet in " + options_.capture +
+                                            " any more: the file has changed meanwhile");
+  }
+
+  bool IsLeftOut(int frame) const { return !options_.partial && !whole_.Holds(frame); }
+
   /// A single output file takes one frame.
   void RequireOneFrame(const CloudWriter& writer) const {
-    const int first = tally_.first;
-    if (!writer.SingleFile() || tally_.last - first == 1) return;
+    int first = -1;
+    std::uint64_t wanted = 0;
+    for (int frame = tally_.first; frame < tally_.last; ++frame) {
+      if (!IsLeftOut(frame) && ++wanted == 1) first = frame;
+    }
+    if (!writer.SingleFile() || wanted <= 1) return;
     throw Failure(ExitCode::kUsage,
-                  "--out " + options_.cloud.out + " is one file, but " +
-                      Count(static_cast<std::uint64_t>(tally_.last - first), "frame") +
-                      " would go into it: name a folder, or choose one frame "
-                      "with --frames " +
+                  "--out " + options_.cloud.out + " is one file, but " + Count(wanted, "frame") +
+                      " would go into it: name a folder, or choose one frame with --frames " +
                       std::to_string(first) + ':' + std::to_string(first + 1));
   }
 
   void PlayFrames() {
     ProgressBar bar("playing", static_cast<std::uint64_t>(tally_.last - tally_.first), quiet_);
-    player_.Play(tally_.first, tally_.last, [&](const typename FramePlayer<Cloud>::Frame& frame) {
+    const auto take = [&](const typename FramePlayer<Cloud>::Frame& frame) {
       Take(frame);
-      bar.Update(static_cast<std::uint64_t>(frame.entry + 1 - tally_.first));
-    });
+      // Of the frame itself further clouds may come.
+      bar.Update(static_cast<std::uint64_t>(frame.entry - tally_.first));
+    };
+    tally_.interrupted = !player_.Play(tally_.first, tally_.last, take);
   }
 
   void Take(const typename FramePlayer<Cloud>::Frame& frame) {
@@ -100,18 +148,20 @@ class Playback {
     PlayedFrame played;
     played.frame = frame.entry;
     played.part = further ? tally_.frames.back().part + 1 : 0;
+    played.partial = !whole_.Holds(frame.entry);
     played.timestamp = frame.cloud->timestamp;
     played.points = frame.cloud->points.size();
     played.non_zero = CountNonZero(*frame.cloud);
     played.seconds = frame.seconds;
-    if (writer_ && played.points > 0) {
+    if (writer_ && played.points > 0 && !IsLeftOut(frame.entry)) {
       played.file = writer_->Write(View(*frame.cloud), played.frame, played.part).string();
     }
     tally_.frames.push_back(std::move(played));
+    tally_.done = frame.entry + 1;
   }
 
   void Conclude() {
-    tally_.refused = CountRefused(plan_.survey, *plan_.model);
+    tally_.losses = FindLosses(plan_.survey.frames, tally_.first, tally_.done);
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();
@@ -121,6 +171,7 @@ class Playback {
   const PlayOptions& options_;
   const Plan& plan_;
   bool quiet_;
+  WholeFrames whole_;
   std::unique_ptr<CloudWriter> writer_;
   PlayTally tally_;
   FramePlayer<Cloud> player_;
@@ -132,21 +183,50 @@ PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console
   });
 }
 
+/// What the table means.
+void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
+  if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
+  const auto& [refused, unreadable] = tally.losses;
+  if (refused.length + refused.identifier > 0) {
+    console.Note(
+        "packets of other kinds reached the decoder: orliq info shows the ports, --port "
+        "chooses one");
+  }
+  if (plan.survey.frames.size() < 2) {
+    console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
+  }
+  if (!unreadable.empty()) {
+    console.Note("unreadable packets went to the sensor's port: their points are missing");
+  }
+}
+
+/// Throws Failure when not all was done that was asked for.
+void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTally& tally) {
+  if (tally.interrupted) {
+    throw Failure(ExitCode::kLosses, "interrupted before all frames were played");
+  }
+  if (!plan.survey.fault.empty()) {
+    throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
+  }
+  const bool any = std::any_of(tally.frames.begin(), tally.frames.end(), [&](const auto& frame) {
+    return frame.points > 0 && (options.partial || !frame.partial);
+  });
+  if (!any) {
+    throw Failure(ExitCode::kNoData,
+                  "no whole frame is there to be played: --partial keeps others");
+  }
+}
+
 ExitCode Run(const PlayOptions& options, Console& console) {
+  CatchInterrupts();
   const Plan plan = MakePlan(options, console);
-  RequireCalibration(*plan.model, options.cloud.check_folder, console);
   if (options.cloud.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   tally.MakeReport().Print(console.Out(), options.json);
   console.Out().flush();
-  if (!plan.survey.fault.empty()) {
-    throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
-  }
-  if (!tally.HasLosses()) return ExitCode::kDone;
-  console.Note(
-      "packets of other kinds reached the decoder: orliq info shows the ports, --port "
-      "chooses one");
-  return ExitCode::kLosses;
+  Explain(plan, tally, console);
+  RequireAllPlayed(options, plan, tally);
+  return tally.losses.Any() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
 }  // namespace

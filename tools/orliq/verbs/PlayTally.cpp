@@ -1,89 +1,120 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/PlayTally.h"
 
+#include <algorithm>
+
+#include "orliq/capture/SurveyText.h"
+
 namespace orliq::cli {
 namespace {
 
 struct Sums {
-  std::uint64_t frames = 0;  ///< clouds with points
+  std::vector<std::uint64_t> points;  ///< of each cloud that counts, ascending
   std::uint64_t empty = 0;
-  std::uint64_t points = 0;
+  std::uint64_t all_points = 0;
   std::uint64_t non_zero = 0;
   double seconds = 0.0;
-  bool incomplete = false;  ///< the capture ends inside the last one
-  bool ends_empty = false;  ///< the capture ends with the mark of its last frame
+  bool last_incomplete = false;  ///< points follow the last mark of the capture
+
+  std::uint64_t Frames() const { return points.size(); }
 };
 
 Sums SumUp(const PlayTally& tally) {
   Sums sums;
   for (const PlayedFrame& frame : tally.frames) {
-    ++(frame.points > 0 ? sums.frames : sums.empty);
-    sums.points += frame.points;
+    const bool last = frame.frame == tally.entries - 1;
+    if (last && frame.points > 0) sums.last_incomplete = true;
+    if (frame.partial && !tally.keep_partial) continue;
+    if (frame.points == 0) {
+      // Behind the last mark there is always an entry, and nothing in it is no loss.
+      if (!last) ++sums.empty;
+      continue;
+    }
+    sums.points.push_back(frame.points);
+    sums.all_points += frame.points;
     sums.non_zero += frame.non_zero;
-    // An empty cloud takes next to no time and would make the mean look better than it is.
-    if (frame.points > 0) sums.seconds += frame.seconds;
-    if (frame.frame == tally.entries - 1)
-      (frame.points > 0 ? sums.incomplete : sums.ends_empty) = true;
+    sums.seconds += frame.seconds;
   }
+  std::sort(sums.points.begin(), sums.points.end());
   return sums;
 }
 
+/// Points of the partial frames with any, by number.
+std::map<int, std::uint64_t> PartialFrames(const PlayTally& tally) {
+  std::map<int, std::uint64_t> points;
+  for (const PlayedFrame& frame : tally.frames) {
+    if (frame.partial && frame.points > 0) points[frame.frame] += frame.points;
+  }
+  return points;
+}
+
 Json FrameJson(const PlayedFrame& frame) {
-  return {{"frame", frame.frame},
-          {"part", frame.part},
-          {"timestamp", frame.timestamp},
-          {"points", frame.points},
-          {"non_zero_points", frame.non_zero},
-          {"ms", frame.seconds * 1e3},
-          {"file", frame.file}};
+  return {{"frame", frame.frame},      {"part", frame.part},
+          {"partial", frame.partial},  {"timestamp", frame.timestamp},
+          {"points", frame.points},    {"non_zero_points", frame.non_zero},
+          {"ms", frame.seconds * 1e3}, {"file", frame.file}};
+}
+
+void AddPartialRows(Report& report, const PlayTally& tally) {
+  std::string text;
+  Json list = Json::array();
+  for (const auto& [frame, points] : PartialFrames(tally)) {
+    list.push_back({{"frame", frame}, {"points", points}, {"kept", tally.keep_partial}});
+    text += (text.empty() ? "" : ", ") + std::to_string(frame) + " with " + Count(points, "point");
+  }
+  report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list),
+             (tally.keep_partial ? "kept: " : "left out: ") + text);
 }
 
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
-  report.Add(
-      "frames", "Frames", sums.frames,
-      Grouped(sums.frames) + (sums.incomplete ? ", the last one cut by the capture's end" : ""));
-  report.Add("empty_frames", "Empty frames", sums.empty,
-             Grouped(sums.empty) + (sums.ends_empty ? ", after the last frame mark" : ""));
-  report.Add("last_frame_incomplete", "", sums.incomplete, "");
+  report.Add("frames", "Frames", sums.Frames(),
+             Grouped(sums.Frames()) + (tally.interrupted ? ", interrupted" : ""));
+  AddPartialRows(report, tally);
+  report.Add("empty_frames", sums.empty > 0 ? "Empty frames" : "", sums.empty, Grouped(sums.empty));
+  report.Add("last_frame_incomplete", "", sums.last_incomplete, "");
   report.Add("frame_entries", "", tally.entries, "");
-  report.Add("played", "", {tally.first, tally.last}, "");
+  report.Add("played", "", {tally.first, tally.done}, "");
+  report.Add("interrupted", "", tally.interrupted, "");
 }
 
 void AddDecodeRows(Report& report, const Sums& sums) {
-  const double ms = sums.frames > 0 ? sums.seconds * 1e3 / static_cast<double>(sums.frames) : 0.0;
-  const double rate = sums.seconds > 0 ? static_cast<double>(sums.points) / sums.seconds : 0.0;
-  AddPointRows(report, sums.points, sums.non_zero);
+  const double frames = static_cast<double>(std::max<std::uint64_t>(sums.Frames(), 1));
+  const double ms = sums.seconds * 1e3 / frames;
+  const double rate = sums.seconds > 0 ? static_cast<double>(sums.all_points) / sums.seconds : 0.0;
+  AddPointRows(report, sums.all_points, sums.non_zero);
+  AddSpreadRow(report, sums.points);
   report.Add("ms_per_frame", "Decode time", ms,
              Fixed(ms, 2) + " ms per frame, " + Fixed(rate * 1e-6, 1) + " million points/s");
   report.Add("points_per_s", "", rate, "");
 }
 
 void AddPacketRows(Report& report, const PlayTally& tally) {
-  AddRefusedRows(report, tally.refused);
+  AddRefusedRows(report, tally.losses.refused);
+  report.Add("unreadable_packets", tally.losses.unreadable.empty() ? "" : "Unreadable",
+             LostJson(tally.losses.unreadable), LostText(tally.losses.unreadable));
   Json reports = Json::object();
   for (const auto& [code, count] : tally.fault_reports) {
     const auto byte = static_cast<std::uint8_t>(code);
     reports["0x" + HexBytes(&byte, 1)] = count;
   }
   report.Add("driver_fault_reports", "", reports, "");
+  std::string names;
+  for (const auto& sender : tally.senders) names += (names.empty() ? "" : ", ") + sender;
+  report.Add("senders", tally.senders.size() > 1 ? "Senders" : "", tally.senders,
+             names + ": mixed in each frame");
 }
 
 }  // namespace
 
-RefusedPackets CountRefused(const CaptureSurvey& survey, const Model& model) {
-  RefusedPackets refused;
-  refused.length = survey.Skipped(Skip::kCut) + survey.Skipped(Skip::kTooLarge);
-  for (const Flow& flow : survey.flows) {
-    const auto sized = flow.sizes.find(model.packet_bytes);
-    const std::uint64_t of_right_length = sized == flow.sizes.end() ? 0 : sized->second;
-    refused.length += flow.packets - of_right_length;
-    refused.identifier += of_right_length - flow.fits[ModelIndex(model)];
+PacketLosses FindLosses(const std::vector<FrameRecords>& frames, int first, int last) {
+  PacketLosses losses;
+  for (int i = first; i < last && i < static_cast<int>(frames.size()); ++i) {
+    const FrameRecords& frame = frames[static_cast<std::size_t>(i)];
+    losses.refused.length += frame.length;
+    losses.refused.identifier += frame.identifier;
+    for (const auto& [reason, count] : frame.unreadable) losses.unreadable[reason] += count;
   }
-  return refused;
-}
-
-bool PlayTally::HasLosses() const {
-  return refused.length > 0 || refused.identifier > 0 || !fault_reports.empty();
+  return losses;
 }
 
 Report PlayTally::MakeReport() const {

@@ -15,7 +15,8 @@ namespace orliq::cli {
 /// One cloud of a playback.
 struct PlayedFrame {
   int frame = 0;
-  int part = 0;  ///< above 0 for the further clouds of a frame whose mark was lost
+  int part = 0;          ///< above 0 for the further clouds of a frame whose mark was lost
+  bool partial = false;  ///< of a frame that the capture does not hold whole
   double timestamp = 0.0;
   std::uint64_t points = 0;
   std::uint64_t non_zero = 0;
@@ -23,21 +24,30 @@ struct PlayedFrame {
   std::string file;  ///< empty when none was written
 };
 
-/// Packets of the capture that the driver refuses.
-RefusedPackets CountRefused(const CaptureSurvey& survey, const Model& model);
+/// What the driver could not use of the frames `first` to before `last`.
+struct PacketLosses {
+  RefusedPackets refused;
+  LostRecords unreadable;
+
+  bool Any() const { return refused.length + refused.identifier > 0 || !unreadable.empty(); }
+};
+PacketLosses FindLosses(const std::vector<FrameRecords>& frames, int first, int last);
 
 /// Sums of a playback and its closing table.
 struct PlayTally {
   int entries = 0;  ///< of the whole capture
   int first = 0;    ///< first entry played
-  int last = 0;     ///< behind the last entry played
+  int last = 0;     ///< behind the last entry that was to be played
+  int done = 0;     ///< behind the last entry that was played
+  bool interrupted = false;
+  bool keep_partial = false;
   std::vector<PlayedFrame> frames;
-  RefusedPackets refused;
+  PacketLosses losses;
+  std::vector<std::string> senders;                      ///< to the port that was played
   std::map<std::uint32_t, std::uint64_t> fault_reports;  ///< of the driver, by code
   std::string files;                                     ///< what was written where; or empty
   std::uint64_t files_written = 0;
 
-  bool HasLosses() const;
   Report MakeReport() const;
 };
 
