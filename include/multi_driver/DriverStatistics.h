@@ -9,9 +9,10 @@ namespace orliq::lidar {
 
 /// What became of the packets of a live sensor, counted from InitDriver on.
 ///
-/// Every datagram that reached the socket waits in its buffer or is in exactly one of `received` and
-/// `dropped_by_kernel`, except that empty ones are not counted. Every received one is waiting in the
-/// queue, being decoded, `decoded`, refused for its length or identifier, or `dropped_by_limit`.
+/// Every datagram that reached the socket waits in its buffer or is in exactly one of `received`,
+/// `other_source`, `empty` and `dropped_by_kernel`; `receive_errors` counts calls, not datagrams.
+/// Every received one is waiting in the queue, being decoded, `decoded`, refused for its length or
+/// identifier, or `dropped_by_limit`.
 /// A port that a second socket has bound as well gives the whole flow of a sensor to one of the two:
 /// then `received` stands still while the sensor sends.
 struct ORLIQ_API DriverStatistics {
@@ -28,7 +29,9 @@ struct ORLIQ_API DriverStatistics {
   std::uint64_t queued_max = 0;           ///< the most that ever waited
   std::uint64_t buffers = 0;              ///< packet buffers in existence, 1546 bytes each
   std::uint64_t socket_buffer_bytes = 0;  ///< receive buffer as granted: twice what was asked
-  double last_packet_age_s = -1.0;        ///< [s] since the last datagram; negative before any
+  double last_packet_age_s = -1.0;        ///< [s] since the last received; negative before any
+  std::uint64_t other_source = 0;         ///< of another sender than that of SetSourceAddress
+  std::uint64_t empty = 0;                ///< of the chosen sender, but without a byte
 };
 
 }  // namespace orliq::lidar

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/DriverStatistics.h"
@@ -51,6 +52,12 @@ class ORLIQ_API OrliqDriver {
 
   /// Sets the receiver of packet faults.
   void RegisterExceptionCallBack(const ExceptionCallback& callback);
+
+  /// Chooses the one sender, in dotted IPv4 form, whose packets count, live and in a capture; those
+  /// of all others are passed over. Empty, the state at first, takes every sender. Like callbacks it
+  /// is taken over by InitDriver, and holds for every later one. False, with no effect, for what is no
+  /// address of a sender.
+  bool SetSourceAddress(const std::string& address);
 
   /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
   /// initialisation. False when the model or the source is unknown, the source cannot be opened, or

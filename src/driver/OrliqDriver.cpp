@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "multi_driver/OrliqDriver.h"
 
+#include <arpa/inet.h>
+
 #include "manager/OnlineManager.h"
 #include "manager/PcapManager.h"
 
@@ -29,6 +31,7 @@ struct OrliqDriver<T>::Impl {
   bool InitDriver(const orliq::lidar::DriverParam& param) {
     Release();
     const auto created = CreateManager<T>(param.input_type);
+    created->SetSource(source);
     created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
     created->RegisterImuCallBack(put_imu, get_imu);
     created->RegisterExceptionCallBack(exception_callback);
@@ -43,6 +46,7 @@ struct OrliqDriver<T>::Impl {
   GetPointCloud get_point_cloud;
   PutImu put_imu;
   GetImu get_imu;
+  std::uint32_t source = 0;  // of SetSourceAddress, network byte order
 };
 
 template <typename T>
@@ -67,6 +71,18 @@ void OrliqDriver<T>::RegisterImuCallBack(const PutImu& put, const GetImu& get) {
 template <typename T>
 void OrliqDriver<T>::RegisterExceptionCallBack(const ExceptionCallback& callback) {
   impl->exception_callback = callback;
+}
+
+template <typename T>
+bool OrliqDriver<T>::SetSourceAddress(const std::string& address) {
+  in_addr source = {};
+  const bool any = address.empty();
+  if (!any &&
+      (::inet_pton(AF_INET, address.c_str(), &source) != 1 || source.s_addr == INADDR_ANY)) {
+    return false;
+  }
+  impl->source = source.s_addr;
+  return true;
 }
 
 template <typename T>

@@ -17,6 +17,10 @@ class Input {
   Input(const Input&) = delete;
   Input& operator=(const Input&) = delete;
 
+  /// Only datagrams from this IPv4 address (network byte order) are delivered; 0, the state at
+  /// first, delivers those of every sender. To be called before Init.
+  void SetSource(std::uint32_t address) { source_ = address; }
+
   /// Opens the source; false when that fails.
   virtual bool Init() = 0;
 
@@ -30,6 +34,17 @@ class Input {
   /// of that buffer. 0 for a source that loses nothing.
   virtual std::uint64_t DroppedDatagrams() const { return 0; }
   virtual std::uint64_t SocketBufferBytes() const { return 0; }
+
+  /// Datagrams that were left out, each counted once: those of another sender, and empty ones. 0 for
+  /// a capture file.
+  virtual std::uint64_t OtherSourceDatagrams() const { return 0; }
+  virtual std::uint64_t EmptyDatagrams() const { return 0; }
+
+ protected:
+  bool IsSource(std::uint32_t address) const { return source_ == 0 || source_ == address; }
+
+ private:
+  std::uint32_t source_ = 0;  // network byte order
 };
 
 }  // namespace orliq::lidar

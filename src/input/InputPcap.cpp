@@ -13,6 +13,13 @@ std::string MakeFilterExpression(std::uint16_t port) {
   return port == 0 ? "(udp)" : "(udp dst port " + std::to_string(port) + ")";
 }
 
+/// The IPv4 address of the sender, from a record that holds its headers.
+std::uint32_t Sender(const std::uint8_t* record) {
+  std::uint32_t address = 0;
+  std::memcpy(&address, record + 26, sizeof address);
+  return address;
+}
+
 }  // namespace
 
 InputPcap::InputPcap(const InputParam& param)
@@ -48,7 +55,7 @@ int InputPcap::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& /*size*/, 
                        pcap_offline_filter(&filter_program_, &record, file_.Bytes()) != 0;
   const std::uint64_t headers = header_length_ + header_extra_;
   const std::uint64_t present = std::min(record.len, record.caplen);
-  if (!matches || !buffer || present < headers) return 0;
+  if (!matches || !buffer || present < headers || !IsSource(Sender(file_.Bytes()))) return 0;
 
   const std::uint64_t room = buffer->capacity - std::min(buffer->data_offset, buffer->capacity);
   const std::uint64_t length = std::min(present - headers, room);

@@ -30,7 +30,7 @@ class InputPcap final : public Input {
 
   /// Delivers the next datagram. With `remember`, `*position` receives the file position of the
   /// record that is read; without, reading moves to `*position` first; null does neither. 0 for a
-  /// record of another kind or port, -1 at the end of the file until a move back.
+  /// record of another kind, port or sender, -1 at the end of the file until a move back.
   int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                  const bool& remember) override;
 

@@ -19,6 +19,9 @@ namespace {
 constexpr int kSendBufferBytes = 4 * 1024 * 1024;
 constexpr int kBusyPollUs = 50;
 
+constexpr int kNothing = 0;   // no datagram is waiting
+constexpr int kSkipped = -2;  // there was one, but none to deliver
+
 }  // namespace
 
 InputSock::InputSock(const InputParam& param)
@@ -92,20 +95,30 @@ int InputSock::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long
                           const bool& /*remember*/) {
   if (!buffer || size <= 0) return 0;
   const std::size_t room = std::min<std::uint64_t>(static_cast<unsigned>(size), buffer->capacity);
-  const int count = Receive(*buffer, room);
-  if (count >= 0 || errno != EAGAIN) return count;
-  return WaitReadEvent(kSelectTimeoutUs) ? Receive(*buffer, room) : 0;
+  int count = ReceiveOrWait(*buffer, room);
+  for (int skips = 1; count == kSkipped && skips < kSkips; ++skips) count = Receive(*buffer, room);
+  return count == kSkipped ? kNothing : count;
 }
 
-int InputSock::Receive(Buffer& buffer, std::size_t room) const {
+int InputSock::ReceiveOrWait(Buffer& buffer, std::size_t room) {
+  const int count = Receive(buffer, room);
+  if (count != kNothing || !WaitReadEvent(kSelectTimeoutUs)) return count;
+  return Receive(buffer, room);
+}
+
+/// The length of a datagram to deliver, kSkipped, kNothing, or -1 when the system reports an error.
+/// A damaged datagram wakes the wait, but the system drops and counts it when it is to be taken:
+/// then there is nothing.
+int InputSock::Receive(Buffer& buffer, std::size_t room) {
   sockaddr_in sender = {};
   socklen_t sender_size = sizeof sender;
   const auto count = static_cast<int>(::recvfrom(
       sockfd_, buffer.data, room, 0, reinterpret_cast<sockaddr*>(&sender), &sender_size));
-  if (count > 0) {
-    buffer.data_offset = 0;
-    buffer.length = static_cast<std::uint64_t>(count);
-  }
+  if (count < 0) return errno == EAGAIN ? kNothing : -1;
+  if (!IsSource(sender.sin_addr.s_addr)) return other_source_.Add(), kSkipped;
+  if (count == 0) return empty_.Add(), kSkipped;
+  buffer.data_offset = 0;
+  buffer.length = static_cast<std::uint64_t>(count);
   return count;
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "common/Counter.h"
 #include "input/Input.h"
 #include "multi_driver/DriverParam.h"
 
@@ -27,6 +28,7 @@ class InputSock final : public Input {
  public:
   static constexpr int kSelectTimeoutUs = 100;
   static constexpr std::size_t kBatch = 64;  // datagrams of one batch receive
+  static constexpr int kSkips = 64;          // datagrams that one receive passes over at most
 
   explicit InputSock(const InputParam& param);
   ~InputSock() override;
@@ -37,15 +39,17 @@ class InputSock final : public Input {
   bool Init() override;
 
   /// Receives one datagram of at most `size` bytes, cut at the room in `buffer`. When none is
-  /// waiting it waits up to 100 us for one. Returns its length; 0 when nothing arrived, it was
-  /// empty, or there is no buffer; negative when the system reports an error.
+  /// waiting it waits up to 100 us for one. Empty datagrams and those of other senders are counted
+  /// and passed over, at most kSkips of them, so that no flood of them keeps the caller. Returns the
+  /// length; 0 when nothing fit to deliver arrived or there is no buffer; negative when the system
+  /// reports an error.
   int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                  const bool& remember) override;
 
   /// Receives up to `max_count` datagrams at once, at most 64 and at most one for each entry of
   /// `buffers`; an empty entry gets a new buffer of `size` bytes. When none is waiting it waits up
-  /// to 100 us for the first. Returns how many arrived, or a negative number without a bound socket
-  /// or for a count below 1.
+  /// to 100 us for the first. Every sender's count, empty ones too. Returns how many arrived, or a
+  /// negative number without a bound socket or for a count below 1.
   int RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count, unsigned size);
 
   /// Makes the descriptor non-blocking; false when the system refuses.
@@ -60,19 +64,24 @@ class InputSock final : public Input {
 
   std::uint64_t DroppedDatagrams() const override;
   std::uint64_t SocketBufferBytes() const override;
+  std::uint64_t OtherSourceDatagrams() const override { return other_source_.Value(); }
+  std::uint64_t EmptyDatagrams() const override { return empty_.Value(); }
 
  private:
   bool Open();
   void SetOptions() const;
   bool Bind() const;
   bool InitBatchRecv();
-  int Receive(Buffer& buffer, std::size_t room) const;
+  int Receive(Buffer& buffer, std::size_t room);
+  int ReceiveOrWait(Buffer& buffer, std::size_t room);
   bool WaitEvent(short event, int timeout_us) const;
 
   std::string local_ip_;   // empty: any address
   std::uint16_t port_;     // host byte order
   std::string pcap_file_;  // not used by this source
   int sockfd_ = -1;        // -1: closed
+  Counter other_source_;   // of the receiving thread
+  Counter empty_;          // likewise
   std::unique_ptr<iovec[]> iovecs_;
   std::unique_ptr<mmsghdr[]> msgs_;
   std::unique_ptr<sockaddr_in[]> addrs_;

@@ -47,6 +47,9 @@ class DriverManager {
   /// owner calls it, since a call that is under way on another thread may keep the manager longer.
   virtual void Abandon() = 0;
 
+  /// The sender whose packets count, from the next Init on; see Input::SetSource.
+  void SetSource(std::uint32_t address) { source = address; }
+
  protected:
   void GiveCallbacks(ApplicationCallbacks<T>& callbacks) const;
 
@@ -55,6 +58,7 @@ class DriverManager {
   std::function<std::shared_ptr<T>()> get_point_cloud;
   std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
+  std::uint32_t source = 0;  // network byte order
 };
 
 }  // namespace orliq::lidar

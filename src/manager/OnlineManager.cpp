@@ -40,7 +40,7 @@ std::uint64_t NowNs() {
 
 template <typename T>
 struct OnlineManager<T>::Impl {
-  bool Init(const DriverParam& param);
+  bool Init(const DriverParam& param, std::uint32_t source);
   bool MakeDecoder(const DriverParam& param);
   void Release();
   bool Start(const std::shared_ptr<Impl>& self);
@@ -75,7 +75,7 @@ struct OnlineManager<T>::Impl {
 };
 
 template <typename T>
-bool OnlineManager<T>::Impl::Init(const DriverParam& param) {
+bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source) {
   Release();
   if (!MakeDecoder(param)) return false;
   param_service = std::make_shared<ParamService>();
@@ -89,6 +89,7 @@ bool OnlineManager<T>::Impl::Init(const DriverParam& param) {
   diagnostics::CheckFolderLoaded(loaded);
   if (loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
   input = InputFactory::CreateInput(param.input_type, param.input_param);
+  if (input) input->SetSource(source);
   if (!input || !input->Init()) {
     Release();
     return false;
@@ -257,7 +258,7 @@ bool OnlineManager<T>::Init(const DriverParam& param) {
   impl_->Stop();
   this->GiveCallbacks(impl_->callbacks);
   const auto keep = impl_;  // the provider may end the manager
-  return keep->Init(param);
+  return keep->Init(param, this->source);
 }
 
 template <typename T>
@@ -292,6 +293,8 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.received_bytes = impl.received_bytes.Value();
   statistics.receive_errors = impl.receive_errors.Value();
   statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
+  statistics.other_source = impl.input->OtherSourceDatagrams();
+  statistics.empty = impl.input->EmptyDatagrams();
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
   statistics.buffers = impl.buffers;
   const std::uint64_t last_packet_ns = impl.last_packet_ns.Value();

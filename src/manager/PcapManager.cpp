@@ -38,7 +38,7 @@ struct FramePosPackage {
 
 template <typename T>
 struct PcapManager<T>::Impl {
-  bool Init(const DriverParam& param);
+  bool Init(const DriverParam& param, std::uint32_t source);
   void Release();
   void ProcessData();
   void IndexRecord();
@@ -75,7 +75,7 @@ struct PcapManager<T>::Impl {
 };
 
 template <typename T>
-bool PcapManager<T>::Impl::Init(const DriverParam& param) {
+bool PcapManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source) {
   Release();
   decoder = DecoderFactory<T>::CreateDecoder(param.lidar_type, param.decoder_param);
   if (!decoder) return false;
@@ -88,6 +88,7 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param) {
     decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
   }
   input = InputFactory::CreateInput(param.input_type, param.input_param);
+  if (input) input->SetSource(source);
   if (!input || !input->Init()) {
     Release();
     return false;
@@ -228,7 +229,7 @@ bool PcapManager<T>::Init(const DriverParam& param) {
   Stop();
   this->GiveCallbacks(impl_->callbacks);
   const auto keep = impl_;  // the provider may end the manager
-  return keep->Init(param);
+  return keep->Init(param, this->source);
 }
 
 template <typename T>

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <set>
 
+#include "support/CaptureBuilder.h"
 #include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
 #include "support/TickingClock.h"
@@ -113,6 +114,35 @@ TEST(Live, AllCallbacksRunOnOneNamedThread) {
   EXPECT_EQ(s.decoded, 1U);
   EXPECT_EQ(s.queued + s.dropped_by_kernel + s.dropped_by_limit + s.receive_errors, 0U);
   EXPECT_GE(s.last_packet_age_s, 0.0);
+}
+
+TEST(Live, OnlyTheChosenSenderCountsLiveAndInACapture) {
+  Sensor sensor;
+  for (const char* wrong : {"127.0.0", "localhost", "0.0.0.0", "127.0.0.1 "}) {
+    EXPECT_FALSE(sensor.driver->SetSourceAddress(wrong)) << wrong;
+  }
+  const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
+  for (const auto& [address, expected] : {std::pair("127.0.0.2", 1U), std::pair("", 2U)}) {
+    EXPECT_TRUE(sensor.driver->SetSourceAddress(address));
+    for (int again = 0; again < 2; ++again) {
+      ASSERT_TRUE(sensor.Open());
+      sensor.sender.Send(sensor.port, kPacket.data(), kPacket.size());
+      other.Send(sensor.port, kPacket.data(), kPacket.size());
+      EXPECT_TRUE(Eventually([&] {
+        const DriverStatistics s = sensor.Statistics();
+        return s.received == expected && s.other_source == 2 - expected;
+      }));
+    }
+  }
+  auto foreign = test::CaptureBuilder::Frame(kLast.payload(), 2368);
+  foreign[29] = 201;
+  const test::TempDir folder;
+  const std::string capture =
+      test::CaptureBuilder().Record(foreign).Udp(kLast).Record(foreign).Write(folder / "c.pcap");
+  EXPECT_EQ(test::Playback<Point>().Open(capture), 3);
+  test::Playback<Point> chosen;
+  EXPECT_TRUE(chosen.driver->SetSourceAddress("192.168.1.201"));
+  EXPECT_EQ(chosen.Open(capture), 2);
 }
 
 TEST(Live, StartAndStopCanBeRepeatedAndARestartGoesOnWithTheOldFrame) {

@@ -57,6 +57,21 @@ TEST_F(InputSockTest, DeliversOneDatagramPerCallCutAtTheRoomThereIs) {
   EXPECT_TRUE(Receive() < 0 && !sock.SetNonblock() && !sock.WaitReadEvent(0));
 }
 
+TEST_F(InputSockTest, EmptyDatagramsAndThoseOfOtherSendersArePassedOverAndCounted) {
+  sock.SetSource(htonl(INADDR_LOOPBACK));
+  ASSERT_TRUE(sock.Init());
+  const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
+  for (std::size_t i = 0; i < 63; ++i) other.Send(port, "junk", i % 2);
+  for (int i = 0; i < 65; ++i) Send(i == 0 ? 5 : 0);
+  Send(6);
+  EXPECT_EQ(Receive(), 5);
+  EXPECT_EQ(sock.OtherSourceDatagrams(), 63U);
+  EXPECT_EQ(Receive(), 0) << "a flood of them does not keep the caller";
+  EXPECT_EQ(Receive(), 6);
+  EXPECT_EQ(sock.OtherSourceDatagrams(), 63U);
+  EXPECT_EQ(sock.EmptyDatagrams(), 64U);
+}
+
 TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPort) {
   InputSock any(Param(port, "")), again(Param(port, ""));
   ASSERT_TRUE(any.Init() && again.Init() && any.Init());

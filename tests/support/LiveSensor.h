@@ -27,7 +27,9 @@ struct LiveSensor : Playback<P> {
         },
         [this] { return imu_provider(); });
   }
-  ~LiveSensor() { this->driver.reset(); }
+  ~LiveSensor() {
+    MustEnd("the driver", [this] { this->driver.reset(); });
+  }
 
   lidar::DriverParam Param() const {
     lidar::DriverParam param;

@@ -18,8 +18,10 @@ namespace orliq::test {
 /// A UDP socket on this machine; the port it is bound to was free.
 class LoopbackSocket {
  public:
-  LoopbackSocket() : descriptor_(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const sockaddr_in address = Address(0);
+  explicit LoopbackSocket(std::uint32_t host = INADDR_LOOPBACK)
+      : descriptor_(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address = Address(0);
+    address.sin_addr.s_addr = htonl(host);
     socklen_t size = sizeof address_;
     if (::bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address_), &size) != 0) {

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,16 +20,32 @@
 
 namespace orliq::test {
 
-constexpr std::chrono::seconds kDeadline{60};  // far beyond what any machine needs
+constexpr std::chrono::seconds kDeadline{10};  // far beyond what any machine needs
 
-/// Asks again until the answer is yes or the deadline has passed.
-inline bool Eventually(const std::function<bool()>& ask) {
+/// Asks again until the answer is yes or the deadline has passed. An expectation prints the question.
+inline testing::AssertionResult Eventually(const std::function<bool()>& ask) {
   const auto end = std::chrono::steady_clock::now() + kDeadline;
   while (!ask()) {
-    if (std::chrono::steady_clock::now() > end) return false;
+    if (std::chrono::steady_clock::now() > end) {
+      return testing::AssertionFailure() << "not within " << kDeadline.count() << " s";
+    }
     std::this_thread::yield();
   }
-  return true;
+  return testing::AssertionSuccess();
+}
+
+/// Runs a body that may hang, such as one that joins a thread. After the deadline it ends the process
+/// with what it waited for, so that nobody waits for the time limit of the whole test.
+inline void MustEnd(const char* what, const std::function<void()>& body) {
+  std::promise<void> ended;
+  std::thread guard([what, end = ended.get_future()] {
+    if (end.wait_for(kDeadline) == std::future_status::ready) return;
+    std::fprintf(stderr, "%s did not end within %d s\n", what, static_cast<int>(kDeadline.count()));
+    std::abort();
+  });
+  body();
+  ended.set_value();
+  guard.join();
 }
 
 /// A driver that plays a capture, with its frames collected in order.
@@ -47,6 +68,10 @@ struct Playback {
       const std::lock_guard<std::mutex> lock(mutex);
       errors.push_back(error.code);
     });
+  }
+
+  ~Playback() {
+    MustEnd("the driver", [this] { driver.reset(); });
   }
 
   static lidar::DriverParam Param(const std::string& capture) {
