@@ -70,6 +70,12 @@ TEST_F(InputSockTest, EmptyDatagramsAndThoseOfOtherSendersArePassedOverAndCounte
   EXPECT_EQ(Receive(), 6);
   EXPECT_EQ(sock.OtherSourceDatagrams(), 63U);
   EXPECT_EQ(sock.EmptyDatagrams(), 64U);
+  const auto seen = sock.SeenSenders();
+  EXPECT_EQ(seen.first.address, INADDR_LOOPBACK + 1);
+  EXPECT_EQ(seen.first.port, other.port());
+  EXPECT_EQ(seen.other.address, INADDR_LOOPBACK);
+  EXPECT_EQ(seen.other.port, sender.port());
+  EXPECT_EQ(seen.of_others, 66U);
 }
 
 TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPort) {
