@@ -115,8 +115,7 @@ ExitCode Run(const Options& options, Console& console) {
   if (!options.check_folder.empty()) AddCheckFolder(report, *model, options.check_folder);
   AddFlows(report, survey);
   AddSkipped(report, survey);
-  report.Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(report);
 
   if (!survey.fault.empty()) {
     throw Failure(ExitCode::kFileFault, options.capture + ' ' + FaultText(survey));

@@ -18,12 +18,12 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
-constexpr double kStatusPause = 1.0;            // [s]
+constexpr std::chrono::seconds kStatusPause{1};
 
 struct Options {
   CloudOptions cloud;
   ListenOptions listen;
-  std::optional<std::uint64_t> frames;
+  FrameChoice choice;
 };
 
 lidar::DriverParam MakeParam(const Options& options, const Model& model) {
@@ -38,7 +38,7 @@ lidar::DriverParam MakeParam(const Options& options, const Model& model) {
 std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
   const std::string& out = options.cloud.out;
   if (out.empty()) return nullptr;
-  if (options.frames != 1 && CloudWriter(out, options.cloud.format).SingleFile()) {
+  if (options.choice.frames != 1 && CloudWriter(out, options.cloud.format).SingleFile()) {
     throw Failure(ExitCode::kUsage, "--out " + out +
                                         " is one file, which takes one frame: name a "
                                         "folder, or add --frames 1");
@@ -59,7 +59,7 @@ void RequirePort(const ListenOptions& listen, const Console& console) {
 class Watcher {
  public:
   Watcher(const ListenOptions& options, const LiveSource& source)
-      : source_(source), time_(options), line_(options.quiet) {}
+      : source_(source), time_(options), line_(options.quiet, kStatusPause) {}
 
   void Look() {
     counts_ = source_.Counts();
@@ -72,11 +72,9 @@ class Watcher {
     }
   }
 
-  /// Once a second.
   void Show() {
-    const double seconds = now_ - shown_at_;
-    if (seconds < kStatusPause) return;
-    line_.Show(LiveStatusText(shown_, counts_, seconds));
+    if (!line_.Due()) return;
+    line_.Show(LiveStatusText(shown_, counts_, now_ - shown_at_));
     shown_ = counts_;
     shown_at_ = now_;
   }
@@ -86,6 +84,7 @@ class Watcher {
   LiveTally Tally() const {
     LiveTally tally;
     tally.counts = counts_;
+    tally.interrupted = InterruptRequested() && !Over();
     Reception& reception = tally.reception;
     reception.seconds = now_;
     reception.active = last_ - first_;
@@ -128,7 +127,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   if (options.cloud.verbose) console.ShowLibraryLines();
   const auto source = WithCloudType(options.cloud.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.frames, saver.get()));
+    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver.get()));
   });
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
@@ -136,6 +135,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
   LiveTally tally = Watch(options.listen, *source);
+  tally.source = options.choice.source;
   tally.reception.listened_on = where;
   if (saver) {
     saver->Finish();
@@ -149,6 +149,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 /// Says what the table's losses mean.
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
+  if (tally.Mixed()) console.Note(MixedSendersText(packets));
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(
@@ -163,18 +164,18 @@ ExitCode Run(const Options& options, Console& console) {
   const Model& model = DecodableModel(options.cloud);
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
-  tally.MakeReport().Print(console.Out(), options.listen.json);
-  console.Out().flush();
+  console.Print(tally.MakeReport());
   const auto& packets = tally.counts.packets;
   if (packets.decoded == 0) {
-    throw Failure(ExitCode::kNoData,
-                  WhyNothingArrived({options.listen.address, options.listen.port,
-                                     tally.reception.seconds, &model, packets.received,
-                                     packets.refused_length, packets.last_refused_length}));
+    throw Failure(
+        ExitCode::kNoData,
+        WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
+                           &model, packets.received, packets.refused_length,
+                           packets.last_refused_length, options.choice.source, packets.other_source,
+                           SenderText(packets.first_sender)}));
   }
-  if (!tally.HasLosses()) return ExitCode::kDone;
   Explain(tally, console);
-  return ExitCode::kLosses;
+  return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
 }  // namespace
@@ -185,12 +186,20 @@ Verb AddLive(CLI::App& app) {
       "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
-  command->add_option("--frames", options->frames, "stop after that many frames")
+  command->add_option("--frames", options->choice.frames, "stop after that many frames")
       ->check(Within(1.0, 1e9));
+  command->add_flag("--partial", options->choice.partial,
+                    "count and write the first frame too, of which the beginning is missing");
+  command
+      ->add_option("--source", options->choice.source,
+                   "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(CLI::ValidIPV4);
   command->footer(
-      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table.\n\n"
-      "Example:\n  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 "
-      "--out frames --format pcd");
+      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted from "
+      "0, which is the partial one, and their files are named after that.\n\n"
+      "Example:\n"
+      "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
+      "      --out frames --format pcd");
   return {command, [options](Console& console) { return Run(*options, console); }};
 }
 

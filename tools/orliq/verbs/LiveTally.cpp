@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/LiveTally.h"
 
+#include <tuple>
+
+#include "orliq/capture/UdpRecord.h"
+
 namespace orliq::cli {
 namespace {
 
@@ -8,15 +12,42 @@ double Rate(std::uint64_t count, double seconds) {
   return seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0;
 }
 
+void AddSenderRows(Report& report, const LiveTally& tally) {
+  const auto& packets = tally.counts.packets;
+  Json senders = Json::array();
+  std::string text;
+  for (const lidar::PacketSender& sender : {packets.first_sender, packets.other_sender}) {
+    if (sender.address == 0) continue;
+    senders.push_back(SenderText(sender));
+    text += (text.empty() ? "" : ", ") + SenderText(sender);
+  }
+  if (packets.of_other_senders > 0) {
+    text += "; " + Count(packets.of_other_senders, "packet") + " not of the first";
+  }
+  report.Add("senders", text.empty() ? "" : "Senders", std::move(senders), text);
+  report.Add("packets_of_other_senders", "", packets.of_other_senders, "");
+  report.Add("packets_passed_over", tally.source.empty() ? "" : "Passed over", packets.other_source,
+             Count(packets.other_source, "packet") + " not from " + tally.source);
+}
+
 void AddFrameRows(Report& report, const LiveCounts& counts) {
-  // The first frame is the rest of one that had begun before.
+  // With the rest of one that had begun before, the first frame ends a span that is none.
   const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
              Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
   report.Add("frames_per_s", "", rate, "");
   report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
              Grouped(counts.empty_frames));
+  report.Add("partial_frames_left_out", counts.partial_frames > 0 ? "Left out" : "",
+             counts.partial_frames,
+             "the first frame, with the last " + Count(counts.partial_points, "point"));
+  report.Add("partial_points_left_out", "", counts.partial_points, "");
   AddPointRows(report, counts.points, counts.non_zero);
+  report.Add(
+      "points_per_frame", counts.frames > 0 ? "Points per frame" : "",
+      {{"min", counts.min_points}, {"median", counts.median_points}, {"max", counts.max_points}},
+      "min " + Grouped(counts.min_points) + ", median " + Grouped(counts.median_points) + ", max " +
+          Grouped(counts.max_points));
   report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
 }
 
@@ -53,11 +84,28 @@ bool LiveTally::HasLosses() const {
 Report LiveTally::MakeReport() const {
   Report report;
   AddReceptionRows(report, reception);
+  report.Add("interrupted", "", interrupted, "");
   report.Add("packets_decoded", "", counts.packets.decoded, "");
+  AddSenderRows(report, *this);
   AddFrameRows(report, counts);
   AddLossRows(report, counts.packets);
   AddFileRows(report, *this);
   return report;
+}
+
+std::string SenderText(const lidar::PacketSender& sender) {
+  if (sender.address == 0) return "none";
+  return DottedAddress(sender.address) + ':' + std::to_string(sender.port);
+}
+
+std::string MixedSendersText(const lidar::DriverStatistics& packets) {
+  const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
+  const std::string both = SenderText(first) + " and " + SenderText(other) +
+                           " both sent to this port: their packets are mixed in the frames. ";
+  if (first.address == other.address) {
+    return both + "Let one of them send to another port, unless it is the same sensor, restarted";
+  }
+  return both + "--source " + DottedAddress(first.address) + " takes the first one only";
 }
 
 std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds) {

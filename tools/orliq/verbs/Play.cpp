@@ -137,8 +137,7 @@ ExitCode Run(const PlayOptions& options, Console& console) {
   RequireCalibration(*plan.model, options.cloud.check_folder, console);
   if (options.cloud.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
-  tally.MakeReport().Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(tally.MakeReport());
   if (!plan.survey.fault.empty()) {
     throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
   }

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/SimulatedFolder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <system_error>
+
+#include "orliq/clouds/CloudWriter.h"
+#include "orliq/terminal/AtomicFile.h"
+#include "orliq/terminal/ExitCode.h"
+
+namespace orliq::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kList[] = "simulated.txt";
+constexpr char kListTitle[] = "Written by orliq simulate, which may replace these files:\n";
+constexpr char kUnfinished[] = "unfinished.tmp";  // what a killed simulation leaves
+
+[[noreturn]] void ThrowFault(const std::string& sentence) {
+  throw Failure(ExitCode::kFileFault, sentence);
+}
+
+/// A folder of its own that goes with the object.
+class TempFolder {
+ public:
+  TempFolder() : path_((fs::temp_directory_path() / "orliq-XXXXXX").string()) {
+    if (::mkdtemp(path_.data()) != nullptr) return;
+    ThrowFault("cannot make the folder " + path_ + ": " + std::generic_category().message(errno));
+  }
+  ~TempFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+/// FNV-1a of the file's bytes in hexadecimal digits: it tells of a change, not of an attack.
+std::string Checksum(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::uint64_t sum = 0xCBF29CE484222325;
+  for (auto byte = std::istreambuf_iterator<char>(file); byte != std::istreambuf_iterator<char>();
+       ++byte) {
+    sum = (sum ^ static_cast<unsigned char>(*byte)) * 0x100000001B3;
+  }
+  std::ostringstream text;
+  text << std::hex << sum;
+  return text.str();
+}
+
+using Checksums = std::map<std::string, std::string>;  // by file name
+
+/// The tables that the sensor writes now.
+Checksums FreshTables(const sim::Sensor& sensor, const std::string& folder) {
+  const TempFolder temp;
+  std::string error;
+  if (!sensor.WriteCheckFolder(temp.Path(), error)) {
+    const std::size_t place = error.find(temp.Path());
+    if (place != std::string::npos) error.replace(place, temp.Path().size(), folder);
+    ThrowFault(error);
+  }
+  Checksums sums;
+  for (const auto& entry : fs::directory_iterator(temp.Path())) {
+    sums[entry.path().filename().string()] = Checksum(entry.path());
+  }
+  return sums;
+}
+
+Checksums ReadList(const fs::path& path) {
+  std::ifstream file(path);
+  std::string title;
+  std::getline(file, title);
+  Checksums sums;
+  if (title + '\n' != kListTitle) return sums;
+  for (std::string sum, name; file >> sum >> name;) sums[name] = sum;
+  return sums;
+}
+
+void WriteList(const fs::path& path, const Checksums& sums) {
+  std::string text = kListTitle;
+  for (const auto& [name, sum] : sums) text += sum + ' ' + name + '\n';
+  AtomicFile file(path);
+  file.Write(text.data(), text.size());
+  file.Commit();
+}
+
+/// Refuses a folder with anything that neither is listed as written nor equals what will be.
+void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
+  const Checksums listed = ReadList(fs::path(folder) / kList);
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    const std::string name = entry.path().filename().string();
+    if ((name == kList && !listed.empty()) || name == kUnfinished) continue;
+    const bool plain = entry.is_regular_file(error);
+    const std::string sum = plain ? Checksum(entry.path()) : std::string();
+    const auto is_in = [&](const Checksums& sums) {
+      const auto found = sums.find(name);
+      return found != sums.end() && found->second == sum;
+    };
+    if (plain && (is_in(listed) || is_in(fresh))) continue;
+    ThrowFault("the folder " + folder + " holds " + name +
+               ", which no simulation wrote: simulate writes its calibration to --check-folder, so "
+               "name an empty folder, or add --force to replace what is there");
+  }
+  if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
+}
+
+}  // namespace
+
+void WriteSimulatedFolder(const sim::Sensor& sensor, const std::string& folder, bool force) {
+  const Checksums fresh = FreshTables(sensor, folder);
+  MakeFolder(folder);
+  if (fresh.empty()) return;
+  if (!force) RequireOwnFiles(folder, fresh);
+  std::string error;
+  if (!sensor.WriteCheckFolder(folder, error)) ThrowFault(error);
+  WriteList(fs::path(folder) / kList, fresh);
+}
+
+}  // namespace orliq::cli
