@@ -39,7 +39,9 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_option("--check-folder", options.check_folder,
                      "folder to read the sensor's calibration from");
   command.add_option("--out", options.out, "folder for one file per frame, or one file");
-  command.add_option("--format", options.format, "of the files; without it as --out ends, or pcd")
+  command
+      .add_option("--format", options.format,
+                  "format of the files; without it by the ending of --out, or pcd")
       ->check(CLI::IsMember({"pcd", "ply", "csv"}));
   command
       .add_option("--point", options.point,

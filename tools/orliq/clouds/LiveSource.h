@@ -21,11 +21,10 @@ namespace orliq::cli {
 /// What has come from a live sensor so far.
 struct LiveCounts {
   lidar::DriverStatistics packets;
-  std::uint64_t frames = 0;  ///< clouds with points, less the one that was left out
+  std::uint64_t frames = 0;  ///< clouds with points, the partial one only when it is kept
   double frames_span = 0.0;  ///< [s] from the first of them to the last
   std::uint64_t empty_frames = 0;
-  std::uint64_t partial_frames = 0;  ///< left out: the first, which had begun before
-  std::uint64_t partial_points = 0;  ///< of that
+  std::uint64_t partial_points = 0;  ///< of the first one, which had begun before
   std::uint64_t points = 0;
   std::uint64_t min_points = 0;  ///< of a frame
   std::uint64_t median_points = 0;
@@ -89,7 +88,6 @@ class DriverSource : public LiveSource {
     counts.frames_span =
         std::chrono::duration<double>(last_frame_.load() - first_frame_.load()).count();
     counts.empty_frames = empty_frames_;
-    counts.partial_frames = partial_frames_;
     counts.partial_points = partial_points_;
     counts.points = points_;
     {
@@ -112,12 +110,11 @@ class DriverSource : public LiveSource {
     if (Complete()) return;
     const int number = clouds_++;
     const std::size_t points = cloud->points.size();
+    const bool partial = number == 0;
+    if (partial) partial_points_ = points;
     if (points == 0) {
       ++empty_frames_;
-    } else if (number == 0 && !choice_.partial) {
-      partial_points_ = points;
-      ++partial_frames_;
-    } else {
+    } else if (!partial || choice_.partial) {
       Count(*cloud);
       if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
       ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
@@ -145,7 +142,6 @@ class DriverSource : public LiveSource {
   int clouds_ = 0;  // of all kinds; of the decoding thread
   Number frames_{0};
   Number empty_frames_{0};
-  Number partial_frames_{0};
   Number partial_points_{0};
   Number points_{0};
   Number non_zero_{0};

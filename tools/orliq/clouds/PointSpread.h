@@ -19,12 +19,12 @@ class PointSpread {
   // All are 0 without a frame.
   std::uint64_t Min() const { return frames_ == 0 ? 0 : counts_.begin()->first; }
   std::uint64_t Max() const { return frames_ == 0 ? 0 : counts_.rbegin()->first; }
-  /// Of an even number of frames the smaller one of the two in the middle.
+  /// Of an even number of frames the larger one of the two in the middle.
   std::uint64_t Median() const {
     std::uint64_t below = 0;
     for (const auto& [points, times] : counts_) {
       below += times;
-      if (2 * below >= frames_) return points;
+      if (2 * below > frames_) return points;
     }
     return 0;
   }

@@ -58,8 +58,12 @@ void RequirePort(const ListenOptions& listen, const Console& console) {
 /// Gathers the counts of a source and times it from its first packet to its last.
 class Watcher {
  public:
-  Watcher(const ListenOptions& options, const LiveSource& source)
-      : source_(source), time_(options), line_(options.quiet, kStatusPause) {}
+  Watcher(const Options& options, const LiveSource& source, const Console& console)
+      : source_(source),
+        console_(console),
+        any_sender_(options.choice.source.empty()),
+        time_(options.listen),
+        line_(options.listen.quiet, kStatusPause) {}
 
   void Look() {
     counts_ = source_.Counts();
@@ -70,6 +74,7 @@ class Watcher {
       first_ = last_;
       by_first_look_ = packets.received;
     }
+    WarnOfMixture();
   }
 
   void Show() {
@@ -95,7 +100,17 @@ class Watcher {
   }
 
  private:
+  /// Once, as soon as it shows: the user need not wait for the end to mend it.
+  void WarnOfMixture() {
+    if (warned_ || !any_sender_ || counts_.packets.of_other_senders == 0) return;
+    warned_ = true;
+    console_.Note(MixedSendersText(counts_.packets));
+  }
+
   const LiveSource& source_;
+  const Console& console_;
+  bool any_sender_;  // no --source was given
+  bool warned_ = false;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -108,8 +123,8 @@ class Watcher {
 };
 
 /// Looks at the counts until it is time to end.
-LiveTally Watch(const ListenOptions& options, LiveSource& source) {
-  Watcher watcher(options, source);
+LiveTally Watch(const Options& options, LiveSource& source, const Console& console) {
+  Watcher watcher(options, source, console);
   while (!watcher.Over() && !WaitForInterrupt(kPass)) {
     watcher.Look();
     watcher.Show();
@@ -134,8 +149,9 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
-  LiveTally tally = Watch(options.listen, *source);
+  LiveTally tally = Watch(options, *source, console);
   tally.source = options.choice.source;
+  tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
   if (saver) {
     saver->Finish();
@@ -149,7 +165,6 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 /// Says what the table's losses mean.
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
-  if (tally.Mixed()) console.Note(MixedSendersText(packets));
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(

@@ -30,24 +30,35 @@ void AddSenderRows(Report& report, const LiveTally& tally) {
              Count(packets.other_source, "packet") + " not from " + tally.source);
 }
 
-void AddFrameRows(Report& report, const LiveCounts& counts) {
-  // With the rest of one that had begun before, the first frame ends a span that is none.
+/// The first frame, if it held any points, is the rest of one that had begun before.
+void AddPartialRow(Report& report, std::uint64_t points, bool kept) {
+  Json list = Json::array();
+  if (points > 0) list.push_back({{"frame", 0}, {"points", points}, {"kept", kept}});
+  report.Add("partial_frames", points > 0 ? "Partial frames" : "", std::move(list),
+             (kept ? "kept: 0 with " : "left out: 0 with ") + Count(points, "point"));
+}
+
+/// A frame that lost packets in the network has fewer points, without a mark those of two.
+void AddSpreadRow(Report& report, const LiveCounts& counts) {
+  const auto& [min, median, max] =
+      std::tie(counts.min_points, counts.median_points, counts.max_points);
+  report.Add("points_per_frame", counts.frames > 0 ? "Points per frame" : "",
+             {{"min", min}, {"median", median}, {"max", max}},
+             Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
+}
+
+void AddFrameRows(Report& report, const LiveTally& tally) {
+  const LiveCounts& counts = tally.counts;
+  // The span begins with the end of the first frame.
   const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
              Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
   report.Add("frames_per_s", "", rate, "");
   report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
              Grouped(counts.empty_frames));
-  report.Add("partial_frames_left_out", counts.partial_frames > 0 ? "Left out" : "",
-             counts.partial_frames,
-             "the first frame, with the last " + Count(counts.partial_points, "point"));
-  report.Add("partial_points_left_out", "", counts.partial_points, "");
+  AddPartialRow(report, counts.partial_points, tally.keeps_partial);
   AddPointRows(report, counts.points, counts.non_zero);
-  report.Add(
-      "points_per_frame", counts.frames > 0 ? "Points per frame" : "",
-      {{"min", counts.min_points}, {"median", counts.median_points}, {"max", counts.max_points}},
-      "min " + Grouped(counts.min_points) + ", median " + Grouped(counts.median_points) + ", max " +
-          Grouped(counts.max_points));
+  AddSpreadRow(report, counts);
   report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
 }
 
@@ -87,7 +98,7 @@ Report LiveTally::MakeReport() const {
   report.Add("interrupted", "", interrupted, "");
   report.Add("packets_decoded", "", counts.packets.decoded, "");
   AddSenderRows(report, *this);
-  AddFrameRows(report, counts);
+  AddFrameRows(report, *this);
   AddLossRows(report, counts.packets);
   AddFileRows(report, *this);
   return report;

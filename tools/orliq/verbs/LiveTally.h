@@ -19,10 +19,9 @@ struct LiveTally {
   std::uint64_t files_written = 0;
   CloudSaver::Losses not_written;
   std::string source;        ///< the only sender that counts; empty: every one
+  bool keeps_partial = false;
   bool interrupted = false;  ///< a signal ended it, not a limit
 
-  /// Whether packets of several senders were decoded as if they were one sensor's.
-  bool Mixed() const { return source.empty() && counts.packets.of_other_senders > 0; }
   /// Whether packets were refused or lost, or frames not written.
   bool HasLosses() const;
   Report MakeReport() const;

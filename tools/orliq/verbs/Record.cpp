@@ -122,13 +122,16 @@ std::string SenderText(const SenderCount& sender) {
 
 void AddSenders(Report& report, const std::vector<SenderCount>& senders) {
   Json list = Json::array();
+  Json packets = Json::object();
   std::string text;
   for (const SenderCount& sender : senders) {
-    list.push_back({{"sender", SenderText(sender)}, {"packets", sender.packets}});
+    list.push_back(SenderText(sender));
+    packets[SenderText(sender)] = sender.packets;
     text += (text.empty() ? "" : ", ") + SenderText(sender);
     if (senders.size() > 1) text += " (" + Count(sender.packets, "packet") + ')';
   }
   report.Add("senders", text.empty() ? "" : "Senders", std::move(list), text);
+  report.Add("packets_by_sender", "", std::move(packets), "");
 }
 
 Report MakeReport(const Options& options, const Recording& recording, const Result& result) {

@@ -41,25 +41,26 @@ void AddOptions(CLI::App& command, Options& options) {
 }
 
 /// Records that may hold a sensor's datagram, but none that can be taken out of them.
-constexpr Skip kUnsendable[] = {Skip::kOtherLinkType, Skip::kVlan,      Skip::kIpv6,
+constexpr Skip kUnreadable[] = {Skip::kOtherLinkType, Skip::kVlan,      Skip::kIpv6,
                                 Skip::kFragment,      Skip::kIpOptions, Skip::kCut};
 
-std::uint64_t Unsendable(const CaptureSurvey& found) {
-  std::uint64_t count = 0;
-  for (const Skip reason : kUnsendable) count += found.Skipped(reason);
-  return count;
-}
-
-/// "3 (VLAN tag: record the untagged interface), 1 (IPv6)", or "none".
-std::string UnsendableText(const CaptureSurvey& found) {
-  std::string text;
-  for (const Skip reason : kUnsendable) {
-    if (found.Skipped(reason) == 0) continue;
-    text += (text.empty() ? "" : ", ") + Grouped(found.Skipped(reason)) + " (" +
-            SkipNames()[static_cast<std::size_t>(reason)].text + ')';
+/// How many there are of them; `json` by reason and `text` for the user.
+struct Unreadable {
+  explicit Unreadable(const CaptureSurvey& found) {
+    for (const Skip reason : kUnreadable) {
+      const std::uint64_t records = found.Skipped(reason);
+      const SkipName& name = SkipNames()[static_cast<std::size_t>(reason)];
+      if (records == 0) continue;
+      count += records;
+      json[name.key] = records;
+      text += (text.empty() ? "" : ", ") + Grouped(records) + " (" + name.text + ')';
+    }
   }
-  return text.empty() ? "none" : text;
-}
+
+  std::uint64_t count = 0;
+  Json json = Json::object();
+  std::string text;
+};
 
 std::uint64_t ParseLoop(const std::string& text) {
   if (text == "forever") return kForever;
@@ -128,8 +129,9 @@ class Replay {
     report.Add("interrupted", "", Interrupted(), "");
     transmission_.Add(report);
     report.Add("usable_times", "", time_.Usable(), "");
-    const std::uint64_t unsendable = Unsendable(found_);
-    report.Add("records_not_sent", "Records not sent", unsendable, UnsendableText(found_));
+    const Unreadable unreadable(found_);
+    report.Add("unreadable_packets", unreadable.count > 0 ? "Unreadable" : "", unreadable.json,
+               unreadable.text);
     report.Add("fault", "", found_.fault, "");
     AddSkipped(report, found_);
     return report;
@@ -148,9 +150,10 @@ class Replay {
       throw Failure(ExitCode::kLosses,
                     "interrupted in round " + Grouped(completed_ + 1) + " of " + Grouped(rounds_));
     }
-    if (Unsendable(found_) > 0) {
-      throw Failure(ExitCode::kLosses, Count(Unsendable(found_), "record") +
-                                           " could not be sent: " + UnsendableText(found_));
+    const Unreadable unreadable(found_);
+    if (unreadable.count > 0) {
+      throw Failure(ExitCode::kLosses,
+                    Count(unreadable.count, "packet") + " could not be sent: " + unreadable.text);
     }
   }
 
