@@ -200,6 +200,7 @@ TEST_F(Receiving, NamesTheSendersOfAPortAndTakesOneOfThem) {
   const auto mixed = Finish(SIGINT);
   EXPECT_THAT(mixed.err, HasSubstr(name_a + " and " + name_b + " both sent"));
   EXPECT_EQ(json::parse(mixed.out)["packets_of_other_senders"], 2);
+  EXPECT_EQ(json::parse(mixed.out)["interrupted"], true);
   Listen("live --model juniq --source 127.0.0.3 --wait 0.3");
   send();
   const auto chosen = Finish();

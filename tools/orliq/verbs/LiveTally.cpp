@@ -14,18 +14,14 @@ double Rate(std::uint64_t count, double seconds) {
 
 void AddSenderRows(Report& report, const LiveTally& tally) {
   const auto& packets = tally.counts.packets;
+  const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
   Json senders = Json::array();
-  std::string text;
-  for (const lidar::PacketSender& sender : {packets.first_sender, packets.other_sender}) {
-    if (sender.address == 0) continue;
-    senders.push_back(SenderText(sender));
-    text += (text.empty() ? "" : ", ") + SenderText(sender);
-  }
-  if (packets.of_other_senders > 0) {
-    text += "; " + Count(packets.of_other_senders, "packet") + " not of the first";
-  }
-  report.Add("senders", text.empty() ? "" : "Senders", std::move(senders), text);
-  report.Add("packets_of_other_senders", "", packets.of_other_senders, "");
+  if (first.address != 0) senders.push_back(SenderText(first));
+  if (other.address != 0) senders.push_back(SenderText(other));
+  report.Add("senders", first.address != 0 ? "Sender" : "", std::move(senders), SenderText(first));
+  report.Add("packets_of_other_senders", packets.of_other_senders > 0 ? "Other senders" : "",
+             packets.of_other_senders,
+             Count(packets.of_other_senders, "packet") + ", the last of " + SenderText(other));
   report.Add("packets_passed_over", tally.source.empty() ? "" : "Passed over", packets.other_source,
              Count(packets.other_source, "packet") + " not from " + tally.source);
 }

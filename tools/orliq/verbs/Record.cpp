@@ -130,7 +130,8 @@ void AddSenders(Report& report, const std::vector<SenderCount>& senders) {
     text += (text.empty() ? "" : ", ") + SenderText(sender);
     if (senders.size() > 1) text += " (" + Count(sender.packets, "packet") + ')';
   }
-  report.Add("senders", text.empty() ? "" : "Senders", std::move(list), text);
+  const char* const label = senders.size() > 1 ? "Senders" : "Sender";
+  report.Add("senders", text.empty() ? "" : label, std::move(list), text);
   report.Add("packets_by_sender", "", std::move(packets), "");
 }
 
