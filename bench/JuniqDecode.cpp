@@ -32,7 +32,13 @@ void Plain(benchmark::State& state) {
   SetPoints(state);
 }
 
+/// A cloud whose application looks at each point.
 template <typename P>
+struct Derived : PointCloud<P> {
+  void PushPoint(const P& point) override { this->points.push_back(point); }
+};
+
+template <typename P, typename Cloud = PointCloud<P>>
 void Decode(benchmark::State& state) {
   auto& stream = SharedStream();
   DecoderParam param;
@@ -41,7 +47,7 @@ void Decode(benchmark::State& state) {
   auto check = stream.check_param();
   check.near_filter[4] = 0.0F;  // the radius filter has its own benchmark
   decoder.UpdateCheckParam(&check);
-  const auto cloud = std::make_shared<PointCloud<P>>();
+  const auto cloud = std::make_shared<Cloud>();
   decoder.InstallCloud(cloud);
   decoder.RegisterCallBack([](const orliq::lidar::Error&) {},
                            [&](const std::uint16_t&, const double&) { cloud->points.clear(); });
@@ -68,6 +74,11 @@ BENCHMARK_TEMPLATE(Decode, PointSource)
     ->Arg(1);
 BENCHMARK_TEMPLATE(Decode, JuniqPoint)
     ->Name("juniq/JuniqPoint")
+    ->ArgName("transform")
+    ->Arg(0)
+    ->Arg(1);
+BENCHMARK_TEMPLATE(Decode, Point, Derived<Point>)
+    ->Name("juniq/Point_derived_cloud")
     ->ArgName("transform")
     ->Arg(0)
     ->Arg(1);

@@ -40,7 +40,11 @@ class BeamTable {
 
   BeamTable() : beams_(kPositions) {}
   const Beam& At(std::uint8_t column, std::uint8_t row) const { return beams_[Index(column, row)]; }
-  Beam& At(std::uint8_t column, std::uint8_t row) { return beams_[Index(column, row)]; }
+
+  /// Works all beams out: `angles(position)` gives their directions, `offset(position)` their range
+  /// offsets [m], `inside(azimuth, elevation)` [deg] tells whether the limits hold them.
+  template <typename Angles, typename Offset, typename Inside>
+  void Fill(const Trigon& trigon, const Angles& angles, const Offset& offset, const Inside& inside);
 
  private:
   static std::size_t Index(std::uint8_t column, std::uint8_t row) { return column * 256U + row; }
@@ -56,5 +60,18 @@ float CentidegreesToDegrees(int angle_cdeg);
 
 /// An angle outside the tables counts as 0.
 BeamDirection MakeDirection(const Trigon& trigon, const BeamAngles& angles);
+
+template <typename Angles, typename Offset, typename Inside>
+void BeamTable::Fill(const Trigon& trigon, const Angles& angles, const Offset& offset,
+                     const Inside& inside) {
+  for (std::size_t i = 0; i < kPositions; ++i) {
+    const auto position = static_cast<std::uint16_t>(i);
+    const BeamAngles beam = angles(position);
+    const bool held = inside(CentidegreesToDegrees(beam.azimuth_cdeg),
+                             CentidegreesToDegrees(beam.elevation_cdeg));
+    beams_[Index(static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8))] = {
+        MakeDirection(trigon, beam), offset(position), held ? 1 : 0};
+  }
+}
 
 }  // namespace orliq::lidar

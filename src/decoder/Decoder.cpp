@@ -96,13 +96,13 @@ void Decoder<T_PointCloud>::UpdateTransform(const TransformParam& param) {
 
 template <typename T_PointCloud>
 bool Decoder<T_PointCloud>::IsAngleRange(const float& azimuth, const float& elevation) const {
-  return param_.min_azimuth <= azimuth && azimuth <= param_.max_azimuth &&
-         param_.min_elevation <= elevation && elevation <= param_.max_elevation;
+  return Interval{param_.min_azimuth, param_.max_azimuth}.Holds(azimuth) &&
+         Interval{param_.min_elevation, param_.max_elevation}.Holds(elevation);
 }
 
 template <typename T_PointCloud>
 bool Decoder<T_PointCloud>::IsDistanceRange(const float& distance) const {
-  return param_.min_distance <= distance && distance <= param_.max_distance;
+  return DistanceLimits().Holds(distance);
 }
 
 template <typename T_PointCloud>

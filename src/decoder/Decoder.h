@@ -12,6 +12,7 @@
 #include "common/Counter.h"
 #include "decoder/DecoderConstParam.h"
 #include "decoder/ExtrinsicTransform.h"
+#include "decoder/Interval.h"
 #include "decoder/PacketBlocks.h"
 #include "decoder/Trigon.h"
 #include "multi_driver/DriverParam.h"
@@ -92,6 +93,7 @@ class Decoder {
   void InstallImuMsg(std::shared_ptr<ImuMsg> msg) { imu_msg_ = std::move(msg); }
 
  protected:
+  Interval DistanceLimits() const { return {param_.min_distance, param_.max_distance}; }
   bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
 
   Trigon trigon_;

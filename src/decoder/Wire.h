@@ -29,4 +29,17 @@ struct Le {
   }
 };
 
+/// Big-endian integer of N bytes, otherwise as Le.
+template <std::size_t N, typename T = UnsignedOf<N>>
+struct Be {
+  static_assert(N >= 1 && N <= sizeof(T) && sizeof(T) <= 4);
+  std::uint8_t bytes[N];
+
+  constexpr operator T() const {  // implicit: reads like an integer
+    std::uint32_t value = 0;
+    for (const std::uint8_t byte : bytes) value = value << 8 | byte;
+    return static_cast<T>(value);
+  }
+};
+
 }  // namespace orliq::lidar

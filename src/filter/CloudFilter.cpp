@@ -34,6 +34,11 @@ void CloudFilter<T_PointCloud>::RadiusFilter(std::shared_ptr<T_PointCloud>& clou
 }
 
 template <typename T_PointCloud>
+void CloudFilter<T_PointCloud>::Reset() {
+  impl_->Reset();
+}
+
+template <typename T_PointCloud>
 bool CloudFilter<T_PointCloud>::Impl::GrowMask() {
   if (mask.size() == kMaxRegistrations) {
     overfull = true;

@@ -40,6 +40,9 @@ class CloudFilter {
   /// An empty cloud is reported and leaves them, so the next frame will not fit. Null does nothing.
   void RadiusFilter(std::shared_ptr<T_PointCloud>& cloud);
 
+  /// Forgets all registrations: of a frame that ended unfiltered.
+  void Reset();
+
  private:
   std::shared_ptr<Impl> impl_;
 };

@@ -42,6 +42,7 @@ bool CaptureFile::Open(const std::string& path) {
   stream_buffer_.resize(kStreamBuffer);
   std::setvbuf(file, stream_buffer_.data(), _IOFBF, stream_buffer_.size());
   const bool classic = IsClassicFormat(file);
+  sections_ = PcapngSections::Of(::fileno(file));
   char error[PCAP_ERRBUF_SIZE];
   handle_ = pcap_fopen_offline(file, error);
   if (handle_ == nullptr) {
@@ -51,6 +52,7 @@ bool CaptureFile::Open(const std::string& path) {
   record_header_ = classic ? kClassicRecordHeader : 0;
   whole_below_ = static_cast<std::uint32_t>(pcap_snapshot(handle_));
   position_ = std::ftell(file);
+  all_interfaces_ = true;
   ended_ = false;
   return true;
 }
@@ -79,14 +81,35 @@ bool CaptureFile::Next() {
 }
 
 long CaptureFile::Position() {
-  if (position_ == kUnknown && handle_ != nullptr) position_ = std::ftell(pcap_file(handle_));
+  if (handle_ == nullptr) return kUnknown;
+  if (position_ == kUnknown) position_ = std::ftell(pcap_file(handle_));
+  if (sections_ && !ended_) {
+    sections_->CoverUpTo(position_);
+    position_ = sections_->FindPacket(position_);
+  }
   return position_;
 }
 
 void CaptureFile::Seek(long position) {
   if (handle_ == nullptr) return;
+  if (sections_) RestoreInterfaces(position);
   ended_ = std::fseek(pcap_file(handle_), position, SEEK_SET) != 0;
   position_ = ended_ ? kUnknown : position;
+}
+
+/// The capture library stores each description of an interface that it passes, again and again, and
+/// numbers them in the order in which they came; a section's header makes it forget them. So when
+/// some stand behind the position, or did at the last move, it reads those before it afresh.
+void CaptureFile::RestoreInterfaces(long position) {
+  sections_->CoverUpTo(std::ftell(pcap_file(handle_)));
+  const PcapngSections::Descriptions descriptions = sections_->Before(position);
+  if (all_interfaces_ && descriptions.all) return;
+  for (const long* begin = descriptions.begin; begin != descriptions.end; ++begin) {
+    if (std::fseek(pcap_file(handle_), *begin, SEEK_SET) == 0) {
+      pcap_next_ex(handle_, &record_, &bytes_);
+    }
+  }
+  all_interfaces_ = descriptions.all;
 }
 
 }  // namespace orliq::lidar

@@ -4,8 +4,11 @@
 #include <pcap/pcap.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "input/PcapngSections.h"
 
 namespace orliq::lidar {
 
@@ -32,13 +35,16 @@ class CaptureFile {
   /// Offset of the record that Next will read.
   long Position();
 
-  /// Moves to an offset that Position gave. Clears an earlier end of file.
+  /// Moves to a record that has been read, by the offset that Position gave for it. Clears an
+  /// earlier end of file.
   void Seek(long position);
 
   pcap_t* Handle() const { return handle_; }
 
  private:
   static constexpr long kUnknown = -1;
+
+  void RestoreInterfaces(long position);
 
   std::vector<char> stream_buffer_;  // of the file that handle_ owns, so it outlives that
   pcap_t* handle_ = nullptr;
@@ -48,6 +54,9 @@ class CaptureFile {
   long position_ = kUnknown;       // of the next record; kUnknown: ask the stream
   long record_header_ = 0;         // [bytes] before each record's data; 0: not a fixed size
   std::uint32_t whole_below_ = 0;  // captured lengths below it tell the record's size in the file
+
+  std::optional<PcapngSections> sections_;  // none for the classic format
+  bool all_interfaces_ = true;              // the capture library has read all that are known of
 };
 
 }  // namespace orliq::lidar

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -42,30 +43,30 @@ struct PcapManager<T>::Impl {
   void Release();
   void ProcessData();
   void IndexRecord();
+  void PlayOn();
+  bool WaitForFrame(std::optional<FramePosPackage>& requested);
+  void BeginFrame(const FramePosPackage& frame);
   void PlayRecord();
-  bool BeginRequestedFrame();
   void FinishFrame();
   void EndOfFile();
   void CountForeignRecord();
-  void WaitForRequest();
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   std::shared_ptr<T> GetPointCloud();
 
   ApplicationCallbacks<T> callbacks;
 
-  std::vector<std::shared_ptr<FramePosPackage>> frames;  // changed by the worker, under mutex
-  std::atomic<bool> indexed{false};                      // written by the worker and by Start
-  std::atomic<int> requested_frame{kNoFrame};            // written under mutex
-  std::atomic<bool> playing{false};                      // written under mutex
-  unsigned generation = 0;          // of the last accepted request; guarded by mutex
-  unsigned playing_generation = 0;  // of the frame being decoded; the worker's own
-  int foreign_records = 0;          // in a row; the worker's own
+  // Never held while a callback runs: an application may hold a lock of its own around a call that
+  // takes this mutex, and take that lock in its callbacks.
+  std::mutex mutex;
+  std::condition_variable wake;                          // a request came, or the worker shall stop
+  std::vector<std::shared_ptr<FramePosPackage>> frames;  // guarded by mutex
 
-  // Recursive: it is held while a frame's first packet is decoded, and a callback of that packet
-  // may ask for the status or the next frame. Taken before the decoder's transform lock, never
-  // after.
-  std::recursive_mutex mutex;
-  std::condition_variable_any wake;  // a request came, or the worker shall stop
+  int requested_frame = kNoFrame;    // accepted and not yet begun; guarded by mutex
+  bool playing = false;              // a frame is requested or being decoded; guarded by mutex
+  unsigned generation = 0;           // of the last accepted request; guarded by mutex
+  unsigned playing_generation = 0;   // of the frame being decoded; the worker's own
+  int foreign_records = 0;           // in a row; the worker's own
+  std::atomic<bool> indexed{false};  // written by the worker and by Start
 
   std::shared_ptr<Input> input;
   std::shared_ptr<Decoder<T>> decoder;
@@ -110,10 +111,8 @@ void PcapManager<T>::Impl::ProcessData() {
   while (worker.Running()) {
     if (!indexed) {
       IndexRecord();
-    } else if (!playing) {
-      WaitForRequest();
     } else {
-      PlayRecord();
+      PlayOn();
     }
   }
 }
@@ -135,13 +134,47 @@ void PcapManager<T>::Impl::IndexRecord() {
   const bool split =
       decoder->toSplite(buffer->data + buffer->data_offset, buffer->length, split_value);
   if (!split && !frames.empty()) return;
-  const std::lock_guard<std::recursive_mutex> lock(mutex);
+  const std::lock_guard<std::mutex> lock(mutex);
   frames.push_back(std::make_shared<FramePosPackage>(position, split_value));
 }
 
 template <typename T>
+void PcapManager<T>::Impl::PlayOn() {
+  std::optional<FramePosPackage> requested;
+  if (!WaitForFrame(requested)) return;
+  if (requested) {
+    BeginFrame(*requested);
+  } else {
+    PlayRecord();
+  }
+}
+
+/// Waits until a frame plays; false when the worker shall stop. A frame that has not begun yet is
+/// handed out, and its request used up: should the file no longer have the record, its end ends the
+/// frame.
+template <typename T>
+bool PcapManager<T>::Impl::WaitForFrame(std::optional<FramePosPackage>& requested) {
+  std::unique_lock<std::mutex> lock(mutex);
+  wake.wait(lock, [this] { return playing || !worker.Running(); });
+  if (!worker.Running()) return false;
+  if (requested_frame == kNoFrame) return true;
+  playing_generation = generation;
+  requested = *frames[static_cast<std::size_t>(std::exchange(requested_frame, kNoFrame))];
+  return true;
+}
+
+/// Moves to a frame and decodes its first packet. A mark in it is not this frame's end.
+template <typename T>
+void PcapManager<T>::Impl::BeginFrame(const FramePosPackage& frame) {
+  long position = frame.position;
+  const int length =
+      input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, false);
+  if (length <= 0) return;
+  decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, frame.split_value);
+}
+
+template <typename T>
 void PcapManager<T>::Impl::PlayRecord() {
-  if (BeginRequestedFrame()) return;
   const int length = input->RecvPacket(buffer, static_cast<int>(buffer->capacity), nullptr, false);
   if (length < 0) return EndOfFile();
   if (length == 0) return CountForeignRecord();
@@ -151,30 +184,10 @@ void PcapManager<T>::Impl::PlayRecord() {
   }
 }
 
-/// Moves to a requested frame and decodes its first packet; false when none was requested. The
-/// request is used up even when the file no longer has the record, so that the end of the file ends
-/// the frame.
-template <typename T>
-bool PcapManager<T>::Impl::BeginRequestedFrame() {
-  const std::lock_guard<std::recursive_mutex> lock(mutex);
-  if (requested_frame < 0) return false;
-  const FramePosPackage frame = *frames[static_cast<std::size_t>(requested_frame.load())];
-  playing_generation = generation;
-  requested_frame = kNoFrame;
-  long position = frame.position;
-  const int length =
-      input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, false);
-  if (length > 0) {
-    decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length,
-                               frame.split_value);
-  }
-  return true;
-}
-
 /// The frame is complete: ready for the next request, unless one was accepted meanwhile.
 template <typename T>
 void PcapManager<T>::Impl::FinishFrame() {
-  const std::lock_guard<std::recursive_mutex> lock(mutex);
+  const std::lock_guard<std::mutex> lock(mutex);
   if (generation == playing_generation) playing = false;
 }
 
@@ -189,12 +202,6 @@ void PcapManager<T>::Impl::CountForeignRecord() {
   if (++foreign_records < kForeignRecordsPerPause) return;
   foreign_records = 0;
   std::this_thread::sleep_for(kPause);
-}
-
-template <typename T>
-void PcapManager<T>::Impl::WaitForRequest() {
-  std::unique_lock<std::recursive_mutex> lock(mutex);
-  wake.wait(lock, [this] { return playing || !worker.Running(); });
 }
 
 template <typename T>
@@ -238,7 +245,7 @@ bool PcapManager<T>::Start() {
   if (impl_->worker.Running()) return true;
   impl_->worker.Join();
   {
-    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
     impl_->indexed = false;
     impl_->playing = false;
     impl_->requested_frame = kNoFrame;
@@ -249,7 +256,7 @@ bool PcapManager<T>::Start() {
 template <typename T>
 void PcapManager<T>::Stop() {
   {
-    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
     impl_->worker.RequestStop();
   }
   impl_->wake.notify_all();
@@ -264,7 +271,7 @@ void PcapManager<T>::UpdateTransform(const TransformParam& transform) {
 template <typename T>
 bool PcapManager<T>::GetLocalFileStatus(int& status) {
   if (!impl_->indexed) return false;
-  const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
   status = static_cast<int>(impl_->frames.size());
   impl_->playing = false;
   return true;
@@ -272,9 +279,9 @@ bool PcapManager<T>::GetLocalFileStatus(int& status) {
 
 template <typename T>
 bool PcapManager<T>::PlayLocalFileFrame(const int& index) {
-  if (!impl_->indexed || impl_->playing) return false;
+  if (!impl_->indexed) return false;
   {
-    const std::lock_guard<std::recursive_mutex> lock(impl_->mutex);
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
     if (impl_->playing || index < 0 || static_cast<std::size_t>(index) >= impl_->frames.size()) {
       return false;
     }

@@ -6,9 +6,13 @@
 #include <cmath>
 #include <functional>
 #include <iostream>
+#include <tuple>
 
 #include "common/WallClock.h"
 #include "decoder/DecoderFactory.h"
+#include "decoder/ImuSample.h"
+#include "decoder/Wire.h"
+#include "multi_driver/SensorModels.h"
 #include "support/DecoderProbe.h"
 
 namespace orliq::lidar {
@@ -102,29 +106,54 @@ TEST(ExtrinsicTransformTest, RotatesRollThenPitchThenYawThenShifts) {
   EXPECT_NEAR(x, -0.12566F, 0.0001F);
 }
 
-TEST(DecoderGates, LimitsAreInclusiveAndNanIsOutside) {
-  DecoderParam param;
-  param.max_distance = 230.0F;
-  param.max_azimuth = 59.37F;
-  const JuniqProbe<Point> probe(param);
-  EXPECT_TRUE(probe.decoder.IsDistanceRange(230.0F) && probe.decoder.IsAngleRange(59.37F, -90.0F));
-  for (const float outside : {-200.0F, std::nextafter(230.0F, 300.0F), std::nanf("")}) {
-    EXPECT_FALSE(probe.decoder.IsDistanceRange(outside)) << outside;
-    EXPECT_FALSE(probe.decoder.IsAngleRange(outside, 0.0F)) << outside;
-    EXPECT_FALSE(probe.decoder.IsAngleRange(0.0F, outside)) << outside;
-  }
+TEST(WireIntegers, ReadTheirBytesInTheirOrderWithTheirSign) {
+  EXPECT_EQ((Le<3>{{0x01, 0x02, 0xF3}}), 0xF30201U);
+  EXPECT_EQ((Be<3>{{0xF1, 0x02, 0x03}}), 0xF10203U);
+  EXPECT_EQ((Le<2, std::int16_t>{{0xFE, 0xFF}}), -2);
+  EXPECT_EQ((Be<2, std::int16_t>{{0xFF, 0xFE}}), -2);
 }
 
-TEST(DecoderFactoryTest, PrintsTheTypeAndRefusesAModelWithoutDecoder) {
+TEST(ImuSampleTest, AZeroOnATurnedAxisKeepsTheSignThatItsModelGivesIt) {
+  ImuMsg imu;
+  FillImuMsg<int>(imu, {}, 0.0, {1.0, 1.0});
+  EXPECT_FALSE(std::signbit(imu.angular_velocity_x) || std::signbit(imu.linear_acceleration_z));
+  FillImuMsg<double>(imu, {}, 0.0, {1.0, 1.0});
+  EXPECT_TRUE(std::signbit(imu.angular_velocity_x) && std::signbit(imu.linear_acceleration_z));
+  EXPECT_FALSE(std::signbit(imu.angular_velocity_y));
+}
+
+// name, type, packet bytes, identifier bytes, its first byte, rings, blocks, IMU, tables
+using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, bool, bool>;
+
+TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThoseThatDecode) {
+  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, true, true},
+                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, false, true},
+                              {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, false, true},
+                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, true, false},
+                              {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, false, false},
+                              {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, false, true},
+                              {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, false, false}};
   std::cout << std::hex;  // the application's own formatting must not reach the lines
   CaptureStdout();
-  using Factory = DecoderFactory<PointCloud<Point>>;
-  EXPECT_EQ(Factory::CreateDecoder(static_cast<LidarType>(0x22), {}), nullptr);
-  EXPECT_NE(Factory::CreateDecoder(LidarType::Juniq, {}), nullptr);
+  std::string lines;
+  std::vector<ModelFacts> listed;
+  for (const SensorModel& m : SensorModels()) {
+    listed.emplace_back(m.name, static_cast<int>(m.type), m.packet_bytes, m.identifier_bytes,
+                        m.identifier[0], m.rings, m.blocks, m.has_imu, m.needs_tables);
+    EXPECT_EQ(FindSensorModel(m.name), &m);
+    EXPECT_EQ(FindSensorModel(m.type), &m);
+    const auto decoder = DecoderFactory<PointCloud<Point>>::CreateDecoder(m.type, {});
+    EXPECT_EQ(decoder != nullptr, m.decodes_points) << m.name;
+    lines += "type:" + std::to_string(static_cast<int>(m.type)) + '\n';
+    if (!m.decodes_points) {
+      lines += "\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n";
+    }
+  }
   std::cout << std::dec;
-  EXPECT_EQ(GetCapturedStdout(),
-            "type:34\n\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n"
-            "type:64\n");
+  EXPECT_EQ(GetCapturedStdout(), lines);
+  EXPECT_THAT(listed, testing::ElementsAreArray(facts));
+  EXPECT_EQ(FindSensorModel("Juniq "), nullptr);
+  EXPECT_EQ(FindSensorModel(static_cast<LidarType>(0x22)), nullptr);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include "support/CaptureBuilder.h"
 #include "support/JuniqPacket.h"
 #include "support/Playback.h"
+#include "support/SimulatedCapture.h"
 #include "support/TempDir.h"
 #include "support/TickingClock.h"
 
@@ -99,40 +101,102 @@ TEST_F(PlaybackTest, ForeignRecordsAreSkippedWhereverTheyStand) {
   EXPECT_TRUE(probe.Play(1)->points.empty());
 }
 
-/// A cloud that stops at its n-th point until it is let go.
-struct HaltingCloud : PointCloud<Point> {
-  std::size_t halt_at = 0;
-  std::promise<void> halted;
+// The worker pauses once per thousand foreign records in a row. Its pauses show as the times that it
+// gave its core up by itself.
+TEST_F(PlaybackTest, ForeignRecordsCostNoPauseUnlessThereAreThousandsOfThemInARow) {
+  Probe probe;
+  CaptureBuilder capture;
+  for (int i = 0; i < 102'000; ++i) {
+    if (i <= 100'000 && i % 500 == 0) capture.Udp(Tagged(1));
+    capture.Udp(Bytes{1}, 53);
+  }
+  long pauses = -1;
+  probe.on_frame = [&pauses] {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    pauses = usage.ru_nvcsw;
+  };
+  ASSERT_EQ(probe.Open(Write(capture)), 1);
+  ASSERT_NE(probe.Play(0), nullptr);
+  EXPECT_LT(pauses, 50) << "2 while indexing, 2 while playing, and a wait for the request";
+}
+
+/// Holds the worker inside the application's code, once, until it is let go.
+struct Hold {
+  std::promise<void> reached;
   std::promise<void> go;
-  void PushPoint(const Point& point) override {
-    PointCloud<Point>::PushPoint(point);
-    if (points.size() != halt_at) return;
-    halted.set_value();
-    go.get_future().wait();
+  bool first = true;
+  void operator()() {
+    if (!std::exchange(first, false)) return;
+    reached.set_value();
+    go.get_future().wait_for(test::kDeadline);
   }
 };
 
-TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameThatPlays) {
+/// A cloud that holds the worker at its n-th point.
+struct HoldingCloud : PointCloud<Point> {
+  explicit HoldingCloud(std::size_t point) : hold_at(point) {}
+  std::size_t hold_at;
+  Hold hold;
+  void PushPoint(const Point& point) override {
+    PointCloud<Point>::PushPoint(point);
+    if (points.size() == hold_at) hold();
+  }
+};
+
+/// Requests frame `first` of three, and, while the worker is held in it, frame `second` instead.
+void AbortWhileHeld(Probe& probe, Hold& hold, int first, int second) {
+  ASSERT_TRUE(probe.Request(first));
+  const auto held = hold.reached.get_future().wait_for(test::kDeadline);
+  ASSERT_EQ(held, std::future_status::ready) << "the frame never came to the callback";
+  EXPECT_FALSE(probe.driver->SetLocalFrame(second)) << "a frame is playing";
+  const auto calls = std::async(std::launch::async, [&] {
+    int frames = 0;
+    EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
+    EXPECT_EQ(frames, 3);
+    EXPECT_TRUE(probe.driver->SetLocalFrame(second)) << "at once: the old frame is over";
+  });
+  EXPECT_EQ(calls.wait_for(test::kDeadline), std::future_status::ready)
+      << "waits for the callback: with a lock of the application around both, for ever";
+  hold.go.set_value();
+}
+
+TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInItsFirstPacketAsInAnyOther) {
+  for (const std::size_t packets : {1U, 2U}) {
+    Probe probe;
+    const auto cloud = std::make_shared<HoldingCloud>(packets == 1 ? 10 : 100);
+    probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
+      if (cloud.use_count() == 1) return cloud;
+      return std::make_shared<PointCloud<Point>>();
+    };
+    ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+    AbortWhileHeld(probe, cloud->hold, 1, 0);
+    ASSERT_TRUE(probe.WaitFor(1));
+    // What had been decoded stays in the cloud; packet 4 never is.
+    auto runs = Runs(*cloud);
+    if (packets == 2) runs.erase(runs.begin() + 1);
+    EXPECT_THAT(runs, ElementsAre(std::pair(2, 53), std::pair(1, 64), std::pair(2, 64))) << packets;
+  }
+}
+
+TEST_F(PlaybackTest, NoLockIsHeldWhileACallbackOfAFramesFirstPacketRuns) {
+  const test::TickingClock clock;
+  CaptureBuilder capture;
+  capture.Udp(Bytes(100, 1))
+      .Udp(Tagged(2, 10).Block(20, kMarker))
+      .Udp(Tagged(3, 63))
+      .Udp(Tagged(4));
+  Hold error, frame;
   Probe probe;
-  const auto halting = std::make_shared<HaltingCloud>();
-  halting->halt_at = 100;  // in the second packet of frame 1
-  probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
-    if (halting.use_count() == 1) return halting;
-    return std::make_shared<PointCloud<Point>>();
-  };
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  ASSERT_TRUE(probe.Request(1));
-  halting->halted.get_future().wait();
-  EXPECT_FALSE(probe.driver->SetLocalFrame(0)) << "a frame is playing";
-  int frames = 0;
-  EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
-  EXPECT_EQ(frames, 3);
-  ASSERT_TRUE(probe.driver->SetLocalFrame(0)) << "at once: the old frame is over";
-  halting->go.set_value();
-  ASSERT_TRUE(probe.WaitFor(1));
-  // What had been decoded stays in the cloud; packet 4 never is.
-  EXPECT_THAT(Runs(*halting),
-              ElementsAre(std::pair(2, 53), std::pair(3, 64), std::pair(1, 64), std::pair(2, 64)));
+  ASSERT_EQ(probe.Open(Write(capture)), 3);
+  probe.on_error = std::ref(error);
+  AbortWhileHeld(probe, error, 0, 2);
+  ASSERT_TRUE(probe.WaitFor(1)) << "the last frame";
+  probe.on_frame = std::ref(frame);  // called when the first packet's second mark closes a frame
+  AbortWhileHeld(probe, frame, 1, 2);
+  ASSERT_TRUE(probe.WaitFor(3));
+  const std::size_t points[] = {64, 53, 64};
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(probe.frames[i]->points.size(), points[i]);
 }
 
 TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
@@ -166,6 +230,23 @@ TEST_F(PlaybackTest, AFileCutShortAfterIndexingStillEndsEveryRequestInACloud) {
   }
 }
 
+TEST_F(PlaybackTest, AFrameThatEndsWithTheFileLeavesNoneOfItsReturnsToTheRadiusFilter) {
+  sim::SensorOptions options;
+  options.faults.false_return_rate = 0.01;
+  const test::SimulatedCapture capture(2, options);  // of 768 packets each
+  std::filesystem::resize_file(capture.capture, 24 + 1000 * (16 + 42 + 1104));
+  DriverParam param = Probe::Param(capture.capture);
+  param.calibration_param.check_folder = capture.check_folder;
+  Probe probe;
+  ASSERT_EQ(probe.Open(param), 2);
+  const std::size_t filtered = probe.Play(0)->points.size();
+  EXPECT_LT(filtered, 768U * 64U);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(probe.Play(1)->points.size(), 232U * 64U);
+  EXPECT_EQ(probe.Play(0)->points.size(), filtered);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
   Probe probe;
   ASSERT_EQ(probe.Open(ThreeFrames()), 3);
@@ -179,6 +260,42 @@ TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
     ASSERT_TRUE(probe.driver->SetLocalFrame(0));
     ASSERT_TRUE(probe.WaitFor(before + 1)) << i;
   }
+}
+
+// A stop that comes between the worker's look at the run flag and its falling asleep must wake it.
+// The provider is the last that the application sees of a worker on its way there.
+TEST_F(PlaybackTest, NoStopIsLostOnAWorkerThatIsAboutToWait) {
+  Probe probe;
+  std::atomic<bool> leaving{false};
+  probe.provider = [&] {
+    leaving = true;
+    return std::make_shared<PointCloud<Point>>();
+  };
+  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
+  std::atomic<int> stops{0};
+  std::atomic<bool> lost{false};
+  testing::internal::CaptureStdout();  // a line for each start
+  const auto hammer = std::async(std::launch::async, [&] {
+    std::minstd_rand random(4);
+    for (; stops < 1000 && !lost; ++stops) {
+      leaving = false;
+      probe.Request(2);
+      for (int i = 0; !leaving && !lost; ++i) {
+        if (i > 100000) std::this_thread::yield();
+      }
+      for (auto n = random() % 1000; n > 0; --n)
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+      probe.driver->Stop();
+      if (!probe.driver->Start()) return;
+    }
+  });
+  for (int seen = -1; hammer.wait_for(test::kDeadline) != std::future_status::ready;) {
+    if (stops != std::exchange(seen, stops)) continue;
+    lost = true;
+    probe.driver->SetLocalFrame(0);  // wakes the worker
+  }
+  testing::internal::GetCapturedStdout();
+  EXPECT_FALSE(lost) << "Stop waited for a worker that slept";
 }
 
 TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
@@ -254,7 +371,8 @@ TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
     };
     ASSERT_EQ(probe.Open(path), 3);
     ASSERT_TRUE(probe.Request(0));
-    done.get_future().wait();
+    const auto acted = done.get_future().wait_for(test::kDeadline);
+    ASSERT_EQ(acted, std::future_status::ready) << "the callback did not come back";
     // Without its driver the thread has nobody to join it: it counts the frame as its last act.
     ASSERT_TRUE(probe.WaitFor(1));
     if (!probe.driver) continue;
@@ -277,7 +395,8 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
     });
     EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
     EXPECT_TRUE(driver.Start());
-    ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready);
+    ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready)
+        << "the first packet's error did not come";
   }
 }
 

@@ -125,6 +125,22 @@ TEST(CloudFilter, RandomFramesComeOutAsByThePlainRule) {
   }
 }
 
+// In a sparse frame nothing but the point in question makes its cell, its row and the next looked at.
+TEST(CloudFilter, EachOfTheEightNeighboursCountsAloneAndNoneOutlastsItsFrame) {
+  Filter filter(true, 0.5F, 2);
+  for (int d = 0; d < 9; ++d) {
+    const int row = 99 + d / 3;
+    const int col = 99 + d % 3;
+    const bool around = d != 4;  // a cell does not support itself
+    const Frame twice = InOrder({{100, 100, 5}, {row, col, 5}, {row, col, 5}});
+    EXPECT_EQ(Filtered(filter, twice), around ? std::vector<int>{0} : std::vector<int>{}) << d;
+    const Frame once = InOrder({{100, 100, 5}, {row, col, 5}});
+    EXPECT_TRUE(Filtered(filter, once).empty()) << d << ": the frame before is forgotten";
+    const Frame two_and_two = InOrder({{100, 100, 5}, {row, col, 5}, {100, 100, 5}, {row, col, 5}});
+    EXPECT_EQ(Filtered(filter, two_and_two).size(), around ? 4U : 0U) << d;
+  }
+}
+
 // Comparing all with all would be 5 * 10^11 comparisons, which no test run lasts.
 TEST(CloudFilter, AllPointsInTwoCellsAreStillFilteredQuickly) {
   constexpr int kHalf = 500000;

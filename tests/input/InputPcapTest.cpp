@@ -4,6 +4,10 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <fstream>
+#include <random>
+
 #include "input/InputFactory.h"
 #include "support/CaptureBuilder.h"
 #include "support/TempDir.h"
@@ -25,10 +29,45 @@ InputParam CaptureParam(const std::string& path, std::uint16_t port) {
   return param;
 }
 
+/// Writes a capture of the pcapng format block by block, in either byte order.
+class PcapngBuilder {
+ public:
+  explicit PcapngBuilder(bool big_endian) : big_endian_(big_endian) { Section(); }
+  PcapngBuilder& Section() { return Block(0x0A0D0D0A, U(4, 0x1A2B3C4D) + U(2, 1) + U(10, 0)); }
+  PcapngBuilder& Interface() { return Block(1, U(2, 1) + U(2, 0) + U(4, 65535)); }
+  PcapngBuilder& Packet(unsigned interface, std::size_t payload) {
+    const Bytes frame = CaptureBuilder::Frame(Bytes(payload, 1), 2368);
+    const std::string data(frame.begin(), frame.end());
+    const std::string length = U(4, frame.size());
+    return Block(6, U(4, interface) + U(8, 0) + length + length + data);
+  }
+  PcapngBuilder& Block(unsigned type, std::string body) {
+    body.resize((body.size() + 3) / 4 * 4);
+    const std::string length = U(4, 12 + body.size());
+    text_ += U(4, type) + length + body + length;
+    return *this;
+  }
+  std::string Write(const std::filesystem::path& path) const {
+    std::ofstream(path, std::ios::binary) << text_;
+    return path;
+  }
+
+ private:
+  std::string U(std::size_t width, std::uint64_t value) const {
+    std::string number(width, 0);
+    for (std::size_t i = 0; i < width && i < 8; ++i) number[i] = static_cast<char>(value >> 8 * i);
+    if (big_endian_) std::reverse(number.begin(), number.end());
+    return number;
+  }
+  bool big_endian_;
+  std::string text_;
+};
+
 class CaptureInput : public testing::Test {
  protected:
   /// Opens the capture; what the library prints is checked elsewhere.
-  void Open(const CaptureBuilder& capture, std::uint16_t port = 2368) {
+  template <typename Capture>
+  void Open(const Capture& capture, std::uint16_t port = 2368) {
     CaptureStdout();
     input_ = std::make_unique<InputPcap>(CaptureParam(capture.Write(dir_ / "c.pcap"), port));
     ASSERT_TRUE(input_->Init());
@@ -75,6 +114,51 @@ TEST_F(CaptureInput, ReturnsToARememberedRecordAlsoAfterTheEnd) {
   EXPECT_EQ(buffer_->data[5], 3) << "written where the buffer's packet begins, which is then 0";
   EXPECT_EQ(buffer_->data_offset, 0U);
   EXPECT_EQ(Read(), 4) << "reading goes on from there";
+}
+
+// Interfaces are described anywhere before their packets, and numbered anew in each section.
+TEST_F(CaptureInput, MovesFromAnyRecordToAnyOtherThoughSectionsAndInterfacesStandBetween) {
+  for (const bool big_endian : {false, true}) {
+    PcapngBuilder capture(big_endian);
+    capture.Interface().Packet(0, 1).Block(5, "1234").Interface().Packet(1, 2);
+    capture.Interface().Packet(2, 3).Section().Interface().Packet(0, 4);
+    capture.Section().Interface().Packet(0, 5).Interface().Interface().Packet(2, 6);
+    Open(capture);
+    std::vector<long> positions(7);
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(Read(&positions[i], true), i < 6 ? i + 1 : -1);
+    std::minstd_rand random(1);
+    for (std::size_t i = 0, next = 6; i < 500; ++i) {
+      const bool move = random() % 2 == 0;
+      if (move) next = random() % 7;
+      EXPECT_EQ(Read(move ? &positions[next] : nullptr),
+                next < 6 ? static_cast<int>(next) + 1 : -1);
+      next = std::min<std::size_t>(next + 1, 6);
+    }
+  }
+}
+
+TEST_F(CaptureInput, TakesNoMemoryForInterfacesThatItPassesAgainAndAgain) {
+  PcapngBuilder capture(false);
+  for (int i = 0; i < 3000; ++i) {
+    if (i == 1000 || i == 2000) capture.Packet(0, i / 1000);
+    capture.Interface();
+  }
+  Open(capture);
+  const auto resident_pages = [] {
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages >> pages;
+    return pages;
+  };
+  const long before = resident_pages();
+  for (const int record : {1, 2}) {
+    long position = 0;
+    EXPECT_EQ(Read(&position, true), record);
+    for (int i = 0; i < 200; ++i) {
+      while (Read() > 0) continue;
+      EXPECT_EQ(Read(&position), record);
+    }
+  }
+  EXPECT_LT(resident_pages() - before, 500) << "1000 interfaces, ten pages, at each of 200 moves";
 }
 
 TEST_F(CaptureInput, TrustsNoLengthThatTheFileClaims) {

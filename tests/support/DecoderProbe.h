@@ -10,14 +10,14 @@
 
 namespace orliq::test {
 
-/// A Juniq decoder with a cloud installed and everything it hands out written down. Frames are
-/// kept, and a fresh cloud is installed after each, as a manager does it.
-template <typename P>
-struct JuniqProbe {
+/// A decoder with a cloud installed and everything it hands out written down. Frames are kept, and a
+/// fresh cloud is installed after each, as a manager does it. `Check` is the model's calibration.
+template <template <typename> class Decoder, typename Check, typename P>
+struct DecoderProbe {
   using Cloud = PointCloud<P>;
 
-  explicit JuniqProbe(const lidar::DecoderParam& param = {})
-      : decoder(param), check(std::make_unique<lidar::OffsetCheckParam>()) {
+  explicit DecoderProbe(const lidar::DecoderParam& param = {})
+      : decoder(param), check(std::make_unique<Check>()) {
     decoder.RegisterCallBack([this](const lidar::Error& e) { errors.push_back(e); },
                              [this](const std::uint16_t& rings, const double& time) {
                                last_rings = rings;
@@ -31,17 +31,20 @@ struct JuniqProbe {
 
   std::shared_ptr<Cloud> cloud() { return decoder.CurrentCloud(); }
   const std::vector<P>& points() { return cloud()->points; }
-  bool Decode(const JuniqPacket& packet, std::uint16_t start = 0) {
+  bool Decode(const WirePacket& packet, std::uint16_t start = 0) {
     return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);
   }
   void Calibrate() { decoder.UpdateCheckParam(check.get()); }
 
-  lidar::DecoderJuniq<PointCloud<P>> decoder;
-  std::unique_ptr<lidar::OffsetCheckParam> check;
+  Decoder<Cloud> decoder;
+  std::unique_ptr<Check> check;
   std::vector<lidar::Error> errors;
   std::vector<std::shared_ptr<Cloud>> frames;
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;
 };
+
+template <typename P>
+using JuniqProbe = DecoderProbe<lidar::DecoderJuniq, lidar::OffsetCheckParam, P>;
 
 }  // namespace orliq::test

@@ -3,8 +3,8 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
-#include <vector>
+
+#include "support/WirePacket.h"
 
 namespace orliq::test {
 
@@ -22,11 +22,10 @@ struct JuniqReturn {
 constexpr JuniqReturn kMarker{0x7F, 0xBF};
 
 /// Writes a Juniq packet byte by byte, by the sensor's own table of offsets.
-class JuniqPacket {
+class JuniqPacket : public WirePacket {
  public:
-  explicit JuniqPacket(const JuniqReturn& everywhere = {}) {
-    const std::uint8_t identifier[8] = {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-    for (std::size_t i = 0; i < 8; ++i) bytes_[i] = identifier[i];
+  explicit JuniqPacket(const JuniqReturn& everywhere = {}) : WirePacket(1104) {
+    Identifier({0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
     for (std::size_t i = 0; i < 64; ++i) Block(i, everywhere);
     Time(2024, 2, 29, 23, 59, 58, 250000);
   }
@@ -34,36 +33,30 @@ class JuniqPacket {
   JuniqPacket& Block(std::size_t index, const JuniqReturn& r) {
     const std::size_t at = 25 + 16 * index;
     Put(at, 1, r.column).Put(at + 1, 1, r.row).Put(at + 2, 2, r.width_ref).Put(at + 4, 2, r.aux);
-    return Put(at + 6, 3, r.tof).Put(at + 9, 3, r.peak).Put(at + 12, 3, r.width);
+    Put(at + 6, 3, r.tof).Put(at + 9, 3, r.peak).Put(at + 12, 3, r.width);
+    return *this;
   }
   JuniqPacket& Time(unsigned year, unsigned month, unsigned day, unsigned hour, unsigned minute,
                     unsigned second, unsigned microsecond) {
     Put(1078, 3, microsecond).Put(1081, 2, year).Put(1083, 1, month).Put(1084, 1, day);
-    return Put(1085, 1, hour).Put(1086, 1, minute).Put(1087, 1, second);
+    Put(1085, 1, hour).Put(1086, 1, minute).Put(1087, 1, second);
+    return *this;
   }
-  JuniqPacket& Second(unsigned second) { return Put(1087, 1, second); }
+  JuniqPacket& Second(unsigned second) {
+    Put(1087, 1, second);
+    return *this;
+  }
   JuniqPacket& Imu(const std::array<int, 6>& w, unsigned stamp) {
     for (std::size_t i = 0; i < 6; ++i) Put(1065 + 2 * i, 2, static_cast<unsigned>(w[i]));
-    return Put(1092, 3, stamp);
+    Put(1092, 3, stamp);
+    return *this;
   }
   JuniqPacket& Header(unsigned word, unsigned temperature_a, unsigned temperature_b,
                       unsigned status) {
     Put(1059, 2, word).Put(1061, 2, temperature_a).Put(1063, 2, temperature_b);
-    return Put(1077, 1, status);
-  }
-  JuniqPacket& Put(std::size_t at, std::size_t width, unsigned value) {
-    for (std::size_t i = 0; i < width; ++i) {
-      bytes_[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
-    }
+    Put(1077, 1, status);
     return *this;
   }
-
-  const std::uint8_t* data() const { return bytes_.data(); }
-  std::size_t size() const { return bytes_.size(); }
-  std::vector<std::uint8_t> payload() const { return {bytes_.begin(), bytes_.end()}; }
-
- private:
-  std::array<std::uint8_t, 1104> bytes_ = {};
 };
 
 }  // namespace orliq::test

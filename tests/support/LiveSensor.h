@@ -31,20 +31,22 @@ struct LiveSensor : Playback<P> {
     MustEnd("the driver", [this] { this->driver.reset(); });
   }
 
-  lidar::DriverParam Param() const {
+  lidar::DriverParam Param(lidar::LidarType model = lidar::LidarType::Juniq) const {
     lidar::DriverParam param;
-    param.lidar_type = lidar::LidarType::Juniq;
+    param.lidar_type = model;
     param.input_param = {"127.0.0.1", port, ""};
     return param;
   }
-  bool Open() { return this->driver->InitDriver(Param()) && this->driver->Start(); }
+  bool Open(lidar::LidarType model = lidar::LidarType::Juniq) {
+    return this->driver->InitDriver(Param(model)) && this->driver->Start();
+  }
 
   /// Sends a packet; waits after every fiftieth, which fit in a socket's smallest buffer.
   void Send(const std::vector<std::uint8_t>& payload) {
     sender.Send(port, payload.data(), payload.size());
     if (++sent_ % 50 == 0) Settle();
   }
-  void Send(const JuniqPacket& packet, int count = 1) {
+  void Send(const WirePacket& packet, int count = 1) {
     for (int i = 0; i < count; ++i) Send(packet.payload());
   }
   /// Waits until the driver has taken everything from its socket.

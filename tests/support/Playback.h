@@ -74,10 +74,11 @@ struct Playback {
     MustEnd("the driver", [this] { driver.reset(); });
   }
 
-  static lidar::DriverParam Param(const std::string& capture) {
+  static lidar::DriverParam Param(const std::string& capture,
+                                  lidar::LidarType model = lidar::LidarType::Juniq) {
     lidar::DriverParam param;
     param.input_type = lidar::InputType::Pcap;
-    param.lidar_type = lidar::LidarType::Juniq;
+    param.lidar_type = model;
     param.input_param.pcap_file = capture;
     param.input_param.port = 2368;
     return param;

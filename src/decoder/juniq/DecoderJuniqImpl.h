@@ -6,6 +6,8 @@
 #include <memory>
 
 #include "decoder/BeamTable.h"
+#include "decoder/BlockClock.h"
+#include "decoder/PulseBatch.h"
 #include "decoder/Trigon.h"
 #include "decoder/juniq/DecoderJuniq.h"
 #include "decoder/juniq/JuniqPacket.h"
@@ -18,7 +20,7 @@ namespace orliq::lidar {
 template <typename T_PointCloud>
 struct DecoderJuniq<T_PointCloud>::Impl {
   using PointType = typename T_PointCloud::PointType;
-  struct Batch;
+  using Batch = PulseBatch<T_PointCloud, JuniqMsop::kBlocks>;
 
   explicit Impl(DecoderJuniq* decoder);
   ~Impl();
@@ -26,10 +28,9 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   Impl& operator=(const Impl&) = delete;
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
-  bool SplitFrame(const std::uint8_t* pkt, std::uint16_t& start) const;
-
   /// Hands the frame out with its time [s] and begins the next one.
   void CloseFrame(double timestamp);
+  void EndStream();
   void UpdateCheckParam(const OffsetCheckParam& param);
 
   /// True for the block that ends a frame.
@@ -55,9 +56,8 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   DecoderJuniq* owner;
   OffsetCheckParam check_param;
   std::shared_ptr<CloudFilter<T_PointCloud>> filter;  // null until the check parameters ask for it
-  double group_time = 0.0;                            // [s] UTC, time of the current 256 blocks
+  BlockClock clock;                                   // times of the points
   double frame_time = 0.0;                            // [s] UTC, first packet of the frame
-  std::uint32_t group_block_count = 0;                // runs on across frames
   std::uint32_t frame_point_count = 0;
   BeamTable beams;               // check_param, ready for decoding
   float weight[4] = {};          // aligned copies of the packed vectors, for the inner loops
@@ -67,13 +67,9 @@ struct DecoderJuniq<T_PointCloud>::Impl {
  private:
   void BuildBeams();
   bool DecodeBlocks(const JuniqMsop& msop, std::size_t start, double packet_time);
-  bool Gather(const OrliqJuniqMsopBlock* blocks, std::size_t count);
   void MeasureRange();
-  void Locate();
-  void Gate();
   void MakePoints(const OrliqJuniqMsopBlock* blocks, double packet_time);
-  void Push(bool plain);
-  void StoreHeader(const JuniqMsop& msop) const;
+  void Push();
   void DecodeImu(const JuniqMsop& msop, double packet_time);
 };
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <tuple>
 
 #include "bench/PlainJuniq.h"
 #include "decoder/RangeChain.h"
@@ -77,10 +78,16 @@ TEST(JuniqPointFields, EachPointTypeCarriesItsOwn) {
 }
 
 TEST(JuniqRange, NearFilterDropsWhatIsTooWeakForItsRange) {
-  // Outer limit 30 m, slope 1000: at 24.344647 m the peak must reach 5.655353 / 30 x 1000 = 188.5.
-  const float outer[9] = {1000, 30, 0, 20};
-  EXPECT_EQ(FilterNearNoisePoints(24.344647F, 188, NearFilter(outer)), 0.0F);
-  EXPECT_EQ(FilterNearNoisePoints(24.344647F, 189, NearFilter(outer)), 24.344647F);
+  // Outer limit 32 m, slope 1000: at 16 m the peak must reach 16 / 32 x 1000 = 500. Below the inner
+  // limit of 8 m it must reach 50; at 8 m the outer rule asks for 750.
+  const float both[9] = {1000, 32, 50, 8};
+  const float below = std::nextafter(8.0F, 0.0F);
+  const std::tuple<float, float, bool> rows[] = {{16, 499, false},   {16, 500, true},
+                                                 {below, 49, false}, {below, 50, true},
+                                                 {8, 50, false},     {32, 0, true}};
+  for (const auto& [range, peak, kept] : rows) {
+    EXPECT_EQ(FilterNearNoisePoints(range, peak, NearFilter(both)), kept ? range : 0.0F) << range;
+  }
   const float off[9] = {1000, 0, 51, 25};  // an outer limit of 0 switches both rules off
   EXPECT_EQ(FilterNearNoisePoints(24.344647F, 50, NearFilter(off)), 24.344647F);
 }
@@ -117,6 +124,27 @@ TEST(JuniqRange, FusedProductEqualsTheExactSumForEveryTimeOfFlight) {
   for (std::int32_t tof = 0; tof < (1 << 24); ++tof) {
     const float fused = std::fma(static_cast<float>(tof) * 0.015625F, 1.645F, -2.09F);
     ASSERT_EQ(RawDistance(tof, 0.14989623F), fused * 0.14989623F) << tof;
+  }
+}
+
+TEST(JuniqGates, EachLimitHoldsItsOwnValueAndNothingBeyond) {
+  // v = 100 counts; azimuth -59.375 in the table and elevation 10.005, cut to hundredths.
+  const float range = static_cast<float>(100.0 * 1.645F - 2.09F) * 0.14989623F;
+  const std::tuple<float DecoderParam::*, float, float> limits[] = {
+      {&DecoderParam::min_distance, range, 1e3F},  {&DecoderParam::max_distance, range, 0.0F},
+      {&DecoderParam::min_azimuth, 59.37F, 1e3F},  {&DecoderParam::max_azimuth, 59.37F, 0.0F},
+      {&DecoderParam::min_elevation, 10.0F, 1e3F}, {&DecoderParam::max_elevation, 10.0F, 0.0F}};
+  for (const auto& [limit, value, inward] : limits) {
+    for (const bool held : {true, false}) {
+      DecoderParam param;
+      param.*limit = held ? value : std::nextafter(value, inward);
+      JuniqProbe<Point> probe(param);
+      probe.check->azimuth[kPosition] = -59.375F;
+      probe.check->elevation[kPosition] = 10.005F;
+      probe.Calibrate();
+      probe.Decode(JuniqPacket());
+      EXPECT_EQ(probe.points()[0].z != 0.0F, held) << value << ' ' << inward;
+    }
   }
 }
 
@@ -210,6 +238,10 @@ TEST(JuniqFrame, APacketWithoutMarkerHasNoSplit) {
   EXPECT_FALSE(probe.decoder.SplitFrame(nullptr, 1104, start));
   EXPECT_FALSE(probe.decoder.DecodeMsopPacket(nullptr, 1104, 0));
   EXPECT_FALSE(probe.decoder.DecodeMsopPacket(JuniqPacket().Block(0, kMarker).data(), 1103, 0));
+  for (const unsigned behind : {64U, 65U, 65535U}) {
+    probe.Decode(JuniqPacket(), static_cast<std::uint16_t>(behind));
+  }
+  EXPECT_TRUE(probe.points().empty()) << "there is no block from there on";
   probe.Decode(JuniqPacket(), 61);
   EXPECT_EQ(probe.points().capacity(), 4U) << "a cloud grows by doubling, from one point on";
   EXPECT_EQ(start, 77);
@@ -221,10 +253,11 @@ TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
   probe.check->near_filter[6] = 1.0F;
   probe.Calibrate();
   for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket().Second(5));
-  EXPECT_TRUE(probe.frames.empty()) << "99968 points";
-  probe.Decode(JuniqPacket().Header(9, 9, 9, 9));
+  probe.Decode(JuniqPacket(), 33);
+  EXPECT_TRUE(probe.frames.empty()) << "99999 points";
+  probe.Decode(JuniqPacket().Header(9, 9, 9, 9), 63);
   ASSERT_EQ(probe.frames.size(), 1U);
-  EXPECT_EQ(probe.frames[0]->points.size(), 100032U) << "not filtered";
+  EXPECT_EQ(probe.frames[0]->points.size(), 100000U) << "not filtered";
   EXPECT_EQ(probe.frames[0]->timestamp, kPacketTime - 53);
   EXPECT_EQ(probe.frames[0]->frame_word, 0) << "no header fields";
 
@@ -234,9 +267,17 @@ TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
   EXPECT_EQ(probe.frames[1]->points.size(), 64U);
   probe.Decode(JuniqPacket().Block(63, kMarker));
   EXPECT_EQ(probe.frames[2]->points.size(), 0U) << "filtering again: one cell supports nobody";
+
+  testing::internal::CaptureStderr();
+  probe.Decode(JuniqPacket());
+  probe.decoder.EnableFinallyFrame();
+  EXPECT_EQ(probe.frames[3]->points.size(), 64U) << "the end of the stream: not filtered";
+  probe.Decode(JuniqPacket().Block(63, kMarker));
+  EXPECT_EQ(probe.frames[4]->points.size(), 0U) << "the next one is, as nothing is left over";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket());
   probe.Decode(JuniqPacket().Block(63, kMarker));
-  EXPECT_EQ(probe.frames.size(), 4U) << "the count began anew, and a marked packet closes once";
+  EXPECT_EQ(probe.frames.size(), 6U) << "the count began anew, and a marked packet closes once";
 }
 
 TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
@@ -293,6 +334,39 @@ TEST(JuniqFilter, IsSwitchedOnByExactlyOneAndNeverOff) {
   }
   probe.decoder.UpdateCheckParam(nullptr);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "is_use_filter:1 0.5 3.9\n");
+}
+
+/// What an application derives: it sees each point, and keeps the order in which it sees them.
+struct CountingCloud : PointCloud<Point> {
+  void PushPoint(const Point& point) override {
+    rings.push_back(point.ring);
+    PointCloud<Point>::PushPoint(point);
+  }
+  std::vector<unsigned> rings;
+};
+
+TEST(JuniqFilter, ADerivedCloudGetsEachPointInOrderAndIsFilteredLikeAPlainOne) {
+  JuniqProbe<Point> plain;
+  JuniqProbe<Point> derived;
+  const auto cloud = std::make_shared<CountingCloud>();
+  derived.decoder.InstallCloud(cloud);
+  JuniqPacket packet(JuniqReturn{100, 100, 0});  // null points stay in any case
+  packet.Block(2, {20, 10}).Block(5, {90, 60}).Block(9, {21, 10}).Block(63, kMarker);
+  std::vector<unsigned> rings(64, 100);
+  rings[2] = rings[9] = 10;
+  rings[5] = 60;
+  rings[63] = 0xBF;
+  for (auto* const probe : {&plain, &derived}) {
+    const float near_filter[7] = {0, 0, 0, 0, 1.0F, 0.1F, 1.0F};
+    std::memcpy(&probe->check->near_filter, near_filter, sizeof near_filter);
+    probe->Calibrate();
+    probe->Decode(packet);
+    ASSERT_EQ(probe->frames[0]->points.size(), 62U) << "the lonely return and the mark have gone";
+  }
+  EXPECT_EQ(cloud->rings, rings);
+  for (std::size_t i = 0; i < 62; ++i) {
+    EXPECT_EQ(cloud->points[i].ring, plain.frames[0]->points[i].ring) << i;
+  }
 }
 
 TEST(JuniqFilter, NullPointsSurviveAndZeroedReturnsDoNot) {

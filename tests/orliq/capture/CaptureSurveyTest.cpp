@@ -78,7 +78,7 @@ TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {
   EXPECT_EQ(HexBytes(flow.first_bytes.data(), flow.first_bytes.size()), "EE FF 01 FF FF FF FF FF");
   EXPECT_EQ(FitText(flow), "corvik or brantis or hestra (2 of 3)");
   EXPECT_EQ(FitText(survey.flows[1]), "juniq");
-  EXPECT_EQ(FittingPort(survey, *FindModel("juniq")), 2369);
+  EXPECT_EQ(FittingPort(survey, *lidar::FindSensorModel("juniq")), 2369);
 }
 
 }  // namespace

@@ -49,8 +49,8 @@ class Surveyor {
     Flow& flow = survey_.flows[known->second];
     ++flow.packets;
     ++flow.sizes[datagram.payload_bytes];
-    for (std::size_t i = 0; i < kModels; ++i) {
-      if (Fits(Models()[i], datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
+    for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
+      if (Fits(lidar::SensorModels()[i], datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
     }
   }
 

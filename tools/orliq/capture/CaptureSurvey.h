@@ -22,7 +22,7 @@ struct Flow {
   std::uint64_t packets = 0;
   std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
   std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
-  std::array<std::uint64_t, kModels> fits{};   ///< datagrams that fit each model of Models()
+  std::array<std::uint64_t, lidar::kSensorModels> fits{};  ///< datagrams that fit each model
 };
 
 /// What a capture holds.

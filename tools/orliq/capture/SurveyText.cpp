@@ -14,14 +14,10 @@ namespace {
 
 constexpr std::size_t kSizesShown = 3;
 
-std::size_t Index(const Model& model) {
-  return static_cast<std::size_t>(&model - &Models()[0]);
-}
-
 std::vector<std::string> FittingModels(const Flow& flow) {
   std::vector<std::string> names;
-  for (const Model& model : Models()) {
-    if (flow.fits[Index(model)] > 0) names.emplace_back(model.name);
+  for (const Model& model : lidar::SensorModels()) {
+    if (flow.fits[ModelIndex(model)] > 0) names.emplace_back(model.name);
   }
   return names;
 }
@@ -48,8 +44,8 @@ Json FlowJson(const Flow& flow) {
   Json sizes = Json::object();
   for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
   Json fits = Json::object();
-  for (const Model& model : Models()) {
-    if (flow.fits[Index(model)] > 0) fits[model.name] = flow.fits[Index(model)];
+  for (const Model& model : lidar::SensorModels()) {
+    if (flow.fits[ModelIndex(model)] > 0) fits[model.name] = flow.fits[ModelIndex(model)];
   }
   return {{"destination", DottedAddress(flow.destination)},
           {"destination_port", flow.port},
@@ -76,13 +72,13 @@ CaptureSurvey SurveyWithBar(const std::string& path, std::uint16_t port, bool qu
 
 bool FitsAny(const CaptureSurvey& survey, const Model& model) {
   return std::any_of(survey.flows.begin(), survey.flows.end(),
-                     [&](const Flow& flow) { return flow.fits[Index(model)] > 0; });
+                     [&](const Flow& flow) { return flow.fits[ModelIndex(model)] > 0; });
 }
 
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model) {
   std::set<std::uint16_t> ports;
   for (const Flow& flow : survey.flows) {
-    if (flow.fits[Index(model)] > 0) ports.insert(flow.port);
+    if (flow.fits[ModelIndex(model)] > 0) ports.insert(flow.port);
   }
   if (ports.size() <= 1) return ports.empty() ? std::uint16_t{0} : *ports.begin();
   std::string names;

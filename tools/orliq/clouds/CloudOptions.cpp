@@ -62,12 +62,12 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
 }
 
 const Model& DecodableModel(const CloudOptions& options) {
-  const Model* const model = FindModel(options.model);
+  const Model* const model = lidar::FindSensorModel(options.model);
   if (model == nullptr) {
     throw Failure(ExitCode::kUsage,
                   "--model " + options.model + " is unknown: use " + ModelNames(true));
   }
-  if (!model->decodable) {
+  if (!model->decodes_points) {
     throw Failure(ExitCode::kUsage, "this version cannot decode " + options.model + " yet, only " +
                                         ModelNames(true) + ": orliq info examines its captures");
   }

@@ -88,7 +88,7 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
 }
 
 void RequireCalibration(const Model& model, const std::string& folder, const Console& console) {
-  if (!model.needs_check_folder) return;
+  if (!model.needs_tables) return;
   if (folder.empty()) {
     console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
     return;

@@ -4,44 +4,18 @@
 #include <algorithm>
 
 namespace orliq::cli {
-namespace {
-
-using lidar::LidarType;
-using Identifier = std::array<std::uint8_t, 8>;
-
-constexpr Identifier kCommon = {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-constexpr Identifier kKelvane = {0x55, 0xAA, 0x5A, 0xA5};
-
-// name, type, packet bytes, identifier, needs check folder, decodable
-constexpr ModelTable kTable = {{
-    {"juniq", LidarType::Juniq, 1104, 8, kCommon, true, true},
-    {"glavor", LidarType::Glavor, 1360, 8, kCommon, true, false},
-    {"fennix", LidarType::Fennix, 1360, 8, kCommon, true, false},
-    {"corvik", LidarType::Corvik, 1236, 8, kCommon, false, false},
-    {"brantis", LidarType::Brantis, 1236, 8, kCommon, false, false},
-    {"hestra", LidarType::Hestra, 1236, 8, kCommon, true, false},
-    {"kelvane", LidarType::Kelvane, 1084, 4, kKelvane, false, false},
-}};
-
-}  // namespace
-
-const ModelTable& Models() {
-  return kTable;
-}
-
-const Model* FindModel(const std::string& name) {
-  const auto* const found = std::find_if(kTable.begin(), kTable.end(),
-                                         [&](const Model& model) { return name == model.name; });
-  return found == kTable.end() ? nullptr : found;
-}
 
 std::string ModelNames(bool decodable_only) {
   std::string names;
-  for (const Model& model : kTable) {
-    if (decodable_only && !model.decodable) continue;
+  for (const Model& model : lidar::SensorModels()) {
+    if (decodable_only && !model.decodes_points) continue;
     names += (names.empty() ? "" : ", ") + std::string(model.name);
   }
   return names;
+}
+
+std::size_t ModelIndex(const Model& model) {
+  return static_cast<std::size_t>(&model - lidar::SensorModels().data());
 }
 
 bool Fits(const Model& model, const std::uint8_t* payload, std::size_t size) {

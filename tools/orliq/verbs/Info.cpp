@@ -97,7 +97,7 @@ const Model* ChosenModel(const Options& options) {
     if (options.check_folder.empty()) return nullptr;
     throw Failure(ExitCode::kUsage, "--check-folder needs --model: tables differ by model");
   }
-  const Model* const model = FindModel(options.model);
+  const Model* const model = lidar::FindSensorModel(options.model);
   if (model != nullptr) return model;
   throw Failure(ExitCode::kUsage,
                 "--model " + options.model + " is unknown: use one of " + ModelNames());
@@ -111,7 +111,7 @@ ExitCode Run(const Options& options, Console& console) {
   const bool fits = model != nullptr && FitsAny(survey, *model);
   Report report;
   AddSummary(report, options, survey);
-  if (fits && model->decodable) AddFrames(report, options, *model, port);
+  if (fits && model->decodes_points) AddFrames(report, options, *model, port);
   if (!options.check_folder.empty()) AddCheckFolder(report, *model, options.check_folder);
   AddFlows(report, survey);
   AddSkipped(report, survey);
@@ -123,7 +123,7 @@ ExitCode Run(const Options& options, Console& console) {
   if (model != nullptr && !fits) {
     throw Failure(ExitCode::kNoData, WhyNothingFits(survey, *model, options.port));
   }
-  if (fits && !model->decodable) {
+  if (fits && !model->decodes_points) {
     console.Note("this version cannot count frames of " + options.model + ", only of " +
                  ModelNames(true));
   }

@@ -71,14 +71,13 @@ void AddPacketRows(Report& report, const PlayTally& tally) {
 }  // namespace
 
 RefusedPackets CountRefused(const CaptureSurvey& survey, const Model& model) {
-  const auto index = static_cast<std::size_t>(&model - &Models()[0]);
   RefusedPackets refused;
   refused.length = survey.Skipped(Skip::kCut) + survey.Skipped(Skip::kTooLarge);
   for (const Flow& flow : survey.flows) {
     const auto sized = flow.sizes.find(model.packet_bytes);
     const std::uint64_t of_right_length = sized == flow.sizes.end() ? 0 : sized->second;
     refused.length += flow.packets - of_right_length;
-    refused.identifier += of_right_length - flow.fits[index];
+    refused.identifier += of_right_length - flow.fits[ModelIndex(model)];
   }
   return refused;
 }

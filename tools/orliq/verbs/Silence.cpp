@@ -64,7 +64,7 @@ std::string WhyNothingArrived(const Silence& silence) {
 
 std::string ModelsOfLength(std::size_t bytes) {
   std::vector<std::string> names;
-  for (const Model& model : Models()) {
+  for (const Model& model : lidar::SensorModels()) {
     if (model.packet_bytes == bytes) names.emplace_back(model.name);
   }
   std::string text;

@@ -7,7 +7,6 @@
 namespace orliq::sim {
 namespace {
 
-constexpr std::uint64_t kFirstStream = 4;    // of random numbers; the sensor draws from those below
 constexpr std::size_t kLongestExcess = 64;   // [bytes]
 constexpr std::size_t kIdentifierBytes = 4;  // of the shortest one
 
@@ -60,7 +59,7 @@ PacketFaults::Fate PacketFaults::Draw() {
   if (packets_ % packets_per_frame_ == 0) {
     chance_.clear();
     for (std::size_t i = 0; i < kPacketFaults; ++i) {
-      chance_.emplace_back(seed_, kFirstStream + i, packets_ / packets_per_frame_);
+      chance_.emplace_back(seed_, kPacketFaultStreams + i, packets_ / packets_per_frame_);
     }
   }
   ++packets_;

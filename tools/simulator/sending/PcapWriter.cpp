@@ -78,19 +78,31 @@ struct PcapWriter::Impl {
     header.caplen = static_cast<bpf_u_int32>(frame.size());
     header.len = header.caplen;
     pcap_dump(reinterpret_cast<u_char*>(dump.get()), &header, frame.data());
+    if (!Taken(true)) return false;
     bytes += kRecordHeader + frame.size();
-    return std::ferror(pcap_dump_file(dump.get())) == 0;
+    return true;
   }
 
   bool MayWrite(const std::vector<std::uint8_t>& payload, double time_s) const {
+    errno = EINVAL;
     return dump && 0.0 <= time_s && time_s < kEndOfTime && payload.size() <= UdpFramer::kMaxPayload;
   }
 
   bool Flush() {
-    if (!dump || pcap_dump_flush(dump.get()) != 0) return false;
-    if (std::ferror(pcap_dump_file(dump.get())) != 0) return false;
+    if (!dump || !Taken(pcap_dump_flush(dump.get()) == 0)) return false;
     flushed_bytes = bytes;
     return true;
+  }
+
+  /// Whether the disk has taken everything so far. What it has once refused is gone from the buffer,
+  /// so that the next flush may well succeed: the first fault stays, and is the errno of every later
+  /// failure.
+  bool Taken(bool done) {
+    if (!lost && (!done || std::ferror(pcap_dump_file(dump.get())) != 0)) {
+      lost = std::error_code(errno != 0 ? errno : EIO, std::generic_category());
+    }
+    if (lost) errno = lost.value();
+    return !lost;
   }
 
   /// Gives the file its name, or removes it when a fault has come before.
@@ -107,6 +119,7 @@ struct PcapWriter::Impl {
   UdpFramer framer;
   std::uint64_t bytes = kFileHeader;
   std::uint64_t flushed_bytes = 0;
+  std::error_code lost;  // why the disk did not take something
   std::unique_ptr<pcap_t, ClosePcap> handle;
   std::unique_ptr<pcap_dumper_t, CloseDump> dump;  // null once closed
 };
@@ -161,10 +174,9 @@ bool PcapWriter::Close(std::string& error) {
     error = impl_->target.string() + " is closed already";
     return false;
   }
-  const std::error_code fault =
-      impl_->Flush() ? std::error_code() : std::error_code(errno, std::generic_category());
+  (void)impl_->Flush();
   impl_->dump.reset();
-  return impl_->Finish(fault, error);
+  return impl_->Finish(impl_->lost, error);
 }
 
 bool PcapWriter::CloseAtLastFlush(std::string& error) {

@@ -26,16 +26,17 @@ class PcapWriter {
   PcapWriter(const PcapWriter&) = delete;
   PcapWriter& operator=(const PcapWriter&) = delete;
 
-  /// Appends one datagram that was seen at `time_s` (seconds since 1970-01-01 UTC). False when the
-  /// disk is full, the payload too long for a datagram or the time outside 1970 to 2038; then
-  /// nothing was added, but what a full disk has lost also makes Close fail.
+  /// Appends one datagram that was seen at `time_s` (seconds since 1970-01-01 UTC). False, with
+  /// errno, when the disk is full, the payload too long for a datagram or the time outside 1970 to
+  /// 2038; then nothing was added, but what a full disk has lost makes all that follows fail, Flush
+  /// and Close too.
   [[nodiscard]] bool Write(const std::vector<std::uint8_t>& payload, double time_s);
 
   /// The same for a datagram of another flow than the writer's.
   [[nodiscard]] bool Write(const std::vector<std::uint8_t>& payload, double time_s,
                            const UdpEndpoints& endpoints);
 
-  /// Brings to the system what has been written so far. False when the disk is full.
+  /// Brings to the system what has been written so far. False, with errno, when the disk is full.
   [[nodiscard]] bool Flush();
 
   /// Completes the file and gives it its name. False, and a line in `error`, when that fails or the

@@ -25,4 +25,9 @@ ImuSample SwayAt(double time_s) {
            kGravity * std::cos(pitch) * std::cos(roll)}};
 }
 
+ImuReading LatestImu(double time_s) {
+  const auto number = static_cast<std::uint64_t>(time_s * kImuRate);
+  return {number, SwayAt(static_cast<double>(number) / kImuRate)};
+}
+
 }  // namespace orliq::sim

@@ -6,6 +6,13 @@
 
 namespace orliq::sim {
 
+// Streams of random numbers, one for each purpose, the same in every model. A number given stays for
+// ever, or old captures could not be made again: what a model draws beside these has 4 to 99.
+constexpr std::uint64_t kCalibrationStream = 1;
+constexpr std::uint64_t kNoiseStream = 2;
+constexpr std::uint64_t kFalseReturnStream = 3;
+constexpr std::uint64_t kPacketFaultStreams = 100;  // and the numbers that follow
+
 /// Random numbers that are the same with every compiler and standard library: the engine is fixed
 /// by the language, its distributions are not, so they are made here from whole numbers alone.
 class Random {

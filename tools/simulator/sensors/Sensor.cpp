@@ -3,12 +3,28 @@
 
 #include <cmath>
 
-#include "simulator/sensors/JuniqSensor.h"
+#include "multi_driver/SensorModels.h"
+#include "simulator/sensors/juniq/JuniqSensor.h"
 
 namespace orliq::sim {
 namespace {
 
 constexpr double kYear9999 = 253370764800.0;  // [s] start of the last year with four digits
+
+/// A model of the driver's list that can be simulated; its name stands there.
+struct Simulated {
+  lidar::LidarType type;
+  std::unique_ptr<Sensor> (*make)(const SensorOptions& options);
+};
+
+template <typename Unit>
+std::unique_ptr<Sensor> Make(const SensorOptions& options) {
+  return std::make_unique<Unit>(options);
+}
+
+constexpr Simulated kSimulated[] = {
+    {lidar::LidarType::Juniq, Make<JuniqSensor>},
+};
 
 bool IsShare(double value) {
   return 0.0 <= value && value <= 1.0;
@@ -24,18 +40,27 @@ bool Valid(const SensorOptions& options) {
 
 }  // namespace
 
+bool Sensor::WriteCheckFolder(const std::filesystem::path& folder, std::string& error) const {
+  const auto tables = Tables();
+  if (!tables.empty()) return WriteTables(folder, tables, error);
+  error = "a sensor without calibration tables has no check folder";
+  return false;
+}
+
 std::unique_ptr<Sensor> MakeSensor(const std::string& model, const SensorOptions& options) {
-  if (!Valid(options)) {
-    return nullptr;
-  }
-  if (model == "juniq") {
-    return std::make_unique<JuniqSensor>(options);
+  const lidar::SensorModel* const named = lidar::FindSensorModel(model);
+  for (const Simulated& known : kSimulated) {
+    if (named != nullptr && named->type == known.type && Valid(options)) return known.make(options);
   }
   return nullptr;
 }
 
 std::vector<std::string> SensorNames() {
-  return {"juniq"};
+  std::vector<std::string> names;
+  for (const Simulated& known : kSimulated) {
+    names.emplace_back(lidar::FindSensorModel(known.type)->name);
+  }
+  return names;
 }
 
 }  // namespace orliq::sim

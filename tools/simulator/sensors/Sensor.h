@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "simulator/scene/Scene.h"
+#include "simulator/sensors/CheckFolder.h"
 
 namespace orliq::sim {
 
@@ -41,20 +42,26 @@ class Sensor {
   Sensor(const Sensor&) = delete;
   Sensor& operator=(const Sensor&) = delete;
 
-  /// Model name as MakeSensor takes it.
-  virtual std::string Name() const = 0;
-
   virtual std::size_t PacketsPerFrame() const = 0;
 
   /// The packets of one frame in the order they leave. Frames are asked for in order from 0. The
   /// scene starts together with frame 0.
   virtual std::vector<Packet> EncodeFrame(const Scene& scene, std::uint64_t frame) = 0;
 
-  /// Writes this unit's calibration as a check-parameter folder, which is created when missing.
-  /// Each file appears complete or not at all. False, and a line in `error`, when that is not
-  /// possible.
-  [[nodiscard]] virtual bool WriteCheckFolder(const std::filesystem::path& folder,
-                                              std::string& error) const = 0;
+  // What the model has beside its beams. An option for what it lacks has no effect.
+
+  virtual bool HasImu() const { return false; }           ///< packets carry inertial samples
+  virtual bool HasRadiusFilter() const { return false; }  ///< SensorOptions::radius_filter counts
+  bool HasCheckFolder() const { return !Tables().empty(); }
+
+  /// This unit's calibration; none for a model that needs none.
+  virtual std::vector<CheckTable> Tables() const { return {}; }
+
+  /// Writes these tables as a check-parameter folder, which is created when missing. Each file
+  /// appears complete or not at all. False, and a line in `error`, when that is not possible or there
+  /// are none.
+  [[nodiscard]] bool WriteCheckFolder(const std::filesystem::path& folder,
+                                      std::string& error) const;
 };
 
 /// A sensor of that model; null for an unknown model or options outside their limits.

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "simulator/sensors/JuniqSensor.h"
+#include "simulator/sensors/juniq/JuniqSensor.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <set>
 
@@ -30,7 +31,7 @@ unsigned Position(const JuniqPoint& point) {
 
 /// Range [m] of a raw measurement after all corrections and the near filter, 0 for none: the
 /// decoder's arithmetic once more in double precision, as a second opinion.
-double Range(const JuniqPoint& point, const JuniqCalibration& unit) {
+double Range(const JuniqPoint& point, const BeamCalibration& unit) {
   const double r = static_cast<double>(point.width) / point.width_ref;
   const double peak = point.peak;
   const auto& w = unit.weight;
@@ -44,7 +45,7 @@ double Range(const JuniqPoint& point, const JuniqCalibration& unit) {
 }
 
 /// Direction of a beam in the point frame: the azimuth table turns the other way.
-Vec3 Direction(unsigned position, const JuniqCalibration& unit) {
+Vec3 Direction(unsigned position, const BeamCalibration& unit) {
   const double az = unit.azimuth[position] * -3.141592653589793 / 180.0;
   const double el = unit.elevation[position] * 3.141592653589793 / 180.0;
   return {std::cos(el) * std::cos(az), std::cos(el) * std::sin(az), std::sin(el)};
@@ -56,6 +57,7 @@ TEST(JuniqSensor, FrameHoldsEveryBeamOnceAndEndsWithTheMarker) {
   ASSERT_EQ(probe.frames.size(), 1U);
   const PointCloud<JuniqPoint>& frame = *probe.frames[0];
   EXPECT_EQ(frame.frame_word, 300);
+  EXPECT_NEAR(frame.timestamp, 1700000030.0, 1e-6) << "UTC, ten frames a second";
   EXPECT_NEAR(frame.temperature_a, 45.0, 2.1);
   EXPECT_NEAR(frame.temperature_b, 40.0, 1.1);
   EXPECT_EQ(frame.status, 1);
@@ -73,14 +75,15 @@ TEST(JuniqSensor, FrameHoldsEveryBeamOnceAndEndsWithTheMarker) {
 TEST(JuniqSensor, RangeIsTheScenesToHalfAQuantum) {
   constexpr double kQuantum = 0.14989623 * 1.645 / 64.0;  // [m] per step of the time of flight
   JuniqSensor sensor{WithFaults(0.0, 0.1)};
-  const JuniqCalibration& unit = sensor.Calibration();
+  const BeamCalibration& unit = sensor.Calibration();
   const auto scene = MakeScene("moving-box");
+  sensor.EncodeFrame(*scene, 29);  // whose truth is forgotten
   const auto packets = sensor.EncodeFrame(*scene, 30);
   test::JuniqProbe<JuniqPoint> probe;
   Decode(probe, packets);
   ASSERT_EQ(sensor.Truth().size(), 49152U);
   for (std::size_t i = 0; i < 49152; ++i) {
-    const JuniqTruth& truth = sensor.Truth()[i];
+    const BeamTruth& truth = sensor.Truth()[i];
     const JuniqPoint& point = probe.frames.at(0)->points.at(i);
     ASSERT_EQ(Position(point), truth.position);
     ASSERT_EQ(point.tof != 0, truth.measured) << "nothing came back: no time either";
@@ -107,6 +110,40 @@ TEST(JuniqSensor, BytesFollowFromTheSeedAlone) {
   EXPECT_EQ(frame_1(first), frame_1(again)) << "whatever was encoded before";
   EXPECT_NE(frame_1(first), frame_1(other));
   EXPECT_NE(first.Calibration().azimuth, other.Calibration().azimuth);
+}
+
+std::array<double, 6> Axes(const ImuSample& sample) {
+  const auto& [turn, push] = sample;
+  return {turn.x, turn.y, turn.z, push.x, push.y, push.z};
+}
+
+/// A sample in the driver's words is that one, to half a count of the sensor.
+void ExpectSample(const lidar::ImuMsg& m, const ImuSample& sample) {
+  const std::array<double, 6> got = {m.angular_velocity_x,    m.angular_velocity_y,
+                                     m.angular_velocity_z,    m.linear_acceleration_x,
+                                     m.linear_acceleration_y, m.linear_acceleration_z};
+  for (std::size_t i = 0; i < 6; ++i) {
+    const double count = i < 3 ? 0.000173611 * 3.141592653589793 : 0.004788403;
+    EXPECT_NEAR(got[i], Axes(sample)[i], 0.5001 * count) << "axis " << i;
+  }
+}
+
+TEST(JuniqSensor, ImuSamplesAreTheMountsMotionWithEachAxisInItsPlace) {
+  test::JuniqProbe<Point> probe;
+  probe.decoder.InstallImuMsg(std::make_shared<lidar::ImuMsg>());
+  Decode(probe, JuniqSensor{SensorOptions{}}.EncodeFrame(*MakeScene("boxes"), 20));
+  ASSERT_EQ(probe.samples.size(), 10U) << "100 a second, from 2 s on";
+  for (int i = 0; i < 10; ++i) {
+    ExpectSample(probe.samples[static_cast<std::size_t>(i)], SwayAt((200 + i) / 100.0));
+  }
+  const ImuSample strong = {{0.5, -1.0, 1.5}, {2.0, -3.0, 4.0}};  // the mount hardly turns about z
+  Packet packet;
+  ByteWriter writer(packet.payload, ByteWriter::Order::Little);
+  WriteJuniqHead(writer);
+  for (int i = 0; i < 64; ++i) WriteJuniqBlock(writer, {});
+  WriteJuniqTail(writer, {0, 0.0, 0.0, strong, 1});
+  Decode(probe, {packet});
+  ExpectSample(probe.samples.at(10), strong);
 }
 
 }  // namespace

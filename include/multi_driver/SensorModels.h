@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "multi_driver/DriverParam.h"
+#include "multi_driver/Export.h"
+
+namespace orliq::lidar {
+
+/// What is fixed for a sensor model.
+struct ORLIQ_API SensorModel {
+  const char* name;  ///< in lower case, such as "juniq"
+  LidarType type;
+  std::uint16_t packet_bytes;              ///< UDP payload of every packet
+  std::uint8_t identifier_bytes;           ///< how many of `identifier` count
+  std::array<std::uint8_t, 8> identifier;  ///< how every packet begins
+  std::uint16_t rings;                     ///< channels
+  std::uint16_t blocks;                    ///< data blocks in a packet
+  bool has_imu;                            ///< its packets carry inertial samples
+  bool needs_tables;                       ///< uses calibration tables
+  bool decodes_points;                     ///< this version turns its packets into points
+};
+
+constexpr std::size_t kSensorModels = 7;
+
+/// All models, in a fixed order. Some share packet length and identifier: their packets cannot be
+/// told apart. Safe from any thread; the table lives as long as the program.
+ORLIQ_API const std::array<SensorModel, kSensorModels>& SensorModels();
+
+/// The model of that name or type; null for an unknown one.
+ORLIQ_API const SensorModel* FindSensorModel(const std::string& name);
+ORLIQ_API const SensorModel* FindSensorModel(LidarType type);
+
+}  // namespace orliq::lidar

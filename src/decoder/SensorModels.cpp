@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "multi_driver/SensorModels.h"
+
+#include <algorithm>
+
+#include "decoder/brantis/BrantisModel.h"
+#include "decoder/corvik/CorvikModel.h"
+#include "decoder/fennix/FennixModel.h"
+#include "decoder/glavor/GlavorModel.h"
+#include "decoder/hestra/HestraModel.h"
+#include "decoder/juniq/JuniqModel.h"
+#include "decoder/kelvane/KelvaneModel.h"
+
+namespace orliq::lidar {
+namespace {
+
+/// What a model's constants do not tell.
+struct Traits {
+  bool has_imu;
+  bool needs_tables;
+  bool decodes_points;
+};
+
+constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstParam& constants,
+                          const Traits& traits) {
+  return {name,
+          type,
+          constants.MSOP_LEN,
+          constants.MSOP_ID_LEN,
+          constants.MSOP_ID,
+          constants.LASER_NUM,
+          constants.BLOCKS_PER_PKT,
+          traits.has_imu,
+          traits.needs_tables,
+          traits.decodes_points};
+}
+
+constexpr std::array<SensorModel, kSensorModels> kTable = {{
+    // IMU, tables, points
+    Row("juniq", LidarType::Juniq, kJuniq, {true, true, true}),
+    Row("glavor", LidarType::Glavor, kGlavor, {false, true, false}),
+    Row("fennix", LidarType::Fennix, kFennix, {false, true, false}),
+    Row("corvik", LidarType::Corvik, kCorvik, {true, false, false}),
+    Row("brantis", LidarType::Brantis, kBrantis, {false, false, false}),
+    Row("hestra", LidarType::Hestra, kHestra, {false, true, false}),
+    Row("kelvane", LidarType::Kelvane, kKelvane, {false, false, false}),
+}};
+
+template <typename Matches>
+const SensorModel* Find(const Matches& matches) {
+  const auto* const found = std::find_if(kTable.begin(), kTable.end(), matches);
+  return found == kTable.end() ? nullptr : found;
+}
+
+}  // namespace
+
+const std::array<SensorModel, kSensorModels>& SensorModels() {
+  return kTable;
+}
+
+const SensorModel* FindSensorModel(const std::string& name) {
+  return Find([&](const SensorModel& model) { return name == model.name; });
+}
+
+const SensorModel* FindSensorModel(LidarType type) {
+  return Find([&](const SensorModel& model) { return type == model.type; });
+}
+
+}  // namespace orliq::lidar

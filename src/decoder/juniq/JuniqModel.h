@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "decoder/DecoderConstParam.h"
+#include "decoder/juniq/JuniqPacket.h"
+
+namespace orliq::lidar {
+
+/// What is fixed for the Juniq sensor.
+constexpr DecoderConstParam kJuniq = {
+    sizeof(JuniqMsop),
+    8,
+    {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
+    192,
+    JuniqMsop::kBlocks,
+    0.4F,
+    230.0F,
+    0.005F,
+    0.0625F,
+};
+
+}  // namespace orliq::lidar

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulator/sensors/Sensor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "multi_driver/SensorModels.h"
+#include "simulator/sensors/ImuMotion.h"
+#include "support/TempDir.h"
+
+namespace orliq::sim {
+namespace {
+
+TEST(Sensors, AreThoseThatTheDriverKnowsUnderTheirNames) {
+  const auto scene = MakeScene("empty-room");
+  for (const std::string& name : SensorNames()) {
+    const auto sensor = MakeSensor(name, {});
+    const lidar::SensorModel* const model = lidar::FindSensorModel(name);
+    ASSERT_TRUE(sensor && model) << name;
+    const auto packets = sensor->EncodeFrame(*scene, 0);
+    EXPECT_EQ(packets.size(), sensor->PacketsPerFrame()) << name;
+    for (const Packet& packet : packets) {
+      ASSERT_EQ(packet.payload.size(), model->packet_bytes) << name;
+      ASSERT_TRUE(std::equal(packet.payload.begin(),
+                             packet.payload.begin() + model->identifier_bytes,
+                             model->identifier.begin()))
+          << name;
+    }
+    const test::TempDir scratch;
+    std::string error;
+    EXPECT_EQ(sensor->WriteCheckFolder(scratch / "check", error), model->needs_tables) << error;
+    EXPECT_EQ(sensor->HasCheckFolder(), model->needs_tables) << name;
+    EXPECT_EQ(sensor->HasImu(), model->has_imu) << name;
+  }
+  EXPECT_FALSE(MakeSensor("juniq ", {}));
+}
+
+// Gravity stands still while the mount turns, so the acceleration changes by its turning alone.
+TEST(ImuMotion, TurnsAboutEachAxisAsItsAccelerationTells) {
+  constexpr double kStep = 1e-4;  // [s]
+  for (double t = 0.1; t < 20.0; t += 0.7) {
+    const auto& [w, a] = SwayAt(t);
+    const Vec3 before = SwayAt(t - kStep).acceleration;
+    const Vec3 after = SwayAt(t + kStep).acceleration;
+    EXPECT_NEAR((after.x - before.x) / (2 * kStep), w.z * a.y - w.y * a.z, 1e-6) << t;
+    EXPECT_NEAR((after.y - before.y) / (2 * kStep), w.x * a.z - w.z * a.x, 1e-6) << t;
+    EXPECT_NEAR((after.z - before.z) / (2 * kStep), w.y * a.x - w.x * a.y, 1e-6) << t;
+    EXPECT_NEAR(std::hypot(a.x, a.y, a.z), 9.81, 1e-9);
+    EXPECT_GT(a.z, 9.8) << "at rest along +z";
+  }
+}
+
+}  // namespace
+}  // namespace orliq::sim
