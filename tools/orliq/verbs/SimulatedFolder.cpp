@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/SimulatedFolder.h"
 
-#include <cerrno>
-#include <cstdlib>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,6 +12,7 @@
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/AtomicFile.h"
 #include "orliq/terminal/ExitCode.h"
+#include "simulator/sensors/CheckFolder.h"
 
 namespace orliq::cli {
 namespace {
@@ -27,53 +27,27 @@ constexpr char kUnfinished[] = "unfinished.tmp";  // what a killed simulation le
   throw Failure(ExitCode::kFileFault, sentence);
 }
 
-/// A folder of its own that goes with the object.
-class TempFolder {
- public:
-  TempFolder() : path_((fs::temp_directory_path() / "orliq-XXXXXX").string()) {
-    if (::mkdtemp(path_.data()) != nullptr) return;
-    ThrowFault("cannot make the folder " + path_ + ": " + std::generic_category().message(errno));
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
-/// FNV-1a of the file's bytes in hexadecimal digits: it tells of a change, not of an attack.
-std::string Checksum(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
+/// FNV-1a in hexadecimal digits: it tells of a change, not of an attack.
+std::string Checksum(const std::string& bytes) {
   std::uint64_t sum = 0xCBF29CE484222325;
-  for (auto byte = std::istreambuf_iterator<char>(file); byte != std::istreambuf_iterator<char>();
-       ++byte) {
-    sum = (sum ^ static_cast<unsigned char>(*byte)) * 0x100000001B3;
-  }
+  for (const char byte : bytes) sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
   std::ostringstream text;
   text << std::hex << sum;
   return text.str();
 }
 
+std::string Content(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 using Checksums = std::map<std::string, std::string>;  // by file name
 
-/// The tables that the sensor writes now.
-Checksums FreshTables(const sim::Sensor& sensor, const std::string& folder) {
-  const TempFolder temp;
-  std::string error;
-  if (!sensor.WriteCheckFolder(temp.Path(), error)) {
-    const std::size_t place = error.find(temp.Path());
-    if (place != std::string::npos) error.replace(place, temp.Path().size(), folder);
-    ThrowFault(error);
-  }
+/// Of the tables that the sensor writes now.
+Checksums FreshTables(const sim::Sensor& sensor) {
   Checksums sums;
-  for (const auto& entry : fs::directory_iterator(temp.Path())) {
-    sums[entry.path().filename().string()] = Checksum(entry.path());
+  for (const sim::CheckTable& table : sensor.Tables()) {
+    sums[sim::TableFileName(table)] = Checksum(sim::TableText(table));
   }
   return sums;
 }
@@ -104,7 +78,7 @@ void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
     const std::string name = entry.path().filename().string();
     if ((name == kList && !listed.empty()) || name == kUnfinished) continue;
     const bool plain = entry.is_regular_file(error);
-    const std::string sum = plain ? Checksum(entry.path()) : std::string();
+    const std::string sum = plain ? Checksum(Content(entry.path())) : std::string();
     const auto is_in = [&](const Checksums& sums) {
       const auto found = sums.find(name);
       return found != sums.end() && found->second == sum;
@@ -120,7 +94,7 @@ void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
 }  // namespace
 
 void WriteSimulatedFolder(const sim::Sensor& sensor, const std::string& folder, bool force) {
-  const Checksums fresh = FreshTables(sensor, folder);
+  const Checksums fresh = FreshTables(sensor);
   MakeFolder(folder);
   if (fresh.empty()) return;
   if (!force) RequireOwnFiles(folder, fresh);
