@@ -93,7 +93,9 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
   std::size_t bytes = 0;
   for (const Bytes& payload : received) bytes += payload.size();
   EXPECT_EQ(sent["bytes_sent"], bytes);
-  EXPECT_EQ(Run("play a.pcap --model juniq --check-folder b").code, 5) << "the same unit's tables";
+  const auto play = Run("play a.pcap --model juniq --check-folder b --verbose");
+  EXPECT_EQ(play.code, 5) << "the same unit's tables";
+  EXPECT_THAT(play.err, HasSubstr("\npcap file is load finished!\n")) << "no colour in a file";
 }
 
 TEST_F(Send, CtrlCEndsAnEndlessSimulationWithItsTableAndACompleteCapture) {
@@ -221,6 +223,12 @@ TEST_F(Send, RefusesWhatCannotBeSentAndSaysWhy) {
   const auto alone = Run("send c.pcap --to localhost:9 --loop 3 --speed 10 --json");
   EXPECT_EQ(alone.code, 0) << "nobody need listen";
   EXPECT_GE(PlannedSeconds(alone), 0.02) << "one packet is no flood";
+  CaptureBuilder timeless;
+  timeless.Udp(Bytes{1}).Udp(Bytes{2}).bytes()[24 + 16 + 43]--;  // both at the same second
+  timeless.Write(dir_ / "c.pcap");
+  const auto at_once = Run("send c.pcap --to localhost:9 --json");
+  EXPECT_EQ(json::parse(at_once.out)["usable_times"], false);
+  EXPECT_THAT(at_once.err, HasSubstr("tell no pace"));
 }
 
 }  // namespace
