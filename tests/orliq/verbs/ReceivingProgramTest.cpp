@@ -159,9 +159,12 @@ TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
 
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
   const UdpReceiver other("127.0.0.1", port_, UdpReceiver::Sharing::kShared);
+  dir_.Write("taken", "a letter");
   const std::string port = " --port " + std::to_string(port_);
   const test::Refusal rows[] = {
       {"live --model juniq --wait 0.1", 3, "another socket has port"},
+      {"live --model juniq --source 0.0.0.0", 2, "nobody's address"},
+      {"record --out taken", 4, "taken is there already and is no capture file"},
       {"live --model juniq --duration 0.1", 3, "nothing arrived at 0.0.0.0:"},
       {"live --model juniq --address 203.0.113.7", 4, "203.0.113.7 is no address of this machine"},
       {"live --model juniq --out x.ply", 2, "add --frames 1"},

@@ -208,7 +208,10 @@ Verb AddLive(CLI::App& app) {
   command
       ->add_option("--source", options->choice.source,
                    "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(CLI::ValidIPV4);
+      ->check(CLI::ValidIPV4)
+      ->check([](const std::string& address) {
+        return address == "0.0.0.0" ? "0.0.0.0 is nobody's address" : std::string();
+      });
   command->footer(
       "It runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted from "
       "0, which is the partial one, and their files are named after that.\n\n"

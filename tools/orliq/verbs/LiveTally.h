@@ -18,7 +18,7 @@ struct LiveTally {
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;
   CloudSaver::Losses not_written;
-  std::string source;        ///< the only sender that counts; empty: every one
+  std::string source;  ///< the only sender that counts; empty: every one
   bool keeps_partial = false;
   bool interrupted = false;  ///< a signal ended it, not a limit
 
