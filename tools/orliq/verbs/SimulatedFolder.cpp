@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kList[] = "simulated.txt";
-constexpr char kListTitle[] = "Written by orliq simulate, which may replace these files:\n";
+constexpr char kListTitle[] = "Written by orliq simulate, which may replace these files:";
 constexpr char kUnfinished[] = "unfinished.tmp";  // what a killed simulation leaves
 
 [[noreturn]] void ThrowFault(const std::string& sentence) {
@@ -57,14 +57,14 @@ Checksums ReadList(const fs::path& path) {
   std::string title;
   std::getline(file, title);
   Checksums sums;
-  if (title + '\n' != kListTitle) return sums;
+  if (title != kListTitle) return sums;
   for (std::string sum, name; file >> sum >> name;) sums[name] = sum;
   return sums;
 }
 
 void WriteList(const fs::path& path, const Checksums& sums) {
-  std::string text = kListTitle;
-  for (const auto& [name, sum] : sums) text += sum + ' ' + name + '\n';
+  std::string text = std::string(kListTitle) + '\n';
+  for (const auto& [name, sum] : sums) text.append(sum).append(1, ' ').append(name).append(1, '\n');
   AtomicFile file(path);
   file.Write(text.data(), text.size());
   file.Commit();
