@@ -112,8 +112,9 @@ TEST_F(Send, CtrlCEndsAnEndlessSimulationWithItsTableAndACompleteCapture) {
 TEST_F(Send, CtrlCBeforeAllIsDoneThatWasAskedForIsALoss) {
   CaptureBuilder().Udp(Bytes{1}).Write(dir_ / "c.pcap");
   const std::pair<std::string, std::string> rows[] = {
-      {"simulate --model juniq --frames 1000 --json", "interrupted after 0 of 1,000 frames"},
-      {"send c.pcap --loop 10000 --speed 500 --json", "interrupted in round "}};
+      {"simulate --model juniq --rate 1 --frames 1000 --json",
+       "interrupted after 0 of 1,000 frames"},
+      {"send c.pcap --loop 10000 --speed 100 --json", "interrupted in round "}};
   for (const auto& [arguments, sentence] : rows) {
     received.clear();
     const auto outcome = RunAndInterrupt(arguments);
