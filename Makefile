@@ -1,19 +1,21 @@
 # SPDX-License-Identifier: Apache-2.0
-# Two doors for a newcomer. Both install what is missing on Debian or Ubuntu and build in build/.
+# Two doors for a newcomer. Both install what is missing on Debian or Ubuntu and build in build/; the
+# first builds the program only.
 PACKAGES := g++ cmake libpcap-dev libeigen3-dev libcli11-dev nlohmann-json3-dev \
             libgtest-dev libgmock-dev libbenchmark-dev
 PRESET ?= release
 
-.PHONY: demo test build packages
-demo: build
+.PHONY: demo test configure packages
+demo: configure
+	cmake --build --preset $(PRESET) --target orliq
 	@tools/demo.sh build/$(PRESET)/tools/orliq/orliq build/demo
 
-test: build
+test: configure
+	cmake --build --preset $(PRESET)
 	ctest --preset $(PRESET)
 
-build: packages
+configure: packages
 	cmake --preset $(PRESET)
-	cmake --build --preset $(PRESET)
 
 packages:
 	@missing=$$(for p in $(PACKAGES); do \

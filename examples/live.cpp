@@ -1,8 +1,13 @@
 #include <multi_driver/OrliqDriver.h>
+#include <cstdlib>
 #include <iostream>
 
 int main(int argc, char** argv) {
-  if (argc < 3) return 2;
+  const long port = argc == 3 ? std::strtol(argv[1], nullptr, 10) : 0;
+  if (port < 1 || port > 65535) {
+    std::cerr << "usage: live PORT CHECK_FOLDER\n";
+    return 2;
+  }
   OrliqDriver<PointCloud<Point>> driver;
   driver.RegisterPointCloudCallBack(
       [](std::shared_ptr<PointCloud<Point>> cloud) {  // on the driver's thread
@@ -13,7 +18,7 @@ int main(int argc, char** argv) {
 
   orliq::lidar::DriverParam param;
   param.lidar_type = orliq::lidar::LidarType::Juniq;
-  param.input_param.port = static_cast<std::uint16_t>(std::stoi(argv[1]));
+  param.input_param.port = static_cast<std::uint16_t>(port);
   param.calibration_param.check_folder = argv[2];
   if (!driver.InitDriver(param) || !driver.Start()) return 1;
   std::cin.get();  // until Enter

@@ -4,7 +4,10 @@
 #include <thread>
 
 int main(int argc, char** argv) {
-  if (argc < 3) return 2;
+  if (argc != 3) {
+    std::cerr << "usage: playback CAPTURE CHECK_FOLDER\n";
+    return 2;
+  }
   std::atomic<bool> arrived{false};
   OrliqDriver<PointCloud<Point>> driver;
   driver.RegisterPointCloudCallBack(

@@ -16,7 +16,7 @@ run() {
     "$orliq" "$@"
 }
 
-rm -f "${folder:?}"/frames/frame_*
+rm -f "${folder:?}"/frames/frame_* "${folder:?}"/check/*
 mkdir -p "$folder"
 
 echo "1. A synthetic Juniq sensor looks at a room with boxes for two seconds. Noise of 1 cm and"

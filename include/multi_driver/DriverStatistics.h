@@ -7,6 +7,12 @@
 
 namespace orliq::lidar {
 
+/// Where datagrams come from.
+struct ORLIQ_API PacketSender {
+  std::uint32_t address = 0;  ///< IPv4, 192.168.1.200 as 0xC0A801C8; 0: nobody
+  std::uint16_t port = 0;
+};
+
 /// What became of the packets of a live sensor, counted from InitDriver on.
 ///
 /// Every datagram that reached the socket waits in its buffer or is in exactly one of `received`,
@@ -32,6 +38,9 @@ struct ORLIQ_API DriverStatistics {
   double last_packet_age_s = -1.0;        ///< [s] since the last received; negative before any
   std::uint64_t other_source = 0;         ///< of another sender than that of SetSourceAddress
   std::uint64_t empty = 0;                ///< of the chosen sender, but without a byte
+  PacketSender first_sender;              ///< whose datagram came first, chosen or not
+  PacketSender other_sender;              ///< the latest one that is not the first
+  std::uint64_t of_other_senders = 0;     ///< datagrams, all of them, that are not of the first
 };
 
 }  // namespace orliq::lidar

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "input/Buffer.h"
+#include "multi_driver/DriverStatistics.h"
 
 namespace orliq::lidar {
 
@@ -39,6 +40,14 @@ class Input {
   /// a capture file.
   virtual std::uint64_t OtherSourceDatagrams() const { return 0; }
   virtual std::uint64_t EmptyDatagrams() const { return 0; }
+
+  /// Who sent datagrams to a socket, whether they were delivered or left out.
+  struct Senders {
+    PacketSender first;
+    PacketSender other;  ///< the latest one that is not the first
+    std::uint64_t of_others = 0;
+  };
+  virtual Senders SeenSenders() const { return {}; }
 
  protected:
   bool IsSource(std::uint32_t address) const { return source_ == 0 || source_ == address; }

@@ -115,8 +115,12 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) {
   const auto count = static_cast<int>(::recvfrom(
       sockfd_, buffer.data, room, 0, reinterpret_cast<sockaddr*>(&sender), &sender_size));
   if (count < 0) return errno == EAGAIN ? kNothing : -1;
-  if (!IsSource(sender.sin_addr.s_addr)) return other_source_.Add(), kSkipped;
-  if (count == 0) return empty_.Add(), kSkipped;
+  NoteSender(sender);
+  const bool wanted = IsSource(sender.sin_addr.s_addr);
+  if (!wanted || count == 0) {
+    (wanted ? empty_ : other_source_).Add();
+    return kSkipped;
+  }
   buffer.data_offset = 0;
   buffer.length = static_cast<std::uint64_t>(count);
   return count;
@@ -144,6 +148,25 @@ int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, i
     buffers[i]->length = msgs_[i].msg_len;
   }
   return count;
+}
+
+void InputSock::NoteSender(const sockaddr_in& sender) {
+  const std::uint64_t packed =
+      std::uint64_t{ntohl(sender.sin_addr.s_addr)} << 16U | ntohs(sender.sin_port);
+  if (first_sender_.Value() == 0) first_sender_.Set(packed);
+  if (packed == first_sender_.Value()) return;
+  other_sender_.Set(packed);
+  of_other_senders_.Add();
+}
+
+Input::Senders InputSock::SeenSenders() const {
+  const auto unpack = [](const Counter& packed) {
+    const std::uint64_t value = packed.Value();
+    return PacketSender{static_cast<std::uint32_t>(value >> 16U),
+                        static_cast<std::uint16_t>(value)};
+  };
+  const std::uint64_t of_others = of_other_senders_.Value();  // first: who counted them is known
+  return {unpack(first_sender_), unpack(other_sender_), of_others};
 }
 
 bool InputSock::SetNonblock() const {

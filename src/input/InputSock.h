@@ -66,6 +66,7 @@ class InputSock final : public Input {
   std::uint64_t SocketBufferBytes() const override;
   std::uint64_t OtherSourceDatagrams() const override { return other_source_.Value(); }
   std::uint64_t EmptyDatagrams() const override { return empty_.Value(); }
+  Senders SeenSenders() const override;
 
  private:
   bool Open();
@@ -74,6 +75,7 @@ class InputSock final : public Input {
   bool InitBatchRecv();
   int Receive(Buffer& buffer, std::size_t room);
   int ReceiveOrWait(Buffer& buffer, std::size_t room);
+  void NoteSender(const sockaddr_in& sender);
   bool WaitEvent(short event, int timeout_us) const;
 
   std::string local_ip_;   // empty: any address
@@ -81,7 +83,10 @@ class InputSock final : public Input {
   std::string pcap_file_;  // not used by this source
   int sockfd_ = -1;        // -1: closed
   Counter other_source_;   // of the receiving thread
-  Counter empty_;          // likewise
+  Counter empty_;          // likewise, as the next three
+  Counter first_sender_;   // address << 16 | port, host byte order; 0: none yet
+  Counter other_sender_;
+  Counter of_other_senders_;
   std::unique_ptr<iovec[]> iovecs_;
   std::unique_ptr<mmsghdr[]> msgs_;
   std::unique_ptr<sockaddr_in[]> addrs_;

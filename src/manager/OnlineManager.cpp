@@ -244,6 +244,10 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
   statistics.other_source = impl.input->OtherSourceDatagrams();
   statistics.empty = impl.input->EmptyDatagrams();
+  const Input::Senders senders = impl.input->SeenSenders();
+  statistics.first_sender = senders.first;
+  statistics.other_sender = senders.other;
+  statistics.of_other_senders = senders.of_others;
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
   return true;
 }

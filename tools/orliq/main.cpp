@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <sstream>
+#include <string_view>
 
+#include "orliq/terminal/HelpText.h"
 #include "orliq/terminal/Verb.h"
 
 namespace {
@@ -14,44 +18,47 @@ using orliq::cli::Verb;
 
 constexpr char kVerbNames[] = "simulate, info, play, live, record or send";
 
-ExitCode Fail(const std::string& command, ExitCode code, const std::string& sentence) {
-  std::cerr << command + ": " + sentence + '\n';
+ExitCode Fail(Console& console, const std::string& command, ExitCode code,
+              const std::string& sentence) {
+  console.Fail(command, code, sentence);
   return code;
 }
 
 ExitCode RunVerb(const Verb& verb, Console& console) {
   const std::string command = "orliq " + verb.command->get_name();
   try {
-    const ExitCode code = verb.run(console);
-    if (console.Out().flush()) return code;
-    return Fail(command, ExitCode::kFileFault, "standard output cannot be written");
+    return verb.run(console);
   } catch (const Failure& failure) {
-    return Fail(command, failure.Code(), failure.what());
+    return Fail(console, command, failure.Code(), failure.what());
   } catch (const std::exception& fault) {
-    return Fail(command, ExitCode::kInternalFault, std::string("internal fault: ") + fault.what());
+    return Fail(console, command, ExitCode::kInternalFault,
+                std::string("internal fault: ") + fault.what());
   }
 }
 
 ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& console) {
   if (error.get_exit_code() == 0) {  // --help, --version
-    app.exit(error, console.Out(), std::cerr);
+    std::ostringstream text;
+    app.exit(error, text, std::cerr);
+    std::cout << orliq::cli::WrapHelp(text.str());
     return ExitCode::kDone;
   }
   const auto verbs = app.get_subcommands();
   if (verbs.empty() && !app.remaining().empty()) {
-    return Fail("orliq", ExitCode::kUsage,
+    return Fail(console, "orliq", ExitCode::kUsage,
                 "there is no verb " + app.remaining().front() + ": use " + kVerbNames);
   }
   const std::string command = verbs.empty() ? "orliq" : "orliq " + verbs.front()->get_name();
   std::string sentence = verbs.empty() ? std::string("name a verb: ") + kVerbNames : error.what();
   sentence.erase(sentence.find_last_not_of(".\n") + 1);
-  return Fail(command, ExitCode::kUsage, sentence + ". Try: " + command + " --help");
+  return Fail(console, command, ExitCode::kUsage, sentence + ". Try: " + command + " --help");
 }
 
 ExitCode Run(int argc, char** argv, Console& console) {
   CLI::App app{
       "Simulates LiDAR sensors, receives their packets, examines, plays and sends captures."};
   app.name("orliq");
+  app.get_formatter()->column_width(orliq::cli::kHelpTextColumn);
   app.set_version_flag("--version", ORLIQ_VERSION);
   app.require_subcommand(1);
   app.footer("orliq VERB --help shows the options of a verb and an example.");
@@ -69,14 +76,24 @@ ExitCode Run(int argc, char** argv, Console& console) {
   return ExitCode::kInternalFault;
 }
 
+/// Looked for before the command line is understood, as a line that makes no sense is reported too.
+bool WantsJson(int argc, char** argv) {
+  return std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes then is a failed write, as a full disk is
   try {
-    Console console;
-    return static_cast<int>(Run(argc, argv, console));
+    Console console(WantsJson(argc, argv));
+    ExitCode code = Run(argc, argv, console);
+    if (!console.Finish()) {
+      code = Fail(console, "orliq", ExitCode::kFileFault, "standard output cannot be written");
+    }
+    return static_cast<int>(code);
   } catch (const std::exception& fault) {
-    return static_cast<int>(Fail("orliq", ExitCode::kInternalFault, fault.what()));
+    std::cerr << std::string("orliq: ") + fault.what() + '\n';
+    return static_cast<int>(ExitCode::kInternalFault);
   }
 }

@@ -6,6 +6,7 @@
 #include <future>
 
 #include "orliq/clouds/CloudPool.h"
+#include "orliq/clouds/PointSpread.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {
@@ -43,6 +44,17 @@ TEST(CloudSaver, GoesOnAfterACloudThatCannotBeWritten) {
   EXPECT_EQ(saver.Found().faults, 1U);
   EXPECT_NE(saver.Found().first_fault.find("frame_000001.pcd"), std::string::npos);
   EXPECT_EQ(saver.Writer().Files(), 2U);
+}
+
+TEST(PointSpread, IsExactForFramesInAnyOrder) {
+  PointSpread spread;
+  EXPECT_EQ(spread.Min() + spread.Median() + spread.Max(), 0U);
+  for (const std::uint64_t points : {7, 9, 7, 3, 8}) spread.Add(points);
+  EXPECT_EQ(spread.Min(), 3U);
+  EXPECT_EQ(spread.Median(), 7U);
+  EXPECT_EQ(spread.Max(), 9U);
+  spread.Add(8);
+  EXPECT_EQ(spread.Median(), 8U) << "3 7 7 8 8 9: the larger one of the middle";
 }
 
 }  // namespace

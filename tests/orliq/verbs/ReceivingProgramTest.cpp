@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "orliq/network/UdpReceiver.h"
 #include "support/GentleSender.h"
@@ -78,7 +79,11 @@ TEST_F(Receiving, RecordsWhatPlayDecodesToTheVerySameFrames) {
   const auto record = Finish(SIGINT);
   ASSERT_EQ(record.code, 0) << record.err;
   const json facts = json::parse(record.out);
+  EXPECT_EQ(facts["interrupted"], true);
   EXPECT_EQ(facts["packets"], sensor.packets.size());
+  const std::string sender = facts["senders"].at(0);
+  EXPECT_EQ(sender.rfind("127.0.0.1:", 0), 0U);
+  EXPECT_EQ(facts["packets_by_sender"][sender], sensor.packets.size());
   EXPECT_EQ(facts["capture_bytes"], std::filesystem::file_size(dir_ / "r.pcap"));
   const std::string with =
       " --model juniq --point point-time --check-folder " + sensor.check_folder;
@@ -95,7 +100,7 @@ TEST_F(Receiving, WritesTheFramesLiveThatPlayWrites) {
   const std::string with =
       " --model juniq --point juniq --format csv --min-distance 2 --check-folder " +
       sensor.check_folder;
-  Listen("live --frames 3 --out live --json" + with);
+  Listen("live --frames 3 --partial --out live --json" + with);
   ASSERT_TRUE(test::SendAll({sensor.packets.begin(), sensor.packets.end() - 20}, port_));
   const auto live = Finish();
   ASSERT_EQ(live.code, 0) << live.err;
@@ -108,6 +113,22 @@ TEST_F(Receiving, WritesTheFramesLiveThatPlayWrites) {
     EXPECT_EQ(sums[key], played[key]) << key;
   }
   EXPECT_GT(sums["imu_samples"], 0);
+  std::set<int> points;
+  for (const json& cloud : played["clouds"]) points.insert(cloud["points"].get<int>());
+  EXPECT_EQ(sums["points_per_frame"]["min"], *points.begin());
+  EXPECT_EQ(sums["points_per_frame"]["max"], *points.rbegin());
+  EXPECT_EQ(sums["partial_frames"][0]["kept"], true);
+}
+
+TEST_F(Receiving, LeavesOutTheFrameThatHadBegunBeforeAndKeepsItsNumberFree) {
+  const test::SimulatedCapture sensor(3);
+  Listen("live --model juniq --frames 1 --out f --check-folder " + sensor.check_folder);
+  ASSERT_TRUE(test::SendAll({sensor.packets.begin() + 700, sensor.packets.end()}, port_));
+  const auto live = Finish();
+  EXPECT_EQ(live.code, 0) << live.err;
+  EXPECT_THAT(live.out, HasSubstr("Partial frames    left out: 0 with "));
+  EXPECT_TRUE(exists(dir_ / "f/frame_000001.pcd"));
+  EXPECT_FALSE(exists(dir_ / "f/frame_000000.pcd") || exists(dir_ / "f/frame_000002.pcd"));
 }
 
 TEST_F(Receiving, StopsAtTheLimitsOfARecording) {
@@ -123,13 +144,13 @@ TEST_F(Receiving, StopsAtTheLimitsOfARecording) {
 }
 
 TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
-  const test::SimulatedCapture sensor(1);
+  const test::SimulatedCapture sensor(2);
   Packets packets = sensor.packets;
   packets.insert(packets.begin() + 5, {std::vector<std::uint8_t>(1104), packets[0]});
   packets[6].resize(65507);
   Listen("live --model juniq --out f --check-folder " + sensor.check_folder);
   ASSERT_TRUE(test::SendAll(packets, port_));
-  ASSERT_TRUE(test::Eventually([&] { return exists(dir_ / "f/frame_000000.pcd"); }));
+  ASSERT_TRUE(test::Eventually([&] { return exists(dir_ / "f/frame_000001.pcd"); }));
   const auto live = Finish(SIGTERM);
   EXPECT_EQ(live.code, 5);
   EXPECT_THAT(live.out, HasSubstr("1 of wrong length (0x41), 1 with wrong identifier (0x42)"));
@@ -138,9 +159,12 @@ TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
 
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
   const UdpReceiver other("127.0.0.1", port_, UdpReceiver::Sharing::kShared);
+  dir_.Write("taken", "a letter");
   const std::string port = " --port " + std::to_string(port_);
   const test::Refusal rows[] = {
       {"live --model juniq --wait 0.1", 3, "another socket has port"},
+      {"live --model juniq --source 0.0.0.0", 2, "nobody's address"},
+      {"record --out taken", 4, "taken is there already and is no capture file"},
       {"live --model juniq --duration 0.1", 3, "nothing arrived at 0.0.0.0:"},
       {"live --model juniq --address 203.0.113.7", 4, "203.0.113.7 is no address of this machine"},
       {"live --model juniq --out x.ply", 2, "add --frames 1"},
@@ -164,6 +188,29 @@ TEST_F(Receiving, NamesTheModelsWhenPacketsOfAnotherLengthArrive) {
   EXPECT_THAT(live.err, HasSubstr("3 datagrams arrived"));
   EXPECT_THAT(live.err, HasSubstr("1236 bytes, as the packets of corvik, brantis or hestra have"));
   EXPECT_EQ(json::parse(live.out)["refused_length"], 3);
+}
+
+TEST_F(Receiving, NamesTheSendersOfAPortAndTakesOneOfThem) {
+  const test::LoopbackSocket a, b(INADDR_LOOPBACK + 1);
+  const std::string name_a = "127.0.0.1:" + std::to_string(a.port());
+  const std::string name_b = "127.0.0.2:" + std::to_string(b.port());
+  const auto send = [&] {
+    for (const auto* const socket : {&a, &b, &b}) socket->Send(port_, "junk", 4);
+  };
+  Listen("live --model juniq --duration 20 --json");
+  send();
+  ASSERT_TRUE(test::Eventually([&] { return Text("err").find("mixed") != std::string::npos; }));
+  const auto mixed = Finish(SIGINT);
+  EXPECT_THAT(mixed.err, HasSubstr(name_a + " and " + name_b + " both sent"));
+  EXPECT_EQ(json::parse(mixed.out)["packets_of_other_senders"], 2);
+  EXPECT_EQ(json::parse(mixed.out)["interrupted"], true);
+  Listen("live --model juniq --source 127.0.0.3 --wait 0.3");
+  send();
+  const auto chosen = Finish();
+  EXPECT_EQ(chosen.code, 3);
+  EXPECT_THAT(chosen.err,
+              HasSubstr("nothing arrived from 127.0.0.3, but 3 datagrams from " + name_a));
+  EXPECT_THAT(chosen.err, testing::Not(HasSubstr("mixed")));
 }
 
 TEST_F(Receiving, KeepsWhatWasRecordedWhenTheDiskIsFull) {

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "orliq/capture/CaptureFile.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/NumberText.h"
@@ -17,6 +18,20 @@ namespace {
 constexpr std::uint64_t kRecordOverhead = 16 + 42;  // [bytes] record header and packet headers
 
 }  // namespace
+
+void RequireNoOtherFile(const std::string& path) {
+  std::error_code error;
+  const bool has_content =
+      std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) > 0;
+  if (!has_content) return;
+  try {
+    CaptureFile capture(path);
+  } catch (const Failure&) {
+    throw Failure(ExitCode::kFileFault, path +
+                                            " is there already and is no capture file: name "
+                                            "another one, or add --force to replace it");
+  }
+}
 
 Recording::Recording(std::string path, const RecordingLimits& limits)
     : path_(std::move(path)), limits_(limits) {
@@ -50,6 +65,17 @@ void Recording::Write(const DatagramBatch& batch, const DatagramBatch::Entry& en
   if (packets_ == 0) first_time_s_ = entry.time_s;
   last_time_s_ = entry.time_s;
   ++packets_;
+  CountSender(entry.endpoints);
+}
+
+void Recording::CountSender(const sim::UdpEndpoints& endpoints) {
+  auto sender = std::find_if(senders_.begin(), senders_.end(), [&](const SenderCount& known) {
+    return known.address == endpoints.source && known.port == endpoints.source_port;
+  });
+  if (sender == senders_.end() && senders_.size() < kMaxSenders) {
+    sender = senders_.insert(sender, {endpoints.source, endpoints.source_port, 0});
+  }
+  ++(sender == senders_.end() ? senders_.back() : *sender).packets;
 }
 
 void Recording::KeepWhatWasWritten() {

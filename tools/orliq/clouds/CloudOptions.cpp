@@ -7,18 +7,19 @@
 namespace orliq::cli {
 namespace {
 
+constexpr char kLimits[] =
+    "Limits (inclusive, of the point as the sensor sees it, before --transform; a point outside "
+    "them goes to the origin)";
+
 void AddLimits(CLI::App& command, lidar::DecoderParam& limits) {
   const auto add = [&](const char* name, float& limit, const char* text) {
-    command.add_option(name, limit, text)
-        ->check(Finite())
-        ->capture_default_str()
-        ->group("Limits (a point outside them goes to the origin)");
+    command.add_option(name, limit, text)->check(Finite())->capture_default_str()->group(kLimits);
   };
   add("--min-distance", limits.min_distance, "[m]");
   add("--max-distance", limits.max_distance, "[m]");
-  add("--min-azimuth", limits.min_azimuth, "[deg]");
+  add("--min-azimuth", limits.min_azimuth, "[deg] 0 is ahead (x), to the left (y) is positive");
   add("--max-azimuth", limits.max_azimuth, "[deg]");
-  add("--min-elevation", limits.min_elevation, "[deg]");
+  add("--min-elevation", limits.min_elevation, "[deg] 0 is level, up is positive");
   add("--max-elevation", limits.max_elevation, "[deg]");
 }
 
@@ -33,21 +34,29 @@ void RequireOrder(const char* quantity, float min, float max) {
 
 void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_option("--model", options.model, "sensor model (" + ModelNames(true) + ")")
+      ->transform(LowerCase())
       ->required();
   // By a function, as an optional text would take an empty one for none.
   command.add_option_function<std::string>(
       "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
-      "folder of the sensor's calibration");
+      "folder to read the sensor's calibration from");
   command.add_option("--out", options.out, "folder for one file per frame, or one file");
   command
-      .add_option("--format", options.format, "pcd, ply or csv; by itself from the ending, or pcd")
+      .add_option("--format", options.format,
+                  "format of the files; without it by the ending of --out, or pcd")
       ->check(CLI::IsMember({"pcd", "ply", "csv"}));
-  command.add_option("--point", options.point, "point type")
+  command.add_flag("--force", options.force, "replace frames of an earlier run in the folder");
+  command
+      .add_option("--point", options.point,
+                  "what a point holds: x, y, z [m], intensity and ring; point-time adds the time "
+                  "[s]; point-source adds time, whole metres of range and an empty source; juniq "
+                  "adds row, column and the raw pulse")
       ->check(CLI::IsMember({"point", "point-time", "point-source", "juniq"}))
       ->capture_default_str();
   command
       .add_option("--transform", options.transform,
-                  "pose of the sensor: x,y,z [m],roll,pitch,yaw [deg]")
+                  "pose of the sensor as x,y,z,roll,pitch,yaw [m, deg]: a point is turned about "
+                  "the axes x (roll), y (pitch), z (yaw) in that order, then moved by x,y,z")
       ->delimiter(',')
       ->expected(6)
       ->check(Finite());

@@ -6,8 +6,8 @@
 
 namespace orliq::cli {
 
-CloudSaver::CloudSaver(const std::string& target, const std::string& format)
-    : writer_(target, format), thread_([this] { Run(); }) {}
+CloudSaver::CloudSaver(const std::string& target, const std::string& format, bool replace)
+    : writer_(target, format, replace), thread_([this] { Run(); }) {}
 
 void CloudSaver::Save(std::shared_ptr<const void> owner, const CloudView& view, int frame) {
   const std::lock_guard lock(mutex_);

@@ -28,7 +28,7 @@ class CloudSaver {
   };
 
   /// Throws Failure as CloudWriter does.
-  CloudSaver(const std::string& target, const std::string& format);
+  CloudSaver(const std::string& target, const std::string& format, bool replace = false);
   ~CloudSaver() { Finish(); }
   CloudSaver(const CloudSaver&) = delete;
   CloudSaver& operator=(const CloudSaver&) = delete;

@@ -6,25 +6,39 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <string>
 
 #include "multi_driver/OrliqDriver.h"
 #include "orliq/clouds/CloudPool.h"
 #include "orliq/clouds/CloudSaver.h"
 #include "orliq/clouds/CloudView.h"
+#include "orliq/clouds/PointSpread.h"
 
 namespace orliq::cli {
 
 /// What has come from a live sensor so far.
 struct LiveCounts {
   lidar::DriverStatistics packets;
-  std::uint64_t frames = 0;  ///< clouds with points
+  std::uint64_t frames = 0;  ///< clouds with points, the partial one only when it is kept
   double frames_span = 0.0;  ///< [s] from the first of them to the last
   std::uint64_t empty_frames = 0;
+  std::uint64_t partial_points = 0;  ///< of the first one, which had begun before
   std::uint64_t points = 0;
+  std::uint64_t min_points = 0;  ///< of a frame
+  std::uint64_t median_points = 0;
+  std::uint64_t max_points = 0;
   std::uint64_t non_zero = 0;
   std::uint64_t last_points = 0;  ///< of the latest frame
   std::uint64_t imu_samples = 0;
+};
+
+/// Which frames of a live sensor are wanted.
+struct FrameChoice {
+  std::optional<std::uint64_t> frames;  ///< so many and no more; nothing: all
+  bool partial = false;                 ///< the first one too, which had begun before
+  std::string source;                   ///< IPv4 address of the sensor; empty: any sender
 };
 
 /// A live sensor, whatever its point type.
@@ -48,9 +62,11 @@ class LiveSource {
 template <typename Cloud>
 class DriverSource : public LiveSource {
  public:
-  /// Takes `frames` frames and no more, all when empty. `saver` may be null and outlives this.
-  DriverSource(std::optional<std::uint64_t> frames, CloudSaver* saver)
-      : wanted_(frames.value_or(std::numeric_limits<std::uint64_t>::max())), saver_(saver) {}
+  /// `saver` may be null and outlives this.
+  DriverSource(const FrameChoice& choice, CloudSaver* saver)
+      : choice_(choice),
+        wanted_(choice.frames.value_or(std::numeric_limits<std::uint64_t>::max())),
+        saver_(saver) {}
 
   bool Open(const lidar::DriverParam& param) override {
     driver_.RegisterPointCloudCallBack(
@@ -58,7 +74,7 @@ class DriverSource : public LiveSource {
         [this] { return pool_->Take(); });
     driver_.RegisterImuCallBack([this](const std::shared_ptr<lidar::ImuMsg>&) { TakeImu(); },
                                 [] { return std::make_shared<lidar::ImuMsg>(); });
-    return driver_.InitDriver(param) && driver_.Start();
+    return driver_.SetSourceAddress(choice_.source) && driver_.InitDriver(param) && driver_.Start();
   }
 
   void Stop() override { driver_.Stop(); }
@@ -72,7 +88,14 @@ class DriverSource : public LiveSource {
     counts.frames_span =
         std::chrono::duration<double>(last_frame_.load() - first_frame_.load()).count();
     counts.empty_frames = empty_frames_;
+    counts.partial_points = partial_points_;
     counts.points = points_;
+    {
+      const std::lock_guard lock(spread_mutex_);
+      counts.min_points = spread_.Min();
+      counts.median_points = spread_.Median();
+      counts.max_points = spread_.Max();
+    }
     counts.non_zero = non_zero_;
     counts.last_points = last_points_;
     counts.imu_samples = imu_samples_;
@@ -80,37 +103,52 @@ class DriverSource : public LiveSource {
   }
 
  private:
-  using Count = std::atomic<std::uint64_t>;
+  using Number = std::atomic<std::uint64_t>;
   using Clock = std::chrono::steady_clock;
 
   void TakeCloud(const std::shared_ptr<Cloud>& cloud) {
     if (Complete()) return;
-    const auto number = static_cast<int>(frames_ + empty_frames_);
-    last_points_ = cloud->points.size();
-    if (cloud->points.empty()) {
+    const int number = clouds_++;
+    const std::size_t points = cloud->points.size();
+    const bool partial = number == 0;
+    if (partial) partial_points_ = points;
+    if (points == 0) {
       ++empty_frames_;
-      return;
+    } else if (!partial || choice_.partial) {
+      Count(*cloud);
+      if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
+      ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
     }
-    points_ += cloud->points.size();
-    non_zero_ += CountNonZero(*cloud);
-    if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
+  }
+
+  void Count(const Cloud& cloud) {
+    const std::size_t points = cloud.points.size();
+    last_points_ = points;
+    points_ += points;
+    non_zero_ += CountNonZero(cloud);
     last_frame_ = Clock::now();
     if (frames_ == 0) first_frame_ = last_frame_.load();
-    ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
+    const std::lock_guard lock(spread_mutex_);
+    spread_.Add(points);
   }
 
   void TakeImu() {
     if (!Complete()) ++imu_samples_;
   }
 
+  FrameChoice choice_;
   std::uint64_t wanted_;
   CloudSaver* saver_;
-  Count frames_{0};
-  Count empty_frames_{0};
-  Count points_{0};
-  Count non_zero_{0};
-  Count last_points_{0};
-  Count imu_samples_{0};
+  int clouds_ = 0;  // of all kinds; of the decoding thread
+  Number frames_{0};
+  Number empty_frames_{0};
+  Number partial_points_{0};
+  Number points_{0};
+  Number non_zero_{0};
+  Number last_points_{0};
+  Number imu_samples_{0};
+  mutable std::mutex spread_mutex_;
+  PointSpread spread_;  // of the frames; guarded by spread_mutex_
   std::atomic<Clock::time_point> first_frame_{Clock::time_point()};
   std::atomic<Clock::time_point> last_frame_{Clock::time_point()};
   std::shared_ptr<CloudPool<Cloud>> pool_ =

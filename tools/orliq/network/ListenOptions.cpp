@@ -23,7 +23,7 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
   command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
       ->check(Within(0.0, kLongestTime))
       ->capture_default_str();
-  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no status line, no remarks");
 }
 

@@ -15,7 +15,6 @@ struct ListenOptions {
   std::string address;             ///< empty: every address
   std::optional<double> duration;  ///< [s] from the start
   double wait = 10.0;              ///< [s] for the first packet; 0: for ever
-  bool json = false;
   bool quiet = false;
 };
 

@@ -3,20 +3,52 @@
 
 #include <iostream>
 
+#include "multi_driver/Diagnostics.h"
+#include "orliq/terminal/StandardError.h"
+
 namespace orliq::cli {
 
-Console::Console() : original_(std::cout.rdbuf(&nowhere_)), out_(original_) {}
+Console::Console(bool json) : json_(json) {
+  lidar::SetDiagnosticSink([](const std::string& line, lidar::DiagnosticStream stream) {
+    if (stream == lidar::DiagnosticStream::Error) standard_error::PrintLine(line);
+  });
+}
 
 Console::~Console() {
-  std::cout.rdbuf(original_);
+  lidar::SetDiagnosticSink(nullptr);
+}
+
+void Console::Print(const Report& report) {
+  if (json_) {
+    object_ = report.AsJson();
+  } else {
+    report.PrintText(std::cout);
+    std::cout.flush();
+  }
+}
+
+void Console::Fail(const std::string& command, ExitCode code, const std::string& sentence) {
+  standard_error::PrintLine(command + ": " + sentence);
+  object_["error"] = {{"code", static_cast<int>(code)}, {"message", sentence}};
+}
+
+bool Console::Finish() {
+  // Paths may hold any bytes: those that are no UTF-8 are replaced.
+  if (json_ && !object_.is_null()) {
+    std::cout << object_.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  }
+  object_ = nullptr;
+  return static_cast<bool>(std::cout.flush());
 }
 
 void Console::ShowLibraryLines() {
-  std::cout.rdbuf(std::cerr.rdbuf());
+  lidar::SetDiagnosticSink([](const std::string& line, lidar::DiagnosticStream /*stream*/) {
+    standard_error::PrintLine(line);
+  });
 }
 
 void Console::Note(const std::string& sentence) const {
-  if (!quiet_) std::cerr << "note: " + sentence + '\n';
+  if (!quiet_) standard_error::PrintLine("note: " + sentence);
 }
 
 }  // namespace orliq::cli

@@ -2,27 +2,35 @@
 #pragma once
 
 #include <ostream>
-#include <streambuf>
 #include <string>
+
+#include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/Report.h"
 
 namespace orliq::cli {
 
-/// Keeps data and chatter apart: `out` is the program's own standard output, for data and tables
-/// only. The library prints its diagnostic lines to std::cout; while a Console lives they are
-/// dropped, or shown on standard error when asked for.
-///
-/// Make one at the start of main, before any driver exists, and let it outlive every driver.
+/// Keeps data and chatter apart: standard output is for data and tables only. While a Console lives it
+/// takes the library's diagnostic lines: errors go to standard error, the rest is dropped unless it is
+/// asked for.
 class Console {
  public:
-  Console();
+  /// With `json`, standard output gets one JSON object, in the end.
+  explicit Console(bool json = false);
   ~Console();
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  std::ostream& Out() { return out_; }
+  /// Shows the table at once; as JSON it waits for Finish, so that a failure goes into it as well.
+  void Print(const Report& report);
 
-  /// Sends the library's lines to standard error. No driver may be running.
-  void ShowLibraryLines();
+  /// Says on standard error why `command` fails, and in the JSON object.
+  void Fail(const std::string& command, ExitCode code, const std::string& sentence);
+
+  /// Brings out what waits; false when standard output cannot take it.
+  bool Finish();
+
+  /// Sends all of the library's lines to standard error.
+  static void ShowLibraryLines();
 
   /// A remark on standard error; dropped when quiet.
   void Note(const std::string& sentence) const;
@@ -31,14 +39,8 @@ class Console {
   bool Quiet() const { return quiet_; }
 
  private:
-  class Nowhere : public std::streambuf {
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-    std::streamsize xsputn(const char* /*text*/, std::streamsize size) override { return size; }
-  };
-
-  Nowhere nowhere_;
-  std::streambuf* original_;
-  std::ostream out_;
+  bool json_;
+  Json object_;
   bool quiet_ = false;
 };
 

@@ -19,7 +19,9 @@ std::string Fixed(double number, int digits) {
 }
 
 std::string Megabytes(std::uint64_t bytes) {
-  return Fixed(static_cast<double>(bytes) * 1e-6, 1) + " MB";
+  if (bytes < 1000) return Count(bytes, "byte");
+  const bool small = bytes < 100'000;
+  return Fixed(static_cast<double>(bytes) * (small ? 1e-3 : 1e-6), 1) + (small ? " kB" : " MB");
 }
 
 std::string Count(std::uint64_t number, const std::string& noun) {

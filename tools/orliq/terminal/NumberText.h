@@ -13,7 +13,7 @@ std::string Grouped(std::uint64_t number);
 /// A number with `digits` digits after the point.
 std::string Fixed(double number, int digits);
 
-/// "16.9 MB"
+/// "16.9 MB"; what is below 0.1 MB, in kB or bytes.
 std::string Megabytes(std::uint64_t bytes);
 
 /// "1 packet", "2,000 packets".

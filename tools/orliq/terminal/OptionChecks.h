@@ -2,9 +2,12 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 // Checks of option values whose text stays out of the help, which is easier to read without it.
 namespace orliq::cli {
@@ -29,6 +32,27 @@ inline CLI::Validator Finite() {
     return good ? std::string() : text + " is not a finite number";
   };
   return {check, "", "finite"};
+}
+
+/// A whole number of up to 64 bits, without a sign: a larger one would be cut to fit.
+inline CLI::Validator WholeNumber() {
+  const auto check = [](const std::string& text) {
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, fault] = std::from_chars(text.data(), end, number);
+    const bool good = fault == std::errc() && stop == end;
+    return good ? std::string() : "must be a whole number of at most 64 bits, not " + text;
+  };
+  return {check, "", "whole"};
+}
+
+/// For Option::transform: the value in lower case, as names of models are.
+inline CLI::Validator LowerCase() {
+  const auto change = [](std::string& text) {
+    text = CLI::detail::to_lower(text);
+    return std::string();
+  };
+  return {change, "", "lower"};
 }
 
 }  // namespace orliq::cli

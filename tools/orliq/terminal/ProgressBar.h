@@ -13,8 +13,11 @@ namespace orliq::cli {
 /// "[####......] 40 %" for 0.4 and ten cells.
 std::string BarText(double share, std::size_t cells);
 
-/// A bar on standard error that shows how far a long job is. It draws only on a terminal, at most
-/// ten times a second, and wipes itself out when it is destroyed.
+/// ", 12 s left" for a job whose `share`, 0 to 1, took `seconds`, if the rest takes as long as that
+/// part did. Nothing in the first second and at the end.
+std::string TimeLeftText(double share, double seconds);
+
+/// How far a long job is and how long the rest will take, as a status line with a bar.
 class ProgressBar {
  public:
   /// `task` stands before the bar ("playing"). A silent bar never draws.
@@ -28,7 +31,7 @@ class ProgressBar {
   std::string task_;
   std::uint64_t total_;
   StatusLine line_;
-  Clock::time_point next_ = Clock::time_point::min();
+  Clock::time_point start_ = Clock::now();
 };
 
 }  // namespace orliq::cli

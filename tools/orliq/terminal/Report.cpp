@@ -51,15 +51,6 @@ void Report::Add(const std::string& key, Json value, Table table) {
   tables_.push_back(std::move(table));
 }
 
-void Report::Print(std::ostream& out, bool json) const {
-  if (json) {
-    // Paths may hold any bytes: those that are no UTF-8 are replaced.
-    out << json_.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-  } else {
-    PrintText(out);
-  }
-}
-
 void Report::PrintText(std::ostream& out) const {
   std::size_t width = 0;
   for (const Line& line : lines_) width = std::max(width, line.label.size());

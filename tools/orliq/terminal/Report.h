@@ -29,13 +29,13 @@ class Report {
   /// A table, and the JSON member `key` for it.
   void Add(const std::string& key, Json value, Table table);
 
-  void Print(std::ostream& out, bool json) const;
+  void PrintText(std::ostream& out) const;
+  const Json& AsJson() const { return json_; }
 
  private:
   struct Line {
     std::string label, text;
   };
-  void PrintText(std::ostream& out) const;
 
   Json json_ = Json::object();
   std::vector<Line> lines_;

@@ -1,33 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/terminal/StatusLine.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <iostream>
+#include "orliq/terminal/StandardError.h"
 
 namespace orliq::cli {
 namespace {
 
-/// Columns of the terminal; a longer line would break and could not be written over.
-std::size_t Width() {
-  winsize size = {};
-  const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? size.ws_col : 80;
-}
+constexpr std::chrono::seconds kPauseInALog{10};
 
 }  // namespace
 
-StatusLine::StatusLine(bool silent) : enabled_(!silent && ::isatty(STDERR_FILENO) == 1) {}
+StatusLine::StatusLine(bool silent, std::chrono::milliseconds pause)
+    : silent_(silent),
+      terminal_(standard_error::IsTerminal()),
+      pause_(terminal_ ? pause : kPauseInALog),
+      next_(Clock::now() + pause_) {}
 
 StatusLine::~StatusLine() {
-  if (drawn_) std::cerr << "\r\033[K" << std::flush;
+  if (!silent_ && terminal_) standard_error::ClearProgress();
 }
 
 void StatusLine::Show(const std::string& text) {
-  if (!enabled_) return;
-  drawn_ = true;
-  std::cerr << "\r" + text.substr(0, Width() - 1) + "\033[K" << std::flush;
+  if (silent_) return;
+  next_ = Clock::now() + pause_;
+  terminal_ ? standard_error::ShowProgress(text) : standard_error::PrintLine(text);
 }
 
 }  // namespace orliq::cli

@@ -22,11 +22,8 @@ void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero) 
              Grouped(non_zero) + " (" + Fixed(share, 1) + " %)");
 }
 
-void AddSpreadRow(Report& report, const std::vector<std::uint64_t>& points) {
-  const std::uint64_t min = points.empty() ? 0 : points.front();
-  const std::uint64_t median = points.empty() ? 0 : points[points.size() / 2];
-  const std::uint64_t max = points.empty() ? 0 : points.back();
-  report.Add("points_per_frame", points.empty() ? "" : "Points per frame",
+void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max) {
+  report.Add("points_per_frame", max == 0 ? "" : "Points per frame",
              {{"min", min}, {"median", median}, {"max", max}},
              Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
 }

@@ -29,9 +29,9 @@ struct Reception {
 void AddReceptionRows(Report& report, const Reception& reception);
 void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
 
-/// Fewest, median and most points of a frame, so that frames which lost packets are seen. `points`
-/// is ascending.
-void AddSpreadRow(Report& report, const std::vector<std::uint64_t>& points);
+/// Fewest, median and most points of a frame, so that loss shows: a frame that lost packets has fewer
+/// points, one without its mark those of two. All are 0 without a frame.
+void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max);
 void AddRefusedRows(Report& report, const RefusedPackets& refused);
 
 /// Two counts, each with the words behind it: "3 early, 1 late"; "none" when both are 0.

@@ -21,15 +21,11 @@ struct Options {
   bool quiet = false;
 };
 
-std::string ToLower(const std::string& name) {
-  return CLI::detail::to_lower(name);
-}
-
 void AddOptions(CLI::App& command, Options& options) {
   command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
   command
       .add_option("--model", options.model, "count the frames of this model (" + ModelNames() + ")")
-      ->transform(ToLower);
+      ->transform(LowerCase());
   command.add_option("--port", options.port, "look at this destination port only")
       ->check(Within(0, 65535));
   command.add_option("--source", options.source, "look at this sender only, an IPv4 address");
@@ -158,8 +154,7 @@ ExitCode Run(const Options& options, Console& console) {
   if (options.check_folder) folder_fault = AddCheckFolder(report, *model, *options.check_folder);
   AddFlows(report, survey, model);
   AddSkipped(report, survey);
-  report.Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(report);
   if (!folder_fault.empty()) throw Failure(ExitCode::kFileFault, folder_fault);
   RequireGoodCapture(survey, options, scope);
   if (model != nullptr) Advise(survey, *model, console);

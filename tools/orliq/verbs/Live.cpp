@@ -18,12 +18,12 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
-constexpr double kStatusPause = 1.0;            // [s]
+constexpr std::chrono::seconds kStatusPause{1};
 
 struct Options {
   CloudOptions cloud;
   ListenOptions listen;
-  std::optional<std::uint64_t> frames;
+  FrameChoice choice;
 };
 
 lidar::DriverParam MakeParam(const Options& options, const Model& model) {
@@ -36,14 +36,15 @@ lidar::DriverParam MakeParam(const Options& options, const Model& model) {
 
 /// Null when no files are wanted.
 std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
-  const std::string& out = options.cloud.out;
+  const auto& [out, format, force] =
+      std::tie(options.cloud.out, options.cloud.format, options.cloud.force);
   if (out.empty()) return nullptr;
-  if (options.frames != 1 && CloudWriter(out, options.cloud.format).SingleFile()) {
+  if (options.choice.frames != 1 && ExamineTarget(out, format, force).single_file) {
     throw Failure(ExitCode::kUsage, "--out " + out +
                                         " is one file, which takes one frame: name a "
                                         "folder, or add --frames 1");
   }
-  return std::make_unique<CloudSaver>(out, options.cloud.format);
+  return std::make_unique<CloudSaver>(out, format, force);
 }
 
 /// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why.
@@ -58,8 +59,12 @@ void RequirePort(const ListenOptions& listen, const Console& console) {
 /// Gathers the counts of a source and times it from its first packet to its last.
 class Watcher {
  public:
-  Watcher(const ListenOptions& options, const LiveSource& source)
-      : source_(source), time_(options), line_(options.quiet) {}
+  Watcher(const Options& options, const LiveSource& source, const Console& console)
+      : source_(source),
+        console_(console),
+        any_sender_(options.choice.source.empty()),
+        time_(options.listen),
+        line_(options.listen.quiet, kStatusPause) {}
 
   void Look() {
     counts_ = source_.Counts();
@@ -70,13 +75,12 @@ class Watcher {
       first_ = last_;
       by_first_look_ = packets.received;
     }
+    WarnOfMixture();
   }
 
-  /// Once a second.
   void Show() {
-    const double seconds = now_ - shown_at_;
-    if (seconds < kStatusPause) return;
-    line_.Show(LiveStatusText(shown_, counts_, seconds));
+    if (!line_.Due()) return;
+    line_.Show(LiveStatusText(shown_, counts_, now_ - shown_at_));
     shown_ = counts_;
     shown_at_ = now_;
   }
@@ -86,6 +90,7 @@ class Watcher {
   LiveTally Tally() const {
     LiveTally tally;
     tally.counts = counts_;
+    tally.interrupted = InterruptRequested() && !Over();
     Reception& reception = tally.reception;
     reception.seconds = now_;
     reception.active = last_ - first_;
@@ -96,7 +101,17 @@ class Watcher {
   }
 
  private:
+  /// Once, as soon as it shows: the user need not wait for the end to mend it.
+  void WarnOfMixture() {
+    if (warned_ || !any_sender_ || counts_.packets.of_other_senders == 0) return;
+    warned_ = true;
+    console_.Note(MixedSendersText(counts_.packets));
+  }
+
   const LiveSource& source_;
+  const Console& console_;
+  bool any_sender_;  // no --source was given
+  bool warned_ = false;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -109,8 +124,8 @@ class Watcher {
 };
 
 /// Looks at the counts until it is time to end.
-LiveTally Watch(const ListenOptions& options, LiveSource& source) {
-  Watcher watcher(options, source);
+LiveTally Watch(const Options& options, LiveSource& source, const Console& console) {
+  Watcher watcher(options, source, console);
   while (!watcher.Over() && !WaitForInterrupt(kPass)) {
     watcher.Look();
     watcher.Show();
@@ -128,14 +143,16 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   if (options.cloud.verbose) console.ShowLibraryLines();
   const auto source = WithCloudType(options.cloud.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.frames, saver.get()));
+    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver.get()));
   });
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
-  LiveTally tally = Watch(options.listen, *source);
+  LiveTally tally = Watch(options, *source, console);
+  tally.source = options.choice.source;
+  tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
   if (saver) {
     saver->Finish();
@@ -163,18 +180,18 @@ ExitCode Run(const Options& options, Console& console) {
   const Model& model = DecodableModel(options.cloud);
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
-  tally.MakeReport().Print(console.Out(), options.listen.json);
-  console.Out().flush();
+  console.Print(tally.MakeReport());
   const auto& packets = tally.counts.packets;
   if (packets.decoded == 0) {
-    throw Failure(ExitCode::kNoData,
-                  WhyNothingArrived({options.listen.address, options.listen.port,
-                                     tally.reception.seconds, &model, packets.received,
-                                     packets.refused_length, packets.last_refused_length}));
+    throw Failure(
+        ExitCode::kNoData,
+        WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
+                           &model, packets.received, packets.refused_length,
+                           packets.last_refused_length, options.choice.source, packets.other_source,
+                           SenderText(packets.first_sender)}));
   }
-  if (!tally.HasLosses()) return ExitCode::kDone;
   Explain(tally, console);
-  return ExitCode::kLosses;
+  return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
 }  // namespace
@@ -185,12 +202,23 @@ Verb AddLive(CLI::App& app) {
       "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
-  command->add_option("--frames", options->frames, "stop after that many frames")
+  command->add_option("--frames", options->choice.frames, "stop after that many frames")
       ->check(Within(1.0, 1e9));
+  command->add_flag("--partial", options->choice.partial,
+                    "count and write the first frame too, of which the beginning is missing");
+  command
+      ->add_option("--source", options->choice.source,
+                   "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(CLI::ValidIPV4)
+      ->check([](const std::string& address) {
+        return address == "0.0.0.0" ? "0.0.0.0 is nobody's address" : std::string();
+      });
   command->footer(
-      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table.\n\n"
-      "Example:\n  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 "
-      "--out frames --format pcd");
+      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted from "
+      "0, which is the partial one, and their files are named after that.\n\n"
+      "Example:\n"
+      "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
+      "      --out frames --format pcd");
   return {command, [options](Console& console) { return Run(*options, console); }};
 }
 

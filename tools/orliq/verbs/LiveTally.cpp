@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/LiveTally.h"
 
+#include <tuple>
+
+#include "orliq/capture/UdpRecord.h"
+
 namespace orliq::cli {
 namespace {
 
@@ -8,15 +12,40 @@ double Rate(std::uint64_t count, double seconds) {
   return seconds > 0.0 ? static_cast<double>(count) / seconds : 0.0;
 }
 
-void AddFrameRows(Report& report, const LiveCounts& counts) {
-  // The first frame is the rest of one that had begun before.
+void AddSenderRows(Report& report, const LiveTally& tally) {
+  const auto& packets = tally.counts.packets;
+  const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
+  Json senders = Json::array();
+  if (first.address != 0) senders.push_back(SenderText(first));
+  if (other.address != 0) senders.push_back(SenderText(other));
+  report.Add("senders", first.address != 0 ? "Sender" : "", std::move(senders), SenderText(first));
+  report.Add("packets_of_other_senders", packets.of_other_senders > 0 ? "Other senders" : "",
+             packets.of_other_senders,
+             Count(packets.of_other_senders, "packet") + ", the last of " + SenderText(other));
+  report.Add("packets_passed_over", tally.source.empty() ? "" : "Passed over", packets.other_source,
+             Count(packets.other_source, "packet") + " not from " + tally.source);
+}
+
+/// The first frame, if it held any points, is the rest of one that had begun before.
+void AddPartialRow(Report& report, std::uint64_t points, bool kept) {
+  Json list = Json::array();
+  if (points > 0) list.push_back({{"frame", 0}, {"points", points}, {"kept", kept}});
+  report.Add("partial_frames", points > 0 ? "Partial frames" : "", std::move(list),
+             (kept ? "kept: 0 with " : "left out: 0 with ") + Count(points, "point"));
+}
+
+void AddFrameRows(Report& report, const LiveTally& tally) {
+  const LiveCounts& counts = tally.counts;
+  // The span begins with the end of the first frame.
   const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
              Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
   report.Add("frames_per_s", "", rate, "");
   report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
              Grouped(counts.empty_frames));
+  AddPartialRow(report, counts.partial_points, tally.keeps_partial);
   AddPointRows(report, counts.points, counts.non_zero);
+  AddSpreadRow(report, counts.min_points, counts.median_points, counts.max_points);
   report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
 }
 
@@ -53,11 +82,28 @@ bool LiveTally::HasLosses() const {
 Report LiveTally::MakeReport() const {
   Report report;
   AddReceptionRows(report, reception);
+  report.Add("interrupted", "", interrupted, "");
   report.Add("packets_decoded", "", counts.packets.decoded, "");
-  AddFrameRows(report, counts);
+  AddSenderRows(report, *this);
+  AddFrameRows(report, *this);
   AddLossRows(report, counts.packets);
   AddFileRows(report, *this);
   return report;
+}
+
+std::string SenderText(const lidar::PacketSender& sender) {
+  if (sender.address == 0) return "none";
+  return DottedAddress(sender.address) + ':' + std::to_string(sender.port);
+}
+
+std::string MixedSendersText(const lidar::DriverStatistics& packets) {
+  const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
+  const std::string both = SenderText(first) + " and " + SenderText(other) +
+                           " both sent to this port: their packets are mixed in the frames. ";
+  if (first.address == other.address) {
+    return both + "Let one of them send to another port, unless it is the same sensor, restarted";
+  }
+  return both + "--source " + DottedAddress(first.address) + " takes the first one only";
 }
 
 std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds) {

@@ -18,13 +18,22 @@ struct LiveTally {
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;
   CloudSaver::Losses not_written;
+  std::string source;  ///< the only sender that counts; empty: every one
+  bool keeps_partial = false;
+  bool interrupted = false;  ///< a signal ended it, not a limit
 
   /// Whether packets were refused or lost, or frames not written.
   bool HasLosses() const;
   Report MakeReport() const;
 };
 
-/// The line of a terminal: packets, frames, points of a frame, IMU samples, age of the last packet,
+/// "192.168.1.200:2368"; "none" for nobody.
+std::string SenderText(const lidar::PacketSender& sender);
+
+/// Who sends to the port at once and what to do about it.
+std::string MixedSendersText(const lidar::DriverStatistics& packets);
+
+/// The status line: packets, frames, points of a frame, IMU samples, age of the last packet,
 /// and losses by their codes as far as there are any; rates since `before`, `seconds` ago.
 std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds);
 

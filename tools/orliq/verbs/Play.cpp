@@ -62,7 +62,7 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
   Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
   ReadableFileBytes(options.capture);  // everything that is cheap to refuse goes first
   if (!options.cloud.out.empty()) {
-    ExamineTarget(options.cloud.out, options.cloud.format, options.force);
+    ExamineTarget(options.cloud.out, options.cloud.format, options.cloud.force);
   }
   RequireCalibration(model, options.cloud.check_folder, console);
   const bool quiet = console.Quiet();
@@ -99,8 +99,8 @@ class Playback {
     tally_.first = tally_.done = range.first;
     tally_.last = *range.last;
     if (!options_.cloud.out.empty()) {
-      writer_ =
-          std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format, options_.force);
+      writer_ = std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format,
+                                              options_.cloud.force);
       RequireOneFrame(*writer_);
     }
     PlayFrames();
@@ -222,8 +222,7 @@ ExitCode Run(const PlayOptions& options, Console& console) {
   const Plan plan = MakePlan(options, console);
   if (options.cloud.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
-  tally.MakeReport().Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(tally.MakeReport());
   Explain(plan, tally, console);
   RequireAllPlayed(options, plan, tally);
   return tally.losses.Any() ? ExitCode::kLosses : ExitCode::kDone;

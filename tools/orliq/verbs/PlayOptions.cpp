@@ -15,7 +15,6 @@ void AddPlayOptions(CLI::App& command, PlayOptions& options) {
                      "take the packets of this sender only, an IPv4 address");
   command.add_flag("--partial", options.partial,
                    "keep what precedes the first whole frame and what follows the last");
-  command.add_flag("--force", options.force, "replace frames of an earlier run in the folder");
   command.add_flag("--json", options.json, "report as JSON, with every frame");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
 }

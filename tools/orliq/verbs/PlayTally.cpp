@@ -4,19 +4,18 @@
 #include <algorithm>
 
 #include "orliq/capture/SurveyText.h"
+#include "orliq/clouds/PointSpread.h"
 
 namespace orliq::cli {
 namespace {
 
 struct Sums {
-  std::vector<std::uint64_t> points;  ///< of each cloud that counts, ascending
+  PointSpread spread;  ///< of each cloud that counts
   std::uint64_t empty = 0;
   std::uint64_t all_points = 0;
   std::uint64_t non_zero = 0;
   double seconds = 0.0;
   bool last_incomplete = false;  ///< points follow the last mark of the capture
-
-  std::uint64_t Frames() const { return points.size(); }
 };
 
 Sums SumUp(const PlayTally& tally) {
@@ -30,12 +29,11 @@ Sums SumUp(const PlayTally& tally) {
       if (!last) ++sums.empty;
       continue;
     }
-    sums.points.push_back(frame.points);
+    sums.spread.Add(frame.points);
     sums.all_points += frame.points;
     sums.non_zero += frame.non_zero;
     sums.seconds += frame.seconds;
   }
-  std::sort(sums.points.begin(), sums.points.end());
   return sums;
 }
 
@@ -67,8 +65,8 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
 }
 
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
-  report.Add("frames", "Frames", sums.Frames(),
-             Grouped(sums.Frames()) + (tally.interrupted ? ", interrupted" : ""));
+  report.Add("frames", "Frames", sums.spread.Frames(),
+             Grouped(sums.spread.Frames()) + (tally.interrupted ? ", interrupted" : ""));
   AddPartialRows(report, tally);
   report.Add("empty_frames", sums.empty > 0 ? "Empty frames" : "", sums.empty, Grouped(sums.empty));
   report.Add("last_frame_incomplete", "", sums.last_incomplete, "");
@@ -78,11 +76,11 @@ void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
 }
 
 void AddDecodeRows(Report& report, const Sums& sums) {
-  const double frames = static_cast<double>(std::max<std::uint64_t>(sums.Frames(), 1));
+  const double frames = static_cast<double>(std::max<std::uint64_t>(sums.spread.Frames(), 1));
   const double ms = sums.seconds * 1e3 / frames;
   const double rate = sums.seconds > 0 ? static_cast<double>(sums.all_points) / sums.seconds : 0.0;
   AddPointRows(report, sums.all_points, sums.non_zero);
-  AddSpreadRow(report, sums.points);
+  AddSpreadRow(report, sums.spread.Min(), sums.spread.Median(), sums.spread.Max());
   report.Add("ms_per_frame", "Decode time", ms,
              Fixed(ms, 2) + " ms per frame, " + Fixed(rate * 1e-6, 1) + " million points/s");
   report.Add("points_per_s", "", rate, "");

@@ -22,8 +22,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kPass{50};      // between looks at limits and signals without packets
 constexpr double kMegabyte = 1e6;      // [bytes]
-constexpr std::size_t kBarCells = 20;  // leave room for the counts
-constexpr double kPause = 0.1;         // [s] between two states of the progress line
+constexpr std::size_t kBarCells = 10;  // leave room for the counts
+constexpr milliseconds kPause{100};    // between two states of the progress line
 constexpr double kMaxMegabytes = 1e9;  // more than any disk
 
 struct Options {
@@ -31,6 +31,7 @@ struct Options {
   std::string out;
   std::optional<std::uint64_t> packets;
   std::optional<double> max_megabytes;
+  bool force = false;
 };
 
 void AddOptions(CLI::App& command, Options& options) {
@@ -38,8 +39,11 @@ void AddOptions(CLI::App& command, Options& options) {
   command.add_option("--out", options.out, "capture file to write")->required();
   command.add_option("--packets", options.packets, "stop after that many packets")
       ->check(Within(1.0, 1e15));
-  command.add_option("--max-size", options.max_megabytes, "[MB] stop before the file gets larger")
+  command
+      .add_option("--max-size", options.max_megabytes,
+                  "[MB of 1,000,000 bytes] stop before the file gets larger")
       ->check(Within(0.1, kMaxMegabytes));
+  command.add_flag("--force", options.force, "let --out replace a file that is no capture");
 }
 
 RecordingLimits Limits(const Options& options) {
@@ -53,22 +57,22 @@ RecordingLimits Limits(const Options& options) {
 /// What stands on a terminal while it runs.
 class Progress {
  public:
-  explicit Progress(const ListenOptions& options) : options_(options), line_(options.quiet) {}
+  explicit Progress(const ListenOptions& options)
+      : options_(options), line_(options.quiet, kPause) {}
 
   void Show(const Recording& recording, double seconds) {
-    if (seconds < next_s_) return;
-    next_s_ = seconds + kPause;
+    if (!line_.Due()) return;
     auto share = recording.Share();
     if (options_.duration) share = std::max(share.value_or(0.0), seconds / *options_.duration);
-    line_.Show("recording " + (share ? BarText(*share, kBarCells) + "  " : "") +
-               Count(recording.Packets(), "packet") + "  " + Megabytes(recording.Bytes()) + "  " +
-               Fixed(seconds, 1) + " s");
+    const std::string bar =
+        share ? BarText(*share, kBarCells) + TimeLeftText(*share, seconds) + "  " : "";
+    line_.Show("recording " + bar + Count(recording.Packets(), "packet") + "  " +
+               Megabytes(recording.Bytes()) + "  " + Fixed(seconds, 1) + " s");
   }
 
  private:
   const ListenOptions& options_;
   StatusLine line_;
-  double next_s_ = 0.0;
 };
 
 /// What a recording has come to.
@@ -77,16 +81,17 @@ struct Result {
   std::uint64_t dropped_by_kernel = 0;
   std::uint64_t dropped_by_queue = 0;
   std::uint64_t socket_buffer_bytes = 0;
+  bool interrupted = false;  ///< by a signal, before any limit
 
   bool HasLosses() const { return dropped_by_kernel + dropped_by_queue > 0; }
 };
 
 /// Receives on a thread of its own and writes on this one until a limit or a signal.
-Result Record(const ListenOptions& options, UdpReceiver& socket, Recording& recording) {
+Result Record(const ListenOptions& options, const ListenTime& time, UdpReceiver& socket,
+              Recording& recording) {
   DatagramQueue queue;
   auto batch = DatagramQueue::EmptyBatch();
   Progress progress(options);
-  const ListenTime time(options);
   ReceiveThread receiving(socket, queue);
   bool room = true;
   while (room && !InterruptRequested() && !time.Over(recording.Packets() > 0)) {
@@ -94,23 +99,52 @@ Result Record(const ListenOptions& options, UdpReceiver& socket, Recording& reco
     room = recording.Add(batch);
     progress.Show(recording, time.Seconds());
   }
-  Result result = {time.Seconds(), 0, 0, socket.BufferBytes()};
+  Result result;
+  result.interrupted = room && InterruptRequested();
   receiving.Stop();
+  result.seconds = time.Seconds();  // with all the datagrams that are in the file
   queue.Take(batch, milliseconds(0));
   if (room) recording.Add(batch);
   recording.Finish();
   result.dropped_by_kernel = socket.Dropped();
   result.dropped_by_queue = queue.Lost();
+  result.socket_buffer_bytes = socket.BufferBytes();
   return result;
+}
+
+std::string SenderText(const SenderCount& sender) {
+  std::string text;
+  for (const std::uint8_t octet : sender.address) {
+    text += (text.empty() ? "" : ".") + std::to_string(octet);
+  }
+  return text + ':' + std::to_string(sender.port);
+}
+
+void AddSenders(Report& report, const std::vector<SenderCount>& senders) {
+  Json list = Json::array();
+  Json packets = Json::object();
+  std::string text;
+  for (const SenderCount& sender : senders) {
+    list.push_back(SenderText(sender));
+    packets[SenderText(sender)] = sender.packets;
+    text += (text.empty() ? "" : ", ") + SenderText(sender);
+    if (senders.size() > 1) text += " (" + Count(sender.packets, "packet") + ')';
+  }
+  const char* const label = senders.size() > 1 ? "Senders" : "Sender";
+  report.Add("senders", text.empty() ? "" : label, std::move(list), text);
+  report.Add("packets_by_sender", "", std::move(packets), "");
 }
 
 Report MakeReport(const Options& options, const Recording& recording, const Result& result) {
   const std::uint64_t packets = recording.Packets();
-  const double span = recording.Span();
+  // By the wall clock, which may be set meanwhile; what it ran is not.
+  const double span = std::clamp(recording.Span(), 0.0, result.seconds);
   const double rate = span > 0.0 ? static_cast<double>(packets - 1) / span : 0.0;
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   Report report;
   AddReceptionRows(report, {where, result.seconds, span, packets, rate});
+  report.Add("interrupted", "", result.interrupted, "");
+  AddSenders(report, recording.Senders());
   report.Add("dropped_by_kernel", "Lost packets", result.dropped_by_kernel,
              NoneOr(result.dropped_by_kernel, "by the system", result.dropped_by_queue,
                     "waiting for the disk"));
@@ -126,15 +160,19 @@ ExitCode Run(const Options& options, Console& console) {
   const ListenOptions& listen = options.listen;
   console.SetQuiet(listen.quiet);
   CatchInterrupts();
+  if (!options.force) RequireNoOtherFile(options.out);
+  const ListenTime time(listen);  // from before the first datagram can come
   UdpReceiver socket(listen.address, listen.port, UdpReceiver::Sharing::kAlone);
   Recording recording(options.out, Limits(options));
   console.Note("listening on " + EndpointText(listen.address, listen.port) + ", Ctrl-C ends it");
-  const Result result = Record(listen, socket, recording);
-  MakeReport(options, recording, result).Print(console.Out(), listen.json);
-  console.Out().flush();
+  const Result result = Record(listen, time, socket, recording);
+  console.Print(MakeReport(options, recording, result));
   if (recording.Packets() == 0) {
     throw Failure(ExitCode::kNoData,
                   WhyNothingArrived({listen.address, listen.port, result.seconds}));
+  }
+  if (recording.Senders().size() > 1) {
+    console.Note("several senders sent to this port: orliq play --source chooses one by address");
   }
   if (!result.HasLosses()) return ExitCode::kDone;
   if (result.dropped_by_kernel > 0) console.Note(BufferAdvice(result.socket_buffer_bytes));
@@ -149,8 +187,9 @@ Verb AddRecord(CLI::App& app) {
       "record", "Writes the packets of a live sensor to a capture file that orliq play reads.");
   AddOptions(*command, *options);
   command->footer(
-      "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. No other program may\n"
-      "listen on the port meanwhile.\n\n"
+      "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. It begins with the "
+      "rest of a frame, as a sensor does not wait for it. No other program may listen on the port "
+      "meanwhile.\n\n"
       "Example:\n  orliq record --port 2368 --out room.pcap --duration 30");
   return {command, [options](Console& console) { return Run(*options, console); }};
 }

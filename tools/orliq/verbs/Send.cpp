@@ -8,6 +8,7 @@
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
+#include "orliq/terminal/StatusLine.h"
 #include "orliq/terminal/Verb.h"
 #include "simulator/sending/UdpFramer.h"
 
@@ -15,6 +16,7 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::uint64_t kForever = std::numeric_limits<std::uint64_t>::max();
+constexpr std::chrono::seconds kStatusPause{1};
 constexpr double kPeriodWithoutTimes = 0.1;  // [s] of a round whose recorded times tell nothing
 
 struct Options {
@@ -22,7 +24,6 @@ struct Options {
   TransmissionOptions transmission;
   std::uint16_t port = 0;
   std::string loop = "1";
-  bool json = false;
   bool quiet = false;
 };
 
@@ -34,7 +35,7 @@ void AddOptions(CLI::App& command, Options& options) {
       ->capture_default_str();
   command.add_option("--loop", options.loop, "times to send the capture: a number, or forever")
       ->capture_default_str();
-  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
   AddTransmissionOptions(command, options.transmission)->required();
 }
@@ -58,6 +59,8 @@ struct RoundTime {
     if (datagrams++ == 0) first_s = time_s;
     last_s = time_s;
   }
+  /// Whether the times tell a pace.
+  bool Usable() const { return datagrams < 2 || last_s > first_s; }
   /// [s] to the start of a next round, which follows like any packet follows the one before.
   double Period() const {
     const double span = last_s - first_s;
@@ -82,13 +85,15 @@ class Replay {
     if (forever) {
       console_.Note("sending to " + transmission_.Target().text + ", Ctrl-C ends");
     }
-    ProgressBar bar("sending", found_.file_bytes * (forever ? 1 : rounds_), console_.Quiet());
+    ProgressBar bar("sending", found_.file_bytes * (forever ? 1 : rounds_),
+                    console_.Quiet() || forever);
+    StatusLine line(console_.Quiet() || !forever, kStatusPause);
     do {
-      SendRound(bar, forever ? 0 : completed_ * found_.file_bytes);
+      SendRound(bar, line);
     } while (completed_ < rounds_ && time_.datagrams > 0 && !InterruptRequested());
     transmission_.Finish();
-    if (!forever && completed_ < rounds_ && InterruptRequested()) {
-      console_.Note("ended by a signal before all was sent");
+    if (!time_.Usable()) {
+      console_.Note("the times of the capture tell no pace: its packets were sent at once");
     }
   }
 
@@ -99,35 +104,46 @@ class Replay {
     report.Add("records", "Records", found_.records, Grouped(found_.records));
     report.Add("rounds", "Rounds", completed_,
                Grouped(completed_) + (rounds_ == kForever ? "" : " of " + Grouped(rounds_)));
+    report.Add("interrupted", "", Interrupted(), "");
     transmission_.Add(report);
+    report.Add("usable_times", "", time_.Usable(), "");
+    const LostRecords lost = FindLostRecords(found_.skipped);
+    report.Add("unreadable_packets", lost.empty() ? "" : "Unreadable", LostJson(lost),
+               LostText(lost));
     report.Add("fault", "", found_.fault, "");
     AddSkipped(report, found_);
     return report;
   }
 
   /// Throws Failure when nothing was sent, or not all of the datagrams that the capture holds.
-  /// Records without one are no loss: the report counts them.
+  /// Records that hold none, or one for another port, are no loss: the report counts them.
   void RequireAllSent() const {
     if (!found_.fault.empty()) {
       throw Failure(time_.datagrams == 0 ? ExitCode::kFileFault : ExitCode::kLosses,
                     options_.capture + ' ' + FaultText(found_));
     }
-    if (time_.datagrams == 0 && !InterruptRequested()) {
-      const std::string to_port =
-          options_.port == 0 ? "" : " to port " + std::to_string(options_.port);
-      throw Failure(ExitCode::kNoData, "the capture holds no UDP packet" + to_port +
-                                           " that can be sent: orliq info shows what it holds");
-    }
+    if (time_.datagrams == 0 && !InterruptRequested()) ThrowNothingToSend();
     transmission_.RequireAllSent();
-    if (found_.Skipped(Skip::kCut) > 0) {
-      throw Failure(ExitCode::kLosses, Count(found_.Skipped(Skip::kCut), "packet") +
-                                           " could not be sent, as the capture holds only the "
-                                           "beginning: record with a larger snap length");
+    if (Interrupted() && rounds_ != kForever) {
+      throw Failure(ExitCode::kLosses,
+                    "interrupted in round " + Grouped(completed_ + 1) + " of " + Grouped(rounds_));
+    }
+    const LostRecords lost = FindLostRecords(found_.skipped);
+    if (!lost.empty()) {
+      throw Failure(ExitCode::kLosses, "packets could not be sent: " + LostText(lost));
     }
   }
 
  private:
-  void SendRound(ProgressBar& bar, std::uint64_t bytes_before) {
+  bool Interrupted() const { return completed_ < rounds_ && InterruptRequested(); }
+
+  [[noreturn]] void ThrowNothingToSend() const {
+    const std::string port = options_.port == 0 ? "" : " to port " + std::to_string(options_.port);
+    throw Failure(ExitCode::kNoData, "the capture holds no UDP packet" + port +
+                                         " that can be sent: orliq info shows what it holds");
+  }
+
+  void SendRound(ProgressBar& bar, StatusLine& line) {
     CaptureFile capture(options_.capture);
     while (!InterruptRequested() && capture.Next()) {
       const auto content = capture.Content({options_.port, sim::UdpFramer::kMaxPayload});
@@ -135,12 +151,18 @@ class Replay {
       if (const auto* const datagram = std::get_if<Datagram>(&content)) {
         transmission_.Send(datagram->payload, datagram->payload_bytes, capture.Time() + offset_s_);
       }
-      bar.Update(bytes_before + capture.Position());
+      bar.Update(completed_ * found_.file_bytes + capture.Position());
+      if (line.Due()) line.Show(StatusText());
     }
     found_.fault = capture.Fault();
     if (InterruptRequested()) return;
     ++completed_;
     offset_s_ += time_.Period();
+  }
+
+  std::string StatusText() const {
+    return "sending to " + transmission_.Target().text + "  round " + Grouped(completed_ + 1) +
+           "  " + Count(transmission_.Packets(), "packet");
   }
 
   void Note(const CaptureFile& capture, const std::variant<Skip, Datagram>& content) {
@@ -166,8 +188,7 @@ ExitCode Run(const Options& options, Console& console) {
   CatchInterrupts();
   Replay replay(options, console);
   replay.Run();
-  replay.MakeReport().Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(replay.MakeReport());
   replay.RequireAllSent();
   return ExitCode::kDone;
 }
@@ -182,6 +203,7 @@ Verb AddSend(CLI::App& app) {
                                                "more than 2 s counts as 2 s.");
   AddOptions(*command, *options);
   command->footer(
+      "Ctrl-C ends it with its table; before the last of --loop rounds that is exit code 5.\n\n"
       "Example:\n  orliq send room.pcap --to 127.0.0.1:2368 --speed 0.5 --loop forever");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);

@@ -44,6 +44,11 @@ std::string OtherSocketsText(std::uint16_t port) {
 
 std::string WhyNothingArrived(const Silence& silence) {
   if (silence.model != nullptr && silence.datagrams > 0) return WhyNothingFitted(silence);
+  if (silence.of_others > 0) {
+    return "nothing arrived from " + silence.source + ", but " +
+           Count(silence.of_others, "datagram") + " from " + silence.other +
+           ": name that address with --source, or leave it away";
+  }
   const std::string port = std::to_string(silence.port);
   const std::string target =
       silence.address.empty()

@@ -18,6 +18,9 @@ struct Silence {
   std::uint64_t datagrams = 0;     ///< that came all the same
   std::uint64_t wrong_length = 0;  ///< of them, not of the model's length
   std::size_t last_length = 0;     ///< [bytes] of the last one of another length
+  std::string source = {};         ///< the only sender whose datagrams count; empty: every one
+  std::uint64_t of_others = 0;     ///< datagrams of other senders than that
+  std::string other = {};          ///< one of those
 };
 
 /// What it listened on and what to check, for the user.

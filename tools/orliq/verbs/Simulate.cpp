@@ -4,12 +4,14 @@
 #include <system_error>
 #include <vector>
 
+#include "orliq/capture/Recording.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/SimulateOptions.h"
+#include "orliq/verbs/SimulatedFolder.h"
 #include "simulator/scene/Scene.h"
 #include "simulator/sending/EncodeAhead.h"
 #include "simulator/sending/PcapWriter.h"
@@ -18,6 +20,8 @@ namespace orliq::cli {
 namespace {
 
 using sim::PacketFault;
+
+constexpr std::chrono::seconds kStatusPause{1};
 
 [[noreturn]] void ThrowFileFault(const std::string& sentence) {
   throw Failure(ExitCode::kFileFault, sentence);
@@ -41,14 +45,20 @@ class Simulation {
       console_.Note("sending to " + transmission_->Target().text + ", Ctrl-C ends");
     sim::EncodeAhead frames(sensor_, scene, options_.frames);
     ProgressBar bar("simulating", options_.frames.value_or(0), options_.quiet || !options_.frames);
-    for (auto packets = frames.Next(); !packets.empty(); packets = frames.Next()) {
-      for (sim::Packet& packet : packets) {
-        if (InterruptRequested()) return Finish();
-        Take(std::move(packet));
-      }
+    StatusLine line(options_.quiet || options_.frames, kStatusPause);
+    for (auto packets = frames.Next(); !packets.empty() && !interrupted_; packets = frames.Next()) {
+      TakeFrame(packets);
       bar.Update(Frames());
+      if (line.Due()) line.Show(StatusText());
     }
     Finish();
+  }
+
+  /// Throws Failure when a signal came before the frames that were asked for.
+  void RequireAllFrames() const {
+    if (!interrupted_ || !options_.frames) return;
+    throw Failure(ExitCode::kLosses, "interrupted after " + Grouped(Frames()) + " of " +
+                                         Count(*options_.frames, "frame"));
   }
 
   Report MakeReport() const;
@@ -60,13 +70,32 @@ class Simulation {
  private:
   std::uint64_t Frames() const { return packets_ / sensor_.PacketsPerFrame(); }
 
+  std::string StatusText() const {
+    return "sending to " + transmission_->Target().text + "  " + Count(Frames(), "frame") + "  " +
+           Count(transmission_->Packets(), "packet") + "  " + Fixed(Duration(), 1) + " s";
+  }
+
+  double Duration() const {  // [s] in the sensor's time
+    return static_cast<double>(packets_) /
+           (options_.sensor.frame_rate_hz * static_cast<double>(sensor_.PacketsPerFrame()));
+  }
+
   void OpenCapture() {
+    if (!options_.force) RequireNoOtherFile(options_.out);
     sim::UdpFlow flow;
     flow.destination_port = options_.port;
     std::string error;
     MakeFolder(std::filesystem::path(options_.out).parent_path());
     capture_ = sim::PcapWriter::Create(options_.out, flow, error);
     if (!capture_) ThrowFileFault("cannot write " + options_.out + ": " + error);
+  }
+
+  void TakeFrame(std::vector<sim::Packet>& packets) {
+    for (sim::Packet& packet : packets) {
+      interrupted_ = InterruptRequested();
+      if (interrupted_) return;
+      Take(std::move(packet));
+    }
   }
 
   void Take(sim::Packet packet) {
@@ -100,9 +129,6 @@ class Simulation {
       std::string error;
       if (!capture_->Close(error)) ThrowFileFault(error);
     }
-    if (options_.frames && Frames() < *options_.frames) {
-      console_.Note("ended after " + Grouped(Frames()) + " of " + Count(*options_.frames, "frame"));
-    }
   }
 
   void AddCapture(Report& report) const;
@@ -117,19 +143,20 @@ class Simulation {
   std::vector<sim::Packet> arriving_;
   std::uint64_t packets_ = 0;  // from the sensor
   std::uint64_t written_ = 0;  // to the capture
+  bool interrupted_ = false;   // before the last frame
 };
 
 Report Simulation::MakeReport() const {
   const double rate = options_.sensor.frame_rate_hz;
-  const double duration =
-      static_cast<double>(packets_) / (rate * static_cast<double>(sensor_.PacketsPerFrame()));
   Report report;
   report.Add("model", "Sensor", options_.model,
              options_.model + ", seed " + std::to_string(options_.sensor.seed));
   report.Add("scene", "Scene", options_.scene, options_.scene);
   report.Add("frames", "Frames", Frames(),
-             Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(duration, 1) + " s");
-  report.Add("duration_s", "", duration, "");
+             Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(Duration(), 1) + " s");
+  report.Add("duration_s", "", Duration(), "");
+  report.Add("start_time_s", "", options_.sensor.start_time_s, "");
+  report.Add("interrupted", "", interrupted_, "");
   report.Add("sensor_packets", "", packets_, "");
   report.Add("packets_dropped", "", faults_.Counts()[PacketFault::kLost], "");
   if (capture_) AddCapture(report);
@@ -182,16 +209,14 @@ ExitCode Run(SimulateOptions options, Console& console) {
   const auto sensor = sim::MakeSensor(options.model, options.sensor);
   if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
   CatchInterrupts();
-  std::string error;
   Simulation simulation(options, *sensor, console);
   if (!options.check_folder.empty()) {
-    MakeFolder(options.check_folder);
-    if (!sensor->WriteCheckFolder(options.check_folder, error)) ThrowFileFault(error);
+    WriteSimulatedFolder(*sensor, options.check_folder, options.force);
   }
   simulation.Run(*scene);
-  simulation.MakeReport().Print(console.Out(), options.json);
-  console.Out().flush();
+  console.Print(simulation.MakeReport());
   simulation.RequireAllSent();
+  simulation.RequireAllFrames();
   return ExitCode::kDone;
 }
 
@@ -204,9 +229,11 @@ Verb AddSimulate(CLI::App& app) {
       "Writes the capture and calibration of a synthetic sensor, or sends its packets.");
   AddSimulateOptions(*command, *options);
   command->footer(
-      "Examples:\n  orliq simulate --model juniq --scene boxes --frames 20 --out room.pcap "
-      "--check-folder room-check\n  orliq simulate --model juniq --check-folder room-check "
-      "--to 127.0.0.1:2368");
+      "Ctrl-C ends it with its table; before the last of --frames that is exit code 5.\n\n"
+      "Examples:\n"
+      "  orliq simulate --model juniq --scene boxes --frames 20 \\\n"
+      "      --out room.pcap --check-folder room-check\n"
+      "  orliq simulate --model juniq --check-folder room-check --to 127.0.0.1:2368");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

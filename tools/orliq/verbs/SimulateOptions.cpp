@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/SimulateOptions.h"
 
+#include <chrono>
+
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/OptionChecks.h"
@@ -10,6 +12,12 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::uint64_t kFramesOfACapture = 20;
+constexpr double kLatestStart = 2.1e9;  // [s] the times of a capture end in the year 2038
+
+double Now() {
+  const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(since_1970).count();
+}
 
 void AddFaults(CLI::App& command, SimulateOptions& options) {
   const std::string group = "Faults (shares are 0 to 1; a packet suffers the first that hits it)";
@@ -43,27 +51,37 @@ void AddFaults(CLI::App& command, SimulateOptions& options) {
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
   command.add_option("--model", options.model, "sensor model")
       ->required()
+      ->transform(LowerCase())
       ->check(CLI::IsMember(sim::SensorNames()));
   command.add_option("--scene", options.scene, "surroundings of the sensor")
       ->check(CLI::IsMember(sim::SceneNames()))
       ->capture_default_str();
   command
       .add_option("--frames", options.frames,
-                  "frames to simulate; by itself 20 for --out alone, with --to until Ctrl-C")
+                  "frames to simulate; without it 20 for --out alone, with --to until Ctrl-C")
       ->check(Within(1, 1000000));
   CLI::Option* const out = command.add_option("--out", options.out, "capture file to write");
   command.add_option("--check-folder", options.check_folder,
-                     "folder for the sensor's calibration; --out needs one");
+                     "folder to write the sensor's calibration to, which play and live read; "
+                     "--out needs one");
+  command.add_flag("--force", options.force,
+                   "let --out and --check-folder replace what no simulation wrote");
   command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
       ->check(Within(0.1, 1000.0))
       ->capture_default_str();
   command.add_option("--seed", options.sensor.seed, "chooses the individual sensor and all chance")
+      ->check(WholeNumber())
       ->capture_default_str();
+  command
+      .add_option("--start-time", options.start_time_s,
+                  "[s] since 1970 UTC, of the first frame; without it now for --to alone, always "
+                  "the same with --out")
+      ->check(Within(0.0, kLatestStart));
   command.add_option("--port", options.port, "destination port in the capture")
       ->check(Within(1, 65535))
       ->capture_default_str()
       ->needs(out);
-  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
   AddTransmissionOptions(command, options.transmission);
   AddFaults(command, options);
@@ -86,6 +104,9 @@ void CompleteSimulateOptions(SimulateOptions& options) {
   }
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
   options.sensor.radius_filter = !options.no_radius_filter;
+  // A capture is to be the same each time; a sensor that is received lives now.
+  if (options.out.empty()) options.sensor.start_time_s = Now();
+  if (options.start_time_s) options.sensor.start_time_s = *options.start_time_s;
 }
 
 }  // namespace orliq::cli

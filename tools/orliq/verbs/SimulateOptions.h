@@ -23,8 +23,9 @@ struct SimulateOptions {
   TransmissionOptions transmission;
   sim::SensorOptions sensor;
   sim::PacketFaultRates faults;
+  std::optional<double> start_time_s;  ///< none: the usual one of captures, else the present
   bool no_radius_filter = false;
-  bool json = false;
+  bool force = false;  ///< replaces files that no simulation wrote
   bool quiet = false;
 };
 

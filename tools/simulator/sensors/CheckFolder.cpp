@@ -18,23 +18,6 @@ void AppendNumber(std::string& text, float value) {
   text.append(digits.data(), end);
 }
 
-std::string Text(const CheckTable& table) {
-  std::string text;
-  for (std::size_t i = 0; i < table.values.size(); ++i) {
-    const bool starts_line = i % table.per_line == 0;
-    if (starts_line && table.labelled) {
-      text += table.word + std::to_string(i / table.per_line) + ",";
-    } else if (!starts_line) {
-      text += ",";
-    }
-    AppendNumber(text, table.values[i]);
-    if ((i + 1) % table.per_line == 0 || i + 1 == table.values.size()) {
-      text += "\n";
-    }
-  }
-  return text;
-}
-
 bool WriteWhole(const fs::path& path, const std::string& text, std::string& error) {
   // The name of the half-written file holds no table's word: left behind by a crash, it is ignored.
   const fs::path part = path.parent_path() / "unfinished.tmp";
@@ -50,6 +33,27 @@ bool WriteWhole(const fs::path& path, const std::string& text, std::string& erro
 }
 
 }  // namespace
+
+std::string TableFileName(const CheckTable& table) {
+  return table.word + ".csv";
+}
+
+std::string TableText(const CheckTable& table) {
+  std::string text;
+  for (std::size_t i = 0; i < table.values.size(); ++i) {
+    const bool starts_line = i % table.per_line == 0;
+    if (starts_line && table.labelled) {
+      text += table.word + std::to_string(i / table.per_line) + ",";
+    } else if (!starts_line) {
+      text += ",";
+    }
+    AppendNumber(text, table.values[i]);
+    if ((i + 1) % table.per_line == 0 || i + 1 == table.values.size()) {
+      text += "\n";
+    }
+  }
+  return text;
+}
 
 bool WriteTables(const fs::path& folder, const std::vector<CheckTable>& tables,
                  std::string& error) {
@@ -67,7 +71,7 @@ bool WriteTables(const fs::path& folder, const std::vector<CheckTable>& tables,
     return false;
   }
   for (const CheckTable& table : tables) {
-    if (!WriteWhole(folder / (table.word + ".csv"), Text(table), error)) {
+    if (!WriteWhole(folder / TableFileName(table), TableText(table), error)) {
       return false;
     }
   }

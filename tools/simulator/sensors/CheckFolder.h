@@ -16,6 +16,10 @@ struct CheckTable {
   bool labelled = false;      ///< each line begins with a label field: the word and a line number
 };
 
+/// The name of the file that holds the table, and all of its text.
+std::string TableFileName(const CheckTable& table);
+std::string TableText(const CheckTable& table);
+
 /// Writes each table as `word`.csv into `folder`, which is created when missing: comma-separated
 /// numbers, as many digits as bring back every float exactly. A file appears complete or not at
 /// all.
