@@ -25,8 +25,10 @@ using DiagnosticSink = std::function<void(const std::string& line, DiagnosticStr
 /// Threads: may be called from any thread at any time, also from inside the sink. The sink is called
 /// on the thread that has something to say, by several at a time, and no lock of the library is held
 /// meanwhile. When this function returns, the sink before is not running, will not be called again
-/// and is destroyed; so do not hold a lock here that the sink takes. Called from inside a sink it
-/// waits for nobody: calls that are under way on other threads may still end later.
+/// and is destroyed; so do not hold a lock here that the sink takes, and let no sink wait for a thread
+/// that calls this. Called from inside a sink it waits for nobody: calls that are under way on other
+/// threads may still end later. A stream buffer, in contrast, is written to under a lock: it must not
+/// call the library.
 /// Failure: a line that a sink causes itself goes to its stream, and so does one whose sink throws;
 /// the exception ends there.
 ORLIQ_API void SetDiagnosticSink(DiagnosticSink sink);

@@ -76,8 +76,8 @@ class ORLIQ_API OrliqDriver {
   bool Start();
 
   /// Stops and joins the worker threads. Called from inside a live sensor's callback, that one is the
-  /// last until Start: a frame or sample that was about to follow it is not handed over. Does nothing
-  /// without a successful InitDriver.
+  /// last until Start: a frame or sample that was about to follow it is not handed over. A capture
+  /// still asks for the cloud of the next frame. Does nothing without a successful InitDriver.
   void Stop();
 
   /// Switches the extrinsic transform on or off while running. The matrix stays the one built from

@@ -16,6 +16,13 @@ std::shared_ptr<orliq::lidar::DriverManager<T>> CreateManager(orliq::lidar::Inpu
   return std::make_shared<orliq::lidar::PcapManager<T>>();
 }
 
+/// Whether the text is the address of one host; stored in `parsed` if it is any.
+bool IsSender(const std::string& text, in_addr& parsed) {
+  if (::inet_pton(AF_INET, text.c_str(), &parsed) != 1) return false;
+  const in_addr_t host = ntohl(parsed.s_addr);
+  return host != INADDR_ANY && host != INADDR_BROADCAST && !IN_MULTICAST(host);
+}
+
 }  // namespace
 
 template <typename T>
@@ -76,11 +83,7 @@ void OrliqDriver<T>::RegisterExceptionCallBack(const ExceptionCallback& callback
 template <typename T>
 bool OrliqDriver<T>::SetSourceAddress(const std::string& address) {
   in_addr source = {};
-  const bool any = address.empty();
-  if (!any &&
-      (::inet_pton(AF_INET, address.c_str(), &source) != 1 || source.s_addr == INADDR_ANY)) {
-    return false;
-  }
+  if (!address.empty() && !IsSender(address, source)) return false;
   impl->source = source.s_addr;
   return true;
 }

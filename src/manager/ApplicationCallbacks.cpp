@@ -20,10 +20,10 @@ std::shared_ptr<ImuMsg> ApplicationCallbacks<T>::GetImuMsg() const {
 template <typename T>
 void ApplicationCallbacks<T>::PutPointCloud(Decoder<T>& decoder, double timestamp) const {
   std::shared_ptr<T> cloud = decoder.CurrentCloud();
-  if (!cloud || stopped) return;
+  if (!cloud) return;
   cloud->timestamp = timestamp;
   decoder.InstallCloud(nullptr);
-  if (put_point_cloud && !abandoned) put_point_cloud(std::move(cloud));
+  if (put_point_cloud && !Silent()) put_point_cloud(std::move(cloud));
 }
 
 template <typename T>

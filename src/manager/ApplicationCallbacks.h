@@ -20,7 +20,7 @@ struct ApplicationCallbacks {
   std::shared_ptr<ImuMsg> GetImuMsg() const;
 
   /// Takes the decoder's cloud, stamps it with the time [s] of its frame and hands it over. Without
-  /// a cloud there is nothing to hand over; a stopped manager keeps it.
+  /// a cloud there is nothing to hand over; a stopped manager gives it up.
   void PutPointCloud(Decoder<T>& decoder, double timestamp) const;
 
   /// Takes the decoder's IMU message and hands it over.

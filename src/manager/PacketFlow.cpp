@@ -60,9 +60,9 @@ void PacketFlow::Recycle(const std::shared_ptr<Buffer>& buffer) {
 }
 
 void PacketFlow::Count(DriverStatistics& statistics) const {
+  statistics.dropped_by_limit = dropped_by_limit_.Value();
   statistics.queued = packets_.size;
   statistics.queued_max = packets_.most;
-  statistics.dropped_by_limit = dropped_by_limit_.Value();
   statistics.received = received_.Value();
   statistics.received_bytes = received_bytes_.Value();
   statistics.receive_errors = receive_errors_.Value();

@@ -14,6 +14,7 @@
 #include "decoder/DecoderFactory.h"
 #include "input/InputFactory.h"
 #include "manager/ApplicationCallbacks.h"
+#include "manager/FramePosPackage.h"
 #include "multi_driver/PointCloud.h"
 #include "param/Calibration.h"
 
@@ -27,13 +28,6 @@ constexpr std::chrono::milliseconds kPause{1};
 constexpr int kForeignRecordsPerPause = 1000;
 
 constexpr int kNoFrame = -1;
-
-/// Where a frame begins in the capture file.
-struct FramePosPackage {
-  FramePosPackage(long at, unsigned short split) : position(at), split_value(split) {}
-  long position;               // file offset of the record that holds the frame's first block
-  unsigned short split_value;  // first block of the frame in that record
-};
 
 }  // namespace
 

@@ -10,7 +10,10 @@ namespace {
 std::string FolderFault(const std::string& folder) {
   std::error_code error;
   const auto status = std::filesystem::status(folder, error);
-  if (!std::filesystem::exists(status)) return "there is no folder " + folder;
+  if (status.type() == std::filesystem::file_type::not_found) return "there is no folder " + folder;
+  if (!std::filesystem::status_known(status)) {
+    return folder + " cannot be reached: " + error.message();
+  }
   if (!std::filesystem::is_directory(status)) return folder + " is not a folder";
   const std::filesystem::directory_iterator listing(folder, error);
   return error ? folder + " cannot be listed: " + error.message() : std::string();
@@ -19,7 +22,7 @@ std::string FolderFault(const std::string& folder) {
 std::string Text(const TableLoad& load, TableFault fault) {
   switch (fault) {
     case TableFault::Missing:
-      return "no file is taken for the " + load.table + " table: none has that word in its path";
+      return "no file is taken for the " + load.table + " table";
     case TableFault::Unreadable:
       return load.path + " cannot be read";
     case TableFault::Short:
@@ -33,6 +36,15 @@ std::string Text(const TableLoad& load, TableFault fault) {
 
 RefusedTable Refused(const TableLoad& load, TableFault fault) {
   return {load.table, load.path, load.found, load.needed, fault, Text(load, fault)};
+}
+
+/// A file is taken for the first table whose word its whole path holds.
+std::string WhyMissing(const TableLoad& wanted, const std::vector<TableLoad>& files) {
+  for (const TableLoad& file : files) {
+    if (file.path.find(wanted.table) == std::string::npos) continue;
+    return ": " + file.path + " counts as the " + file.table + " table, for its path";
+  }
+  return ": none has that word in its path";
 }
 
 /// Adds what is wrong with one table; nothing when one file gives it.
@@ -50,7 +62,9 @@ void Describe(const TableLoad& wanted, const std::vector<TableLoad>& files,
     if (taken != nullptr) refused.push_back(Refused(*taken, TableFault::Replaced));
     taken = &file;
   }
-  if (!seen) refused.push_back(Refused(wanted, TableFault::Missing));
+  if (seen) return;
+  refused.push_back(Refused(wanted, TableFault::Missing));
+  refused.back().text += WhyMissing(wanted, files);
 }
 
 }  // namespace

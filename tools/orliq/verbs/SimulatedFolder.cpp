@@ -27,6 +27,12 @@ constexpr char kUnfinished[] = "unfinished.tmp";  // what a killed simulation le
   throw Failure(ExitCode::kFileFault, sentence);
 }
 
+[[noreturn]] void ThrowForeign(const std::string& folder, const std::string& name) {
+  ThrowFault("the folder " + folder + " holds " + name +
+             ", which no simulation wrote: simulate writes its calibration to --check-folder, so "
+             "name an empty folder, or add --force to replace what is there");
+}
+
 /// FNV-1a in hexadecimal digits: it tells of a change, not of an attack.
 std::string Checksum(const std::string& bytes) {
   std::uint64_t sum = 0xCBF29CE484222325;
@@ -64,7 +70,7 @@ Checksums ReadList(const fs::path& path) {
 
 void WriteList(const fs::path& path, const Checksums& sums) {
   std::string text = std::string(kListTitle) + '\n';
-  for (const auto& [name, sum] : sums) text.append(sum).append(1, ' ').append(name).append(1, '\n');
+  for (const auto& [name, sum] : sums) text.append(sum).append(" ").append(name).append("\n");
   AtomicFile file(path);
   file.Write(text.data(), text.size());
   file.Commit();
@@ -84,9 +90,7 @@ void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
       return found != sums.end() && found->second == sum;
     };
     if (plain && (is_in(listed) || is_in(fresh))) continue;
-    ThrowFault("the folder " + folder + " holds " + name +
-               ", which no simulation wrote: simulate writes its calibration to --check-folder, so "
-               "name an empty folder, or add --force to replace what is there");
+    ThrowForeign(folder, name);
   }
   if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
 }
