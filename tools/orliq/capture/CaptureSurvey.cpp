@@ -13,7 +13,8 @@ namespace {
 constexpr std::size_t kMaxFlows = 1000;         // a port scan must not fill the memory
 constexpr std::uint64_t kProgressEvery = 4096;  // [records]
 
-using FlowKey = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t, std::optional<Skip>>;
+using FlowKey =
+    std::tuple<std::uint16_t, std::uint32_t, std::uint16_t, std::uint32_t, std::optional<Skip>>;
 
 class Surveyor {
  public:
@@ -38,7 +39,8 @@ class Surveyor {
       survey_.flows[flow].frames = counter.Frames();
     }
     std::sort(survey_.flows.begin(), survey_.flows.end(), [](const Flow& a, const Flow& b) {
-      return std::tie(a.port, b.packets, a.source) < std::tie(b.port, a.packets, b.source);
+      return std::tie(a.port, b.packets, a.source, a.source_port) <
+             std::tie(b.port, a.packets, b.source, b.source_port);
     });
   }
 
@@ -51,7 +53,8 @@ class Surveyor {
 
   void AddToFlow(const UdpRecord& record) {
     const Datagram& datagram = *record.datagram;
-    const FlowKey key = {datagram.port, datagram.source, datagram.destination, record.skip};
+    const FlowKey key = {datagram.port, datagram.source, datagram.source_port, datagram.destination,
+                         record.skip};
     auto known = places_.find(key);
     if (known == places_.end()) {
       if (survey_.flows.size() >= kMaxFlows) {

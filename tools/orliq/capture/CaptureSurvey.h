@@ -15,12 +15,12 @@
 
 namespace orliq::cli {
 
-/// The datagrams of a capture that go from one address to one address and port, in one arrangement.
+/// The datagrams of a capture that go from one address and port to another, in one arrangement.
 struct Flow {
   std::uint32_t source = 0;
   std::uint32_t destination = 0;
-  std::uint16_t source_port = 0;  ///< of the first datagram
-  std::uint16_t port = 0;         ///< destination port
+  std::uint16_t source_port = 0;
+  std::uint16_t port = 0;  ///< destination port
   std::uint64_t packets = 0;
   std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
   std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::size_t kSizesShown = 2;
 
-std::string Endpoint(std::uint32_t address, std::uint16_t port) {
-  return DottedAddress(address) + ':' + std::to_string(port);
-}
-
 /// The commonest payload sizes: "1104", or "1104 (15,000), 60 (3)" when they differ.
 std::string SizesText(const Flow& flow) {
   std::vector<std::pair<std::size_t, std::uint64_t>> sizes(flow.sizes.begin(), flow.sizes.end());
@@ -91,6 +87,9 @@ std::string FramesText(const std::vector<FrameRecords>& frames, const Model& mod
                                   ? "no packets outside them"
                                   : Count(sums.packets_before, "packet") + " before and " +
                                         Grouped(sums.packets_after) + " after them";
+  if (frames.size() == 2 && sums.whole == 1) {
+    return "1 " + std::string(model.name) + " frame, perhaps cut at its beginning, " + outside;
+  }
   return Count(sums.whole, "complete " + std::string(model.name) + " frame") + ", " + outside;
 }
 

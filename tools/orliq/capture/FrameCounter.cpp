@@ -10,8 +10,8 @@ namespace orliq::cli {
 namespace {
 
 /// Packets that a whole frame has at least, judged by the frames between two marks: the fewest of
-/// them, where one that lost more than a tenth is no measure. Without such a frame, what follows the
-/// only mark is the measure: it is a part of a frame.
+/// them, where one that lost more than a tenth is no measure. With one mark there is no such frame:
+/// what follows it is the measure, as a part of a frame, and nothing is certain.
 std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames) {
   std::vector<std::uint64_t> packets;
   for (std::size_t i = 1; i + 1 < frames.size(); ++i) packets.push_back(frames[i].packets);

@@ -93,25 +93,29 @@ std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model) {
 
 std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
                                  std::uint16_t port) {
-  std::map<std::uint32_t, std::uint64_t> packets;
+  std::map<std::string, std::uint64_t> packets;
   for (const Flow& flow : survey.flows) {
     if ((port == 0 || flow.port == port) && IsReadable(flow, model)) {
-      packets[flow.source] += flow.fits[ModelIndex(model)];
+      packets[Endpoint(flow.source, flow.source_port)] += flow.fits[ModelIndex(model)];
     }
   }
-  std::vector<std::pair<std::uint32_t, std::uint64_t>> order(packets.begin(), packets.end());
+  std::vector<std::pair<std::string, std::uint64_t>> order(packets.begin(), packets.end());
   std::stable_sort(order.begin(), order.end(),
                    [](const auto& a, const auto& b) { return a.second > b.second; });
   std::vector<std::string> names(order.size());
   std::transform(order.begin(), order.end(), names.begin(),
-                 [](const auto& sender) { return DottedAddress(sender.first); });
+                 [](const auto& sender) { return sender.first; });
   return names;
 }
 
 std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port) {
+  std::set<std::string> addresses;
+  for (const auto& sender : senders) addresses.insert(sender.substr(0, sender.find(':')));
   return Listed(senders, "and") + " send to " +
          (port == 0 ? "these ports" : "port " + std::to_string(port)) +
-         ": a frame would mix their points, choose one with --source";
+         ": a frame would mix their points" +
+         (addresses.size() > 1 ? ", choose one with --source"
+                               : ", unless it is one sensor that was started again");
 }
 
 std::uint32_t ParseSource(const std::string& text) {
@@ -155,8 +159,12 @@ std::string ScopeText(const SurveyScope& scope) {
 std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const Model& model) {
   if (FitsAny(survey, model)) {
     const auto ports = PortNames(FittingPorts(survey, model));
+    const bool both = scope.source != 0 && scope.port != 0;
     return ", but those to port " + Listed(ports, "or") + " do: leave " +
-           (scope.source == 0 ? "--port" : "--port and --source") + " away";
+           (both              ? "--port and --source"
+            : scope.port != 0 ? "--port"
+                              : "--source") +
+           " away";
   }
   if (const Flow* const flow = UnreadableFlow(survey, &model)) {
     return " in a form that can be read: those to port " + std::to_string(flow->port) + " are " +

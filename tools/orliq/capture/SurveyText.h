@@ -29,11 +29,12 @@ std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& m
 /// has to choose.
 std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model);
 
-/// Addresses from which readable datagrams of the model go to `port` (0: to any), the busiest first.
+/// Addresses and ports from which readable datagrams of the model go to `port` (0: to any), the
+/// busiest first.
 std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model,
                                  std::uint16_t port);
 
-/// "192.168.1.200 and 192.168.1.201 both send to port 2368 ..."
+/// "192.168.1.200:2368 and 192.168.1.201:2368 send to port 2368 ...", and what to do.
 std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port);
 
 /// The address that --source names, 0 for an empty text. Throws Failure for what is no address.

@@ -192,6 +192,10 @@ std::string DottedAddress(std::uint32_t address) {
   return text;
 }
 
+std::string Endpoint(std::uint32_t address, std::uint16_t port) {
+  return DottedAddress(address) + ':' + std::to_string(port);
+}
+
 std::optional<std::uint32_t> ParseAddress(const std::string& text) {
   in_addr address = {};
   if (::inet_pton(AF_INET, text.c_str(), &address) != 1 || address.s_addr == 0) return {};

@@ -73,7 +73,10 @@ UdpRecord ReadUdpRecord(const std::uint8_t* bytes, std::size_t captured, std::si
 /// "192.168.1.200"; "IPv6" for 0.
 std::string DottedAddress(std::uint32_t address);
 
-/// The other way round; nothing for a text that is no IPv4 address of a host.
+/// "192.168.1.200:2368"
+std::string Endpoint(std::uint32_t address, std::uint16_t port);
+
+/// The address of a text; nothing for a text that is no IPv4 address of a host.
 std::optional<std::uint32_t> ParseAddress(const std::string& text);
 
 }  // namespace orliq::cli

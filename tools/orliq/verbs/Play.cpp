@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "orliq/capture/CaptureFile.h"
 #include "orliq/capture/SurveyText.h"
@@ -83,6 +85,7 @@ class Playback {
   Playback(const PlayOptions& options, const Plan& plan, const Console& console)
       : options_(options), plan_(plan), quiet_(console.Quiet()) {
     tally_.keep_partial = options.partial;
+    tally_.marks = plan.survey.frames.empty() ? 0 : plan.survey.frames.size() - 1;
     tally_.senders = Senders(plan.survey, *plan.model, plan.scope.port);
     // Clouds of a capture without a mark are no frames, but all that there is.
     const auto& frames = plan.survey.frames;
@@ -192,12 +195,22 @@ void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
         "packets of other kinds reached the decoder: orliq info shows the ports, --port "
         "chooses one");
   }
-  if (plan.survey.frames.size() < 2) {
+  if (tally.marks == 0) {
     console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
+  }
+  if (tally.marks == 1 && tally.first == 0) {
+    console.Note("with one frame mark nothing tells whether the frame before it is whole");
   }
   if (!unreadable.empty()) {
     console.Note("unreadable packets went to the sensor's port: their points are missing");
   }
+}
+
+/// Whether the file is not the one any more in which the frames were counted.
+bool HasChanged(const std::string& capture, const CaptureSurvey& survey) {
+  std::error_code gone;  // a file that was removed can still be read to its end
+  const auto bytes = std::filesystem::file_size(capture, gone);
+  return !gone && bytes != survey.file_bytes;
 }
 
 /// Throws Failure when not all was done that was asked for.
@@ -208,13 +221,18 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
   if (!plan.survey.fault.empty()) {
     throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
   }
-  const bool any = std::any_of(tally.frames.begin(), tally.frames.end(), [&](const auto& frame) {
-    return frame.points > 0 && (options.partial || !frame.partial);
-  });
-  if (!any) {
-    throw Failure(ExitCode::kNoData,
-                  "no whole frame is there to be played: --partial keeps others");
+  if (HasChanged(options.capture, plan.survey)) {
+    throw Failure(ExitCode::kLosses, options.capture + " has changed while it was played");
   }
+  const auto counts = [&](const PlayedFrame& frame) {
+    return frame.points > 0 && (options.partial || !frame.partial);
+  };
+  const auto& frames = tally.frames;
+  if (std::any_of(frames.begin(), frames.end(), counts)) return;
+  const bool others = std::any_of(frames.begin(), frames.end(),
+                                  [](const PlayedFrame& frame) { return frame.points > 0; });
+  throw Failure(ExitCode::kNoData, std::string("no whole frame is there to be played") +
+                                       (others ? ": --partial keeps others" : ""));
 }
 
 ExitCode Run(const PlayOptions& options, Console& console) {

@@ -66,7 +66,10 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
 
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
   report.Add("frames", "Frames", sums.spread.Frames(),
-             Grouped(sums.spread.Frames()) + (tally.interrupted ? ", interrupted" : ""));
+             Grouped(sums.spread.Frames()) +
+                 (tally.marks == 0 ? " clouds without a frame mark" : "") +
+                 (tally.interrupted ? ", interrupted" : ""));
+  report.Add("frame_marks", "", tally.marks, "");
   AddPartialRows(report, tally);
   report.Add("empty_frames", sums.empty > 0 ? "Empty frames" : "", sums.empty, Grouped(sums.empty));
   report.Add("last_frame_incomplete", "", sums.last_incomplete, "");

@@ -35,10 +35,11 @@ PacketLosses FindLosses(const std::vector<FrameRecords>& frames, int first, int 
 
 /// Sums of a playback and its closing table.
 struct PlayTally {
-  int entries = 0;  ///< of the whole capture
-  int first = 0;    ///< first entry played
-  int last = 0;     ///< behind the last entry that was to be played
-  int done = 0;     ///< behind the last entry that was played
+  std::uint64_t marks = 0;  ///< of frames, in the whole capture
+  int entries = 0;          ///< of the whole capture
+  int first = 0;            ///< first entry played
+  int last = 0;             ///< behind the last entry that was to be played
+  int done = 0;             ///< behind the last entry that was played
   bool interrupted = false;
   bool keep_partial = false;
   std::vector<PlayedFrame> frames;
