@@ -7,6 +7,7 @@
 #include <random>
 #include <thread>
 
+#include "support/GentleSender.h"
 #include "support/LiveSensor.h"
 #include "support/TickingClock.h"
 
@@ -39,25 +40,22 @@ struct Subject : std::enable_shared_from_this<Subject> {
     param.input_param = {good ? "127.0.0.1" : "300.0.0.1", port, ""};
     return driver->InitDriver(param);
   }
+  void Arm(const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    armed = action;
+  }
   /// Lets the next callback act; waits until it has, since only Stop may overlap.
   void InCallback(const std::function<void()>& action) {
-    {
-      const std::lock_guard<std::mutex> lock(mutex);
-      armed = action;
-    }
+    Arm(action);
     EXPECT_TRUE(test::Eventually([this] {
       const std::lock_guard<std::mutex> lock(mutex);
       return armed == nullptr;
     }));
   }
   void StopFromBothSides() {
-    {
-      const std::lock_guard<std::mutex> lock(mutex);
-      armed = [this] { driver->Stop(); };
-    }
+    Arm([this] { driver->Stop(); });
     driver->Stop();
-    const std::lock_guard<std::mutex> lock(mutex);
-    armed = nullptr;
+    Arm(nullptr);
   }
 
   const std::uint16_t port;
@@ -111,12 +109,8 @@ TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
   const auto threads = test::ThreadsAtRest();
   std::atomic<bool> ended{false};
   std::thread sensor([&] {
-    const test::LoopbackSocket sender;
-    const auto packet = test::JuniqPacket().Block(63, test::kMarker);
-    for (unsigned i = 0; !ended; ++i) {
-      sender.Send(port, packet.data(), i % 3 == 0 ? 1 : packet.size());
-      std::this_thread::sleep_for(std::chrono::microseconds(50));
-    }
+    const auto packet = test::JuniqPacket().Block(63, test::kMarker).payload();
+    while (!ended) test::SendAll({{0}, packet, packet}, port);
   });
   testing::internal::CaptureStderr();  // of the bindings that fail
   for (unsigned seed = 0; seed < 100 && !HasFailure(); ++seed) {

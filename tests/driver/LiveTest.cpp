@@ -28,8 +28,7 @@ const JuniqPacket kLast = JuniqPacket().Block(63, kMarker);
 TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
   const test::SimulatedCapture capture(3);
   test::Playback<JuniqPoint> playback;
-  DriverParam param = playback.Param(capture.capture);
-  param.calibration_param.check_folder = capture.check_folder;
+  DriverParam param = playback.Param(capture.capture, capture.check_folder);
   ASSERT_EQ(playback.Open(param), 4) << "the last one is empty";
 
   test::LiveSensor<JuniqPoint> live;
@@ -137,15 +136,13 @@ TEST(Live, OnlyTheChosenSenderCountsLiveAndInACapture) {
   const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
   for (const auto& [address, expected] : {std::pair("127.0.0.2", 1U), std::pair("", 2U)}) {
     EXPECT_TRUE(sensor.driver->SetSourceAddress(address));
-    for (int again = 0; again < 2; ++again) {
-      ASSERT_TRUE(sensor.Open());
-      sensor.sender.Send(sensor.port, kPacket.data(), kPacket.size());
-      other.Send(sensor.port, kPacket.data(), kPacket.size());
-      EXPECT_TRUE(Eventually([&] {
-        const DriverStatistics s = sensor.Statistics();
-        return s.received == expected && s.other_source == 2 - expected;
-      }));
-    }
+    ASSERT_TRUE(sensor.Open());
+    sensor.sender.Send(sensor.port, kPacket.data(), kPacket.size());
+    other.Send(sensor.port, kPacket.data(), kPacket.size());
+    EXPECT_TRUE(Eventually([&] {
+      const DriverStatistics s = sensor.Statistics();
+      return s.received == expected && s.other_source == 2 - expected;
+    }));
   }
   auto foreign = test::CaptureBuilder::Frame(kLast.payload(), 2368);
   foreign[29] = 201;
@@ -243,7 +240,7 @@ TEST(Live, NoCallbackFollowsTheOneThatStopped) {
 
 TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
   Sensor sensor;
-  ASSERT_TRUE(sensor.driver->InitDriver(sensor.Param()));
+  ASSERT_TRUE(sensor.Open());
   int descriptor = 0;  // of the driver's socket
   sockaddr_in peer = {};
   while (ntohs(peer.sin_port) != sensor.port) {
@@ -257,12 +254,9 @@ TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
   peer.sin_port = htons(test::FreePort());
   ASSERT_EQ(connect(), 0);
   ASSERT_EQ(::send(descriptor, "", 1, 0), 1);  // nobody is there: the system reports it once
-  ASSERT_TRUE(sensor.driver->Start());
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().receive_errors == 1; }));
-  sensor.driver->Stop();
   peer.sin_family = AF_UNSPEC;
   ASSERT_EQ(connect(), 0) << "takes back the connection";
-  ASSERT_TRUE(sensor.driver->Start());
   sensor.Send(kLast);
   sensor.WaitForDecoded(1);
   EXPECT_EQ(sensor.Statistics().receive_errors, 1U);
@@ -285,10 +279,8 @@ TEST(Live, ADriverThatIsDestroyedInACallbackGivesItsPortBackAtOnce) {
 
 TEST(Live, AStalledConsumerLosesNothingAndItsBuffersAreGivenBack) {
   Sensor sensor;
-  std::promise<void> go_on;
-  sensor.on_frame = [&, first = true]() mutable {
-    if (std::exchange(first, false)) go_on.get_future().wait();
-  };
+  test::Hold hold;
+  sensor.on_frame = std::ref(hold);
   ASSERT_TRUE(sensor.Open());
   sensor.Send(kLast);
   sensor.Send(kPacket, 12000);
@@ -296,7 +288,7 @@ TEST(Live, AStalledConsumerLosesNothingAndItsBuffersAreGivenBack) {
   sensor.Settle();
   EXPECT_GE(sensor.Statistics().queued_max, 12000U);
   EXPECT_GE(sensor.Statistics().buffers, 12000U);
-  go_on.set_value();
+  hold.go.set_value();
   sensor.WaitForDecoded(12002);
   sensor.driver->Stop();
   std::size_t points = 0;
@@ -307,23 +299,19 @@ TEST(Live, AStalledConsumerLosesNothingAndItsBuffersAreGivenBack) {
 
 TEST(Live, ALimitGivesUpTheOldestPacketsAndCountsThem) {
   Sensor sensor;
-  std::promise<void> stalled, go_on;
-  sensor.on_frame = [&, first = true]() mutable {
-    if (!std::exchange(first, false)) return;
-    stalled.set_value();
-    go_on.get_future().wait();
-  };
+  test::Hold hold;
+  sensor.on_frame = std::ref(hold);
   ASSERT_TRUE(sensor.Open());
   sensor.driver->SetQueueLimit(100);
   sensor.Send(kLast);
-  ASSERT_EQ(stalled.get_future().wait_for(test::kDeadline), std::future_status::ready);
+  ASSERT_TRUE(hold.Reached());
   for (unsigned i = 0; i < 250; ++i) {
     sensor.Send(JuniqPacket({20, 10, 6400, i}).Block(63, {0x7F, 0xBF, 6400, i}));
   }
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().dropped_by_limit == 150; }));
   EXPECT_EQ(sensor.Statistics().queued, 100U);
   EXPECT_EQ(sensor.Statistics().queued_max, 100U);
-  go_on.set_value();
+  hold.go.set_value();
   sensor.WaitForDecoded(101);
   sensor.driver->Stop();
   EXPECT_EQ(sensor.frames[1]->points[0].intensity, 150);

@@ -149,14 +149,12 @@ TEST_F(CaptureInput, TakesNoMemoryForInterfacesThatItPassesAgainAndAgain) {
     std::ifstream("/proc/self/statm") >> pages >> pages;
     return pages;
   };
+  long position = 0;
+  for (const int record : {1, 2}) EXPECT_EQ(Read(&position, true), record);
   const long before = resident_pages();
-  for (const int record : {1, 2}) {
-    long position = 0;
-    EXPECT_EQ(Read(&position, true), record);
-    for (int i = 0; i < 200; ++i) {
-      while (Read() > 0) continue;
-      EXPECT_EQ(Read(&position), record);
-    }
+  for (int i = 0; i < 200; ++i) {
+    EXPECT_EQ(Read(), -1);
+    EXPECT_EQ(Read(&position), 2);
   }
   EXPECT_LT(resident_pages() - before, 500) << "1000 interfaces, ten pages, at each of 200 moves";
 }
@@ -164,8 +162,6 @@ TEST_F(CaptureInput, TakesNoMemoryForInterfacesThatItPassesAgainAndAgain) {
 TEST_F(CaptureInput, TrustsNoLengthThatTheFileClaims) {
   const Bytes frame = CaptureBuilder::Frame(Bytes(1104, 5), 2368);
   const auto head = [&frame](std::size_t n) { return Bytes(frame.begin(), frame.begin() + n); };
-  Bytes vlan = frame;
-  vlan.insert(vlan.begin() + 12, {0x81, 0x00, 0x00, 0x05});
   const struct {
     Bytes bytes;
     std::uint32_t wire_length;
@@ -179,7 +175,7 @@ TEST_F(CaptureInput, TrustsNoLengthThatTheFileClaims) {
       {frame, 24, 0, "claims to have been shorter than its headers"},
       {head(60), 1146, 18, "cut by the snap length: only the bytes that exist"},
       {CaptureBuilder::Frame(Bytes(9000, 6), 2368), 0, 1546, "larger than the buffer: cut to it"},
-      {vlan, 0, 0, "a VLAN tag moves the port"},
+      {CaptureBuilder::VlanTagged(frame), 0, 0, "a VLAN tag moves the port"},
       {frame, 0, 1104, "an honest record behind all of them"},
   };
   CaptureBuilder capture;
