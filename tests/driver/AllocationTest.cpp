@@ -32,19 +32,22 @@ std::atomic<int> allocations{0};
 namespace orliq::lidar {
 namespace {
 
-/// Allocations while frames 1 to 4 of a capture play, once frame 0 has warmed everything up. The
-/// application lends one cloud again and again.
+/// Makes the application lend one cloud again and again.
+void LendOneCloud(test::Playback<Point>& probe) {
+  probe.provider = [cloud = std::make_shared<PointCloud<Point>>()] {
+    cloud->points.clear();
+    return cloud;
+  };
+  probe.frames.reserve(10);
+}
+
+/// Allocations while frames 1 to 4 of a capture play, once frame 0 has warmed everything up.
 int AllocationsOfFourFrames(bool radius_filter) {
   sim::SensorOptions options;
   options.radius_filter = radius_filter;
   const test::SimulatedCapture capture(6, options);
   test::Playback<Point> probe;
-  const auto cloud = std::make_shared<PointCloud<Point>>();
-  probe.provider = [&cloud] {
-    cloud->points.clear();
-    return cloud;
-  };
-  probe.frames.reserve(10);
+  LendOneCloud(probe);
   EXPECT_EQ(probe.Open(probe.Param(capture.capture, capture.check_folder)), 7);
   for (int i = 0; i < 5; ++i) {
     const std::size_t before = probe.Count();
@@ -67,16 +70,11 @@ TEST(Allocations, APacketCostsNoneWithTheRadiusFilterOffOrOn) {
 
 TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
   test::LiveSensor<Point> sensor;
-  const auto cloud = std::make_shared<PointCloud<Point>>();
+  LendOneCloud(sensor);
   const auto message = std::make_shared<ImuMsg>();
   test::Hold hold;
-  sensor.provider = [&cloud] {
-    cloud->points.clear();
-    return cloud;
-  };
   sensor.imu_provider = [&message] { return message; };
   sensor.on_frame = std::ref(hold);
-  sensor.frames.reserve(10);
   sensor.samples.reserve(10000);
   ASSERT_TRUE(sensor.Open());
   const auto send = [&](unsigned packets, unsigned stamp) {

@@ -22,13 +22,6 @@ using testing::ElementsAre;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 
-InputParam CaptureParam(const std::string& path, std::uint16_t port) {
-  InputParam param;
-  param.pcap_file = path;
-  param.port = port;
-  return param;
-}
-
 /// Writes a capture of the pcapng format block by block, in either byte order.
 class PcapngBuilder {
  public:
@@ -69,18 +62,12 @@ class CaptureInput : public testing::Test {
   template <typename Capture>
   void Open(const Capture& capture, std::uint16_t port = 2368) {
     CaptureStdout();
-    input_ = std::make_unique<InputPcap>(CaptureParam(capture.Write(dir_ / "c.pcap"), port));
+    input_ = std::make_unique<InputPcap>(InputParam{"", port, capture.Write(dir_ / "c.pcap")});
     ASSERT_TRUE(input_->Init());
     GetCapturedStdout();
   }
   int Read(long* position = nullptr, bool remember = false) {
     return input_->RecvPacket(buffer_, 1546, position, remember);
-  }
-  std::vector<int> ReadAll() {
-    std::vector<int> results;
-    do results.push_back(Read());
-    while (results.back() >= 0);
-    return results;
   }
 
   TempDir dir_;
@@ -93,10 +80,10 @@ TEST_F(CaptureInput, DeliversTheDatagramsOfItsPortAndZeroForTheRest) {
   capture.Udp(Bytes(1206, 7)).Udp(Bytes(10, 8), 2369);
   capture.Record(CaptureBuilder::Frame(Bytes(10, 9), 2368, 6)).Udp(Bytes{1, 2, 3});
   Open(capture, 2368);
-  EXPECT_THAT(ReadAll(), ElementsAre(1206, 0, 0, 3, -1));
+  for (const int expected : {1206, 0, 0, 3, -1}) EXPECT_EQ(Read(), expected);
   EXPECT_THAT(Bytes(buffer_->data, buffer_->data + buffer_->length), ElementsAre(1, 2, 3));
   Open(capture, 0);
-  EXPECT_THAT(ReadAll(), ElementsAre(1206, 10, 0, 3, -1));
+  for (const int expected : {1206, 10, 0, 3, -1}) EXPECT_EQ(Read(), expected);
 }
 
 TEST_F(CaptureInput, ReturnsToARememberedRecordAlsoAfterTheEnd) {
@@ -211,7 +198,7 @@ TEST_F(CaptureInput, RefusesWhatIsNoCaptureFileAndPrintsThePathAllTheSame) {
       dir_.Write("empty.pcap", ""), fifo, dir_.path(), "-", "", "/dev/zero", dir_ / "missing"};
   for (const std::string& path : paths) {
     CaptureStdout();
-    InputPcap input(CaptureParam(path, 0));
+    InputPcap input({"", 0, path});
     EXPECT_FALSE(input.Init()) << path;
     EXPECT_EQ(GetCapturedStdout(), "pcap_file:" + path + "\n");
     EXPECT_EQ(input.RecvPacket(buffer_, 1546, nullptr, false), -1) << path;

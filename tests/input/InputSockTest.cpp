@@ -13,12 +13,6 @@ namespace {
 
 class InputSockTest : public testing::Test {
  protected:
-  static InputParam Param(std::uint16_t port, const std::string& address = "127.0.0.1") {
-    InputParam param;
-    param.local_ip = address;
-    param.port = port;
-    return param;
-  }
   void Send(std::size_t size, std::uint8_t content = 0) const {
     sender.Send(port, std::vector<std::uint8_t>(size, content).data(), size);
   }
@@ -28,7 +22,7 @@ class InputSockTest : public testing::Test {
 
   test::LoopbackSocket sender;
   std::uint16_t port = test::FreePort();
-  InputSock sock{Param(port)};
+  InputSock sock{{"127.0.0.1", port, ""}};
   std::shared_ptr<Buffer> buffer = std::make_shared<Buffer>();
 };
 
@@ -88,7 +82,7 @@ TEST_F(InputSockTest, AWaitLastsAsLongAsItWasAskedTo) {
 }
 
 TEST_F(InputSockTest, BindsAnyAddressWhenNoneIsGivenAndSharesItsPortWithWhoeverAsks) {
-  InputSock any(Param(port, "")), again(Param(port, ""));
+  InputSock any({"", port, ""}), again({"", port, ""});
   ASSERT_TRUE(any.Init() && again.Init() && any.Init());
   for (const int option : {SO_REUSEADDR, SO_REUSEPORT}) {
     const int other = ::socket(AF_INET, SOCK_DGRAM, 0);
@@ -112,7 +106,7 @@ TEST_F(InputSockTest, AnAddressThatIsNoneOrNotOursIsRefusedWithTheReason) {
       {"localhost", "bind failed: Invalid argument\n"},
       {"192.0.2.1", "bind failed: Cannot assign requested address\n"}};
   for (const auto& [address, reason] : refused) {
-    InputSock bad(Param(port, address));
+    InputSock bad({address, port, ""});
     testing::internal::CaptureStderr();
     EXPECT_FALSE(bad.Init());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), reason);
