@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <future>
+#include <functional>
 #include <new>
 
 #include "support/LiveSensor.h"
@@ -71,9 +71,8 @@ TEST(Allocations, APacketCostsNoneWithTheRadiusFilterOffOrOn) {
 TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
   test::LiveSensor<Point> sensor;
   LendOneCloud(sensor);
-  const auto message = std::make_shared<ImuMsg>();
   test::Hold hold;
-  sensor.imu_provider = [&message] { return message; };
+  sensor.imu_provider = [message = std::make_shared<ImuMsg>()] { return message; };
   sensor.on_frame = std::ref(hold);
   sensor.samples.reserve(10000);
   ASSERT_TRUE(sensor.Open());

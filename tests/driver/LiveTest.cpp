@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include <cstring>
-#include <future>
 #include <iostream>
 #include <set>
 
@@ -28,11 +27,10 @@ const JuniqPacket kLast = JuniqPacket().Block(63, kMarker);
 TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
   const test::SimulatedCapture capture(3);
   test::Playback<JuniqPoint> playback;
-  DriverParam param = playback.Param(capture.capture, capture.check_folder);
-  ASSERT_EQ(playback.Open(param), 4) << "the last one is empty";
+  ASSERT_EQ(playback.Open(playback.Param(capture.capture, capture.check_folder)), 4);
 
   test::LiveSensor<JuniqPoint> live;
-  param = live.Param();
+  DriverParam param = live.Param();
   param.calibration_param.check_folder = capture.check_folder;
   testing::internal::CaptureStdout();
   ASSERT_TRUE(live.driver->InitDriver(param) && live.driver->Start());

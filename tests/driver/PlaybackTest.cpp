@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <future>
 #include <random>
 #include <stdexcept>
 
@@ -222,18 +221,6 @@ TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
                                   "\033[1m\033[32mpcap file is load finished!\033[0m\n" + yellow));
 }
 
-TEST_F(PlaybackTest, AProviderThatReturnsNothingOnceCostsOneFrame) {
-  Probe probe;
-  int calls = 0;
-  probe.provider = [&] { return ++calls == 2 ? nullptr : std::make_shared<PointCloud<Point>>(); };
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  EXPECT_NE(probe.Play(0), nullptr);
-  ASSERT_TRUE(probe.Request(1));  // no cloud to fill: nothing is delivered
-  ASSERT_TRUE(probe.Request(1));
-  ASSERT_TRUE(probe.WaitFor(2));
-  EXPECT_EQ(probe.frames[1]->points.size(), 181U);
-}
-
 TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOneWorks) {
   Probe probe;
   const std::string good = ThreeFrames();
@@ -243,12 +230,10 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
   EXPECT_FALSE(probe.driver->Start() || probe.driver->SetLocalFrame(0) ||
                probe.driver->GetLocalFileStatus(frames));
   EXPECT_EQ(frames, 4711);
-  std::vector<DriverParam> bad(4, Probe::Param(good));
+  std::vector<DriverParam> bad(3, Probe::Param(good));
   bad[0].lidar_type = static_cast<LidarType>(0x22);
   bad[1].input_type = static_cast<InputType>(2);
-  bad[2].input_type = InputType::Socket;
-  bad[2].param_source = 1;  // an upload from the sensor
-  bad[3].input_param.pcap_file += "-missing";
+  bad[2].input_param.pcap_file += "-missing";
   for (const DriverParam& param : bad) {
     ASSERT_EQ(probe.Open(good), 3);
     EXPECT_FALSE(probe.driver->InitDriver(param) || probe.driver->Start());

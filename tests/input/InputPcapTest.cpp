@@ -17,7 +17,6 @@ namespace {
 
 using test::Bytes;
 using test::CaptureBuilder;
-using test::TempDir;
 using testing::ElementsAre;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
@@ -70,7 +69,7 @@ class CaptureInput : public testing::Test {
     return input_->RecvPacket(buffer_, 1546, position, remember);
   }
 
-  TempDir dir_;
+  test::TempDir dir_;
   std::unique_ptr<InputPcap> input_;
   std::shared_ptr<Buffer> buffer_ = std::make_shared<Buffer>();
 };

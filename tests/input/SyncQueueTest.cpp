@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -13,12 +12,10 @@
 namespace orliq::lidar {
 namespace {
 
-using Queue = SyncQueue<std::shared_ptr<Buffer>>;
-
 TEST(SyncQueueTest, DestructionReleasesEachBufferOnceAndRefusesPushes) {
   const auto kept = std::make_shared<Buffer>();
   {
-    Queue queue;
+    SyncQueue<std::shared_ptr<Buffer>> queue;
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(queue.Push(kept, 1)) << "the bound has no effect";
     EXPECT_EQ(queue.size, 3U);
     EXPECT_EQ(kept.use_count(), 4);
@@ -51,17 +48,10 @@ TEST(SyncQueueTest, TwoThreadsPassEveryItemOnInOrder) {
 
 TEST(SyncQueueTest, OnePushWakesOneThatWaits) {
   SyncQueue<int> queue;
-  std::atomic<bool> waits{false};
-  std::thread filler([&] {
-    EXPECT_TRUE(test::Eventually([&] { return waits.load(); }));
-    { const std::lock_guard<std::mutex> until_it_waits(queue.mutex); }
-    queue.Push(1, 0);
-  });
-  {
-    std::unique_lock<std::mutex> lock(queue.mutex);
-    waits = true;
-    EXPECT_EQ(queue.not_empty.wait_for(lock, test::kDeadline), std::cv_status::no_timeout);
-  }
+  std::unique_lock<std::mutex> lock(queue.mutex);
+  std::thread filler([&queue] { queue.Push(1, 0); });  // as soon as the wait gives up the lock
+  EXPECT_EQ(queue.not_empty.wait_for(lock, test::kDeadline), std::cv_status::no_timeout);
+  lock.unlock();
   filler.join();
 }
 
