@@ -7,7 +7,6 @@
 #include <random>
 #include <thread>
 
-#include "support/GentleSender.h"
 #include "support/LiveSensor.h"
 #include "support/TickingClock.h"
 
@@ -109,8 +108,12 @@ TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
   const auto threads = test::ThreadsAtRest();
   std::atomic<bool> ended{false};
   std::thread sensor([&] {
-    const auto packet = test::JuniqPacket().Block(63, test::kMarker).payload();
-    while (!ended) test::SendAll({{0}, packet, packet}, port);
+    const test::LoopbackSocket sender;
+    const auto packet = test::JuniqPacket().Block(63, test::kMarker);
+    for (unsigned i = 0; !ended; ++i) {
+      sender.Send(port, packet.data(), i % 3 == 0 ? 1 : packet.size());
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
   });
   testing::internal::CaptureStderr();  // of the bindings that fail
   for (unsigned seed = 0; seed < 100 && !HasFailure(); ++seed) {
