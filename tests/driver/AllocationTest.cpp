@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <future>
+#include <functional>
 #include <new>
 
 #include "support/LiveSensor.h"
@@ -22,18 +22,6 @@ std::atomic<int> allocations{0};
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
-[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
-  if (counting) ++allocations;
-  const auto step = static_cast<std::size_t>(alignment);
-  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-  std::free(memory);
-}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
@@ -44,32 +32,28 @@ std::atomic<int> allocations{0};
 namespace orliq::lidar {
 namespace {
 
-/// Allocations while frames 1 to 4 of a capture play, once frame 0 has warmed everything up. The
-/// application lends one cloud again and again.
+/// Makes the application lend one cloud again and again.
+void LendOneCloud(test::Playback<Point>& probe) {
+  probe.provider = [cloud = std::make_shared<PointCloud<Point>>()] {
+    cloud->points.clear();
+    return cloud;
+  };
+  probe.frames.reserve(10);
+}
+
+/// Allocations while frames 1 to 4 of a capture play, once frame 0 has warmed everything up.
 int AllocationsOfFourFrames(bool radius_filter) {
   sim::SensorOptions options;
   options.radius_filter = radius_filter;
   const test::SimulatedCapture capture(6, options);
   test::Playback<Point> probe;
-  const auto cloud = std::make_shared<PointCloud<Point>>();
-  probe.provider = [&cloud] {
-    cloud->points.clear();
-    return cloud;
-  };
-  probe.frames.reserve(10);
-  DriverParam param = probe.Param(capture.capture);
-  param.calibration_param.check_folder = capture.check_folder;
-  EXPECT_TRUE(probe.driver->InitDriver(param) && probe.driver->Start());
-  EXPECT_EQ(probe.Indexed(), 7);
+  LendOneCloud(probe);
+  EXPECT_EQ(probe.Open(probe.Param(capture.capture, capture.check_folder)), 7);
   for (int i = 0; i < 5; ++i) {
     const std::size_t before = probe.Count();
-    // Not by Request: a function object may need memory.
-    const auto end = std::chrono::steady_clock::now() + test::kDeadline;
-    bool accepted = false;
-    while (!(accepted = probe.driver->SetLocalFrame(i)) && std::chrono::steady_clock::now() < end) {
-      std::this_thread::yield();
-    }
-    EXPECT_TRUE(accepted && probe.WaitFor(before + 1)) << "frame " << i;
+    const auto accepted = [&probe, i] { return probe.driver->SetLocalFrame(i); };
+    EXPECT_TRUE(test::Eventually(std::cref(accepted)));  // a reference needs no memory
+    EXPECT_TRUE(probe.WaitFor(before + 1)) << "frame " << i;
     if (i == 0) {
       allocations = 0;
       counting = true;
@@ -86,18 +70,10 @@ TEST(Allocations, APacketCostsNoneWithTheRadiusFilterOffOrOn) {
 
 TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
   test::LiveSensor<Point> sensor;
-  const auto cloud = std::make_shared<PointCloud<Point>>();
-  const auto message = std::make_shared<ImuMsg>();
-  std::promise<void> go_on;
-  sensor.provider = [&cloud] {
-    cloud->points.clear();
-    return cloud;
-  };
-  sensor.imu_provider = [&message] { return message; };
-  sensor.on_frame = [&, first = true]() mutable {
-    if (std::exchange(first, false)) go_on.get_future().wait();
-  };
-  sensor.frames.reserve(10);
+  LendOneCloud(sensor);
+  test::Hold hold;
+  sensor.imu_provider = [message = std::make_shared<ImuMsg>()] { return message; };
+  sensor.on_frame = std::ref(hold);
   sensor.samples.reserve(10000);
   ASSERT_TRUE(sensor.Open());
   const auto send = [&](unsigned packets, unsigned stamp) {
@@ -107,11 +83,11 @@ TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
       const auto packet = test::JuniqPacket().Block(marked, block).Imu({}, stamp + i);
       sensor.sender.Send(sensor.port, packet.data(), packet.size());
       const auto taken = [&] { return sensor.Statistics().received >= stamp + i; };
-      if (i % 50 == 0) test::Eventually(std::cref(taken));  // a reference needs no memory
+      if (i % 50 == 0) test::Eventually(std::cref(taken));
     }
   };
   send(1500, 0);  // the consumer waits: more buffers than a later round can need
-  go_on.set_value();
+  hold.go.set_value();
   send(1500, 1500);
   sensor.WaitForDecoded(3000);
   allocations = 0;

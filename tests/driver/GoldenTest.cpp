@@ -18,8 +18,7 @@ std::uint64_t DecodedBytes() {
   options.faults.false_return_rate = 0.01;
   const test::SimulatedCapture capture(3, options);
   test::Playback<P> probe;
-  DriverParam param = probe.Param(capture.capture);
-  param.calibration_param.check_folder = capture.check_folder;
+  DriverParam param = probe.Param(capture.capture, capture.check_folder);
   param.decoder_param.transform_param = {1, 0.5F, -1.25F, 1.75F, 1.5F, -2.25F, 30.0F};
   param.decoder_param.max_azimuth = 45.5F;
   param.decoder_param.min_distance = 1.0F;

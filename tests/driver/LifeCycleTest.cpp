@@ -39,25 +39,22 @@ struct Subject : std::enable_shared_from_this<Subject> {
     param.input_param = {good ? "127.0.0.1" : "300.0.0.1", port, ""};
     return driver->InitDriver(param);
   }
+  void Arm(const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    armed = action;
+  }
   /// Lets the next callback act; waits until it has, since only Stop may overlap.
   void InCallback(const std::function<void()>& action) {
-    {
-      const std::lock_guard<std::mutex> lock(mutex);
-      armed = action;
-    }
+    Arm(action);
     EXPECT_TRUE(test::Eventually([this] {
       const std::lock_guard<std::mutex> lock(mutex);
       return armed == nullptr;
     }));
   }
   void StopFromBothSides() {
-    {
-      const std::lock_guard<std::mutex> lock(mutex);
-      armed = [this] { driver->Stop(); };
-    }
+    Arm([this] { driver->Stop(); });
     driver->Stop();
-    const std::lock_guard<std::mutex> lock(mutex);
-    armed = nullptr;
+    Arm(nullptr);
   }
 
   const std::uint16_t port;

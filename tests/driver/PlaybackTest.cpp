@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <future>
 #include <random>
 #include <stdexcept>
 
@@ -77,38 +76,14 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
   EXPECT_THAT(probe.errors, ElementsAre());
 }
 
-TEST_F(PlaybackTest, TheFirstDatagramStartsFrameZeroEvenWhenItIsRefused) {
-  const test::TickingClock clock;
-  Probe probe;
-  CaptureBuilder capture;
-  capture.Udp(Bytes(100, 1)).Udp(Tagged(2, 63)).Udp(Tagged(3, 5)).Udp(Tagged(4));
-  ASSERT_EQ(probe.Open(Write(capture)), 3);
-  EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(2, 64)));
-  EXPECT_THAT(Runs(*probe.Play(1)), ElementsAre(std::pair(3, 64)));
-  EXPECT_THAT(probe.errors, ElementsAre(0x41, 0x41)) << "once while indexing, once while playing";
-}
-
-TEST_F(PlaybackTest, ForeignRecordsAreSkippedWhereverTheyStand) {
-  Probe probe;
-  CaptureBuilder capture;
-  for (int i = 0; i < 7500; ++i) {
-    if (i == 2500) capture.Udp(Tagged(1));
-    if (i == 5000) capture.Udp(Tagged(2, 63));
-    capture.Udp(Bytes{1, 2, 3}, 53);
-  }
-  ASSERT_EQ(probe.Open(Write(capture)), 2);
-  EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(1, 64), std::pair(2, 64)));
-  EXPECT_TRUE(probe.Play(1)->points.empty());
-}
-
 // The worker pauses once per thousand foreign records in a row. Its pauses show as the times that it
 // gave its core up by itself.
-TEST_F(PlaybackTest, ForeignRecordsCostNoPauseUnlessThereAreThousandsOfThemInARow) {
+TEST_F(PlaybackTest, ForeignRecordsAreSkippedWithoutAPauseUnlessThousandsComeInARow) {
   Probe probe;
   CaptureBuilder capture;
   for (int i = 0; i < 102'000; ++i) {
-    if (i <= 100'000 && i % 500 == 0) capture.Udp(Tagged(1));
     capture.Udp(Bytes{1}, 53);
+    if (i <= 100'000 && i % 500 == 0) capture.Udp(Tagged(1));
   }
   long pauses = -1;
   probe.on_frame = [&pauses] {
@@ -117,86 +92,45 @@ TEST_F(PlaybackTest, ForeignRecordsCostNoPauseUnlessThereAreThousandsOfThemInARo
     pauses = usage.ru_nvcsw;
   };
   ASSERT_EQ(probe.Open(Write(capture)), 1);
-  ASSERT_NE(probe.Play(0), nullptr);
+  EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(1, 201 * 64)));
   EXPECT_LT(pauses, 50) << "2 while indexing, 2 while playing, and a wait for the request";
 }
 
-/// Holds the worker inside the application's code, once, until it is let go.
-struct Hold {
-  std::promise<void> reached;
-  std::promise<void> go;
-  bool first = true;
-  void operator()() {
-    if (!std::exchange(first, false)) return;
-    reached.set_value();
-    go.get_future().wait_for(test::kDeadline);
-  }
-};
-
-/// A cloud that holds the worker at its n-th point.
-struct HoldingCloud : PointCloud<Point> {
-  explicit HoldingCloud(std::size_t point) : hold_at(point) {}
-  std::size_t hold_at;
-  Hold hold;
-  void PushPoint(const Point& point) override {
-    PointCloud<Point>::PushPoint(point);
-    if (points.size() == hold_at) hold();
-  }
-};
-
-/// Requests frame `first` of three, and, while the worker is held in it, frame `second` instead.
-void AbortWhileHeld(Probe& probe, Hold& hold, int first, int second) {
-  ASSERT_TRUE(probe.Request(first));
-  const auto held = hold.reached.get_future().wait_for(test::kDeadline);
-  ASSERT_EQ(held, std::future_status::ready) << "the frame never came to the callback";
-  EXPECT_FALSE(probe.driver->SetLocalFrame(second)) << "a frame is playing";
-  const auto calls = std::async(std::launch::async, [&] {
-    int frames = 0;
-    EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
-    EXPECT_EQ(frames, 3);
-    EXPECT_TRUE(probe.driver->SetLocalFrame(second)) << "at once: the old frame is over";
-  });
-  EXPECT_EQ(calls.wait_for(test::kDeadline), std::future_status::ready)
-      << "waits for the callback: with a lock of the application around both, for ever";
-  hold.go.set_value();
-}
-
-TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInItsFirstPacketAsInAnyOther) {
-  for (const std::size_t packets : {1U, 2U}) {
-    Probe probe;
-    const auto cloud = std::make_shared<HoldingCloud>(packets == 1 ? 10 : 100);
-    probe.provider = [&]() -> std::shared_ptr<PointCloud<Point>> {
-      if (cloud.use_count() == 1) return cloud;
-      return std::make_shared<PointCloud<Point>>();
-    };
-    ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-    AbortWhileHeld(probe, cloud->hold, 1, 0);
-    ASSERT_TRUE(probe.WaitFor(1));
-    // What had been decoded stays in the cloud; packet 4 never is.
-    auto runs = Runs(*cloud);
-    if (packets == 2) runs.erase(runs.begin() + 1);
-    EXPECT_THAT(runs, ElementsAre(std::pair(2, 53), std::pair(1, 64), std::pair(2, 64))) << packets;
-  }
-}
-
-TEST_F(PlaybackTest, NoLockIsHeldWhileACallbackOfAFramesFirstPacketRuns) {
+// The calls come while a callback runs: a lock held around it would keep them waiting for ever.
+TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInWhicheverCallbackItIs) {
   const test::TickingClock clock;
+  const Bytes refused(100, 1);
   CaptureBuilder capture;
-  capture.Udp(Bytes(100, 1))
-      .Udp(Tagged(2, 10).Block(20, kMarker))
-      .Udp(Tagged(3, 63))
-      .Udp(Tagged(4));
-  Hold error, frame;
-  Probe probe;
-  ASSERT_EQ(probe.Open(Write(capture)), 3);
-  probe.on_error = std::ref(error);
-  AbortWhileHeld(probe, error, 0, 2);
-  ASSERT_TRUE(probe.WaitFor(1)) << "the last frame";
-  probe.on_frame = std::ref(frame);  // called when the first packet's second mark closes a frame
-  AbortWhileHeld(probe, frame, 1, 2);
-  ASSERT_TRUE(probe.WaitFor(3));
-  const std::size_t points[] = {64, 53, 64};
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(probe.frames[i]->points.size(), points[i]);
+  capture.Udp(refused).Udp(Tagged(1)).Udp(refused).Udp(Tagged(2, 10).Block(20, kMarker));
+  const std::string path = Write(capture.Udp(Tagged(3, 63)).Udp(Tagged(4)));
+  const struct {
+    std::function<void()> Probe::*callback;
+    int nth;
+    int frame;
+    std::size_t clouds;
+    std::vector<std::pair<int, int>> last;  // of them: what had been decoded stays in the cloud
+  } rows[] = {{&Probe::on_error, 1, 0, 1, {{4, 64}}},           // in the frame's first packet
+              {&Probe::on_error, 2, 0, 1, {{1, 64}, {4, 64}}},  // in one of the rest
+              {&Probe::on_frame, 1, 0, 2, {{4, 64}}},           // in its last
+              {&Probe::on_frame, 1, 1, 2, {{4, 64}}}};          // at the first's second mark
+  for (const auto& row : rows) {
+    test::Hold hold{row.nth};
+    Probe probe;
+    ASSERT_EQ(probe.Open(path), 3) << "the first datagram starts frame 0, though it is refused";
+    EXPECT_THAT(probe.errors, ElementsAre(0x41, 0x41)) << "also while indexing";
+    probe.*row.callback = std::ref(hold);
+    ASSERT_TRUE(probe.Request(row.frame) && hold.Reached());
+    EXPECT_FALSE(probe.driver->SetLocalFrame(2)) << "a frame is playing";
+    test::MustEnd("a call during a callback", [&probe] {
+      int frames = 0;
+      EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
+      EXPECT_EQ(frames, 3);
+      EXPECT_TRUE(probe.driver->SetLocalFrame(2)) << "at once: the old frame is over";
+    });
+    hold.go.set_value();
+    ASSERT_TRUE(probe.WaitFor(row.clouds));
+    EXPECT_EQ(Runs(*probe.frames.back()), row.last);
+  }
 }
 
 TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
@@ -235,31 +169,14 @@ TEST_F(PlaybackTest, AFrameThatEndsWithTheFileLeavesNoneOfItsReturnsToTheRadiusF
   options.faults.false_return_rate = 0.01;
   const test::SimulatedCapture capture(2, options);  // of 768 packets each
   std::filesystem::resize_file(capture.capture, 24 + 1000 * (16 + 42 + 1104));
-  DriverParam param = Probe::Param(capture.capture);
-  param.calibration_param.check_folder = capture.check_folder;
   Probe probe;
-  ASSERT_EQ(probe.Open(param), 2);
+  ASSERT_EQ(probe.Open(Probe::Param(capture.capture, capture.check_folder)), 2);
   const std::size_t filtered = probe.Play(0)->points.size();
   EXPECT_LT(filtered, 768U * 64U);
   testing::internal::CaptureStderr();
   EXPECT_EQ(probe.Play(1)->points.size(), 232U * 64U);
   EXPECT_EQ(probe.Play(0)->points.size(), filtered);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST_F(PlaybackTest, ARequestThatFollowsAnAbortIsNeverLost) {
-  Probe probe;
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  std::mt19937 random(3);
-  for (int i = 0; i < 500; ++i) {
-    probe.driver->SetLocalFrame(static_cast<int>(random() % 3));
-    for (auto n = random() % 2000; n > 0; --n) std::atomic_signal_fence(std::memory_order_seq_cst);
-    int frames = 0;
-    ASSERT_TRUE(probe.driver->GetLocalFileStatus(frames));  // aborts wherever the worker is
-    const std::size_t before = probe.Count();
-    ASSERT_TRUE(probe.driver->SetLocalFrame(0));
-    ASSERT_TRUE(probe.WaitFor(before + 1)) << i;
-  }
 }
 
 // A stop that comes between the worker's look at the run flag and its falling asleep must wake it.
@@ -272,30 +189,22 @@ TEST_F(PlaybackTest, NoStopIsLostOnAWorkerThatIsAboutToWait) {
     return std::make_shared<PointCloud<Point>>();
   };
   ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  std::atomic<int> stops{0};
-  std::atomic<bool> lost{false};
   testing::internal::CaptureStdout();  // a line for each start
-  const auto hammer = std::async(std::launch::async, [&] {
-    std::minstd_rand random(4);
-    for (; stops < 1000 && !lost; ++stops) {
+  std::minstd_rand random(4);
+  const auto stop_often = [&] {
+    for (int stops = 0; stops < 100; ++stops) {
       leaving = false;
-      probe.Request(2);
-      for (int i = 0; !leaving && !lost; ++i) {
-        if (i > 100000) std::this_thread::yield();
-      }
-      for (auto n = random() % 1000; n > 0; --n)
+      ASSERT_TRUE(probe.Request(2));
+      while (!leaving) std::this_thread::yield();
+      for (auto n = random() % 1000; n > 0; --n) {
         std::atomic_signal_fence(std::memory_order_seq_cst);
+      }
       probe.driver->Stop();
-      if (!probe.driver->Start()) return;
+      ASSERT_TRUE(probe.driver->Start());
     }
-  });
-  for (int seen = -1; hammer.wait_for(test::kDeadline) != std::future_status::ready;) {
-    if (stops != std::exchange(seen, stops)) continue;
-    lost = true;
-    probe.driver->SetLocalFrame(0);  // wakes the worker
-  }
+  };
+  for (int i = 0; i < 10; ++i) test::MustEnd("one of a hundred stops", stop_often);
   testing::internal::GetCapturedStdout();
-  EXPECT_FALSE(lost) << "Stop waited for a worker that slept";
 }
 
 TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
@@ -312,18 +221,6 @@ TEST_F(PlaybackTest, WithoutAProviderAYellowLineTellsAndNothingIsDelivered) {
                                   "\033[1m\033[32mpcap file is load finished!\033[0m\n" + yellow));
 }
 
-TEST_F(PlaybackTest, AProviderThatReturnsNothingOnceCostsOneFrame) {
-  Probe probe;
-  int calls = 0;
-  probe.provider = [&] { return ++calls == 2 ? nullptr : std::make_shared<PointCloud<Point>>(); };
-  ASSERT_EQ(probe.Open(ThreeFrames()), 3);
-  EXPECT_NE(probe.Play(0), nullptr);
-  ASSERT_TRUE(probe.Request(1));  // no cloud to fill: nothing is delivered
-  ASSERT_TRUE(probe.Request(1));
-  ASSERT_TRUE(probe.WaitFor(2));
-  EXPECT_EQ(probe.frames[1]->points.size(), 181U);
-}
-
 TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOneWorks) {
   Probe probe;
   const std::string good = ThreeFrames();
@@ -333,12 +230,10 @@ TEST_F(PlaybackTest, WithoutASuccessfulInitialisationEverythingIsRefusedUntilOne
   EXPECT_FALSE(probe.driver->Start() || probe.driver->SetLocalFrame(0) ||
                probe.driver->GetLocalFileStatus(frames));
   EXPECT_EQ(frames, 4711);
-  std::vector<DriverParam> bad(4, Probe::Param(good));
+  std::vector<DriverParam> bad(3, Probe::Param(good));
   bad[0].lidar_type = static_cast<LidarType>(0x22);
   bad[1].input_type = static_cast<InputType>(2);
-  bad[2].input_type = InputType::Socket;
-  bad[2].param_source = 1;  // an upload from the sensor
-  bad[3].input_param.pcap_file += "-missing";
+  bad[2].input_param.pcap_file += "-missing";
   for (const DriverParam& param : bad) {
     ASSERT_EQ(probe.Open(good), 3);
     EXPECT_FALSE(probe.driver->InitDriver(param) || probe.driver->Start());
@@ -361,20 +256,15 @@ TEST_F(PlaybackTest, StopInitAndDestructionWorkFromInsideACallback) {
         EXPECT_TRUE(probe.driver->Start()) << "the thread goes on and indexes again";
       },
       [](Probe& probe) { probe.driver.reset(); }};
-  for (const auto& action : actions) {
+  for (std::function<void(Probe&)> action : actions) {
     Probe probe;
-    std::promise<void> done;
-    probe.on_frame = [&, first = true]() mutable {
-      if (!std::exchange(first, false)) return;
-      action(probe);
-      done.set_value();
+    probe.on_frame = [&] {
+      if (const auto first = std::exchange(action, nullptr)) first(probe);
     };
     ASSERT_EQ(probe.Open(path), 3);
     ASSERT_TRUE(probe.Request(0));
-    const auto acted = done.get_future().wait_for(test::kDeadline);
-    ASSERT_EQ(acted, std::future_status::ready) << "the callback did not come back";
     // Without its driver the thread has nobody to join it: it counts the frame as its last act.
-    ASSERT_TRUE(probe.WaitFor(1));
+    ASSERT_TRUE(probe.WaitFor(1)) << "the callback did not come back";
     if (!probe.driver) continue;
     ASSERT_TRUE(probe.driver->Start());
     EXPECT_GE(probe.Indexed(), 3);
@@ -386,17 +276,11 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
   const test::TickingClock clock;
   for (int i = 0; i < 50; ++i) {
-    OrliqDriver<PointCloud<Point>> driver;
-    std::promise<void> replaced;
-    driver.RegisterExceptionCallBack([&, first = true](const Error&) mutable {
-      if (!std::exchange(first, false)) return;
-      EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
-      replaced.set_value();
-    });
-    EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
-    EXPECT_TRUE(driver.Start());
-    ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready)
-        << "the first packet's error did not come";
+    std::atomic<bool> replaced{false};
+    Probe probe;
+    probe.on_error = [&] { replaced = probe.driver->InitDriver(Probe::Param(path)); };
+    EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)) && probe.driver->Start());
+    ASSERT_TRUE(Eventually([&] { return replaced.load(); }));
   }
 }
 

@@ -32,15 +32,13 @@ struct LiveSensor : Playback<P> {
     MustEnd("the driver", [this] { this->driver.reset(); });
   }
 
-  lidar::DriverParam Param(lidar::LidarType model = lidar::LidarType::Juniq) const {
+  lidar::DriverParam Param() const {
     lidar::DriverParam param;
-    param.lidar_type = model;
+    param.lidar_type = lidar::LidarType::Juniq;
     param.input_param = {"127.0.0.1", port, ""};
     return param;
   }
-  bool Open(lidar::LidarType model = lidar::LidarType::Juniq) {
-    return this->driver->InitDriver(Param(model)) && this->driver->Start();
-  }
+  bool Open() { return this->driver->InitDriver(Param()) && this->driver->Start(); }
 
   /// Sends a packet; waits after every fiftieth, which fit in a socket's smallest buffer.
   void Send(const std::vector<std::uint8_t>& payload) {

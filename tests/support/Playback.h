@@ -52,6 +52,20 @@ inline void MustEnd(const char* what, const std::function<void()>& body) {
   guard.join();
 }
 
+/// Holds the thread that makes the `nth` call, inside the application's code, until it is let go.
+struct Hold {
+  void operator()() {
+    if (--nth != 0) return;
+    reached.set_value();
+    go.get_future().wait_for(kDeadline);
+  }
+  bool Reached() { return reached.get_future().wait_for(kDeadline) == std::future_status::ready; }
+
+  int nth = 1;
+  std::promise<void> reached = {};
+  std::promise<void> go = {};
+};
+
 /// A driver that plays a capture, with its frames collected in order.
 template <typename P>
 struct Playback {
@@ -78,13 +92,12 @@ struct Playback {
     MustEnd("the driver", [this] { driver.reset(); });
   }
 
-  static lidar::DriverParam Param(const std::string& capture,
-                                  lidar::LidarType model = lidar::LidarType::Juniq) {
+  static lidar::DriverParam Param(const std::string& capture, const std::string& folder = "") {
     lidar::DriverParam param;
     param.input_type = lidar::InputType::Pcap;
-    param.lidar_type = model;
-    param.input_param.pcap_file = capture;
-    param.input_param.port = 2368;
+    param.lidar_type = lidar::LidarType::Juniq;
+    param.input_param = {"", 2368, capture};
+    param.calibration_param.check_folder = folder;
     return param;
   }
 
