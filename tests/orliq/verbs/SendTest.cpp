@@ -67,7 +67,7 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
   const json written = RunJson(options + " --out a.pcap --check-folder a");
   const json sent = RunAndReceive(options + " --check-folder b --start-time 1700000000", 0);
   EXPECT_EQ(received, Recorded("a.pcap"));
-  EXPECT_EQ(sent["packets_sent"], written["packets_written"]);
+  EXPECT_EQ(written["packets_written"], received.size());
   EXPECT_EQ(sent["faults"], written["faults"]);
   const auto count = [&](const char* fault) { return sent["faults"][fault].get<std::size_t>(); };
   EXPECT_EQ(768 + count("duplicated") + count("foreign") - count("lost"), received.size());
