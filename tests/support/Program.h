@@ -4,9 +4,10 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
+#include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "support/TempDir.h"
@@ -14,7 +15,7 @@
 namespace orliq::test {
 
 struct Outcome {
-  int code;
+  int code;  // -1: ended by a signal
   std::string out;
   std::string err;
 };
@@ -28,6 +29,9 @@ struct Refusal {
 
 class Program : public testing::Test {
  protected:
+  /// Stands before a command that Signal is to reach; RunJson puts it there.
+  static constexpr char kReachable[] = "echo $$ > pid; exec";
+
   /// Runs "orliq ARGUMENTS" in a folder of its own.
   Outcome Run(const std::string& arguments, const std::string& before = "") const {
     const std::string command = "cd '" + dir_.path().string() + "' && " + before +
@@ -38,10 +42,22 @@ class Program : public testing::Test {
     while (const std::size_t size = std::fread(text, 1, sizeof(text), pipe)) {
       outcome.out.append(text, size);
     }
-    outcome.code = WEXITSTATUS(pclose(pipe));
-    std::ifstream err(dir_ / "err");
-    outcome.err.assign(std::istreambuf_iterator<char>(err), {});
+    const int status = pclose(pipe);
+    outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.err = dir_.Read("err");
     return outcome;
+  }
+
+  /// The same with --json, to end with that code; `outcome_` holds what came beside the JSON.
+  nlohmann::json RunJson(const std::string& arguments, int code = 0) {
+    outcome_ = Run(arguments + " --json", kReachable);
+    EXPECT_EQ(outcome_.code, code) << arguments << '\n' << outcome_.err;
+    return nlohmann::json::parse(outcome_.out, nullptr, false);
+  }
+
+  void Signal(int signal) const {
+    pid_t pid = 0;
+    if (std::ifstream(dir_ / "pid") >> pid) ::kill(pid, signal);
   }
 
   Outcome ExpectRefusal(const Refusal& row) const {
@@ -51,13 +67,14 @@ class Program : public testing::Test {
     return outcome;
   }
 
-  void Simulate(const std::string& more = "--frames 3") const {
+  void Simulate(const std::string& more) const {
     const auto outcome =
         Run("simulate --model juniq --out room.pcap --check-folder room --quiet " + more);
     ASSERT_EQ(outcome.code, 0) << outcome.err;
   }
 
   const test::TempDir dir_;
+  Outcome outcome_;
 };
 
 }  // namespace orliq::test

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -29,6 +31,18 @@ class TempDir {
   std::string Write(const std::string& name, const std::string& text) const {
     std::ofstream(path_ / name, std::ios::binary) << text;
     return path_ / name;
+  }
+  std::string Read(const std::string& name) const {
+    std::ifstream file(path_ / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  /// The files below it, or below a folder in it, by their names from there.
+  std::set<std::string> Files(const std::string& folder = ".") const {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(path_ / folder)) {
+      if (entry.is_regular_file()) names.insert(entry.path().lexically_relative(path_ / folder));
+    }
+    return names;
   }
   const std::filesystem::path& path() const { return path_; }
 
