@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -9,6 +10,11 @@
 #include "support/JuniqPacket.h"
 
 namespace orliq::test {
+
+/// Fills a table of the check parameters, which is no aligned array of floats.
+inline void SetTable(void* table, const std::vector<float>& values) {
+  std::memcpy(table, values.data(), values.size() * sizeof(float));
+}
 
 /// A decoder with a cloud installed and everything it hands out written down. Frames are kept, and a
 /// fresh cloud is installed after each, as a manager does it.

@@ -20,6 +20,7 @@ using test::JuniqPacket;
 using test::JuniqProbe;
 using test::JuniqReturn;
 using test::kMarker;
+using test::SetTable;
 
 constexpr std::size_t kPosition = 20 + 256 * 10;  // of the packet builder's default return
 constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the builder's default
@@ -29,11 +30,6 @@ class JuniqPoints : public testing::Test {};
 using PointTypes = testing::Types<Point, PointTime, PointSource, JuniqPoint>;
 TYPED_TEST_SUITE(JuniqPoints, PointTypes, );
 
-/// Fills a table of the check parameters, which is no aligned array of floats.
-void Set(void* table, std::initializer_list<float> values) {
-  std::memcpy(table, values.begin(), values.size() * sizeof(float));
-}
-
 // Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
 // 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
 TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
@@ -41,8 +37,9 @@ TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
   probe.check->offset[kPosition] = 0.1F;
   probe.check->azimuth[kPosition] = 30.0F;
   probe.check->elevation[kPosition] = 10.0F;
-  Set(&probe.check->weight, {0.01F, 0.001F, 0.002F, 0.05F});
-  Set(&probe.check->near_filter, {0, 0, 0, 0, 0, 0, 0, 0.5F, 0.03F});  // the last: below column 128
+  SetTable(&probe.check->weight, {0.01F, 0.001F, 0.002F, 0.05F});
+  SetTable(&probe.check->near_filter,
+           {0, 0, 0, 0, 0, 0, 0, 0.5F, 0.03F});  // the last: below column 128
   probe.Calibrate();
   EXPECT_FALSE(probe.Decode(JuniqPacket({20, 10, 6400, 0x20BB8, 0xFFFF, 0, 0})
                                 .Block(0, {20, 10, 6400, 3000, 1500, 100000, 77})));
@@ -96,7 +93,7 @@ TEST(JuniqRange, HostileTablesAndDivisorsStayDefined) {
     JuniqProbe<PointSource> probe;
     probe.check->azimuth[kPosition] = probe.check->elevation[kPosition] = bad;
     probe.check->weight[2] = probe.check->offset[kPosition + 1] = bad;
-    Set(&probe.check->near_filter, {0, 0, 0, 0, 1, 0, bad});
+    SetTable(&probe.check->near_filter, {0, 0, 0, 0, 1, 0, bad});
     probe.Calibrate();
     probe.Decode(JuniqPacket().Block(0, {20, 10, 6400, 3000, 0}).Block(1, {21, 10}));
     for (const PointSource& p : probe.points()) EXPECT_TRUE(std::isfinite(float{p.x}));
@@ -175,8 +172,8 @@ TEST(JuniqChain, RandomReturnsEqualThePlainFormBitForBit) {
     probe.check->elevation[i] = real(-25, 15);
     probe.check->offset[i] = real(-0.5F, 0.5F);
   }
-  Set(&probe.check->weight, {0.01F, 0.002F, -0.003F, 0.04F});
-  Set(&probe.check->near_filter, {9e6F, 60.0F, 3e6F, 10.0F, 0, 0, 0, 0.02F, -0.03F});
+  SetTable(&probe.check->weight, {0.01F, 0.002F, -0.003F, 0.04F});
+  SetTable(&probe.check->near_filter, {9e6F, 60.0F, 3e6F, 10.0F, 0, 0, 0, 0.02F, -0.03F});
   probe.Calibrate();
   const bench::PlainJuniq plain(*probe.check, gates);
   for (int packets = 0; packets < 300; ++packets) {
@@ -236,7 +233,8 @@ TEST(JuniqFrame, APacketWithoutMarkerHasNoSplit) {
 
 TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
   JuniqProbe<Point> probe;
-  Set(&probe.check->near_filter, {0, 0, 0, 0, 1, 0, 1});  // radius 0, 1 neighbour: isolated ones go
+  SetTable(&probe.check->near_filter,
+           {0, 0, 0, 0, 1, 0, 1});  // radius 0, 1 neighbour: isolated ones go
   probe.Calibrate();
   for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket().Second(5));
   probe.Decode(JuniqPacket(), 33);
@@ -312,7 +310,7 @@ TEST(JuniqFilter, IsSwitchedOnByExactlyOneAndNeverOff) {
   testing::internal::CaptureStdout();
   const std::pair<float, std::size_t> rows[] = {{0.999F, 64}, {1.0F, 0}, {0.0F, 0}};
   for (const auto& [enable, left] : rows) {
-    Set(&probe.check->near_filter, {0, 0, 0, 0, enable, 0.5F, 3.9F});
+    SetTable(&probe.check->near_filter, {0, 0, 0, 0, enable, 0.5F, 3.9F});
     probe.Calibrate();
     probe.Decode(JuniqPacket().Block(63, kMarker));
     EXPECT_EQ(probe.frames.back()->points.size(), left) << enable;
@@ -350,7 +348,7 @@ TEST(JuniqFilter, ADerivedCloudGetsEachPointInOrderAndIsFilteredLikeAPlainOne) {
   left.pop_back();  // the mark, a lonely return
   rings[63] = 0xBF;
   for (auto* const probe : {&plain, &derived}) {
-    Set(&probe->check->near_filter, {1e5F, 30.0F, 0, 0, 1.0F, 0.1F, 1.0F});
+    SetTable(&probe->check->near_filter, {1e5F, 30.0F, 0, 0, 1.0F, 0.1F, 1.0F});
     probe->Calibrate();
     probe->Decode(packet);
     EXPECT_THAT(probe->frames[0]->points, testing::Pointwise(RingIs(), left));
