@@ -132,6 +132,13 @@ TEST(ParamService, SomeModelsPrintHowManyNumbersAnAngleTableHolds) {
   }
 }
 
+MATCHER(SameRefusal, "") {
+  const auto fields = [](const RefusedTable& r) {
+    return std::tie(r.table, r.file, r.found, r.needed, r.fault, r.text);
+  };
+  return fields(std::get<0>(arg)) == fields(std::get<1>(arg));
+}
+
 TEST(Calibration, EachTableThatWasNotTakenIsToldWithItsReason) {
   const Folder folder;
   folder.Write("azimuth", Times(49152, "1\n"));
@@ -145,23 +152,19 @@ TEST(Calibration, EachTableThatWasNotTakenIsToldWithItsReason) {
   const CalibrationStatus status = LoadCalibration(param, service);
   EXPECT_TRUE(status.source == CalibrationSource::Folder && !status.loaded);
   EXPECT_TRUE(status.folder == folder.path() && status.folder_fault.empty());
-  ASSERT_EQ(status.refused.size(), 4U);
-  const auto is = [&](std::size_t i, const char* table, const std::string& file, TableFault fault) {
-    const RefusedTable& refused = status.refused[i];
-    EXPECT_TRUE(refused.table == table && refused.fault == fault) << refused.text;
-    EXPECT_EQ(refused.file, file);
-  };
-  is(0, "elevation", folder / "elevation", TableFault::Short);
-  EXPECT_EQ(status.refused[0].text,
-            (folder / "elevation").string() + " holds 3 numbers, the elevation table needs 49152");
-  EXPECT_TRUE(status.refused[0].found == 3 && status.refused[0].needed == 49152);
-  is(1, "weight", folder / "weight", TableFault::Unreadable);
-  is(2, "near_filter", "", TableFault::Missing);
-  EXPECT_EQ(status.refused[2].needed, 9U);
   const auto& files = service.LastLoad();  // in the order in which the system lists them
   const auto first = std::find_if(files.begin(), files.end(),
                                   [](const TableLoad& file) { return file.table == "offset"; });
-  is(3, "offset", first->path, TableFault::Replaced);
+  const RefusedTable expected[] = {
+      {"elevation", folder / "elevation", 3, 49152, TableFault::Short,
+       (folder / "elevation").string() + " holds 3 numbers, the elevation table needs 49152"},
+      {"weight", folder / "weight", 0, 4, TableFault::Unreadable,
+       (folder / "weight").string() + " cannot be read"},
+      {"near_filter", "", 0, 9, TableFault::Missing,
+       "no file is taken for the near_filter table: none has that word in its path"},
+      {"offset", first->path, 49152, 49152, TableFault::Replaced,
+       first->path + " is replaced by a later file for the offset table"}};
+  EXPECT_THAT(status.refused, testing::Pointwise(SameRefusal(), expected));
 
   param.calibration_param.check_folder = folder / "none";
   EXPECT_EQ(LoadCalibration(param, service).folder_fault,
