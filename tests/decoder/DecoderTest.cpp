@@ -93,9 +93,7 @@ TEST_F(FaultReports, TheLimitIsSharedByTheSensorsOfAPointTypeAndByNothingElse) {
 TEST(ExtrinsicTransformTest, RotatesRollThenPitchThenYawThenShifts) {
   // A quarter turn about each axis: roll takes (1,2,3) to (1,-3,2), pitch to (2,-3,-1), yaw to
   // (3,2,-1); the shift gives (13,22,29). 90 deg x pi x 0.005555556 is 1.26e-7 rad beyond that.
-  float x = 1.0F;
-  float y = 2.0F;
-  float z = 3.0F;
+  float x = 1.0F, y = 2.0F, z = 3.0F;
   ExtrinsicTransform({1, 10.0F, 20.0F, 30.0F, 90.0F, 90.0F, 90.0F}).Apply(x, y, z);
   EXPECT_NEAR(x, 13.0F, 2e-6F);
   EXPECT_NEAR(y, 22.0F, 4e-6F);

@@ -25,15 +25,10 @@ using test::SetTable;
 constexpr std::size_t kPosition = 20 + 256 * 10;  // of the packet builder's default return
 constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the builder's default
 
-template <typename P>
-class JuniqPoints : public testing::Test {};
-using PointTypes = testing::Types<Point, PointTime, PointSource, JuniqPoint>;
-TYPED_TEST_SUITE(JuniqPoints, PointTypes, );
-
 // Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
 // 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
-TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
-  JuniqProbe<TypeParam> probe;
+TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
+  JuniqProbe<Point> probe;
   probe.check->offset[kPosition] = 0.1F;
   probe.check->azimuth[kPosition] = 30.0F;
   probe.check->elevation[kPosition] = 10.0F;
@@ -44,16 +39,16 @@ TYPED_TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
   EXPECT_FALSE(probe.Decode(JuniqPacket({20, 10, 6400, 0x20BB8, 0xFFFF, 0, 0})
                                 .Block(0, {20, 10, 6400, 3000, 1500, 100000, 77})));
   ASSERT_EQ(probe.points().size(), 64U);
-  const TypeParam p = probe.points()[0];
-  EXPECT_NEAR(float{p.x}, 20.56471F, 2e-5F);
-  EXPECT_NEAR(float{p.y}, -11.87304F, 2e-5F);
-  EXPECT_NEAR(float{p.z}, 4.187075F, 1e-5F);
+  const Point& p = probe.points()[0];
+  EXPECT_NEAR(p.x, 20.56471F, 2e-5F);
+  EXPECT_NEAR(p.y, -11.87304F, 2e-5F);
+  EXPECT_NEAR(p.z, 4.187075F, 1e-5F);
   EXPECT_EQ(p.intensity, 3000);
   EXPECT_EQ(p.ring, 10);
   EXPECT_EQ(probe.points()[1].intensity, 0x0BB8) << "the low 16 bits of the width";
 }
 
-TEST(JuniqPointFields, EachPointTypeCarriesItsOwn) {
+TEST(JuniqPoints, EachPointTypeCarriesItsOwn) {
   const JuniqPacket packet(JuniqReturn{20, 10, 6400, 0x23456, 0xABCD, 0x987654, 0x4321});
   JuniqProbe<PointTime> time;
   JuniqProbe<PointSource> source;
