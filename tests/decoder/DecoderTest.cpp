@@ -20,6 +20,7 @@ namespace {
 
 using test::JuniqPacket;
 using test::JuniqProbe;
+using testing::ElementsAre;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 
@@ -27,8 +28,6 @@ std::time_t fake_time = 0;
 
 class FaultReports : public testing::Test {
  protected:
-  using Codes = std::vector<std::uint32_t>;  // level 1 in front: costs one packet
-
   void SetUp() override {
     // Report times are kept for the life of the process: start every test well after the last.
     fake_time += 1000;
@@ -36,13 +35,6 @@ class FaultReports : public testing::Test {
     CaptureStdout();
   }
   void TearDown() override { SetWallClockForTesting(nullptr); }
-
-  template <typename P>
-  static Codes Reported(const JuniqProbe<P>& probe) {
-    Codes codes;
-    for (const Error& error : probe.errors) codes.push_back(error.level * 0x100 + error.code);
-    return codes;
-  }
 };
 
 TEST_F(FaultReports, LengthIsPrintedEveryTimeAndReportedOncePerTwoSeconds) {
@@ -55,7 +47,7 @@ TEST_F(FaultReports, LengthIsPrintedEveryTimeAndReportedOncePerTwoSeconds) {
   }
   EXPECT_FALSE(probe.decoder.ProcessMsopPacket(JuniqPacket().data(), 1105, 0));
   EXPECT_EQ(GetCapturedStdout(), lines + "ProcessMsopPacket MSOP_LEN:1104 size:1105\n");
-  EXPECT_EQ(Reported(probe), (Codes{0x141, 0x141}));
+  EXPECT_THAT(probe.errors, ElementsAre(0x141, 0x141));
   EXPECT_TRUE(probe.points().empty());
 }
 
@@ -68,7 +60,7 @@ TEST_F(FaultReports, EachIdentifierByteCounts) {
     lines += "ProcessMsopPacket MSOP_ID\n";
   }
   EXPECT_EQ(GetCapturedStdout(), lines);
-  EXPECT_EQ(Reported(probe), Codes(8, 0x142));
+  EXPECT_EQ(probe.errors, std::vector<std::uint32_t>(8, 0x142));
 }
 
 TEST_F(FaultReports, TheLimitIsSharedByTheSensorsOfAPointTypeAndByNothingElse) {
@@ -85,9 +77,9 @@ TEST_F(FaultReports, TheLimitIsSharedByTheSensorsOfAPointTypeAndByNothingElse) {
   EXPECT_FALSE(second.decoder.toSplite(JuniqPacket().Put(0, 1, 0).data(), 1104, start));
   EXPECT_EQ(GetCapturedStdout(), "");
   EXPECT_EQ(start, 77);
-  EXPECT_EQ(Reported(first), Codes{0x141});
-  EXPECT_EQ(Reported(second), (Codes{0x141, 0x142}));
-  EXPECT_EQ(Reported(other_type), Codes{0x141});
+  EXPECT_THAT(first.errors, ElementsAre(0x141));
+  EXPECT_THAT(second.errors, ElementsAre(0x141, 0x142));
+  EXPECT_THAT(other_type.errors, ElementsAre(0x141));
 }
 
 TEST(ExtrinsicTransformTest, RotatesRollThenPitchThenYawThenShifts) {

@@ -23,13 +23,14 @@ struct JuniqProbe {
   using Cloud = PointCloud<P>;
 
   explicit JuniqProbe(const lidar::DecoderParam& param = {}) : decoder(param) {
-    decoder.RegisterCallBack([this](const lidar::Error& e) { errors.push_back(e); },
-                             [this](const std::uint16_t& rings, const double& time) {
-                               last_rings = rings;
-                               cloud()->timestamp = time;
-                               frames.push_back(cloud());
-                               decoder.InstallCloud(std::make_shared<Cloud>());
-                             });
+    decoder.RegisterCallBack(
+        [this](const lidar::Error& e) { errors.push_back(e.level * 0x100 + e.code); },
+        [this](const std::uint16_t& rings, const double& time) {
+          last_rings = rings;
+          cloud()->timestamp = time;
+          frames.push_back(cloud());
+          decoder.InstallCloud(std::make_shared<Cloud>());
+        });
     decoder.RegisterIMUCallBack([this] { samples.push_back(*decoder.CurrentImuMsg()); });
     decoder.InstallCloud(std::make_shared<Cloud>());
   }
@@ -43,7 +44,7 @@ struct JuniqProbe {
 
   lidar::DecoderJuniq<Cloud> decoder;
   std::unique_ptr<lidar::OffsetCheckParam> check = std::make_unique<lidar::OffsetCheckParam>();
-  std::vector<lidar::Error> errors;
+  std::vector<std::uint32_t> errors;  // level in front of the code; level 1 costs one packet
   std::vector<std::shared_ptr<Cloud>> frames;
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;

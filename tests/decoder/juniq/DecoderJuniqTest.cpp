@@ -26,45 +26,40 @@ constexpr std::size_t kPosition = 20 + 256 * 10;  // of the packet builder's def
 constexpr double kPacketTime = 1709251198.25;     // 2024-02-29 23:59:58.25, the builder's default
 
 // Range 24.2446 m after the offset; r = 2; c = 0.008 + 0.02 + 0.0242446 + 0.05 = 0.1022446;
-// 24.142402 m; 24.112402 m after the side offset; at -30 deg azimuth and 10 deg elevation.
-TEST(JuniqPoints, AReturnBecomesACalibratedPoint) {
-  JuniqProbe<Point> probe;
+// 24.142402 m; 24.112402 m after the offset of the columns below 128; at -30 deg azimuth and 10 deg
+// elevation.
+TEST(JuniqPoints, AReturnBecomesACalibratedPointAndStaysReadable) {
+  JuniqProbe<JuniqPoint> probe;
   probe.check->offset[kPosition] = 0.1F;
   probe.check->azimuth[kPosition] = 30.0F;
   probe.check->elevation[kPosition] = 10.0F;
   SetTable(&probe.check->weight, {0.01F, 0.001F, 0.002F, 0.05F});
-  SetTable(&probe.check->near_filter,
-           {0, 0, 0, 0, 0, 0, 0, 0.5F, 0.03F});  // the last: below column 128
+  SetTable(&probe.check->near_filter, {0, 0, 0, 0, 0, 0, 0, 0.5F, 0.03F});
   probe.Calibrate();
-  EXPECT_FALSE(probe.Decode(JuniqPacket({20, 10, 6400, 0x20BB8, 0xFFFF, 0, 0})
-                                .Block(0, {20, 10, 6400, 3000, 1500, 100000, 77})));
+  JuniqPacket packet(JuniqReturn{20, 10, 6400, 0x23456, 0xABCD, 0x987654, 0x4321});
+  EXPECT_FALSE(probe.Decode(packet.Block(0, {})));
   ASSERT_EQ(probe.points().size(), 64U);
-  const Point& p = probe.points()[0];
+  const JuniqPoint& p = probe.points()[0];
   EXPECT_NEAR(p.x, 20.56471F, 2e-5F);
   EXPECT_NEAR(p.y, -11.87304F, 2e-5F);
   EXPECT_NEAR(p.z, 4.187075F, 1e-5F);
   EXPECT_EQ(p.intensity, 3000);
-  EXPECT_EQ(p.ring, 10);
-  EXPECT_EQ(probe.points()[1].intensity, 0x0BB8) << "the low 16 bits of the width";
+  const JuniqPoint& j = probe.points()[1];  // its intensity: the low 16 bits of the width
+  EXPECT_THAT((std::vector<std::uint32_t>{j.ring, j.row, j.column, j.aux, j.width_ref, j.peak,
+                                          j.tof, j.width, j.intensity}),
+              testing::ElementsAre(10, 10, 20, 0x4321, 0xABCD, 0x987654, 6400, 0x23456, 0x3456));
 }
 
 TEST(JuniqPoints, EachPointTypeCarriesItsOwn) {
-  const JuniqPacket packet(JuniqReturn{20, 10, 6400, 0x23456, 0xABCD, 0x987654, 0x4321});
   JuniqProbe<PointTime> time;
   JuniqProbe<PointSource> source;
-  JuniqProbe<JuniqPoint> raw;
-  time.Decode(packet);
-  source.Decode(packet);
-  raw.Decode(packet);
+  time.Decode(JuniqPacket());
+  source.Decode(JuniqPacket());
   EXPECT_EQ(time.points()[63].timestamp, kPacketTime);
   const PointSource s = source.points()[0];
   EXPECT_EQ(double{s.timestamp}, kPacketTime);
   EXPECT_EQ(std::int32_t{s.distance}, 24) << "24.34 m, truncated";
   for (const std::uint8_t byte : s.source) EXPECT_EQ(byte, 0);
-  const JuniqPoint& j = raw.points()[0];
-  EXPECT_THAT((std::vector<std::uint32_t>{j.row, j.column, j.aux, j.width_ref, j.peak, j.tof,
-                                          j.width, j.intensity}),
-              testing::ElementsAre(10, 20, 0x4321, 0xABCD, 0x987654, 6400, 0x23456, 0x3456));
 }
 
 TEST(JuniqRange, NearFilterDropsWhatIsTooWeakForItsRange) {
