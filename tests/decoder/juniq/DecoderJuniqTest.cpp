@@ -235,20 +235,16 @@ TEST(JuniqFrame, ALostMarkerIsForcedAndTheNextFramePassesUnfiltered) {
   EXPECT_EQ(probe.frames[0]->timestamp, kPacketTime - 53);
   EXPECT_EQ(probe.frames[0]->frame_word, 0) << "no header fields";
 
-  testing::internal::CaptureStderr();
   probe.Decode(JuniqPacket().Block(63, kMarker));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: mask size mismatch\n");
-  EXPECT_EQ(probe.frames[1]->points.size(), 64U);
+  EXPECT_EQ(probe.frames[1]->points.size(), 64U) << "nor the next, as the filter knows of more";
   probe.Decode(JuniqPacket().Block(63, kMarker));
   EXPECT_EQ(probe.frames[2]->points.size(), 0U) << "filtering again: one cell supports nobody";
 
-  testing::internal::CaptureStderr();
   probe.Decode(JuniqPacket());
   probe.decoder.EnableFinallyFrame();
   EXPECT_EQ(probe.frames[3]->points.size(), 64U) << "the end of the stream: not filtered";
   probe.Decode(JuniqPacket().Block(63, kMarker));
   EXPECT_EQ(probe.frames[4]->points.size(), 0U) << "the next one is, as nothing is left over";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   for (int i = 0; i < 1562; ++i) probe.Decode(JuniqPacket());
   probe.Decode(JuniqPacket().Block(63, kMarker));
   EXPECT_EQ(probe.frames.size(), 6U) << "the count began anew, and a marked packet closes once";

@@ -11,12 +11,6 @@
 namespace orliq::sim {
 namespace {
 
-SensorOptions WithFaults(double noise_m, double false_rate) {
-  SensorOptions options;
-  options.faults = {noise_m, false_rate};
-  return options;
-}
-
 template <typename P>
 void Decode(test::JuniqProbe<P>& probe, const std::vector<Packet>& packets) {
   for (const Packet& packet : packets) {
@@ -28,7 +22,9 @@ void Decode(test::JuniqProbe<P>& probe, const std::vector<Packet>& packets) {
 TEST(JuniqSensor, AFrameIsTheSceneBeamByBeamToHalfAQuantumAndEndsWithTheMarker) {
   constexpr double kQuantum = 0.14989623 * 1.645 / 64.0;  // [m] per step of the time of flight
   constexpr double kCut = 2 * 0.01 * 3.1415927 / 180.0;   // [rad] two angles, to whole hundredths
-  JuniqSensor sensor{WithFaults(0.0, 0.1)};
+  SensorOptions options;
+  options.faults = {0.0, 0.1};
+  JuniqSensor sensor{options};
   const BeamCalibration& unit = sensor.Calibration();
   const std::vector<Vec3> beams = unit.Directions();
   const auto scene = MakeScene("moving-box");
@@ -65,7 +61,7 @@ TEST(JuniqSensor, AFrameIsTheSceneBeamByBeamToHalfAQuantumAndEndsWithTheMarker) 
     ASSERT_NEAR(point.y, truth.range_m * beam.y, kQuantum + kCut * truth.range_m);
     ASSERT_NEAR(point.z, truth.range_m * beam.z, kQuantum + kCut * truth.range_m);
     if (truth.is_false) continue;
-    const double elapsed = packets[i / 64].time_s - SensorOptions{}.start_time_s;
+    const double elapsed = packets[i / 64].time_s - options.start_time_s;
     const double range = scene->Cast(beam, elapsed).range_m;
     ASSERT_NEAR(truth.range_m, range <= 230.0 ? range : 0.0, 1e-5) << truth.position;
   }
@@ -79,7 +75,8 @@ TEST(JuniqSensor, BytesFollowFromTheSeedAlone) {
     for (const Packet& packet : sensor.EncodeFrame(*scene, 1)) payloads.push_back(packet.payload);
     return payloads;
   };
-  SensorOptions options = WithFaults(0.02, 0.01);
+  SensorOptions options;
+  options.faults = {0.02, 0.01};
   JuniqSensor first{options};
   JuniqSensor again{options};
   options.seed = 2;
