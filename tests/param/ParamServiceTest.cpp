@@ -145,23 +145,22 @@ TEST(Calibration, EachTableThatWasNotTakenIsToldWithItsReason) {
   const CalibrationStatus status = LoadCalibration(param, service);
   EXPECT_TRUE(status.source == CalibrationSource::Folder && !status.loaded);
   EXPECT_TRUE(status.folder == folder.path() && status.folder_fault.empty());
-  ASSERT_EQ(status.refused.size(), 4U);
-  const auto is = [&](std::size_t i, const char* table, const std::string& file, TableFault fault) {
-    const RefusedTable& refused = status.refused[i];
-    EXPECT_TRUE(refused.table == table && refused.fault == fault) << refused.text;
-    EXPECT_EQ(refused.file, file);
-  };
-  is(0, "elevation", folder / "elevation", TableFault::Short);
-  EXPECT_EQ(status.refused[0].text,
-            (folder / "elevation").string() + " holds 3 numbers, the elevation table needs 49152");
-  EXPECT_TRUE(status.refused[0].found == 3 && status.refused[0].needed == 49152);
-  is(1, "weight", folder / "weight", TableFault::Unreadable);
-  is(2, "near_filter", "", TableFault::Missing);
-  EXPECT_EQ(status.refused[2].needed, 9U);
   const auto& files = service.LastLoad();  // in the order in which the system lists them
   const auto first = std::find_if(files.begin(), files.end(),
                                   [](const TableLoad& file) { return file.table == "offset"; });
-  is(3, "offset", first->path, TableFault::Replaced);
+  std::vector<std::pair<TableFault, std::string>> refused;
+  for (const RefusedTable& table : status.refused) refused.emplace_back(table.fault, table.text);
+  EXPECT_THAT(
+      refused,
+      testing::ElementsAre(
+          testing::Pair(TableFault::Short, (folder / "elevation").string() +
+                                               " holds 3 numbers, the elevation table needs 49152"),
+          testing::Pair(TableFault::Unreadable, (folder / "weight").string() + " cannot be read"),
+          testing::Pair(TableFault::Missing, testing::HasSubstr("for the near_filter table")),
+          testing::Pair(TableFault::Replaced, testing::HasSubstr(first->path))));
+  const RefusedTable& elevation = status.refused.at(0);
+  EXPECT_TRUE(elevation.table == "elevation" && elevation.file == folder / "elevation");
+  EXPECT_TRUE(elevation.found == 3 && elevation.needed == 49152);
 
   param.calibration_param.check_folder = folder / "none";
   EXPECT_EQ(LoadCalibration(param, service).folder_fault,

@@ -31,7 +31,7 @@ class CaptureBuilder {
   CaptureBuilder& Udp(const Bytes& payload, unsigned port = 2368) {
     return Record(Frame(payload, port));
   }
-  CaptureBuilder& Udp(const WirePacket& packet) { return Udp(packet.payload()); }
+  CaptureBuilder& Udp(const JuniqPacket& packet) { return Udp(packet.payload()); }
 
   /// Ethernet, IPv4 and UDP headers around the payload; `protocol` 6 makes it TCP.
   static Bytes Frame(const Bytes& payload, unsigned port, std::uint8_t protocol = 17) {

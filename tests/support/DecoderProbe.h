@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -10,41 +11,43 @@
 
 namespace orliq::test {
 
+/// Fills a table of the check parameters, which is no aligned array of floats.
+inline void SetTable(void* table, const std::vector<float>& values) {
+  std::memcpy(table, values.data(), values.size() * sizeof(float));
+}
+
 /// A decoder with a cloud installed and everything it hands out written down. Frames are kept, and a
-/// fresh cloud is installed after each, as a manager does it. `Check` is the model's calibration.
-template <template <typename> class Decoder, typename Check, typename P>
-struct DecoderProbe {
+/// fresh cloud is installed after each, as a manager does it.
+template <typename P>
+struct JuniqProbe {
   using Cloud = PointCloud<P>;
 
-  explicit DecoderProbe(const lidar::DecoderParam& param = {})
-      : decoder(param), check(std::make_unique<Check>()) {
-    decoder.RegisterCallBack([this](const lidar::Error& e) { errors.push_back(e); },
-                             [this](const std::uint16_t& rings, const double& time) {
-                               last_rings = rings;
-                               cloud()->timestamp = time;
-                               frames.push_back(cloud());
-                               decoder.InstallCloud(std::make_shared<Cloud>());
-                             });
+  explicit JuniqProbe(const lidar::DecoderParam& param = {}) : decoder(param) {
+    decoder.RegisterCallBack(
+        [this](const lidar::Error& e) { errors.push_back(e.level * 0x100 + e.code); },
+        [this](const std::uint16_t& rings, const double& time) {
+          last_rings = rings;
+          cloud()->timestamp = time;
+          frames.push_back(cloud());
+          decoder.InstallCloud(std::make_shared<Cloud>());
+        });
     decoder.RegisterIMUCallBack([this] { samples.push_back(*decoder.CurrentImuMsg()); });
     decoder.InstallCloud(std::make_shared<Cloud>());
   }
 
   std::shared_ptr<Cloud> cloud() { return decoder.CurrentCloud(); }
   const std::vector<P>& points() { return cloud()->points; }
-  bool Decode(const WirePacket& packet, std::uint16_t start = 0) {
+  bool Decode(const JuniqPacket& packet, std::uint16_t start = 0) {
     return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);
   }
   void Calibrate() { decoder.UpdateCheckParam(check.get()); }
 
-  Decoder<Cloud> decoder;
-  std::unique_ptr<Check> check;
-  std::vector<lidar::Error> errors;
+  lidar::DecoderJuniq<Cloud> decoder;
+  std::unique_ptr<lidar::OffsetCheckParam> check = std::make_unique<lidar::OffsetCheckParam>();
+  std::vector<std::uint32_t> errors;  // level in front of the code; level 1 costs one packet
   std::vector<std::shared_ptr<Cloud>> frames;
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;
 };
-
-template <typename P>
-using JuniqProbe = DecoderProbe<lidar::DecoderJuniq, lidar::OffsetCheckParam, P>;
 
 }  // namespace orliq::test

@@ -3,8 +3,8 @@
 
 #include <array>
 #include <cstddef>
-
-#include "support/WirePacket.h"
+#include <cstdint>
+#include <vector>
 
 namespace orliq::test {
 
@@ -21,42 +21,49 @@ struct JuniqReturn {
 
 constexpr JuniqReturn kMarker{0x7F, 0xBF};
 
-/// Writes a Juniq packet byte by byte, by the sensor's own table of offsets.
-class JuniqPacket : public WirePacket {
+/// Writes a Juniq packet byte by byte, by the sensor's own table of offsets. Needs no memory of its
+/// own.
+class JuniqPacket {
  public:
-  explicit JuniqPacket(const JuniqReturn& everywhere = {}) : WirePacket(1104) {
-    Identifier({0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
+  explicit JuniqPacket(const JuniqReturn& everywhere = {}) {
     for (std::size_t i = 0; i < 64; ++i) Block(i, everywhere);
     Time(2024, 2, 29, 23, 59, 58, 250000);
   }
 
+  /// The lowest `width` bytes of `value`, the least one first.
+  JuniqPacket& Put(std::size_t at, std::size_t width, unsigned value) {
+    for (std::size_t i = 0; i < width; ++i) {
+      bytes_.at(at + i) = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+    return *this;
+  }
   JuniqPacket& Block(std::size_t index, const JuniqReturn& r) {
     const std::size_t at = 25 + 16 * index;
     Put(at, 1, r.column).Put(at + 1, 1, r.row).Put(at + 2, 2, r.width_ref).Put(at + 4, 2, r.aux);
-    Put(at + 6, 3, r.tof).Put(at + 9, 3, r.peak).Put(at + 12, 3, r.width);
-    return *this;
+    return Put(at + 6, 3, r.tof).Put(at + 9, 3, r.peak).Put(at + 12, 3, r.width);
   }
   JuniqPacket& Time(unsigned year, unsigned month, unsigned day, unsigned hour, unsigned minute,
                     unsigned second, unsigned microsecond) {
     Put(1078, 3, microsecond).Put(1081, 2, year).Put(1083, 1, month).Put(1084, 1, day);
-    Put(1085, 1, hour).Put(1086, 1, minute).Put(1087, 1, second);
-    return *this;
+    return Put(1085, 1, hour).Put(1086, 1, minute).Second(second);
   }
-  JuniqPacket& Second(unsigned second) {
-    Put(1087, 1, second);
-    return *this;
-  }
+  JuniqPacket& Second(unsigned second) { return Put(1087, 1, second); }
   JuniqPacket& Imu(const std::array<int, 6>& w, unsigned stamp) {
     for (std::size_t i = 0; i < 6; ++i) Put(1065 + 2 * i, 2, static_cast<unsigned>(w[i]));
-    Put(1092, 3, stamp);
-    return *this;
+    return Put(1092, 3, stamp);
   }
   JuniqPacket& Header(unsigned word, unsigned temperature_a, unsigned temperature_b,
                       unsigned status) {
     Put(1059, 2, word).Put(1061, 2, temperature_a).Put(1063, 2, temperature_b);
-    Put(1077, 1, status);
-    return *this;
+    return Put(1077, 1, status);
   }
+
+  const std::uint8_t* data() const { return bytes_.data(); }
+  std::size_t size() const { return bytes_.size(); }
+  std::vector<std::uint8_t> payload() const { return {bytes_.begin(), bytes_.end()}; }
+
+ private:
+  std::array<std::uint8_t, 1104> bytes_ = {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 };
 
 }  // namespace orliq::test

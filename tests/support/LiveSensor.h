@@ -45,7 +45,7 @@ struct LiveSensor : Playback<P> {
     sender.Send(port, payload.data(), payload.size());
     if (++sent_ % 50 == 0) Settle();
   }
-  void Send(const WirePacket& packet, int count = 1) {
+  void Send(const JuniqPacket& packet, int count = 1) {
     for (int i = 0; i < count; ++i) Send(packet.payload());
   }
   /// Waits until the driver has taken everything from its socket.
