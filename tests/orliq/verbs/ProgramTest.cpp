@@ -43,7 +43,7 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"info room.pcap --model juniq --check-folder ''", 4, "an empty name is no folder"},
       {"info empty.pcap", 3, "holds no record"},
       {"play empty.pcap --model juniq", 3, "holds no record"},
-      {"play room.pcap --model juniq --source 10.0.0.1", 3, "leave --port and --source away"},
+      {"play room.pcap --model juniq --source 10.0.0.1", 3, "leave --source away"},
       {"play room.pcap --model juniq --port 9", 3, "port 2368 do: leave --port"},
       {"info room.pcap --model kelvane", 3, "try --model juniq"},
       {"simulate --model juniq", 2, "with --out or a receiver with --to"},
@@ -202,11 +202,11 @@ TEST_F(Captures, OfTwoSensorsAreToldApart) {
     ports.Record(packet).Record(From(packet, 201, 0x41));
   }
   const json alone = Play(plain, 0);
-  EXPECT_EQ(alone["senders"], json{"192.168.1.200"});
+  EXPECT_EQ(alone["senders"], json{"192.168.1.200:2368"});
   EXPECT_EQ(Play(mixed, 0)["senders"].size(), 2U);
-  EXPECT_THAT(outcome_.err, HasSubstr("192.168.1.200 and 192.168.1.201 send to port 2368"));
+  EXPECT_THAT(outcome_.err, HasSubstr("192.168.1.200:2368 and 192.168.1.201:2368 send"));
   const json chosen = Play(mixed, 0, "--source 192.168.1.201");
-  EXPECT_EQ(chosen["senders"], json{"192.168.1.201"});
+  EXPECT_EQ(chosen["senders"], json{"192.168.1.201:2368"});
   EXPECT_EQ(chosen["points_per_frame"], alone["points_per_frame"]);
   EXPECT_EQ(chosen["non_zero_points"], alone["non_zero_points"]);
   Play(ports, 2);

@@ -32,6 +32,8 @@ std::string Resolve(const std::string& host, const std::string& value) {
   addrinfo wanted = {};
   wanted.ai_family = AF_INET;
   wanted.ai_socktype = SOCK_DGRAM;
+  // An address with a slip in it is not a name to ask the network for.
+  if (host.find_first_not_of("0123456789.") == std::string::npos) wanted.ai_flags = AI_NUMERICHOST;
   addrinfo* list = nullptr;
   const int fault = ::getaddrinfo(host.c_str(), nullptr, &wanted, &list);
   if (fault != 0) {
