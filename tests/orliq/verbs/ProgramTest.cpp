@@ -110,7 +110,7 @@ TEST_F(Program, LeavesNothingBehindWhenTheDiskRefusesTheRest) {
   };
   const auto before = files();
   const std::tuple<std::string, std::string, std::string> rows[] = {
-      {"200", "simulate --out new.pcap --check-folder new", "new/azimuth.csv"},
+      {"200", "simulate --to 127.0.0.1:9 --frames 1 --check-folder new", "new/azimuth.csv"},
       {"1200", "simulate --out new.pcap --check-folder room", "new.pcap"},
       {"1200", "play room.pcap --frames 0:1 --out new.ply", "new.ply"}};
   for (const auto& [limit, verb, file] : rows) {  // 100 kB and 600 kB for a file

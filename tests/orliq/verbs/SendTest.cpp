@@ -153,6 +153,22 @@ TEST_F(Send, SimulateReplacesOnlyWhatASimulationWrote) {
   EXPECT_NE(table("a/offset.csv"), line);
   std::filesystem::remove(dir_ / "a/simulated.txt");
   ExpectRefusal({verb + "4", 4, "which no simulation wrote"});
+
+  const std::string azimuth = table("a/azimuth.csv");
+  dir_.Write("a/azimuth.csv.bak", azimuth);
+  dir_.Write("a/unfinished.tmp", line);
+  EXPECT_EQ(Run(verb + "5 --force", "ulimit -f 1200;").code, 4);
+  EXPECT_EQ(table("a/azimuth.csv"), azimuth) << "the older capture keeps its tables";
+  const auto two =
+      ExpectRefusal({"play a.pcap --model juniq --check-folder a", 4, "a/azimuth.csv "});
+  EXPECT_THAT(two.err, HasSubstr("a/azimuth.csv.bak"));
+  EXPECT_EQ(Run(verb + "5 --force").code, 0);
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "a/azimuth.csv.bak")) << "a table of another unit";
+  EXPECT_EQ(table("a/unfinished.tmp"), line);
+  const std::string inside = "simulate --model juniq --frames 1 --check-folder b/ --out b/";
+  ExpectRefusal({inside + "offset.pcap", 4, "no name for a capture"});
+  EXPECT_EQ(Run(inside + "c.pcap").code, 0);
+  EXPECT_EQ(Run(inside + "c.pcap").code, 0) << "the capture is no other file";
 }
 
 TEST_F(Send, HelpFitsATerminalOf80Columns) {
@@ -200,6 +216,9 @@ TEST_F(Send, RefusesWhatCannotBeSentAndSaysWhy) {
   const test::Refusal rows[] = {
       {"simulate --model juniq", 2, "with --out or a receiver with --to"},
       {"simulate --model juniq --out x", 2, "--out needs --check-folder"},
+      {"simulate --model juniq --to localhost:9 --check-folder ''", 4,
+       "an empty name is no folder"},
+      {"simulate --model juniq --to localhost:9 --out ''", 4, "an empty name is no file"},
       {"simulate --model juniq --to localhost", 2, "such as 127.0.0.1:2368"},
       {"simulate --model juniq --to 127.0.0.1:9 --port 9", 2, "--port requires --out"},
       {"simulate --model juniq --out x --check-folder y --burst 2", 2, "--burst requires --to"},
