@@ -81,7 +81,10 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
       "simulate --model juniq --frames 1 --rate 1 --seed 3 --json --drop 0.1 --swap 0.1 "
       "--duplicate 0.1 --wrong-length 0.1 --wrong-identifier 0.1 --foreign 0.1";
   const json written = json::parse(Run(options + " --out a.pcap --check-folder a").out);
-  const auto outcome = RunAndReceive(options + " --check-folder b --start-time 1700000000");
+  const auto outcome =
+      RunAndReceive(options + " --check-folder b --start-time 1700000000", "", [&](std::size_t) {
+        EXPECT_TRUE(std::filesystem::exists(dir_ / "b/weight.csv")) << "before the first packet";
+      });
   ASSERT_EQ(outcome.code, 0) << outcome.err;
   const json sent = json::parse(outcome.out);
   EXPECT_EQ(received, Recorded("a.pcap"));

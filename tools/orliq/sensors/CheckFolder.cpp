@@ -93,8 +93,9 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
 std::string CheckFolderFault(const Model& model, const std::string& folder,
                              const CheckFolderReport& report) {
   std::string text = "the check folder " + (folder.empty() ? "\"\"" : folder);
-  text += report.loaded ? " does not give each table once to " : " does not load for ";
-  text += std::string(model.name) + ':';
+  const std::string name(model.name);
+  text += report.loaded ? " does not give " + name + " each table once:"
+                        : " does not load for " + name + ':';
   for (const std::string& remark : report.remarks) text += "\n  " + remark;
   return text;
 }

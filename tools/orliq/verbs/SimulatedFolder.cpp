@@ -123,12 +123,14 @@ void RemoveOtherTables(const std::string& folder, const Checksums& fresh) {
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename().string();
-    const bool is_table = !TableWordIn(name).empty() && entry.is_regular_file(error);
+    std::error_code ignored;  // a link to nothing is no table
+    const bool is_table = !TableWordIn(name).empty() && entry.is_regular_file(ignored);
     if (is_table && fresh.count(name) == 0) others.push_back(entry.path());
   }
+  if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
   for (const fs::path& path : others) {
-    if (!fs::remove(path, error))
-      ThrowFault("cannot remove " + path.string() + ": " + error.message());
+    fs::remove(path, error);
+    if (error) ThrowFault("cannot remove " + path.string() + ": " + error.message());
   }
 }
 
