@@ -41,6 +41,8 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"info room.pcap --model juniq --check-folder four", 4, "the weight table needs 4"},
       {"play room.pcap --model juniq --check-folder ''", 4, "an empty name is no folder"},
       {"info room.pcap --model juniq --check-folder ''", 4, "an empty name is no folder"},
+      {"simulate --model juniq --to localhost:9 --check-folder ''", 4, "name is no folder"},
+      {"simulate --model juniq --to localhost:9 --out ''", 4, "an empty name is no file"},
       {"info empty.pcap", 3, "holds no record"},
       {"play empty.pcap --model juniq", 3, "holds no record"},
       {"play room.pcap --model juniq --source 10.0.0.1", 3, "leave --source away"},
@@ -93,7 +95,7 @@ TEST_F(Program, LeavesNothingBehindWhenTheDiskRefusesTheRest) {
   Simulate("--frames 1");
   const auto before = dir_.Files();
   const std::tuple<std::string, std::string, std::string> rows[] = {
-      {"200", "simulate --out new.pcap --check-folder new", "new/azimuth.csv"},
+      {"200", "simulate --to 127.0.0.1:9 --frames 1 --check-folder new", "new/azimuth.csv"},
       {"1200", "simulate --out new.pcap --check-folder room", "new.pcap"},
       {"1200", "play room.pcap --frames 0:1 --out new.ply", "new.ply"}};
   for (const auto& [limit, verb, file] : rows) {  // 100 kB and 600 kB for a file

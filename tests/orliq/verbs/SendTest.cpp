@@ -31,6 +31,7 @@ class Send : public test::Program {
       while (!last_look) {
         last_look = !sending;
         while (auto datagram = socket.Receive(std::chrono::milliseconds(last_look ? 0 : 20))) {
+          if (received.empty()) tables_first = std::filesystem::exists(dir_ / "b/weight.csv");
           received.push_back(std::move(*datagram));
           if (received.size() == interrupted_at) Signal(SIGINT);
         }
@@ -58,6 +59,7 @@ class Send : public test::Program {
   }
 
   std::vector<Bytes> received;
+  bool tables_first = false;  // folder b was written before the first datagram came
 };
 
 TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
@@ -66,6 +68,7 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
       "--duplicate 0.1 --wrong-length 0.1 --wrong-identifier 0.1 --foreign 0.1";
   const json written = RunJson(options + " --out a.pcap --check-folder a");
   const json sent = RunAndReceive(options + " --check-folder b --start-time 1700000000", 0);
+  EXPECT_TRUE(tables_first);
   EXPECT_EQ(received, Recorded("a.pcap"));
   EXPECT_EQ(written["packets_written"], received.size());
   EXPECT_EQ(sent["faults"], written["faults"]);
@@ -118,6 +121,22 @@ TEST_F(Send, SimulateReplacesOnlyWhatASimulationWrote) {
   EXPECT_NE(dir_.Read("a/offset.csv"), line);
   std::filesystem::remove(dir_ / "a/simulated.txt");
   ExpectRefusal({verb + "4", 4, "which no simulation wrote"});
+
+  const std::string azimuth = dir_.Read("a/azimuth.csv");
+  dir_.Write("a/azimuth.csv.bak", azimuth);
+  dir_.Write("a/unfinished.tmp", line);
+  EXPECT_EQ(Run(verb + "5 --force", "ulimit -f 1200;").code, 4);
+  EXPECT_EQ(dir_.Read("a/azimuth.csv"), azimuth) << "the older capture keeps its tables";
+  const auto two =
+      ExpectRefusal({"play a.pcap --model juniq --check-folder a", 4, "a/azimuth.csv "});
+  EXPECT_THAT(two.err, HasSubstr("a/azimuth.csv.bak"));
+  EXPECT_EQ(Run(verb + "5 --force").code, 0);
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "a/azimuth.csv.bak")) << "a table of another unit";
+  EXPECT_EQ(dir_.Read("a/unfinished.tmp"), line);
+  const std::string inside = "simulate --model juniq --frames 1 --check-folder b/ --out b/";
+  ExpectRefusal({inside + "offset.pcap", 4, "no name for a capture"});
+  EXPECT_EQ(Run(inside + "c.pcap").code, 0);
+  EXPECT_EQ(Run(inside + "c.pcap").code, 0) << "the capture is no other file";
 }
 
 TEST_F(Send, HelpFitsATerminalOf80Columns) {

@@ -44,22 +44,25 @@ std::string WhyDoubtful(const std::string& other, const TableLoad& file) {
          " table: remove the one that is not wanted";
 }
 
-/// Remarks on one table; whether a file gives it.
+/// Remarks on one table; whether one file gives it. Of two, the order of the folder's listing decides.
 bool ExamineTable(const std::string& table, const std::vector<TableLoad>& files,
                   std::vector<std::string>& remarks) {
   std::string accepted;
   bool seen = false;
+  bool doubtful = false;
   for (const TableLoad& file : files) {
     if (file.table != table) continue;
     seen = true;
     if (!file.accepted) remarks.push_back(WhyRefused(file));
-    if (file.accepted && !accepted.empty()) {
+    if (!file.accepted) continue;
+    if (!accepted.empty()) {
+      doubtful = true;
       remarks.push_back(WhyDoubtful(accepted, file));
     }
-    if (file.accepted) accepted = file.path;
+    accepted = file.path;
   }
   if (!seen) remarks.push_back("there is no " + table + " table (no file name holds that word)");
-  return !accepted.empty();
+  return !accepted.empty() && !doubtful;
 }
 
 }  // namespace
@@ -90,8 +93,9 @@ CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& fold
 std::string CheckFolderFault(const Model& model, const std::string& folder,
                              const CheckFolderReport& report) {
   std::string text = "the check folder " + (folder.empty() ? "\"\"" : folder);
-  text += report.loaded ? " does not give all tables of " : " does not load for ";
-  text += std::string(model.name) + ':';
+  const std::string name(model.name);
+  text += report.loaded ? " does not give " + name + " each table once:"
+                        : " does not load for " + name + ':';
   for (const std::string& remark : report.remarks) text += "\n  " + remark;
   return text;
 }

@@ -13,7 +13,7 @@ namespace orliq::cli {
 /// What became of a folder of calibration tables, for the user.
 struct CheckFolderReport {
   bool loaded = false;               ///< the driver will use the tables
-  bool complete = false;             ///< and none of them stays zero
+  bool complete = false;             ///< and each of them comes from one file
   std::vector<std::string> remarks;  ///< a sentence for each table that is missing or doubtful
 };
 
@@ -25,7 +25,8 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
                              const CheckFolderReport& report);
 
 /// Points without calibration are worth nothing: throws Failure when a table of the folder does not
-/// load, also for an empty name, and remarks on a folder that was not named or has doubtful tables.
+/// load or two files give it, also for an empty name, and remarks on a folder that was not named or
+/// has files of no use.
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
                         const Console& console);
 

@@ -36,7 +36,7 @@ class Simulation {
         console_(console),
         faults_(options.faults, options.sensor.seed, sensor.PacketsPerFrame()) {
     if (!options_.transmission.to.empty()) transmission_.emplace(options_.transmission, console);
-    if (!options_.out.empty()) OpenCapture();
+    if (options_.out) OpenCapture(*options_.out);
   }
 
   /// Until the last frame, or until the user ends it, which leaves a complete capture too.
@@ -80,14 +80,14 @@ class Simulation {
            (options_.sensor.frame_rate_hz * static_cast<double>(sensor_.PacketsPerFrame()));
   }
 
-  void OpenCapture() {
-    if (!options_.force) RequireNoOtherFile(options_.out);
+  void OpenCapture(const std::string& path) {
+    if (!options_.force) RequireNoOtherFile(path);
     sim::UdpFlow flow;
     flow.destination_port = options_.port;
     std::string error;
-    MakeFolder(std::filesystem::path(options_.out).parent_path());
-    capture_ = sim::PcapWriter::Create(options_.out, flow, error);
-    if (!capture_) ThrowFileFault("cannot write " + options_.out + ": " + error);
+    MakeFolder(std::filesystem::path(path).parent_path());
+    capture_ = sim::PcapWriter::Create(path, flow, error);
+    if (!capture_) ThrowFileFault("cannot write " + path + ": " + error);
   }
 
   void TakeFrame(std::vector<sim::Packet>& packets) {
@@ -110,7 +110,7 @@ class Simulation {
       if (capture_) {
         if (!capture_->Write(packet.payload, packet.time_s)) {
           const std::string reason = std::generic_category().message(errno);
-          ThrowFileFault("cannot write " + options_.out + ": " + reason);
+          ThrowFileFault("cannot write " + *options_.out + ": " + reason);
         }
         ++written_;
       }
@@ -161,8 +161,8 @@ Report Simulation::MakeReport() const {
   report.Add("packets_dropped", "", faults_.Counts()[PacketFault::kLost], "");
   if (capture_) AddCapture(report);
   if (transmission_) transmission_->Add(report);
-  if (!options_.check_folder.empty()) {
-    report.Add("check_folder", "Check folder", options_.check_folder, options_.check_folder);
+  if (options_.check_folder) {
+    report.Add("check_folder", "Check folder", *options_.check_folder, *options_.check_folder);
   }
   AddFaults(report);
   return report;
@@ -170,12 +170,12 @@ Report Simulation::MakeReport() const {
 
 void Simulation::AddCapture(Report& report) const {
   std::error_code ignored;
-  const auto bytes = std::filesystem::file_size(options_.out, ignored);
+  const auto bytes = std::filesystem::file_size(*options_.out, ignored);
   report.Add("packets_written", "Packets", written_,
              Grouped(written_) + " written, " + Grouped(faults_.Counts()[PacketFault::kLost]) +
                  " dropped");
   report.Add("port", "UDP port", options_.port, std::to_string(options_.port));
-  report.Add("capture", "Capture", options_.out, options_.out + ", " + Megabytes(bytes));
+  report.Add("capture", "Capture", *options_.out, *options_.out + ", " + Megabytes(bytes));
   report.Add("capture_bytes", "", bytes, "");
 }
 
@@ -209,11 +209,17 @@ ExitCode Run(SimulateOptions options, Console& console) {
   const auto sensor = sim::MakeSensor(options.model, options.sensor);
   if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
   CatchInterrupts();
-  Simulation simulation(options, *sensor, console);
-  if (!options.check_folder.empty()) {
-    WriteSimulatedFolder(*sensor, options.check_folder, options.force);
+  std::optional<SimulatedFolder> tables;
+  if (options.check_folder) {
+    tables.emplace(*sensor, *options.check_folder, options.out.value_or(""), options.force);
   }
+  Simulation simulation(options, *sensor, console);
+  // A receiver needs the tables from the first packet on. An older capture keeps its own until the
+  // new one stands in its place.
+  const bool sends = !options.transmission.to.empty();
+  if (tables && sends) tables->Write();
   simulation.Run(*scene);
+  if (tables && !sends) tables->Write();
   console.Print(simulation.MakeReport());
   simulation.RequireAllSent();
   simulation.RequireAllFrames();

@@ -46,6 +46,22 @@ void AddFaults(CLI::App& command, SimulateOptions& options) {
       ->group(group);
 }
 
+/// Keeps an empty name apart from none.
+CLI::Option* AddName(CLI::App& command, const char* option, std::optional<std::string>& name,
+                     const char* text) {
+  return command.add_option_function<std::string>(
+      option, [&name](const std::string& given) { name = given; }, text);
+}
+
+void RequireNames(const SimulateOptions& options) {
+  if (options.out && options.out->empty()) {
+    throw Failure(ExitCode::kFileFault, "--out: an empty name is no file");
+  }
+  if (options.check_folder && options.check_folder->empty()) {
+    throw Failure(ExitCode::kFileFault, "--check-folder: an empty name is no folder");
+  }
+}
+
 }  // namespace
 
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
@@ -60,10 +76,10 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
       .add_option("--frames", options.frames,
                   "frames to simulate; without it 20 for --out alone, with --to until Ctrl-C")
       ->check(Within(1, 1000000));
-  CLI::Option* const out = command.add_option("--out", options.out, "capture file to write");
-  command.add_option("--check-folder", options.check_folder,
-                     "folder to write the sensor's calibration to, which play and live read; "
-                     "--out needs one");
+  CLI::Option* const out = AddName(command, "--out", options.out, "capture file to write");
+  AddName(command, "--check-folder", options.check_folder,
+          "folder to write the sensor's calibration to, which play and live read; "
+          "--out needs one");
   command.add_flag("--force", options.force,
                    "let --out and --check-folder replace what no simulation wrote");
   command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
@@ -89,15 +105,16 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
 
 void CompleteSimulateOptions(SimulateOptions& options) {
   const bool sends = !options.transmission.to.empty();
-  if (options.out.empty() && !sends) {
+  RequireNames(options);
+  if (!options.out && !sends) {
     throw Failure(ExitCode::kUsage,
                   "where shall the packets go? Name a file with --out or a receiver with --to");
   }
-  if (!options.out.empty() && options.check_folder.empty()) {
+  if (options.out && !options.check_folder) {
     throw Failure(ExitCode::kUsage,
                   "--out needs --check-folder: without its calibration a capture has no points");
   }
-  const std::string word = TableWordIn(options.check_folder);
+  const std::string word = TableWordIn(options.check_folder.value_or(""));
   if (!word.empty()) {
     throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
                                         "\", by which a calibration table is recognised");
@@ -105,7 +122,7 @@ void CompleteSimulateOptions(SimulateOptions& options) {
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
   options.sensor.radius_filter = !options.no_radius_filter;
   // A capture is to be the same each time; a sensor that is received lives now.
-  if (options.out.empty()) options.sensor.start_time_s = Now();
+  if (!options.out) options.sensor.start_time_s = Now();
   if (options.start_time_s) options.sensor.start_time_s = *options.start_time_s;
 }
 

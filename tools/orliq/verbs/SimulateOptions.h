@@ -17,8 +17,8 @@ struct SimulateOptions {
   std::string model;
   std::string scene = "boxes";
   std::optional<std::uint64_t> frames;  ///< none: until the user ends it
-  std::string out;
-  std::string check_folder;
+  std::optional<std::string> out;
+  std::optional<std::string> check_folder;
   std::uint16_t port = 2368;  ///< of the capture's packets
   TransmissionOptions transmission;
   sim::SensorOptions sensor;

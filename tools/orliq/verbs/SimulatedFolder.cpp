@@ -8,8 +8,11 @@
 #include <map>
 #include <sstream>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "orliq/clouds/CloudWriter.h"
+#include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/AtomicFile.h"
 #include "orliq/terminal/ExitCode.h"
 #include "simulator/sensors/CheckFolder.h"
@@ -21,7 +24,6 @@ namespace fs = std::filesystem;
 
 constexpr char kList[] = "simulated.txt";
 constexpr char kListTitle[] = "Written by orliq simulate, which may replace these files:";
-constexpr char kUnfinished[] = "unfinished.tmp";  // what a killed simulation leaves
 
 [[noreturn]] void ThrowFault(const std::string& sentence) {
   throw Failure(ExitCode::kFileFault, sentence);
@@ -48,6 +50,23 @@ std::string Content(const fs::path& path) {
 }
 
 using Checksums = std::map<std::string, std::string>;  // by file name
+
+fs::path Resolved(const fs::path& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  return fs::weakly_canonical(absolute, error);
+}
+
+/// The name of a capture that is written to the folder too. It must not be taken for a table.
+std::string CaptureNameIn(const std::string& folder, const std::string& capture) {
+  const fs::path name = fs::path(capture).filename();
+  if (capture.empty() || Resolved(folder / name) != Resolved(capture)) return {};
+  if (name == kList || !TableWordIn(name.string()).empty()) {
+    ThrowFault("in the check folder " + name.string() +
+               " is no name for a capture: write it to another folder, or choose another name");
+  }
+  return name.string();
+}
 
 /// Of the tables that the sensor writes now.
 Checksums FreshTables(const sim::Sensor& sensor) {
@@ -76,13 +95,16 @@ void WriteList(const fs::path& path, const Checksums& sums) {
   file.Commit();
 }
 
-/// Refuses a folder with anything that neither is listed as written nor equals what will be.
-void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
+/// Refuses a folder with anything that neither is listed as written nor equals what will be, and is
+/// not the capture either.
+void RequireOwnFiles(const std::string& folder, const std::string& capture,
+                     const Checksums& fresh) {
   const Checksums listed = ReadList(fs::path(folder) / kList);
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename().string();
-    if ((name == kList && !listed.empty()) || name == kUnfinished) continue;
+    if ((name == kList && !listed.empty()) || name.rfind(sim::kUnfinished, 0) == 0) continue;
+    if (!capture.empty() && (name == capture || name == capture + ".part")) continue;
     const bool plain = entry.is_regular_file(error);
     const std::string sum = plain ? Checksum(Content(entry.path())) : std::string();
     const auto is_in = [&](const Checksums& sums) {
@@ -95,16 +117,41 @@ void RequireOwnFiles(const std::string& folder, const Checksums& fresh) {
   if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
 }
 
+/// Any file with a table's word in its name may be read in place of the table just written.
+void RemoveOtherTables(const std::string& folder, const Checksums& fresh) {
+  std::vector<fs::path> others;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    const std::string name = entry.path().filename().string();
+    std::error_code ignored;  // a link to nothing is no table
+    const bool is_table = !TableWordIn(name).empty() && entry.is_regular_file(ignored);
+    if (is_table && fresh.count(name) == 0) others.push_back(entry.path());
+  }
+  if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
+  for (const fs::path& path : others) {
+    fs::remove(path, error);
+    if (error) ThrowFault("cannot remove " + path.string() + ": " + error.message());
+  }
+}
+
 }  // namespace
 
-void WriteSimulatedFolder(const sim::Sensor& sensor, const std::string& folder, bool force) {
-  const Checksums fresh = FreshTables(sensor);
-  MakeFolder(folder);
+SimulatedFolder::SimulatedFolder(const sim::Sensor& sensor, std::string folder,
+                                 const std::string& capture, bool force)
+    : sensor_(sensor), folder_(std::move(folder)), force_(force) {
+  const std::string capture_here = CaptureNameIn(folder_, capture);
+  MakeFolder(folder_);
+  const Checksums fresh = FreshTables(sensor_);
+  if (!force_ && !fresh.empty()) RequireOwnFiles(folder_, capture_here, fresh);
+}
+
+void SimulatedFolder::Write() const {
+  const Checksums fresh = FreshTables(sensor_);
   if (fresh.empty()) return;
-  if (!force) RequireOwnFiles(folder, fresh);
   std::string error;
-  if (!sensor.WriteCheckFolder(folder, error)) ThrowFault(error);
-  WriteList(fs::path(folder) / kList, fresh);
+  if (!sensor_.WriteCheckFolder(folder_, error)) ThrowFault(error);
+  if (force_) RemoveOtherTables(folder_, fresh);
+  WriteList(fs::path(folder_) / kList, fresh);
 }
 
 }  // namespace orliq::cli

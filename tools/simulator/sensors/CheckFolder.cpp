@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/sensors/CheckFolder.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -20,7 +22,7 @@ void AppendNumber(std::string& text, float value) {
 
 bool WriteWhole(const fs::path& path, const std::string& text, std::string& error) {
   // The name of the half-written file holds no table's word: left behind by a crash, it is ignored.
-  const fs::path part = path.parent_path() / "unfinished.tmp";
+  const fs::path part = path.parent_path() / (kUnfinished + std::to_string(::getpid()));
   std::ofstream file(part, std::ios::binary | std::ios::trunc);
   file << text;
   file.close();

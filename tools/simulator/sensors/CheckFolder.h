@@ -16,6 +16,9 @@ struct CheckTable {
   bool labelled = false;      ///< each line begins with a label field: the word and a line number
 };
 
+/// How the names of half-written files begin, which a killed process leaves; its id follows.
+constexpr char kUnfinished[] = ".unfinished.";
+
 /// The name of the file that holds the table, and all of its text.
 std::string TableFileName(const CheckTable& table);
 std::string TableText(const CheckTable& table);
