@@ -155,6 +155,12 @@ TEST_F(Receiving, EndsWithTheTableOnASignalAndTellsWhatWasRefused) {
   EXPECT_EQ(live.code, 5);
   EXPECT_THAT(live.out, HasSubstr("1 of wrong length (0x41), 1 with wrong identifier (0x42)"));
   EXPECT_THAT(live.out, HasSubstr("1 pcd file in f"));
+  Listen("live --model juniq --out g --check-folder " + sensor.check_folder, "ulimit -f 800;");
+  ASSERT_TRUE(test::SendAll(sensor.packets, port_));
+  const auto place = [&] { return Text("err").find("frame_000001.pcd: File too large"); };
+  ASSERT_TRUE(test::Eventually([&] { return place() != std::string::npos; })) << "while it runs";
+  EXPECT_THAT(Finish(SIGTERM).out, HasSubstr("0 frames for a slow disk, 1 for faults"));
+  EXPECT_EQ(Text("err").rfind("File too large"), Text("err").find("File too large")) << "once";
 }
 
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
@@ -163,11 +169,15 @@ TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
   const std::string port = " --port " + std::to_string(port_);
   const test::Refusal rows[] = {
       {"live --model juniq --wait 0.1", 3, "another socket has port"},
-      {"live --model juniq --source 0.0.0.0", 2, "nobody's address"},
+      {"live --model juniq --source 0.0.0.0", 2, "must be an IPv4 address of a host"},
+      {"live --model juniq --source ''", 2, "must be an IPv4 address of a host"},
+      {"live --model juniq --out ''", 2, "an empty name"},
+      {"record --out ''", 2, "an empty name"},
       {"record --out taken", 4, "taken is there already and is no capture file"},
       {"live --model juniq --duration 0.1", 3, "nothing arrived at 0.0.0.0:"},
       {"live --model juniq --address 203.0.113.7", 4, "203.0.113.7 is no address of this machine"},
       {"live --model juniq --out x.ply", 2, "add --frames 1"},
+      {"live --model juniq --wait 0.1 --out /proc", 4, "cannot write /proc/frame_000000.pcd"},
       {"live --model juniq --address sensor", 2, "--address"},
       {"record --out r.pcap", 4, "another program holds UDP port"},
       {"record --out /dev/full", 4, "holds UDP port"},
