@@ -3,8 +3,9 @@
 #include <iostream>
 
 int main(int argc, char** argv) {
-  const long port = argc == 3 ? std::strtol(argv[1], nullptr, 10) : 0;
-  if (port < 1 || port > 65535) {
+  char* rest = nullptr;
+  const long port = argc == 3 ? std::strtol(argv[1], &rest, 10) : 0;
+  if (port < 1 || port > 65535 || *rest != '\0') {
     std::cerr << "usage: live PORT CHECK_FOLDER\n";
     return 2;
   }

@@ -44,9 +44,13 @@ ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& 
     return ExitCode::kDone;
   }
   const auto verbs = app.get_subcommands();
-  if (verbs.empty() && !app.remaining().empty()) {
+  const auto words = app.remaining();
+  const auto word = std::find_if(words.begin(), words.end(), [](const std::string& text) {
+    return text.rfind('-', 0) != 0;  // no option, such as --json
+  });
+  if (verbs.empty() && word != words.end()) {
     return Fail(console, "orliq", ExitCode::kUsage,
-                "there is no verb " + app.remaining().front() + ": use " + kVerbNames);
+                "there is no verb " + *word + ": use " + kVerbNames);
   }
   const std::string command = verbs.empty() ? "orliq" : "orliq " + verbs.front()->get_name();
   std::string sentence = verbs.empty() ? std::string("name a verb: ") + kVerbNames : error.what();

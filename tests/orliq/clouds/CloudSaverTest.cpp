@@ -7,6 +7,7 @@
 
 #include "orliq/clouds/CloudPool.h"
 #include "orliq/clouds/PointSpread.h"
+#include "orliq/verbs/LiveTally.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {
@@ -44,6 +45,9 @@ TEST(CloudSaver, GoesOnAfterACloudThatCannotBeWritten) {
   EXPECT_EQ(saver.Found().faults, 1U);
   EXPECT_NE(saver.Found().first_fault.find("frame_000001.pcd"), std::string::npos);
   EXPECT_EQ(saver.Writer().Files(), 2U);
+  LiveCounts counts;
+  counts.not_written = {2, saver.Found().faults, ""};
+  EXPECT_NE(LiveStatusText({}, counts, 1.0).find(" unwritten:3 "), std::string::npos);
 }
 
 TEST(PointSpread, IsExactForFramesInAnyOrder) {

@@ -68,11 +68,12 @@ std::string TargetText(const std::filesystem::path& path, const std::string& for
 TEST(CloudWriter, TakesANameForAFileOnlyWhenItsEndingIsAFormat) {
   const test::TempDir dir;
   std::filesystem::create_directory(dir / "run.2024");
+  dir.Write("there.ply", "old");
   const std::tuple<std::string, std::string, std::string> rows[] = {
       {"frames", "", "folder pcd"}, {"frames", "csv", "folder csv"}, {"a.PCD", "", "file pcd"},
       {"a.ply", "ply", "file ply"}, {"a.ply", "pcd", "2"},           {"a.las", "pcd", "2"},
       {"a.las/", "", "folder pcd"}, {"run.2024", "", "folder pcd"},  {"run.2025", "", "2"},
-      {"a.ply/", "", "folder pcd"},
+      {"a.ply/", "", "folder pcd"}, {"there.ply", "", "4"},
   };
   for (const auto& [name, format, expected] : rows) {
     EXPECT_EQ(TargetText(dir / name, format), expected) << name << ' ' << format;

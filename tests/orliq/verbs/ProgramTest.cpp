@@ -23,6 +23,8 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   dir_.Write("four/weight.csv", "a,1\n");
   CaptureBuilder().Write(dir_ / "empty.pcap");
   const test::Refusal rows[] = {
+      {"--quiet", 2, "name a verb"},
+      {"--quiet robin", 2, "there is no verb robin"},
       {"play room.pcap --model robin", 2, "use juniq"},
       {"play room.pcap --model glavor", 2, "cannot decode glavor yet"},
       {"play room.pcap --model juniq --frames 0:1x", 2, "write A:B"},
@@ -31,7 +33,8 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"play room.pcap --model juniq --min-distance nan", 2, "finite"},
       {"play room.pcap --model juniq --min-azimuth 5 --max-azimuth -5", 2, "--min-azimuth"},
       {"play room.pcap --model juniq --out x.las", 2, "only as .pcd, .ply or .csv"},
-      {"play room.pcap --model juniq --source sensor", 2, "such as 192.168.1.200"},
+      {"play room.pcap --model juniq --source ''", 2, "such as 192.168.1.200"},
+      {"info room.pcap --source ''", 2, "such as 192.168.1.200"},
       {"info room.pcap --check-folder room", 2, "needs --model"},
       {"info room", 4, "not a regular file"},
       {"info room/azimuth.csv", 4, "it is no capture file"},
@@ -86,7 +89,7 @@ TEST_F(Program, PlaysWhatItSimulatesWithEveryPointType) {
   const std::pair<std::string, std::size_t> types[] = {
       {"point", 16}, {"point-time", 24}, {"point-source", 37}, {"juniq", 36}};
   for (const auto& [type, bytes] : types) {
-    RunJson("play room.pcap --model juniq --frames 1:2 --out c.ply --point " + type);
+    RunJson("play room.pcap --model juniq --frames 1:2 --force --out c.ply --point " + type);
     EXPECT_LT(std::filesystem::file_size(dir_ / "c.ply") - 49152 * bytes, 600U) << "the header";
   }
 }
@@ -190,7 +193,7 @@ TEST_F(Captures, GiveOnlyWholeFramesUnlessTheOthersAreAskedFor) {
   Play(capture, 4, "--out f");
   EXPECT_EQ(Play(capture, 0, "--out f --force --partial")["files_written"], 4);
   EXPECT_EQ(Play(capture, 0, "--frames :2 --out one.ply")["files_written"], 1);
-  Play(capture, 2, "--frames :3 --out one.ply");
+  Play(capture, 2, "--frames :3 --out two.ply");
   EXPECT_THAT(outcome_.err, HasSubstr("choose one frame with --frames 1:2"));
   Play(capture, 3, "--frames 0:1");
   EXPECT_THAT(outcome_.err, HasSubstr("--partial keeps"));

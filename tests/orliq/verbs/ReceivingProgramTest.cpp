@@ -122,15 +122,29 @@ TEST_F(Receiving, StopsAtTheLimitsOfARecording) {
   }
 }
 
+TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWrite) {
+  Listen("live --out g" + tables_, "ulimit -f 800;");
+  ASSERT_TRUE(test::SendAll(Sensor().packets, port_));
+  const std::string told = "frame_000001.pcd: File too large";
+  ASSERT_TRUE(test::Eventually([&] { return dir_.Read("err").find(told) != std::string::npos; }));
+  EXPECT_THAT(Finish(SIGTERM).out, HasSubstr("0 frames for a slow disk, 1 for faults"));
+  const std::string err = dir_.Read("err");
+  EXPECT_EQ(err.rfind("File too large"), err.find("File too large")) << "once";
+}
+
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
   const UdpReceiver other("127.0.0.1", port_, UdpReceiver::Sharing::kShared);
   dir_.Write("taken", "a letter");
   const test::Refusal rows[] = {
       {"live --model juniq --wait 0.1", 3, "another socket has port"},
-      {"live --model juniq --source 0.0.0.0", 2, "nobody's address"},
+      {"live --model juniq --source 0.0.0.0", 2, "must be an IPv4 address of a host"},
+      {"live --model juniq --source ''", 2, "must be an IPv4 address of a host"},
+      {"live --model juniq --out ''", 2, "an empty name"},
+      {"record --out ''", 2, "an empty name"},
       {"live --model juniq --duration 0.1", 3, "nothing arrived at 0.0.0.0:"},
       {"live --model juniq --address 203.0.113.7", 4, "203.0.113.7 is no address of this machine"},
       {"live --model juniq --out x.ply", 2, "add --frames 1"},
+      {"live --model juniq --wait 0.1 --out /proc", 4, "cannot write /proc/frame_000000.pcd"},
       {"record --out taken", 4, "taken is there already and is no capture file"},
       {"record --out r.pcap", 4, "another program holds UDP port"},
       {"record --address 127.0.0.2 --wait 0.1 --out r.pcap", 3, "nothing arrived at 127.0.0.2:"},

@@ -40,12 +40,14 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_option_function<std::string>(
       "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
       "folder to read the sensor's calibration from");
-  command.add_option("--out", options.out, "folder for one file per frame, or one file");
+  command.add_option("--out", options.out, "folder for one file per frame, or one file")
+      ->check(NotEmpty());
   command
       .add_option("--format", options.format,
                   "format of the files; without it by the ending of --out, or pcd")
       ->check(CLI::IsMember({"pcd", "ply", "csv"}));
-  command.add_flag("--force", options.force, "replace frames of an earlier run in the folder");
+  command.add_flag("--force", options.force,
+                   "replace the file, or frames of an earlier run in the folder");
   command
       .add_option("--point", options.point,
                   "what a point holds: x, y, z [m], intensity and ring; point-time adds the time "

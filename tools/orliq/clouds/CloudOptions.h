@@ -17,7 +17,7 @@ struct CloudOptions {
   std::optional<std::string> check_folder;
   std::string out;
   std::string format;
-  bool force = false;  ///< replaces frames of an earlier run
+  bool force = false;  ///< replaces the file or frames of an earlier run
   std::string point = "point";
   std::vector<float> transform;  ///< empty or x, y, z [m], roll, pitch, yaw [deg]
   lidar::DecoderParam decoder;   ///< limits

@@ -29,6 +29,11 @@ void CloudSaver::Finish() {
   thread_.join();
 }
 
+CloudSaver::Losses CloudSaver::Found() const {
+  const std::lock_guard lock(mutex_);
+  return losses_;
+}
+
 void CloudSaver::Run() {
   for (;;) {
     std::unique_lock lock(mutex_);

@@ -39,9 +39,11 @@ class CloudSaver {
   /// Writes all that waits and ends the thread.
   void Finish();
 
-  /// Of the time after Finish only, like Found.
+  /// At any time, from any thread.
+  Losses Found() const;
+
+  /// Of the time after Finish only.
   const CloudWriter& Writer() const { return writer_; }
-  const Losses& Found() const { return losses_; }
 
  private:
   struct Job {
@@ -54,11 +56,11 @@ class CloudSaver {
   void Write(const Job& job);
 
   CloudWriter writer_;  // of the thread
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable work_;
   std::deque<Job> jobs_;    // guarded by mutex_
   bool finishing_ = false;  // guarded by mutex_
-  Losses losses_;           // guarded by mutex_ until Finish
+  Losses losses_;           // guarded by mutex_
   std::thread thread_;
 };
 

@@ -76,6 +76,10 @@ CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& 
     throw Failure(ExitCode::kUsage, "--format " + format + " contradicts the ending of " +
                                         path.string() + ": leave one of them away");
   }
+  std::error_code ignored;
+  if (target.single_file && !replace && std::filesystem::exists(path, ignored)) {
+    throw Failure(ExitCode::kFileFault, path.string() + " exists: --force replaces it");
+  }
   if (!target.single_file) target.stale = FindFrames(path);
   if (target.stale.empty() || replace) return target;
   throw Failure(ExitCode::kFileFault,
@@ -87,6 +91,7 @@ CloudWriter::CloudWriter(const std::filesystem::path& target, const std::string&
                          bool replace)
     : target_(ExamineTarget(target, format, replace)) {
   MakeFolder(target_.single_file ? target.parent_path() : target);
+  const AtomicFile trial(FileName(0, 0));  // a fault shows now, not after hours
 }
 
 std::filesystem::path CloudWriter::FileName(int frame, int part) const {

@@ -21,8 +21,8 @@ struct CloudTarget {
 /// `path` is a file when its name has the ending of a format. It is a folder when it is one already,
 /// ends with a slash or has no ending. An empty `format` takes the file's ending, or PCD for a
 /// folder. Changes nothing. Throws Failure for an unknown format or ending, for a format that
-/// contradicts the ending, and for a folder with frames of an earlier run, unless it may `replace`
-/// them.
+/// contradicts the ending, and for a file that exists or a folder with frames of an earlier run,
+/// unless it may `replace` them.
 CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& format,
                           bool replace);
 
@@ -30,7 +30,8 @@ CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& 
 class CloudWriter {
  public:
   /// Makes the folder when it is missing; frames of an earlier run in it go when the first cloud is
-  /// written. Throws Failure as ExamineTarget does, and when the folder cannot be made.
+  /// written. Throws Failure as ExamineTarget does, when the folder cannot be made, and when no file
+  /// can be made in it.
   CloudWriter(const std::filesystem::path& target, const std::string& format, bool replace = false);
 
   /// Whether the target is one file and so takes one cloud only.

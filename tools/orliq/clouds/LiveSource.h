@@ -32,6 +32,7 @@ struct LiveCounts {
   std::uint64_t non_zero = 0;
   std::uint64_t last_points = 0;  ///< of the latest frame
   std::uint64_t imu_samples = 0;
+  CloudSaver::Losses not_written;  ///< so far: frames may still wait for the disk
 };
 
 /// Which frames of a live sensor are wanted.
@@ -99,6 +100,7 @@ class DriverSource : public LiveSource {
     counts.non_zero = non_zero_;
     counts.last_points = last_points_;
     counts.imu_samples = imu_samples_;
+    if (saver_ != nullptr) counts.not_written = saver_->Found();
     return counts;
   }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <arpa/inet.h>
+
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
@@ -44,6 +46,25 @@ inline CLI::Validator WholeNumber() {
     return good ? std::string() : "must be a whole number of at most 64 bits, not " + text;
   };
   return {check, "", "whole"};
+}
+
+/// A name of a file or folder: an empty one, as of a variable that is not set, would mean none.
+inline CLI::Validator NotEmpty() {
+  const auto check = [](const std::string& text) {
+    return text.empty() ? std::string("an empty name is no file or folder") : std::string();
+  };
+  return {check, "", "named"};
+}
+
+/// The IPv4 address of one sender, which 0.0.0.0 is not.
+inline CLI::Validator HostAddress() {
+  const auto check = [](const std::string& text) {
+    in_addr address = {};
+    const bool good = ::inet_pton(AF_INET, text.c_str(), &address) == 1 && address.s_addr != 0;
+    return good ? std::string()
+                : "must be an IPv4 address of a host, such as 192.168.1.200, not \"" + text + '"';
+  };
+  return {check, "", "host"};
 }
 
 /// For Option::transform: the value in lower case, as names of models are.

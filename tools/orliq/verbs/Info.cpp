@@ -28,7 +28,8 @@ void AddOptions(CLI::App& command, Options& options) {
       ->transform(LowerCase());
   command.add_option("--port", options.port, "look at this destination port only")
       ->check(Within(0, 65535));
-  command.add_option("--source", options.source, "look at this sender only, an IPv4 address");
+  command.add_option("--source", options.source, "look at this sender only, an IPv4 address")
+      ->check(HostAddress());
   command.add_option_function<std::string>(
       "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
       "also say whether this calibration folder is good for the model");

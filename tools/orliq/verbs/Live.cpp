@@ -76,6 +76,7 @@ class Watcher {
       by_first_look_ = packets.received;
     }
     WarnOfMixture();
+    WarnOfFault();
   }
 
   void Show() {
@@ -101,17 +102,24 @@ class Watcher {
   }
 
  private:
-  /// Once, as soon as it shows: the user need not wait for the end to mend it.
+  // Once each, as soon as it shows: the user need not wait for the end to mend it.
   void WarnOfMixture() {
     if (warned_ || !any_sender_ || counts_.packets.of_other_senders == 0) return;
     warned_ = true;
     console_.Note(MixedSendersText(counts_.packets));
   }
 
+  void WarnOfFault() {
+    if (fault_told_ || counts_.not_written.faults == 0) return;
+    fault_told_ = true;
+    console_.Note(counts_.not_written.first_fault);
+  }
+
   const LiveSource& source_;
   const Console& console_;
   bool any_sender_;  // no --source was given
   bool warned_ = false;
+  bool fault_told_ = false;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -135,6 +143,18 @@ LiveTally Watch(const Options& options, LiveSource& source, const Console& conso
   return watcher.Tally();
 }
 
+/// Writes what waits, and says the first fault, unless it came while the watcher looked.
+void FinishFiles(CloudSaver& saver, const std::string& out, const Console& console,
+                 LiveTally& tally) {
+  saver.Finish();
+  tally.files = FilesText(saver.Writer(), out);
+  tally.files_written = saver.Writer().Files();
+  CloudSaver::Losses& told = tally.counts.not_written;
+  const CloudSaver::Losses found = saver.Found();
+  if (told.faults == 0 && found.faults > 0) console.Note(found.first_fault);
+  told = found;
+}
+
 LiveTally Listen(const Options& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
   RequireCalibration(model, options.cloud.check_folder, console);
@@ -154,12 +174,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
-  if (saver) {
-    saver->Finish();
-    tally.files = FilesText(saver->Writer(), options.cloud.out);
-    tally.files_written = saver->Writer().Files();
-    tally.not_written = saver->Found();
-  }
+  if (saver) FinishFiles(*saver, options.cloud.out, console, tally);
   return tally;
 }
 
@@ -172,7 +187,6 @@ void Explain(const LiveTally& tally, const Console& console) {
         "packets of other kinds came to the port: orliq record keeps them, and orliq info "
         "then tells who sent them");
   }
-  if (tally.not_written.faults > 0) console.Note(tally.not_written.first_fault);
 }
 
 ExitCode Run(const Options& options, Console& console) {
@@ -209,10 +223,7 @@ Verb AddLive(CLI::App& app) {
   command
       ->add_option("--source", options->choice.source,
                    "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(CLI::ValidIPV4)
-      ->check([](const std::string& address) {
-        return address == "0.0.0.0" ? "0.0.0.0 is nobody's address" : std::string();
-      });
+      ->check(HostAddress());
   command->footer(
       "It runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted from "
       "0, which is the partial one, and their files are named after that.\n\n"

@@ -64,7 +64,7 @@ void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
 
 void AddFileRows(Report& report, const LiveTally& tally) {
   report.Add("files_written", tally.files.empty() ? "" : "Files", tally.files_written, tally.files);
-  const auto& [no_room, faults, first_fault] = tally.not_written;
+  const auto& [no_room, faults, first_fault] = tally.counts.not_written;
   report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
              Count(no_room, "frame") + " for a slow disk, " + Grouped(faults) + " for faults");
   report.Add("frames_with_fault", "", faults, "");
@@ -73,7 +73,7 @@ void AddFileRows(Report& report, const LiveTally& tally) {
 }  // namespace
 
 bool LiveTally::HasLosses() const {
-  const auto& packets = counts.packets;
+  const auto& [packets, not_written] = std::tie(counts.packets, counts.not_written);
   return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
              packets.dropped_by_limit + not_written.no_room + not_written.faults >
          0;
@@ -121,6 +121,7 @@ std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, doub
          rate(before.imu_samples, now.imu_samples, 0) + " IMU/s age:" + age +
          fault("lost", packets.dropped_by_kernel + packets.dropped_by_limit) +
          fault("0x41", packets.refused_length) + fault("0x42", packets.refused_identifier) +
+         fault("unwritten", now.not_written.no_room + now.not_written.faults) +
          " queue:" + std::to_string(packets.queued);
 }
 

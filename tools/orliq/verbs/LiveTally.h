@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 
-#include "orliq/clouds/CloudSaver.h"
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/verbs/CommonRows.h"
@@ -17,7 +16,6 @@ struct LiveTally {
   LiveCounts counts;
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;
-  CloudSaver::Losses not_written;
   std::string source;  ///< the only sender that counts; empty: every one
   bool keeps_partial = false;
   bool interrupted = false;  ///< a signal ended it, not a limit
@@ -34,7 +32,8 @@ std::string SenderText(const lidar::PacketSender& sender);
 std::string MixedSendersText(const lidar::DriverStatistics& packets);
 
 /// The status line: packets, frames, points of a frame, IMU samples, age of the last packet,
-/// and losses by their codes as far as there are any; rates since `before`, `seconds` ago.
+/// and losses as far as there are any, refused packets by their codes; rates since `before`,
+/// `seconds` ago.
 std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, double seconds);
 
 }  // namespace orliq::cli

@@ -254,8 +254,9 @@ Verb AddPlay(CLI::App& app) {
       app.add_subcommand("play", "Decodes the frames of a capture file and writes them as clouds.");
   AddPlayOptions(*command, *options);
   command->footer(
-      "Example:\n  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 "
-      "--out frames --format ply");
+      "Example:\n"
+      "  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 \\\n"
+      "      --out frames --format ply");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

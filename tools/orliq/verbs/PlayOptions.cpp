@@ -11,8 +11,10 @@ void AddPlayOptions(CLI::App& command, PlayOptions& options) {
   command.add_option("--frames", options.frames, "A:B plays frame A to before frame B");
   command.add_option("--port", options.port, "destination port of the sensor; 0 takes every port")
       ->check(Within(0, 65535));
-  command.add_option("--source", options.source,
-                     "take the packets of this sender only, an IPv4 address");
+  command
+      .add_option("--source", options.source,
+                  "take the packets of this sender only, an IPv4 address")
+      ->check(HostAddress());
   command.add_flag("--partial", options.partial,
                    "keep what precedes the first whole frame and what follows the last");
   command.add_flag("--json", options.json, "report as JSON, with every frame");

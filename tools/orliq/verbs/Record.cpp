@@ -36,7 +36,7 @@ struct Options {
 
 void AddOptions(CLI::App& command, Options& options) {
   AddListenOptions(command, options.listen);
-  command.add_option("--out", options.out, "capture file to write")->required();
+  command.add_option("--out", options.out, "capture file to write")->required()->check(NotEmpty());
   command.add_option("--packets", options.packets, "stop after that many packets")
       ->check(Within(1.0, 1e15));
   command
