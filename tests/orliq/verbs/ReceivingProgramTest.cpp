@@ -127,7 +127,7 @@ TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWrite) {
   ASSERT_TRUE(test::SendAll(Sensor().packets, port_));
   const std::string told = "frame_000001.pcd: File too large";
   ASSERT_TRUE(test::Eventually([&] { return dir_.Read("err").find(told) != std::string::npos; }));
-  EXPECT_THAT(Finish(SIGTERM).out, HasSubstr("0 frames for a slow disk, 1 for faults"));
+  EXPECT_THAT(Finish(SIGTERM).out, HasSubstr("0 frames for a slow disk, 3 for faults"));
   const std::string err = dir_.Read("err");
   EXPECT_EQ(err.rfind("File too large"), err.find("File too large")) << "once";
 }
