@@ -18,11 +18,11 @@ inline void SetTable(void* table, const std::vector<float>& values) {
 
 /// A decoder with a cloud installed and everything it hands out written down. Frames are kept, and a
 /// fresh cloud is installed after each, as a manager does it.
-template <typename P>
-struct JuniqProbe {
+template <template <typename> class Decoder, typename Check, typename P>
+struct DecoderProbe {
   using Cloud = PointCloud<P>;
 
-  explicit JuniqProbe(const lidar::DecoderParam& param = {}) : decoder(param) {
+  explicit DecoderProbe(const lidar::DecoderParam& param = {}) : decoder(param) {
     decoder.RegisterCallBack(
         [this](const lidar::Error& e) { errors.push_back(e.level * 0x100 + e.code); },
         [this](const std::uint16_t& rings, const double& time) {
@@ -37,17 +37,21 @@ struct JuniqProbe {
 
   std::shared_ptr<Cloud> cloud() { return decoder.CurrentCloud(); }
   const std::vector<P>& points() { return cloud()->points; }
-  bool Decode(const JuniqPacket& packet, std::uint16_t start = 0) {
+  template <typename Packet>
+  bool Decode(const Packet& packet, std::uint16_t start = 0) {
     return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);
   }
   void Calibrate() { decoder.UpdateCheckParam(check.get()); }
 
-  lidar::DecoderJuniq<Cloud> decoder;
-  std::unique_ptr<lidar::OffsetCheckParam> check = std::make_unique<lidar::OffsetCheckParam>();
+  Decoder<Cloud> decoder;
+  std::unique_ptr<Check> check = std::make_unique<Check>();
   std::vector<std::uint32_t> errors;  // level in front of the code; level 1 costs one packet
   std::vector<std::shared_ptr<Cloud>> frames;
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;
 };
+
+template <typename P>
+using JuniqProbe = DecoderProbe<lidar::DecoderJuniq, lidar::OffsetCheckParam, P>;
 
 }  // namespace orliq::test

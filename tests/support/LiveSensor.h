@@ -32,9 +32,9 @@ struct LiveSensor : Playback<P> {
     MustEnd("the driver", [this] { this->driver.reset(); });
   }
 
-  lidar::DriverParam Param() const {
+  lidar::DriverParam Param(lidar::LidarType model = lidar::LidarType::Juniq) const {
     lidar::DriverParam param;
-    param.lidar_type = lidar::LidarType::Juniq;
+    param.lidar_type = model;
     param.input_param = {"127.0.0.1", port, ""};
     return param;
   }
@@ -45,7 +45,8 @@ struct LiveSensor : Playback<P> {
     sender.Send(port, payload.data(), payload.size());
     if (++sent_ % 50 == 0) Settle();
   }
-  void Send(const JuniqPacket& packet, int count = 1) {
+  template <typename Packet>
+  void Send(const Packet& packet, int count = 1) {
     for (int i = 0; i < count; ++i) Send(packet.payload());
   }
   /// Waits until the driver has taken everything from its socket.

@@ -92,10 +92,11 @@ struct Playback {
     MustEnd("the driver", [this] { driver.reset(); });
   }
 
-  static lidar::DriverParam Param(const std::string& capture, const std::string& folder = "") {
+  static lidar::DriverParam Param(const std::string& capture, const std::string& folder = "",
+                                  lidar::LidarType model = lidar::LidarType::Juniq) {
     lidar::DriverParam param;
     param.input_type = lidar::InputType::Pcap;
-    param.lidar_type = lidar::LidarType::Juniq;
+    param.lidar_type = model;
     param.input_param = {"", 2368, capture};
     param.calibration_param.check_folder = folder;
     return param;

@@ -13,12 +13,13 @@
 
 namespace orliq::test {
 
-/// A capture of a simulated Juniq, with its check folder, in a folder of its own.
+/// A capture of a simulated sensor, with its check folder, in a folder of its own.
 struct SimulatedCapture {
-  explicit SimulatedCapture(int frames, const sim::SensorOptions& options = {})
+  explicit SimulatedCapture(int frames, const sim::SensorOptions& options = {},
+                            const std::string& model = "juniq")
       : capture((dir / "capture.pcap").string()), check_folder((dir / "check").string()) {
     const auto scene = sim::MakeScene("boxes");
-    const auto sensor = sim::MakeSensor("juniq", options);
+    const auto sensor = sim::MakeSensor(model, options);
     std::string error;
     const auto writer = sim::PcapWriter::Create(capture, {}, error);
     bool ok = writer && sensor->WriteCheckFolder(check_folder, error);
