@@ -234,7 +234,7 @@ TEST(Live, NoCallbackFollowsTheOneThatStopped) {
 
 TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
   Sensor sensor;
-  ASSERT_TRUE(sensor.Open());
+  ASSERT_TRUE(sensor.driver->InitDriver(sensor.Param()));
   int descriptor = 0;  // of the driver's socket
   sockaddr_in peer = {};
   while (ntohs(peer.sin_port) != sensor.port) {
@@ -248,9 +248,12 @@ TEST(Live, AFailedReceiveIsCountedAndTheNextOneWorks) {
   peer.sin_port = htons(test::FreePort());
   ASSERT_EQ(connect(), 0);
   ASSERT_EQ(::send(descriptor, "", 1, 0), 1);  // nobody is there: the system reports it once
+  ASSERT_TRUE(sensor.driver->Start());
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().receive_errors == 1; }));
+  sensor.driver->Stop();
   peer.sin_family = AF_UNSPEC;
   ASSERT_EQ(connect(), 0) << "takes back the connection";
+  ASSERT_TRUE(sensor.driver->Start());
   sensor.Send(kLast);
   sensor.WaitForDecoded(1);
   EXPECT_EQ(sensor.Statistics().receive_errors, 1U);

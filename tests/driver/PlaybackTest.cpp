@@ -276,11 +276,17 @@ TEST_F(PlaybackTest, AnErrorCallbackMayReplaceTheManagerWhileTheFileIsStillBeing
   const std::string path = Write(CaptureBuilder().Udp(Bytes(100, 1)).Udp(Tagged(1).payload()));
   const test::TickingClock clock;
   for (int i = 0; i < 50; ++i) {
-    std::atomic<bool> replaced{false};
-    Probe probe;
-    probe.on_error = [&] { replaced = probe.driver->InitDriver(Probe::Param(path)); };
-    EXPECT_TRUE(probe.driver->InitDriver(Probe::Param(path)) && probe.driver->Start());
-    ASSERT_TRUE(Eventually([&] { return replaced.load(); }));
+    OrliqDriver<PointCloud<Point>> driver;
+    std::promise<void> replaced;
+    driver.RegisterExceptionCallBack([&, first = true](const Error&) mutable {
+      if (!std::exchange(first, false)) return;
+      EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
+      replaced.set_value();
+    });
+    EXPECT_TRUE(driver.InitDriver(Probe::Param(path)));
+    EXPECT_TRUE(driver.Start());
+    ASSERT_EQ(replaced.get_future().wait_for(test::kDeadline), std::future_status::ready)
+        << "the first packet's error did not come";
   }
 }
 
