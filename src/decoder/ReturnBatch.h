@@ -18,7 +18,6 @@ namespace orliq::lidar {
 template <typename T_PointCloud, std::size_t N>
 struct ReturnBatch {
   using PointType = typename T_PointCloud::PointType;
-  static constexpr std::size_t kSize = N;
 
   /// Range and beam direction to coordinates. x is never negative.
   void Locate();

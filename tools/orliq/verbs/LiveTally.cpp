@@ -92,8 +92,7 @@ Report LiveTally::MakeReport() const {
 }
 
 std::string SenderText(const lidar::PacketSender& sender) {
-  if (sender.address == 0) return "none";
-  return DottedAddress(sender.address) + ':' + std::to_string(sender.port);
+  return sender.address == 0 ? "none" : Endpoint(sender.address, sender.port);
 }
 
 std::string MixedSendersText(const lidar::DriverStatistics& packets) {
