@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "multi_driver/SensorModels.h"
+#include "simulator/sensors/glavor/GlavorSensor.h"
 #include "simulator/sensors/juniq/JuniqSensor.h"
 
 namespace orliq::sim {
@@ -14,17 +15,30 @@ constexpr double kYear9999 = 253370764800.0;  // [s] start of the last year with
 /// A model of the driver's list that can be simulated; its name stands there.
 struct Simulated {
   lidar::LidarType type;
+  SensorTraits traits;
   std::unique_ptr<Sensor> (*make)(const SensorOptions& options);
 };
 
 template <typename Unit>
-std::unique_ptr<Sensor> Make(const SensorOptions& options) {
-  return std::make_unique<Unit>(options);
+constexpr Simulated Row(lidar::LidarType type) {
+  return {type, Unit::kTraits, [](const SensorOptions& options) -> std::unique_ptr<Sensor> {
+            return std::make_unique<Unit>(options);
+          }};
 }
 
 constexpr Simulated kSimulated[] = {
-    {lidar::LidarType::Juniq, Make<JuniqSensor>},
+    Row<JuniqSensor>(lidar::LidarType::Juniq),
+    Row<GlavorSensor>(lidar::LidarType::Glavor),
 };
+
+template <typename Wanted>
+std::vector<std::string> Names(const Wanted& wanted) {
+  std::vector<std::string> names;
+  for (const Simulated& known : kSimulated) {
+    if (wanted(known.traits)) names.emplace_back(lidar::FindSensorModel(known.type)->name);
+  }
+  return names;
+}
 
 bool IsShare(double value) {
   return 0.0 <= value && value <= 1.0;
@@ -56,11 +70,11 @@ std::unique_ptr<Sensor> MakeSensor(const std::string& model, const SensorOptions
 }
 
 std::vector<std::string> SensorNames() {
-  std::vector<std::string> names;
-  for (const Simulated& known : kSimulated) {
-    names.emplace_back(lidar::FindSensorModel(known.type)->name);
-  }
-  return names;
+  return Names([](const SensorTraits&) { return true; });
+}
+
+std::vector<std::string> SensorNames(bool SensorTraits::*trait) {
+  return Names([trait](const SensorTraits& traits) { return traits.*trait; });
 }
 
 }  // namespace orliq::sim

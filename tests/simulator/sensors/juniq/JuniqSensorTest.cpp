@@ -6,6 +6,8 @@
 #include <cmath>
 #include <set>
 
+#include "simulator/sensors/PacketFields.h"
+#include "simulator/sensors/juniq/JuniqEncoder.h"
 #include "support/DecoderProbe.h"
 
 namespace orliq::sim {
@@ -110,7 +112,7 @@ TEST(JuniqSensor, ImuSamplesAreTheMountsMotionWithEachAxisInItsPlace) {
   const ImuSample strong = {{0.5, -1.0, 1.5}, {2.0, -3.0, 4.0}};  // the mount hardly turns about z
   Packet packet;
   ByteWriter writer(packet.payload, ByteWriter::Order::Little);
-  WriteJuniqHead(writer);
+  WriteBlocksHead(writer);
   for (int i = 0; i < 64; ++i) WriteJuniqBlock(writer, {});
   WriteJuniqTail(writer, {0, 0.0, 0.0, strong, 1});
   Decode(probe, {packet});
