@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "multi_driver/SensorModels.h"
+#include "simulator/sensors/corvik/CorvikSensor.h"
 #include "simulator/sensors/glavor/GlavorSensor.h"
 #include "simulator/sensors/juniq/JuniqSensor.h"
 
@@ -29,6 +30,7 @@ constexpr Simulated Row(lidar::LidarType type) {
 constexpr Simulated kSimulated[] = {
     Row<JuniqSensor>(lidar::LidarType::Juniq),
     Row<GlavorSensor>(lidar::LidarType::Glavor),
+    Row<CorvikSensor>(lidar::LidarType::Corvik),
 };
 
 template <typename Wanted>
