@@ -7,6 +7,7 @@
 #include "simulator/sensors/corvik/CorvikSensor.h"
 #include "simulator/sensors/glavor/GlavorSensor.h"
 #include "simulator/sensors/juniq/JuniqSensor.h"
+#include "simulator/sensors/kelvane/KelvaneSensor.h"
 
 namespace orliq::sim {
 namespace {
@@ -31,6 +32,7 @@ constexpr Simulated kSimulated[] = {
     Row<JuniqSensor>(lidar::LidarType::Juniq),
     Row<GlavorSensor>(lidar::LidarType::Glavor),
     Row<CorvikSensor>(lidar::LidarType::Corvik),
+    Row<KelvaneSensor>(lidar::LidarType::Kelvane),
 };
 
 template <typename Wanted>
@@ -49,6 +51,7 @@ bool IsShare(double value) {
 bool Valid(const SensorOptions& options) {
   const Faults& faults = options.faults;
   return 0.1 <= options.frame_rate_hz && options.frame_rate_hz <= 1000.0 &&
+         (options.cycle_packets == 2 || options.cycle_packets == 4) &&
          0.0 <= options.start_time_s && options.start_time_s < kYear9999 &&
          std::isfinite(faults.range_noise_m) && faults.range_noise_m >= 0.0 &&
          IsShare(faults.false_return_rate);

@@ -29,6 +29,7 @@ struct SensorOptions {
   std::uint64_t seed = 1;              ///< chooses the individual sensor and all that is random
   double frame_rate_hz = 10.0;         ///< 0.1 to 1000
   bool radius_filter = true;           ///< whether the calibration asks for the radius filter
+  std::size_t cycle_packets = 2;       ///< 2 or 4 packets for each azimuth of a Kelvane
   double start_time_s = 1700000000.0;  ///< of frame 0, seconds since 1970-01-01 UTC, 0 to year 9999
   Faults faults;
 };
@@ -40,6 +41,7 @@ struct SensorTraits {
   bool imu = false;            ///< packets carry inertial samples
   bool check_folder = false;   ///< it has calibration tables
   bool radius_filter = false;  ///< SensorOptions::radius_filter counts
+  bool cycle = false;          ///< SensorOptions::cycle_packets counts
 };
 
 /// A synthetic sensor: a scene in, the packets of a real unit out. The same options give the same
@@ -61,6 +63,7 @@ class Sensor {
   bool HasImu() const { return traits_.imu; }
   bool HasCheckFolder() const { return traits_.check_folder; }
   bool HasRadiusFilter() const { return traits_.radius_filter; }
+  bool HasCycle() const { return traits_.cycle; }
 
   /// This unit's calibration; none for a model that needs none.
   virtual std::vector<CheckTable> Tables() const { return {}; }
