@@ -4,8 +4,11 @@
 #include <cmath>
 
 #include "multi_driver/SensorModels.h"
+#include "simulator/sensors/brantis/BrantisSensor.h"
 #include "simulator/sensors/corvik/CorvikSensor.h"
+#include "simulator/sensors/fennix/FennixSensor.h"
 #include "simulator/sensors/glavor/GlavorSensor.h"
+#include "simulator/sensors/hestra/HestraSensor.h"
 #include "simulator/sensors/juniq/JuniqSensor.h"
 #include "simulator/sensors/kelvane/KelvaneSensor.h"
 
@@ -29,9 +32,9 @@ constexpr Simulated Row(lidar::LidarType type) {
 }
 
 constexpr Simulated kSimulated[] = {
-    Row<JuniqSensor>(lidar::LidarType::Juniq),
-    Row<GlavorSensor>(lidar::LidarType::Glavor),
-    Row<CorvikSensor>(lidar::LidarType::Corvik),
+    Row<JuniqSensor>(lidar::LidarType::Juniq),     Row<GlavorSensor>(lidar::LidarType::Glavor),
+    Row<FennixSensor>(lidar::LidarType::Fennix),   Row<CorvikSensor>(lidar::LidarType::Corvik),
+    Row<BrantisSensor>(lidar::LidarType::Brantis), Row<HestraSensor>(lidar::LidarType::Hestra),
     Row<KelvaneSensor>(lidar::LidarType::Kelvane),
 };
 
