@@ -45,7 +45,7 @@ constexpr std::array<SensorModel, kSensorModels> kTable = {{
     // mark, IMU, tables, points, frames, gated points stay
     Row("juniq", LidarType::Juniq, kJuniq, {FrameMark::Last, true, true, true, true, true}),
     Row("glavor", LidarType::Glavor, kGlavor, {FrameMark::Last, false, true, true, true, true}),
-    Row("fennix", LidarType::Fennix, kFennix, {FrameMark::First, false, false, false, true, true}),
+    Row("fennix", LidarType::Fennix, kFennix, {FrameMark::First, false, false, false, true, false}),
     Row("corvik", LidarType::Corvik, kCorvik, {FrameMark::First, true, false, true, true, true}),
     Row("brantis", LidarType::Brantis, kBrantis,
         {FrameMark::First, false, false, false, false, false}),
