@@ -35,10 +35,10 @@ struct ORLIQ_API PointCloud {
   PointCloudHeader header;       ///< the application's own
   double timestamp = 0.0;        ///< [s] UTC, time of the frame; written when the frame closes
   std::uint32_t reserved = 0;    ///< never written by the library
-  std::uint16_t frame_word = 0;  ///< frame word of the sensor (Juniq)
-  double temperature_a = 0.0;    ///< [deg C] first sensor temperature (Juniq)
-  double temperature_b = 0.0;    ///< [deg C] second sensor temperature (Juniq)
-  std::uint8_t status = 0;       ///< status byte of the sensor (Juniq)
+  std::uint16_t frame_word = 0;  ///< frame word of the sensor (Juniq, Glavor)
+  double temperature_a = 0.0;    ///< [deg C] first sensor temperature (Juniq, Glavor)
+  double temperature_b = 0.0;    ///< [deg C] second sensor temperature (Juniq, Glavor)
+  std::uint8_t status = 0;       ///< status byte of the sensor (Juniq, Glavor)
   std::vector<T> points;         ///< the points, in the order of measurement
 };
 

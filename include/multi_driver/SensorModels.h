@@ -11,6 +11,13 @@
 
 namespace orliq::lidar {
 
+/// Which packet of a frame tells the driver where the frame is bounded.
+enum class FrameMark : std::uint8_t {
+  None,   ///< none does
+  First,  ///< the first of a frame: what follows the last mark may well be whole
+  Last,   ///< the last of a frame: what follows the last mark is a beginning
+};
+
 /// What is fixed for a sensor model.
 struct ORLIQ_API SensorModel {
   const char* name;  ///< in lower case, such as "juniq"
@@ -20,9 +27,12 @@ struct ORLIQ_API SensorModel {
   std::array<std::uint8_t, 8> identifier;  ///< how every packet begins
   std::uint16_t rings;                     ///< channels
   std::uint16_t blocks;                    ///< data blocks in a packet
-  bool has_imu;                            ///< its packets carry inertial samples
-  bool needs_tables;                       ///< uses calibration tables
-  bool decodes_points;                     ///< this version turns its packets into points
+  FrameMark frame_mark;
+  bool has_imu;             ///< its packets carry inertial samples
+  bool needs_tables;        ///< its points come from calibration tables
+  bool decodes_points;      ///< its packets become measured points
+  bool delivers_frames;     ///< its packets end frames; else only the end of a capture does
+  bool keeps_gated_points;  ///< returns outside the limits stay, at the origin; else left out
 };
 
 constexpr std::size_t kSensorModels = 7;

@@ -5,17 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "decoder/Trigon.h"
+#include "decoder/BeamDirection.h"
 
 namespace orliq::lidar {
-
-/// Sines and cosines of a beam's angles, copied as one block of 16 bytes.
-struct BeamDirection {
-  float sin_azimuth = 0.0F;
-  float cos_azimuth = 1.0F;
-  float sin_elevation = 0.0F;
-  float cos_elevation = 1.0F;
-};
 
 /// All that decoding reads of one beam position, worked out once when the check parameters arrive:
 /// no table is searched and no angle converted for a point.
@@ -55,12 +47,6 @@ class BeamTable {
 /// stored in the opposite sense of rotation. Truncated in double precision; saturates.
 int TableAngle(float angle_deg, double scale);
 
-/// Hundredths of a degree in degrees, rounded once: 5937 gives exactly 59.37f.
-float CentidegreesToDegrees(int angle_cdeg);
-
-/// An angle outside the tables counts as 0.
-BeamDirection MakeDirection(const Trigon& trigon, const BeamAngles& angles);
-
 template <typename Angles, typename Offset, typename Inside>
 void BeamTable::Fill(const Trigon& trigon, const Angles& angles, const Offset& offset,
                      const Inside& inside) {
@@ -70,7 +56,9 @@ void BeamTable::Fill(const Trigon& trigon, const Angles& angles, const Offset& o
     const bool held = inside(CentidegreesToDegrees(beam.azimuth_cdeg),
                              CentidegreesToDegrees(beam.elevation_cdeg));
     beams_[Index(static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8))] = {
-        MakeDirection(trigon, beam), offset(position), held ? 1 : 0};
+        {LookUp(trigon, beam.azimuth_cdeg), LookUp(trigon, beam.elevation_cdeg)},
+        offset(position),
+        held ? 1 : 0};
   }
 }
 

@@ -23,4 +23,11 @@ void AppendToPlainCloud(Cloud& cloud, const typename Cloud::PointType* points, s
   }
 }
 
+/// Appends points to any cloud, to a derived one through its own PushPoint.
+template <typename Cloud>
+void AppendPoints(Cloud& cloud, const typename Cloud::PointType* points, std::size_t count) {
+  if (IsPlainCloud(cloud)) return AppendToPlainCloud(cloud, points, count);
+  for (std::size_t i = 0; i < count; ++i) cloud.PushPoint(points[i]);
+}
+
 }  // namespace orliq::lidar

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "decoder/BeamTable.h"
 #include "decoder/FrameMarker.h"
 #include "decoder/ReturnBatch.h"
 
@@ -17,9 +18,13 @@ struct PulseBatch : ReturnBatch<T_PointCloud, N> {
   template <typename Block>
   bool Gather(const Block* blocks, std::size_t returns, const BeamTable& beams);
 
+  /// Range and beam direction to coordinates.
+  void Locate();
+
   std::int32_t Column(std::size_t i) const { return position[i] & 0xFF; }
   std::int32_t Row(std::size_t i) const { return position[i] >> 8; }
 
+  BeamDirection direction[N];
   std::int32_t position[N];  // column + 256 x row
   std::int32_t tof[N];       // 1/64 count
   std::int32_t peak[N];
@@ -42,12 +47,19 @@ bool PulseBatch<T_PointCloud, N>::Gather(const Block* blocks, std::size_t return
     width[i] = static_cast<std::int32_t>(block.width);
     width_ref[i] = block.width_ref;
     const Beam& beam = beams.At(block.column, block.row);
-    this->direction[i] = beam.direction;
+    direction[i] = beam.direction;
     offset[i] = beam.offset;
     this->inside[i] = beam.inside;
   }
   this->count = returns;
   return marker;
+}
+
+template <typename T_PointCloud, std::size_t N>
+void PulseBatch<T_PointCloud, N>::Locate() {
+  for (std::size_t i = 0; i < this->count; ++i) {
+    LocateAhead(this->distance[i], direction[i], this->x[i], this->y[i], this->z[i]);
+  }
 }
 
 }  // namespace orliq::lidar

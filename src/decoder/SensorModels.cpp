@@ -16,9 +16,12 @@ namespace {
 
 /// What a model's constants do not tell.
 struct Traits {
+  FrameMark frame_mark;
   bool has_imu;
   bool needs_tables;
   bool decodes_points;
+  bool delivers_frames;
+  bool keeps_gated_points;
 };
 
 constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstParam& constants,
@@ -30,20 +33,25 @@ constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstPa
           constants.MSOP_ID,
           constants.LASER_NUM,
           constants.BLOCKS_PER_PKT,
+          traits.frame_mark,
           traits.has_imu,
           traits.needs_tables,
-          traits.decodes_points};
+          traits.decodes_points,
+          traits.delivers_frames,
+          traits.keeps_gated_points};
 }
 
 constexpr std::array<SensorModel, kSensorModels> kTable = {{
-    // IMU, tables, points
-    Row("juniq", LidarType::Juniq, kJuniq, {true, true, true}),
-    Row("glavor", LidarType::Glavor, kGlavor, {false, true, false}),
-    Row("fennix", LidarType::Fennix, kFennix, {false, true, false}),
-    Row("corvik", LidarType::Corvik, kCorvik, {true, false, false}),
-    Row("brantis", LidarType::Brantis, kBrantis, {false, false, false}),
-    Row("hestra", LidarType::Hestra, kHestra, {false, true, false}),
-    Row("kelvane", LidarType::Kelvane, kKelvane, {false, false, false}),
+    // mark, IMU, tables, points, frames, gated points stay
+    Row("juniq", LidarType::Juniq, kJuniq, {FrameMark::Last, true, true, true, true, true}),
+    Row("glavor", LidarType::Glavor, kGlavor, {FrameMark::Last, false, true, true, true, true}),
+    Row("fennix", LidarType::Fennix, kFennix, {FrameMark::First, false, false, false, true, false}),
+    Row("corvik", LidarType::Corvik, kCorvik, {FrameMark::First, true, false, true, true, true}),
+    Row("brantis", LidarType::Brantis, kBrantis,
+        {FrameMark::First, false, false, false, false, false}),
+    Row("hestra", LidarType::Hestra, kHestra, {FrameMark::None, false, false, false, false, false}),
+    Row("kelvane", LidarType::Kelvane, kKelvane,
+        {FrameMark::First, false, false, true, true, false}),
 }};
 
 template <typename Matches>

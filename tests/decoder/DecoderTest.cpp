@@ -111,35 +111,40 @@ TEST(ImuSampleTest, AZeroOnATurnedAxisKeepsTheSignThatItsModelGivesIt) {
   EXPECT_FALSE(std::signbit(imu.angular_velocity_y));
 }
 
-// name, type, packet bytes, identifier bytes, its first byte, rings, blocks, IMU, tables
-using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, bool, bool>;
+// name, type, packet bytes, identifier bytes, its first byte, rings, blocks, then what it has: IMU,
+// tables, points, frames, gated points that stay, and its frame mark
+using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, std::string, FrameMark>;
 
-TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThoseThatDecode) {
-  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, true, true},
-                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, false, true},
-                              {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, false, true},
-                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, true, false},
-                              {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, false, false},
-                              {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, false, true},
-                              {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, false, false}};
+TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThemAllAndNoOther) {
+  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, "itpfg", FrameMark::Last},
+                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, "tpfg", FrameMark::Last},
+                              {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, "f", FrameMark::First},
+                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, "ipfg", FrameMark::First},
+                              {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, "", FrameMark::First},
+                              {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, "", FrameMark::None},
+                              {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, "pf", FrameMark::First}};
+  using Factory = DecoderFactory<PointCloud<Point>>;
   std::cout << std::hex;  // the application's own formatting must not reach the lines
   CaptureStdout();
   std::string lines;
   std::vector<ModelFacts> listed;
   for (const SensorModel& m : SensorModels()) {
+    const std::string has = std::string(m.has_imu ? "i" : "") + (m.needs_tables ? "t" : "") +
+                            (m.decodes_points ? "p" : "") + (m.delivers_frames ? "f" : "") +
+                            (m.keeps_gated_points ? "g" : "");
     listed.emplace_back(m.name, static_cast<int>(m.type), m.packet_bytes, m.identifier_bytes,
-                        m.identifier[0], m.rings, m.blocks, m.has_imu, m.needs_tables);
+                        m.identifier[0], m.rings, m.blocks, has, m.frame_mark);
     EXPECT_EQ(FindSensorModel(m.name), &m);
     EXPECT_EQ(FindSensorModel(m.type), &m);
-    const auto decoder = DecoderFactory<PointCloud<Point>>::CreateDecoder(m.type, {});
-    EXPECT_EQ(decoder != nullptr, m.decodes_points) << m.name;
+    EXPECT_TRUE(Factory::CreateDecoder(m.type, {})) << m.name;
     lines += "type:" + std::to_string(static_cast<int>(m.type)) + '\n';
-    if (!m.decodes_points) {
-      lines += "\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n";
-    }
   }
+  EXPECT_FALSE(Factory::CreateDecoder(static_cast<LidarType>(0x22), {}));
   std::cout << std::dec;
-  EXPECT_EQ(GetCapturedStdout(), lines);
+  EXPECT_EQ(GetCapturedStdout(),
+            lines +
+                "type:34\n"
+                "\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n");
   EXPECT_THAT(listed, testing::ElementsAreArray(facts));
   EXPECT_EQ(FindSensorModel("Juniq "), nullptr);
   EXPECT_EQ(FindSensorModel(static_cast<LidarType>(0x22)), nullptr);

@@ -2,13 +2,21 @@
 #pragma once
 
 #include "decoder/DecoderConstParam.h"
+#include "decoder/corvik/CorvikPacket.h"
 
 namespace orliq::lidar {
 
 /// What is fixed for the Corvik sensor.
 constexpr DecoderConstParam kCorvik = {
-    1236,   8,       {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, 56, 192, 0.4F, 230.0F,
-    0.005F, 0.0625F,
+    sizeof(CorvikMsop),
+    8,
+    {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
+    56,
+    CorvikMsop::kSamples,
+    0.4F,
+    230.0F,
+    0.005F,
+    0.0625F,
 };
 
 }  // namespace orliq::lidar

@@ -90,6 +90,7 @@ void DecoderJuniq<T_PointCloud>::Impl::MeasureRange() {
     const float peak = static_cast<float>(b.peak[i]);
     const float range = FilterNearNoisePoints(b.distance[i], peak, noise_filter);
     b.distance[i] = b.is_null[i] != 0 ? 0.0F : range;
+    b.inside[i] &= b.is_null[i] ^ 1;
   }
 }
 
@@ -113,7 +114,7 @@ void DecoderJuniq<T_PointCloud>::Impl::Push() {
   const Batch& b = *batch;
   frame_point_count += static_cast<std::uint32_t>(b.count);
   if (!owner->point_cloud_) return;
-  if (!filter) return b.Append(*owner->point_cloud_, [](std::size_t, int) {});
+  if (!filter) return b.Append(*owner->point_cloud_);
   b.Append(*owner->point_cloud_, [&b, this](std::size_t i, int index) {
     filter->UpdateHashMap(b.Row(i), b.Column(i), index, b.distance[i], b.is_null[i] != 0);
   });

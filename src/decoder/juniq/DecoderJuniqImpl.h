@@ -20,7 +20,10 @@ namespace orliq::lidar {
 template <typename T_PointCloud>
 struct DecoderJuniq<T_PointCloud>::Impl {
   using PointType = typename T_PointCloud::PointType;
-  using Batch = PulseBatch<T_PointCloud, JuniqMsop::kBlocks>;
+
+  struct Batch : PulseBatch<T_PointCloud, JuniqMsop::kBlocks> {
+    std::int32_t is_null[JuniqMsop::kBlocks];  // 1 when nothing was measured
+  };
 
   explicit Impl(DecoderJuniq* decoder);
   ~Impl();

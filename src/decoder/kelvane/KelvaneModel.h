@@ -2,12 +2,21 @@
 #pragma once
 
 #include "decoder/DecoderConstParam.h"
+#include "decoder/kelvane/KelvanePacket.h"
 
 namespace orliq::lidar {
 
 /// What is fixed for the Kelvane sensor.
 constexpr DecoderConstParam kKelvane = {
-    1084, 4, {0x55, 0xAA, 0x5A, 0xA5}, 1, 260, 0.5F, 350.0F, 0.005F, 80.0F,
+    sizeof(KelvaneMsop),
+    4,
+    {0x55, 0xAA, 0x5A, 0xA5},
+    1,
+    KelvaneMsop::kRecords,
+    0.5F,
+    350.0F,
+    0.005F,
+    80.0F,
 };
 
 }  // namespace orliq::lidar

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/brantis/DecoderBrantis.h"
+
+#include <cstring>
+#include <utility>
+
+#include "decoder/brantis/BrantisModel.h"
+
+namespace orliq::lidar {
+
+template <typename T_PointCloud>
+DecoderBrantis<T_PointCloud>::DecoderBrantis(const DecoderParam& param)
+    : Decoder<T_PointCloud>(GetConstParam(), param) {}
+
+template <typename T_PointCloud>
+DecoderBrantis<T_PointCloud>::~DecoderBrantis() = default;
+
+template <typename T_PointCloud>
+DecoderConstParam DecoderBrantis<T_PointCloud>::GetConstParam() {
+  return kBrantis;
+}
+
+template <typename T_PointCloud>
+bool DecoderBrantis<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* /*pkt*/,
+                                                    std::size_t /*size*/, std::uint16_t /*start*/) {
+  return false;
+}
+
+template <typename T_PointCloud>
+void DecoderBrantis<T_PointCloud>::EnableFinallyFrame() {
+  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+}
+
+template <typename T_PointCloud>
+bool DecoderBrantis<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
+                                              std::uint16_t& start) {
+  if (pkt == nullptr || size < sizeof(BrantisMsop)) return false;
+  BrantisMsop msop;
+  std::memcpy(&msop, pkt, sizeof msop);
+  if (!IsNewFrame(msop.frame_counter)) return false;
+  start = 0;
+  return true;
+}
+
+template <typename T_PointCloud>
+void DecoderBrantis<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
+
+template <typename T_PointCloud>
+bool DecoderBrantis<T_PointCloud>::IsNewFrame(std::uint16_t frame_counter) {
+  const bool first = !std::exchange(initialized_, true);
+  if (!first && last_count_ <= frame_counter) return false;
+  last_count_ = frame_counter;
+  return !first;
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class DecoderBrantis<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

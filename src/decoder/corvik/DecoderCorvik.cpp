@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/corvik/DecoderCorvik.h"
+
+#include <cstring>
+#include <utility>
+
+#include "decoder/BeamDirection.h"
+#include "decoder/ImuSample.h"
+#include "decoder/PointFields.h"
+#include "decoder/ReturnBatch.h"
+#include "decoder/corvik/CorvikModel.h"
+
+namespace orliq::lidar {
+namespace {
+
+constexpr std::size_t SAMPLES = CorvikMsop::kSamples;
+constexpr std::size_t LINES = 256;  // all that the line byte can tell; the sensor has 56
+
+constexpr double METRES_PER_COUNT = 0.009375;  // [m]
+constexpr double ZERO_COUNT = -2.0;            // [m] range of count 0
+constexpr double FIRST_SAMPLE = 6000.0;        // [0.01 deg] azimuth
+constexpr double SAMPLE_STEP = 62.5;           // [0.01 deg] to the right
+constexpr double FIRST_LINE = -1500.0;         // [0.01 deg] depression
+constexpr double LINE_STEP = 53.5714286;       // [0.01 deg] downwards
+constexpr unsigned INTENSITY = 0x0FFF;         // its bits; what the others say is unknown
+constexpr std::uint16_t SECOND_SAMPLE = 1;     // where playback enters a frame
+constexpr ImuUnits IMU_UNITS = {2.0345e-5,     // [pi rad/s] per count
+                                0.004788403};  // [m/s^2] per count
+
+}  // namespace
+
+/// Working state and the steps of decoding, in the order in which they run.
+template <typename T_PointCloud>
+struct DecoderCorvik<T_PointCloud>::Impl {
+  using PointType = typename T_PointCloud::PointType;
+
+  explicit Impl(DecoderCorvik* decoder);
+
+  bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
+  bool IsNewFrame(const std::uint16_t& line, const std::uint16_t& other);
+  void MeasureRange(const CorvikSample* samples);
+  void Locate(std::size_t start, SinCos elevation);
+  void Select(std::size_t start, std::int32_t line_inside);
+  void MakePoints(const CorvikSample* samples, std::uint8_t line, double packet_time);
+  void DecodeSamples(const CorvikMsop& msop, std::size_t start, double packet_time);
+  void DecodeImu(const CorvikMsop& msop, double packet_time);
+
+  DecoderCorvik* owner;
+  IMUBlock last_imu = {};
+  bool initialized = false;  // a line number has been seen
+  std::uint8_t last_line = 0;
+
+  // Directions, and whether the decoder's limits hold them (1 or 0).
+  float azimuth_sin[SAMPLES];
+  float azimuth_cos[SAMPLES];
+  std::int32_t azimuth_inside[SAMPLES];
+  SinCos elevation[LINES];
+  std::int32_t elevation_inside[LINES];
+
+  ReturnBatch<T_PointCloud, SAMPLES> batch = {};  // the returns that are being decoded
+};
+
+template <typename T_PointCloud>
+DecoderCorvik<T_PointCloud>::Impl::Impl(DecoderCorvik* decoder) : owner(decoder) {
+  const Trigon& trigon = owner->trigon_;
+  const DecoderParam& limits = owner->param_;
+  for (std::size_t k = 0; k < SAMPLES; ++k) {
+    const int angle = static_cast<int>(FIRST_SAMPLE - static_cast<double>(k) * SAMPLE_STEP);
+    const SinCos direction = LookUp(trigon, angle);
+    azimuth_sin[k] = direction.sin;
+    azimuth_cos[k] = direction.cos;
+    const Interval range = {limits.min_azimuth, limits.max_azimuth};
+    azimuth_inside[k] = range.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
+  }
+  for (std::size_t line = 0; line < LINES; ++line) {
+    const int angle = -static_cast<int>(static_cast<double>(line) * LINE_STEP + FIRST_LINE);
+    elevation[line] = LookUp(trigon, angle);
+    const Interval range = {limits.min_elevation, limits.max_elevation};
+    elevation_inside[line] = range.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
+  }
+}
+
+template <typename T_PointCloud>
+bool DecoderCorvik<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
+                                                         std::uint16_t start) {
+  if (pkt == nullptr || size < sizeof(CorvikMsop)) return false;
+  CorvikMsop msop;
+  std::memcpy(&msop, pkt, sizeof msop);
+  const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
+  bool new_frame = false;
+  if (start < SAMPLES) {
+    new_frame = IsNewFrame(msop.line, 0);
+    DecodeSamples(msop, start, packet_time);
+  }
+  if (new_frame && owner->split_frame_cb_) {
+    owner->split_frame_cb_(owner->const_param_.LASER_NUM, packet_time);
+  }
+  DecodeImu(msop, packet_time);
+  return new_frame;
+}
+
+/// True when the scan line is below the one before; its low 8 bits are kept. The other number does
+/// not count.
+template <typename T_PointCloud>
+bool DecoderCorvik<T_PointCloud>::Impl::IsNewFrame(const std::uint16_t& line,
+                                                   const std::uint16_t& /*other*/) {
+  const bool first = !std::exchange(initialized, true);
+  return std::exchange(last_line, static_cast<std::uint8_t>(line)) > line && !first;
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::DecodeSamples(const CorvikMsop& msop, std::size_t start,
+                                                      double packet_time) {
+  const CorvikSample* const samples = msop.samples + start;
+  batch.count = SAMPLES - start;
+  MeasureRange(samples);
+  Locate(start, elevation[msop.line]);
+  if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
+  Select(start, elevation_inside[msop.line]);
+  batch.Gate(owner->DistanceLimits());
+  MakePoints(samples, msop.line, packet_time);
+  if (owner->point_cloud_) batch.Append(*owner->point_cloud_);
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::MeasureRange(const CorvikSample* samples) {
+  for (std::size_t i = 0; i < batch.count; ++i) {
+    const auto range = static_cast<float>(samples[i].distance * METRES_PER_COUNT + ZERO_COUNT);
+    batch.distance[i] = range < 0.0F ? 0.0F : range;
+  }
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::Locate(std::size_t start, SinCos line) {
+  for (std::size_t i = 0; i < batch.count; ++i) {
+    const SinCos azimuth = {azimuth_sin[start + i], azimuth_cos[start + i]};
+    LocateAhead(batch.distance[i], {azimuth, line}, batch.x[i], batch.y[i], batch.z[i]);
+  }
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::Select(std::size_t start, std::int32_t line_inside) {
+  for (std::size_t i = 0; i < batch.count; ++i) {
+    batch.inside[i] = azimuth_inside[start + i] & line_inside;
+  }
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::MakePoints(const CorvikSample* samples, std::uint8_t line,
+                                                   double packet_time) {
+  batch.MakePoints([=](PointType& point, std::size_t i) {
+    point.intensity = static_cast<std::uint16_t>(samples[i].intensity & INTENSITY);
+    point.ring = line;
+    SetTimestamp(point, packet_time);
+  });
+}
+
+/// An inertial sample that equals the one before is the same sample.
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::Impl::DecodeImu(const CorvikMsop& msop, double packet_time) {
+  if (owner->IsImuSame(msop.imu, last_imu)) return;
+  last_imu = msop.imu;
+  if (!owner->imu_cb_ || !owner->imu_msg_) return;
+  FillImuMsg<double>(*owner->imu_msg_, msop.imu, packet_time, IMU_UNITS);
+  owner->imu_cb_();
+}
+
+template <typename T_PointCloud>
+DecoderCorvik<T_PointCloud>::DecoderCorvik(const DecoderParam& param)
+    : Decoder<T_PointCloud>(GetConstParam(), param), impl_(std::make_shared<Impl>(this)) {}
+
+template <typename T_PointCloud>
+DecoderCorvik<T_PointCloud>::~DecoderCorvik() = default;
+
+template <typename T_PointCloud>
+DecoderConstParam DecoderCorvik<T_PointCloud>::GetConstParam() {
+  return kCorvik;
+}
+
+template <typename T_PointCloud>
+bool DecoderCorvik<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
+                                                   std::uint16_t start) {
+  return impl_->DecodeMsopPacket(pkt, size, start);
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::EnableFinallyFrame() {
+  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+}
+
+template <typename T_PointCloud>
+bool DecoderCorvik<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
+                                             std::uint16_t& start) {
+  if (pkt == nullptr || size < sizeof(CorvikMsop)) return false;
+  if (!impl_->IsNewFrame(pkt[offsetof(CorvikMsop, line)], 0)) return false;
+  start = SECOND_SAMPLE;
+  return true;
+}
+
+template <typename T_PointCloud>
+void DecoderCorvik<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class DecoderCorvik<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/fennix/DecoderFennix.h"
+
+#include <cstring>
+
+#include "decoder/CloudAppend.h"
+#include "decoder/FrameMarker.h"
+#include "decoder/fennix/FennixModel.h"
+
+namespace orliq::lidar {
+namespace {
+
+constexpr double NO_TIME = 0.0;  // [s] of every frame
+
+}  // namespace
+
+template <typename T_PointCloud>
+DecoderFennix<T_PointCloud>::DecoderFennix(const DecoderParam& param)
+    : Decoder<T_PointCloud>(GetConstParam(), param) {}
+
+template <typename T_PointCloud>
+DecoderFennix<T_PointCloud>::~DecoderFennix() = default;
+
+template <typename T_PointCloud>
+DecoderConstParam DecoderFennix<T_PointCloud>::GetConstParam() {
+  return kFennix;
+}
+
+template <typename T_PointCloud>
+bool DecoderFennix<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
+                                                   std::uint16_t start) {
+  if (pkt == nullptr || size < sizeof(FennixMsop) || start >= FennixMsop::kBlocks) return false;
+  FennixMsop msop;
+  std::memcpy(&msop, pkt, sizeof msop);
+  bool new_frame = false;
+  for (std::size_t k = start; k < FennixMsop::kBlocks; ++k) {
+    new_frame |= IsNewFrame(msop.blocks[k].row, msop.blocks[k].column);
+  }
+  static const typename T_PointCloud::PointType kOrigin[FennixMsop::kBlocks] = {};
+  if (this->point_cloud_) AppendPoints(*this->point_cloud_, kOrigin, FennixMsop::kBlocks - start);
+  if (new_frame) EnableFinallyFrame();
+  return new_frame;
+}
+
+template <typename T_PointCloud>
+void DecoderFennix<T_PointCloud>::EnableFinallyFrame() {
+  this->split_frame_cb_(this->const_param_.LASER_NUM, NO_TIME);
+}
+
+template <typename T_PointCloud>
+bool DecoderFennix<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
+                                             std::uint16_t& start) {
+  return pkt != nullptr && size >= sizeof(FennixMsop) && FindFrameMarker<FennixMsop>(pkt, start);
+}
+
+template <typename T_PointCloud>
+void DecoderFennix<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
+
+template <typename T_PointCloud>
+bool DecoderFennix<T_PointCloud>::IsNewFrame(std::uint16_t row, std::uint16_t column) {
+  return row == 0xBF && column == 0x7F;
+}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class DecoderFennix<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar

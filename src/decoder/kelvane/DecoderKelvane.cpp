@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/kelvane/DecoderKelvane.h"
+
+#include <cstring>
+
+#include "decoder/BeamDirection.h"
+#include "decoder/PointFields.h"
+#include "decoder/ReturnBatch.h"
+#include "decoder/kelvane/KelvaneModel.h"
+#include "decoder/kelvane/SequenceWindow.h"
+
+namespace orliq::lidar {
+namespace {
+
+constexpr std::size_t RECORDS = KelvaneMsop::kRecords;
+constexpr std::size_t COLUMNS = 2 * RECORDS;
+constexpr int FIRST_COLUMN = -1300;                 // [0.01 deg] elevation
+constexpr int COLUMN_STEP = 5;                      // [0.01 deg] upwards
+constexpr std::size_t FACES = 4;                    // of the mirror
+constexpr int FACE_OFFSETS[FACES] = {0, -2, 2, 3};  // [0.01 deg] elevation
+constexpr double METRES_PER_COUNT = 0.005;          // [m]
+constexpr double NO_TIME = 0.0;                     // [s] of every frame and point
+constexpr unsigned IGNORE_PACKET = 0x02;            // a flag
+
+/// A column as one face of the mirror sends it out.
+struct Column {
+  SinCos elevation;
+  std::int32_t inside;  // 1 when the elevation limits hold it
+};
+
+/// The columns that a packet covers: each record has one of its own when two packets make a cycle,
+/// two records in a row share one when four do.
+struct ColumnWalk {
+  ColumnWalk(std::size_t index, std::uint8_t cycle_mode)
+      : first((index % (cycle_mode != 0 ? 2 : 4)) * RECORDS), halving(cycle_mode != 0 ? 0 : 1) {}
+
+  std::size_t Of(std::size_t record) const { return (first + record) >> halving; }
+
+  std::size_t first;
+  unsigned halving;
+};
+
+/// Place in the tables of a face, which count from 1; a face that is none counts as the first.
+std::size_t PlaceOf(std::uint8_t face) {
+  return face >= 1 && face <= FACES ? face - 1U : 0U;
+}
+
+}  // namespace
+
+/// Working state and the steps of decoding, in the order in which they run.
+template <typename T_PointCloud>
+struct DecoderKelvane<T_PointCloud>::Impl {
+  using PointType = typename T_PointCloud::PointType;
+
+  struct Batch : ReturnBatch<T_PointCloud, RECORDS> {
+    SinCos elevation[RECORDS];
+    std::uint16_t column[RECORDS];
+    std::uint8_t intensity[RECORDS];
+  };
+
+  explicit Impl(DecoderKelvane* decoder);
+
+  bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size);
+  void DecodeRecords(const KelvaneMsop& msop);
+  void Gather(const KelvaneMsop& msop);
+  void Locate(SinCos azimuth);
+  void MakePoints();
+
+  DecoderKelvane* owner;
+  SequenceWindow window;
+  Column columns[FACES][COLUMNS];
+  Batch batch = {};  // the returns that are being decoded: those within the limits
+};
+
+template <typename T_PointCloud>
+DecoderKelvane<T_PointCloud>::Impl::Impl(DecoderKelvane* decoder) : owner(decoder) {
+  const Interval limits = {owner->param_.min_elevation, owner->param_.max_elevation};
+  for (std::size_t face = 0; face < FACES; ++face) {
+    for (std::size_t column = 0; column < COLUMNS; ++column) {
+      const int angle = FIRST_COLUMN + COLUMN_STEP * static_cast<int>(column) + FACE_OFFSETS[face];
+      columns[face][column] = {LookUp(owner->trigon_, angle),
+                               limits.Holds(CentidegreesToDegrees(angle)) ? 1 : 0};
+    }
+  }
+}
+
+/// The frame before is handed out first, with whatever callback is there, so that this packet's
+/// points are the first of the new frame.
+template <typename T_PointCloud>
+bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
+                                                          std::size_t size) {
+  if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
+  KelvaneMsop msop;
+  std::memcpy(&msop, pkt, sizeof msop);
+  if ((msop.flags & IGNORE_PACKET) != 0) return false;
+  const bool new_frame = window.Take(msop.sequence) == SequenceWindow::Outcome::NewFrame;
+  if (new_frame) owner->split_frame_cb_(owner->const_param_.LASER_NUM, NO_TIME);
+  DecodeRecords(msop);
+  return new_frame;
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::DecodeRecords(const KelvaneMsop& msop) {
+  const int azimuth = msop.azimuth;
+  const Interval limits = {owner->param_.min_azimuth, owner->param_.max_azimuth};
+  if (!limits.Holds(CentidegreesToDegrees(azimuth))) return;
+  Gather(msop);
+  Locate(LookUp(owner->trigon_, azimuth));
+  MakePoints();
+  if (owner->point_cloud_) batch.Append(*owner->point_cloud_);
+}
+
+/// Takes the records apart and leaves out those that are outside the limits.
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::Gather(const KelvaneMsop& msop) {
+  const ColumnWalk walk(SequenceWindow::IndexOf(msop.sequence), msop.cycle_mode);
+  const Column* const face = columns[PlaceOf(msop.face)];
+  const Interval limits = owner->DistanceLimits();
+  std::size_t kept = 0;
+  for (std::size_t j = 0; j < RECORDS; ++j) {
+    const KelvaneRecord& record = msop.records[j];
+    const std::size_t column = walk.Of(j);
+    const auto distance = static_cast<float>(record.distance * METRES_PER_COUNT);
+    batch.distance[kept] = distance;
+    batch.elevation[kept] = face[column].elevation;
+    batch.column[kept] = static_cast<std::uint16_t>(column);
+    batch.intensity[kept] = record.intensity;
+    // A record that is left out is overwritten by the next: no branch that cannot be foreseen.
+    kept += static_cast<std::size_t>(face[column].inside & (limits.Holds(distance) ? 1 : 0));
+  }
+  batch.count = kept;
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::Locate(SinCos azimuth) {
+  for (std::size_t i = 0; i < batch.count; ++i) {
+    const float horizontal = batch.distance[i] * batch.elevation[i].cos;
+    batch.x[i] = horizontal * azimuth.cos;
+    batch.y[i] = horizontal * azimuth.sin;
+    batch.z[i] = batch.distance[i] * batch.elevation[i].sin;
+  }
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::MakePoints() {
+  batch.MakePoints([this](PointType& point, std::size_t i) {
+    point.intensity = batch.intensity[i];
+    point.ring = batch.column[i];
+    SetTimestamp(point, NO_TIME);
+  });
+}
+
+template <typename T_PointCloud>
+DecoderKelvane<T_PointCloud>::DecoderKelvane(const DecoderParam& param)
+    : Decoder<T_PointCloud>(GetConstParam(), param), impl_(std::make_shared<Impl>(this)) {}
+
+template <typename T_PointCloud>
+DecoderKelvane<T_PointCloud>::~DecoderKelvane() = default;
+
+template <typename T_PointCloud>
+DecoderConstParam DecoderKelvane<T_PointCloud>::GetConstParam() {
+  return kKelvane;
+}
+
+template <typename T_PointCloud>
+bool DecoderKelvane<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
+                                                    std::uint16_t /*start*/) {
+  return impl_->DecodeMsopPacket(pkt, size);
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::EnableFinallyFrame() {
+  this->split_frame_cb_(this->const_param_.LASER_NUM, NO_TIME);
+}
+
+template <typename T_PointCloud>
+bool DecoderKelvane<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
+                                              std::uint16_t& start) {
+  if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
+  KelvaneMsop msop;
+  std::memcpy(&msop, pkt, sizeof msop);
+  if ((msop.flags & IGNORE_PACKET) != 0) return false;
+  if (impl_->window.Take(msop.sequence) != SequenceWindow::Outcome::NewFrame) return false;
+  start = 0;
+  return true;
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
+
+#define ORLIQ_INSTANTIATE(CLOUD) template class DecoderKelvane<CLOUD>;
+ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
+
+}  // namespace orliq::lidar
