@@ -82,7 +82,7 @@ TEST_P(ScanTest, AFrameIsTheSceneBeamByBeamToHalfAQuantum) {
     ASSERT_EQ(truths.size(), points.size()) << "the frame before is forgotten";
     std::map<std::uint32_t, std::size_t> seen;
     std::set<unsigned> intensities;
-    std::size_t false_returns = 0;
+    std::map<double, unsigned> false_returns;  // intensity by range, of one reflectivity
     for (std::size_t i = 0; i < points.size(); ++i) {
       const Point& point = points[i];
       const BeamTruth& truth = truths[i];
@@ -99,7 +99,7 @@ TEST_P(ScanTest, AFrameIsTheSceneBeamByBeamToHalfAQuantum) {
       ASSERT_NEAR(point.z, truth.range_m * beam.z, aside);
       ASSERT_EQ(point.intensity > 0, truth.measured);
       intensities.insert(point.intensity);
-      false_returns += truth.is_false;
+      if (truth.is_false) false_returns[truth.range_m] = point.intensity;
       if (truth.is_false) continue;
       const double time_s = packets[i * packets.size() / points.size()].time_s;
       const double range = scene_->Cast(beam, time_s - options_.start_time_s).range_m;
@@ -108,8 +108,11 @@ TEST_P(ScanTest, AFrameIsTheSceneBeamByBeamToHalfAQuantum) {
     EXPECT_EQ(seen.size(), scan_.beams);
     EXPECT_EQ(seen.rbegin()->first, scan_.beams - 1);
     for (const auto& beam : seen) ASSERT_EQ(beam.second, scan_.records) << beam.first;
+    EXPECT_TRUE(std::is_sorted(false_returns.begin(), false_returns.end(), [](auto& a, auto& b) {
+      return a.second > b.second;
+    })) << "farther, never brighter";
     EXPECT_GT(intensities.size(), 50U);
-    EXPECT_NEAR(static_cast<double>(false_returns), 0.1 * static_cast<double>(points.size()),
+    EXPECT_NEAR(static_cast<double>(false_returns.size()), 0.1 * static_cast<double>(points.size()),
                 0.01 * static_cast<double>(points.size()));
   }
 }

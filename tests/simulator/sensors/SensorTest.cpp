@@ -73,6 +73,15 @@ TEST(Sensors, ShowTheirFramesWhereTheDriverLooksForThem) {
   }
 }
 
+TEST(BrantisSensor, EveryPacketSaysItsFramesNumberWhichStartsAnew) {
+  const auto sensor = MakeSensor("brantis", {});
+  for (unsigned frame = 0; frame < 12; ++frame) {
+    for (const auto& packet : sensor->EncodeFrame(*MakeScene("boxes"), frame)) {
+      ASSERT_EQ(packet.payload[26] + 256U * packet.payload[27], (65526 + frame) % 65536);
+    }
+  }
+}
+
 TEST(Sensors, WithFrameWordsSendTheFramesNumberTemperaturesAndStatus) {
   for (const char* const model : {"juniq", "glavor"}) {
     const auto sensor = MakeSensor(model, {});
