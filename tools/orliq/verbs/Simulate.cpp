@@ -208,6 +208,7 @@ ExitCode Run(SimulateOptions options, Console& console) {
   const auto scene = sim::MakeScene(options.scene);
   const auto sensor = sim::MakeSensor(options.model, options.sensor);
   if (!scene || !sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor or scene");
+  FitToSensor(options, *sensor, console);
   CatchInterrupts();
   std::optional<SimulatedFolder> tables;
   if (options.check_folder) {
@@ -239,6 +240,7 @@ Verb AddSimulate(CLI::App& app) {
       "Examples:\n"
       "  orliq simulate --model juniq --scene boxes --frames 20 \\\n"
       "      --out room.pcap --check-folder room-check\n"
+      "  orliq simulate --model kelvane --cycle 4 --out hall.pcap\n"
       "  orliq simulate --model juniq --check-folder room-check --to 127.0.0.1:2368");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);

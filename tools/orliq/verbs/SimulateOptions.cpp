@@ -19,19 +19,34 @@ double Now() {
   return std::chrono::duration<double>(since_1970).count();
 }
 
+/// "juniq, glavor": the models that have it.
+std::string ModelsWith(bool sim::SensorTraits::*trait) {
+  std::string names;
+  for (const std::string& name : sim::SensorNames(trait)) {
+    names += (names.empty() ? "" : ", ") + name;
+  }
+  return names;
+}
+
+/// For the help.
+std::string OnlyFor(bool sim::SensorTraits::*trait) {
+  return " (only " + ModelsWith(trait) + ')';
+}
+
 void AddFaults(CLI::App& command, SimulateOptions& options) {
+  const std::string beams = OnlyFor(&sim::SensorTraits::beams);
   const std::string group = "Faults (shares are 0 to 1; a packet suffers the first that hits it)";
-  const auto share = [&](const char* name, double& rate, const char* text) {
+  const auto share = [&](const char* name, double& rate, const std::string& text) {
     command.add_option(name, rate, text)->check(Within(0.0, 1.0))->group(group);
   };
   const auto packets = [&](const char* name, sim::PacketFault fault, const char* text) {
     share(name, options.faults[fault], text);
   };
   auto& sensor = options.sensor.faults;
-  command.add_option("--noise", sensor.range_noise_m, "standard deviation of ranges [m]")
+  command.add_option("--noise", sensor.range_noise_m, "standard deviation of ranges [m]" + beams)
       ->check(Within(0.0, 10.0))
       ->group(group);
-  share("--false-returns", sensor.false_return_rate, "share of beams");
+  share("--false-returns", sensor.false_return_rate, "share of beams" + beams);
   packets("--drop", sim::PacketFault::kLost, "share of packets lost");
   packets("--wrong-length", sim::PacketFault::kWrongLength, "share of packets cut or lengthened");
   packets("--wrong-identifier", sim::PacketFault::kWrongIdentifier,
@@ -41,14 +56,15 @@ void AddFaults(CLI::App& command, SimulateOptions& options) {
   packets("--foreign", sim::PacketFault::kForeign,
           "packets of another device to the same port, as a share of the sensor's");
   command
-      .add_flag("--no-radius-filter", options.no_radius_filter,
-                "calibration leaves isolated returns in")
+      .add_flag(
+          "--no-radius-filter", options.no_radius_filter,
+          "calibration leaves isolated returns in" + OnlyFor(&sim::SensorTraits::radius_filter))
       ->group(group);
 }
 
 /// Keeps an empty name apart from none.
 CLI::Option* AddName(CLI::App& command, const char* option, std::optional<std::string>& name,
-                     const char* text) {
+                     const std::string& text) {
   return command.add_option_function<std::string>(
       option, [&name](const std::string& given) { name = given; }, text);
 }
@@ -59,6 +75,18 @@ void RequireNames(const SimulateOptions& options) {
   }
   if (options.check_folder && options.check_folder->empty()) {
     throw Failure(ExitCode::kFileFault, "--check-folder: an empty name is no folder");
+  }
+}
+
+void RequireUsableFolder(const SimulateOptions& options) {
+  if (options.out && !options.check_folder) {
+    throw Failure(ExitCode::kUsage,
+                  "--out needs --check-folder: without its calibration a capture has no points");
+  }
+  const std::string word = TableWordIn(options.check_folder.value_or(""));
+  if (!word.empty()) {
+    throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
+                                        "\", by which a calibration table is recognised");
   }
 }
 
@@ -78,13 +106,17 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
       ->check(Within(1, 1000000));
   CLI::Option* const out = AddName(command, "--out", options.out, "capture file to write");
   AddName(command, "--check-folder", options.check_folder,
-          "folder to write the sensor's calibration to, which play and live read; "
-          "--out needs one");
+          std::string("folder to write the sensor's calibration to, which play and live read; ") +
+              "--out needs one" + OnlyFor(&sim::SensorTraits::check_folder));
   command.add_flag("--force", options.force,
                    "let --out and --check-folder replace what no simulation wrote");
   command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
       ->check(Within(0.1, 1000.0))
       ->capture_default_str();
+  command
+      .add_option("--cycle", options.cycle,
+                  "packets for each azimuth, 2 if not given" + OnlyFor(&sim::SensorTraits::cycle))
+      ->check(CLI::IsMember({2, 4}));
   command.add_option("--seed", options.sensor.seed, "chooses the individual sensor and all chance")
       ->check(WholeNumber())
       ->capture_default_str();
@@ -110,20 +142,34 @@ void CompleteSimulateOptions(SimulateOptions& options) {
     throw Failure(ExitCode::kUsage,
                   "where shall the packets go? Name a file with --out or a receiver with --to");
   }
-  if (options.out && !options.check_folder) {
-    throw Failure(ExitCode::kUsage,
-                  "--out needs --check-folder: without its calibration a capture has no points");
-  }
-  const std::string word = TableWordIn(options.check_folder.value_or(""));
-  if (!word.empty()) {
-    throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
-                                        "\", by which a calibration table is recognised");
-  }
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
+  options.sensor.cycle_packets = options.cycle.value_or(options.sensor.cycle_packets);
   options.sensor.radius_filter = !options.no_radius_filter;
   // A capture is to be the same each time; a sensor that is received lives now.
   if (!options.out) options.sensor.start_time_s = Now();
   if (options.start_time_s) options.sensor.start_time_s = *options.start_time_s;
+}
+
+void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Console& console) {
+  const sim::Faults& faults = options.sensor.faults;
+  if (!sensor.HasBeams() && (faults.range_noise_m > 0.0 || faults.false_return_rate > 0.0)) {
+    throw Failure(ExitCode::kUsage,
+                  "the simulated " + options.model +
+                      " measures no ranges: --noise and --false-returns are for " +
+                      ModelsWith(&sim::SensorTraits::beams));
+  }
+  if (!sensor.HasCycle() && options.cycle) {
+    throw Failure(ExitCode::kUsage, options.model + " has but one cycle: --cycle is for " +
+                                        ModelsWith(&sim::SensorTraits::cycle));
+  }
+  if (options.no_radius_filter && !sensor.HasRadiusFilter()) {
+    console.Note(options.model + " has no radius filter: --no-radius-filter changes nothing");
+  }
+  if (sensor.HasCheckFolder()) return RequireUsableFolder(options);
+  if (options.check_folder) {
+    console.Note(options.model + " has no calibration: nothing is written to --check-folder");
+    options.check_folder.reset();
+  }
 }
 
 }  // namespace orliq::cli

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 #include "orliq/network/Transmission.h"
+#include "orliq/terminal/Console.h"
 #include "simulator/sending/PacketFaults.h"
 #include "simulator/sensors/Sensor.h"
 
@@ -23,6 +25,7 @@ struct SimulateOptions {
   TransmissionOptions transmission;
   sim::SensorOptions sensor;
   sim::PacketFaultRates faults;
+  std::optional<std::size_t> cycle;    ///< none: the usual one
   std::optional<double> start_time_s;  ///< none: the usual one of captures, else the present
   bool no_radius_filter = false;
   bool force = false;  ///< replaces files that no simulation wrote
@@ -33,5 +36,9 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options);
 
 /// Fills in what follows from other options. Throws Failure where they do not fit together.
 void CompleteSimulateOptions(SimulateOptions& options);
+
+/// Options for what the sensor lacks. Throws Failure where the user would not get what was asked for;
+/// takes back, with a remark, what the sensor does not need, so that a script may name it for all.
+void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Console& console);
 
 }  // namespace orliq::cli

@@ -30,6 +30,11 @@ void WriteIdentifier(ByteWriter& writer) {
   writer.Bytes(kIdentifier);
 }
 
+void WriteBlocksHead(ByteWriter& writer) {
+  WriteIdentifier(writer);
+  writer.Zeros(17);
+}
+
 void WriteFrameWords(ByteWriter& writer, std::uint64_t frame, double scene_time_s) {
   const double warmth = 2.0 * std::sin(scene_time_s * 0.01);  // [deg C]
   writer.U16(static_cast<std::uint16_t>(frame))

@@ -13,6 +13,10 @@ namespace orliq::sim {
 /// Appends the 8 bytes by which these models are recognised.
 void WriteIdentifier(ByteWriter& writer);
 
+/// Appends the 25 bytes before the blocks of a packet: the identifier, and fields that say nothing of
+/// the beams.
+void WriteBlocksHead(ByteWriter& writer);
+
 /// Appends u16 frame counter and two u16 temperatures of the unit, in steps of 1/16 deg C from
 /// -64 deg C on. The unit warms up and cools down by 2 degrees in about ten minutes.
 void WriteFrameWords(ByteWriter& writer, std::uint64_t frame, double scene_time_s);

@@ -14,11 +14,6 @@ constexpr double kAccelUnit = 0.004788403;       // [m/s^2]
 
 }  // namespace
 
-void WriteJuniqHead(ByteWriter& writer) {
-  WriteIdentifier(writer);
-  writer.Zeros(17);
-}
-
 void WriteJuniqBlock(ByteWriter& writer, const JuniqBlock& block) {
   writer
       .U16(block.position)  // column in the low byte, row in the high byte

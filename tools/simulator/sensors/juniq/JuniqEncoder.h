@@ -29,8 +29,7 @@ struct JuniqState {
   std::uint32_t imu_stamp = 0;  ///< 24 bits, another number for each sample, never 0
 };
 
-/// Appends the head of a packet. kJuniqBlocksPerPacket blocks and one tail follow it.
-void WriteJuniqHead(ByteWriter& writer);
+/// A packet is the head of WriteBlocksHead, kJuniqBlocksPerPacket blocks and one tail.
 void WriteJuniqBlock(ByteWriter& writer, const JuniqBlock& block);
 void WriteJuniqTail(ByteWriter& writer, const JuniqState& state);
 

@@ -2,33 +2,24 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <optional>
 
-#include "simulator/sensors/ScanningSensor.h"
-#include "simulator/sensors/juniq/JuniqCalibration.h"
-#include "simulator/sensors/juniq/JuniqEncoder.h"
+#include "simulator/sensors/BeamSensor.h"
 
 namespace orliq::sim {
 
-/// The Juniq sensor: 192 rings of 256 columns, 768 packets of 64 blocks each frame, in the order of
-/// BeamOrder.
-class JuniqSensor final : public ScanningSensor {
+/// The Juniq sensor: 768 packets of 64 blocks each frame.
+class JuniqSensor final : public BeamSensor {
  public:
+  static constexpr SensorTraits kTraits = {/*beams=*/true, /*imu=*/true, /*check_folder=*/true,
+                                           /*radius_filter=*/true};
+
   explicit JuniqSensor(const SensorOptions& options);
 
-  bool HasImu() const override { return true; }
-  bool HasRadiusFilter() const override { return true; }
-  std::vector<CheckTable> Tables() const override { return calibration_.Tables(); }
-
-  const BeamCalibration& Calibration() const { return calibration_; }
-
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
-  JuniqBlock BlockAt(const Scene& scene, std::uint16_t position, double scene_time_s);
-
-  BeamCalibration calibration_;
-  std::vector<std::uint16_t> order_;  // positions in the order sent
-  std::vector<Vec3> directions_;      // by position
+  void WriteBlock(ByteWriter& writer, std::uint16_t position,
+                  const std::optional<Hit>& hit) override;
+  void WriteTail(ByteWriter& writer, const PacketSlot& slot) override;
 };
 
 }  // namespace orliq::sim
