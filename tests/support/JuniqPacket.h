@@ -4,7 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+
+#include "support/PacketBytes.h"
 
 namespace orliq::test {
 
@@ -21,22 +22,13 @@ struct JuniqReturn {
 
 constexpr JuniqReturn kMarker{0x7F, 0xBF};
 
-/// Writes a Juniq packet byte by byte, by the sensor's own table of offsets. Needs no memory of its
-/// own.
-class JuniqPacket {
+class JuniqPacket : public PacketBytes<1104, JuniqPacket> {
  public:
   explicit JuniqPacket(const JuniqReturn& everywhere = {}) {
     for (std::size_t i = 0; i < 64; ++i) Block(i, everywhere);
     Time(2024, 2, 29, 23, 59, 58, 250000);
   }
 
-  /// The lowest `width` bytes of `value`, the least one first.
-  JuniqPacket& Put(std::size_t at, std::size_t width, unsigned value) {
-    for (std::size_t i = 0; i < width; ++i) {
-      bytes_.at(at + i) = static_cast<std::uint8_t>(value >> (8 * i));
-    }
-    return *this;
-  }
   JuniqPacket& Block(std::size_t index, const JuniqReturn& r) {
     const std::size_t at = 25 + 16 * index;
     Put(at, 1, r.column).Put(at + 1, 1, r.row).Put(at + 2, 2, r.width_ref).Put(at + 4, 2, r.aux);
@@ -57,13 +49,6 @@ class JuniqPacket {
     Put(1059, 2, word).Put(1061, 2, temperature_a).Put(1063, 2, temperature_b);
     return Put(1077, 1, status);
   }
-
-  const std::uint8_t* data() const { return bytes_.data(); }
-  std::size_t size() const { return bytes_.size(); }
-  std::vector<std::uint8_t> payload() const { return {bytes_.begin(), bytes_.end()}; }
-
- private:
-  std::array<std::uint8_t, 1104> bytes_ = {0xEE, 0xFF, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 };
 
 }  // namespace orliq::test

@@ -19,17 +19,12 @@ class SequenceWindow {
 
   Outcome Take(std::uint16_t sequence) {
     const std::uint16_t index = IndexOf(sequence);
-    if (lower_ > index) {
-      MoveTo(index);
-      return Outcome::NewFrame;
-    }
-    // Before anything but the first index was accepted, any number ahead will do.
-    if (index >= last_ && (index <= upper_ || last_ == 0)) {
-      MoveTo(index);
-      return Outcome::Accepted;
-    }
-    MoveTo(last_);
-    return Outcome::Outside;
+    const bool fallen = index < std::max(last_, kReach) - kReach;
+    // As long as the last index is 0, any number ahead will do.
+    const auto farthest = static_cast<std::uint16_t>(last_ + kReach);
+    const bool next = index >= last_ && (index <= farthest || last_ == 0);
+    if (fallen || next) last_ = index;
+    return fallen ? Outcome::NewFrame : next ? Outcome::Accepted : Outcome::Outside;
   }
 
   /// Place of the packet in its frame, from 0 on.
@@ -40,15 +35,7 @@ class SequenceWindow {
  private:
   static constexpr std::uint16_t kReach = 10;
 
-  void MoveTo(std::uint16_t index) {
-    last_ = index;
-    lower_ = static_cast<std::uint16_t>(std::max(index, kReach) - kReach);
-    upper_ = static_cast<std::uint16_t>(index + kReach);
-  }
-
-  std::uint16_t last_ = 0;  // index that was accepted last
-  std::uint16_t lower_ = 0;
-  std::uint16_t upper_ = kReach;
+  std::uint16_t last_ = 0;  // index of the position
 };
 
 }  // namespace orliq::lidar

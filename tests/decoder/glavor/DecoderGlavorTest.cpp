@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "decoder/glavor/DecoderGlavor.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <functional>
+#include <tuple>
+
+#include "support/DecoderProbe.h"
+#include "support/PacketBytes.h"
+
+namespace orliq::lidar {
+namespace {
+
+using test::SetTable;
+
+template <typename P>
+using Probe = test::DecoderProbe<DecoderGlavor, AngleCheckParam, P>;
+
+/// One return as a test states it. The defaults measure about 24 m with full strength.
+struct Return {
+  unsigned column = 20;
+  unsigned row = 10;
+  unsigned tof = 6400;
+  unsigned width = 3000;
+  unsigned width_ref = 1500;
+  unsigned peak = 60000;
+};
+
+constexpr Return kMarker{0x7F, 0xBF};
+constexpr std::size_t kPosition = 20 + 256 * 10;  // of the default return
+
+struct Packet : test::PacketBytes<1360, Packet> {
+  explicit Packet(const Return& everywhere = {}) {
+    for (std::size_t i = 0; i < 32; ++i) Block(i, everywhere);
+  }
+  Packet& Block(std::size_t index, const Return& r) {
+    const std::size_t at = 25 + 40 * index;
+    Put(at, 1, r.column).Put(at + 1, 1, r.row).Put(at + 2, 2, r.width_ref).Put(at + 9, 3, r.tof);
+    return Put(at + 12, 3, r.peak).Put(at + 18, 3, r.width);
+  }
+};
+
+// (100 x 1.645 - 2.09) x 0.15 = 24.3615 m; r = 2; c = 0.008 + 0.02 + 0.0243615 + 0.05 = 0.1023615;
+// 24.2591385 m at -30 deg azimuth and 10 deg elevation.
+TEST(GlavorPoints, AReturnBecomesACalibratedPointWithoutATime) {
+  Probe<PointSource> probe;
+  probe.check->azimuth[kPosition] = 30.0F;
+  probe.check->elevation[kPosition] = 10.0F;
+  SetTable(&probe.check->weight, {0.01F, 0.001F, 0.002F, 0.05F});
+  SetTable(&probe.check->near_filter, {0, 0, 0, 0, 1, 0.5F, 3, 0.5F, 0.03F});  // for Juniq alone
+  probe.Calibrate();
+  EXPECT_FALSE(probe.Decode(Packet(Return{20, 10, 6400, 3000, 1500, 0x23456})));
+  ASSERT_EQ(probe.points().size(), 32U);
+  const PointSource p = probe.points()[31];
+  EXPECT_NEAR(float{p.x}, 20.689856F, 2e-5F);
+  EXPECT_NEAR(float{p.y}, -11.945294F, 2e-5F);
+  EXPECT_NEAR(float{p.z}, 4.2125552F, 1e-5F);
+  EXPECT_EQ(std::uint16_t{p.intensity}, 0x3456) << "low 16 bits of the peak";
+  EXPECT_EQ(std::uint16_t{p.ring}, 10);
+  EXPECT_EQ(double{p.timestamp}, 0.0);
+  EXPECT_EQ(std::int32_t{p.distance}, 24);
+}
+
+TEST(GlavorPoints, ADirectionBeyondTheTablesIsThatOfAnEvenFan) {
+  Probe<Point> probe;
+  probe.check->azimuth[0xBF7F] = 30.0F;
+  probe.Calibrate();
+  // column and row, and the angles in hundredths of a degree: 6000 - 47.05882353 columns, 4500 -
+  // 47.120419 rows, cut. The mark is the last row of the tables.
+  const std::tuple<unsigned, unsigned, double, double> rows[] = {{0, 192, 6000, -4547},
+                                                                 {1, 193, 5952, -4594},
+                                                                 {255, 255, -6000, -7515},
+                                                                 {0, 0, 0, 0},
+                                                                 {0x7F, 0xBF, -3000, 0}};
+  for (const auto& [column, row, azimuth, elevation] : rows) {
+    probe.Decode(Packet(Return{column, row}));
+    const PointCloud<Point>& cloud = probe.frames.empty() ? *probe.cloud() : *probe.frames.back();
+    const Point& p = cloud.points.back();
+    const double degree = 3.141592653589793 / 180.0;
+    EXPECT_NEAR(std::atan2(p.y, p.x) / degree * 100, azimuth, 1e-3) << column << ' ' << row;
+    EXPECT_NEAR(std::asin(p.z / 24.3615) / degree * 100, elevation, 1e-2) << column << ' ' << row;
+  }
+}
+
+TEST(GlavorPoints, ARangeThatIsNotPositiveIsGatedLikeAnyOther) {
+  DecoderParam param;
+  param.min_distance = -0.3136F;
+  Probe<PointSource> probe(param);
+  Probe<PointSource> usual;
+  for (auto* const p : {&probe, &usual}) {
+    p->check->elevation[kPosition] = 30.0F;
+    p->Calibrate();
+    p->Decode(Packet(Return{20, 10, 0}));
+  }
+  EXPECT_NEAR(float{probe.points()[0].z}, -0.3135F / 2, 1e-6F);
+  EXPECT_NEAR(float{probe.points()[0].x}, 0.3135F * std::sqrt(0.75F), 1e-6F) << "never negative";
+  EXPECT_EQ(float{usual.points()[0].x}, 0.0F);
+  EXPECT_EQ(usual.points()[0].intensity, 60000);
+}
+
+TEST(GlavorPoints, TheTransformMovesWhatTheLimitsHold) {
+  DecoderParam param;
+  param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0, 0, 0};
+  param.max_azimuth = 20.0F;
+  param.min_distance = 1.0F;
+  Probe<Point> probe(param);
+  probe.check->azimuth[kPosition + 1] = -20.01F;
+  SetTable(&probe.check->near_filter, {0, 1, 60001, 100});  // below 100 m a peak of 60001
+  probe.Calibrate();
+  Return strong;
+  strong.peak = 60001;
+  probe.Decode(Packet().Block(0, strong).Block(1, {21, 10, 6400, 3000, 1500, 60001}));
+  EXPECT_NEAR(probe.points()[0].x, 25.3615F, 1e-5F);
+  EXPECT_EQ(probe.points()[0].z, 3.0F);
+  EXPECT_EQ(probe.points()[1].z, 0.0F) << "beyond the azimuth limit";
+  EXPECT_EQ(probe.points()[2].z, 0.0F) << "too weak: a range of 0";
+}
+
+TEST(GlavorFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
+  for (const std::size_t at : {0U, 10U, 31U}) {
+    Probe<PointTime> probe;
+    Packet packet = Packet().Block(at, kMarker).Put(1315, 2, 0x1234).Put(1317, 2, 1440);
+    packet.Put(1319, 2, 1025).Put(1333, 1, 0xA5);
+    EXPECT_FALSE(probe.Decode(Packet()));
+    EXPECT_TRUE(probe.Decode(packet));
+    ASSERT_EQ(probe.frames.size(), 1U);
+    const PointCloud<PointTime>& frame = *probe.frames[0];
+    EXPECT_EQ(frame.points.size(), 64U) << "blocks after the marker belong to the closing frame";
+    EXPECT_EQ(frame.timestamp, 0.0);
+    EXPECT_EQ(probe.last_rings, 192);
+    EXPECT_EQ(frame.frame_word, 0x1234);
+    EXPECT_EQ(frame.temperature_a, 26.0);
+    EXPECT_EQ(frame.temperature_b, 0.0625);
+    EXPECT_EQ(frame.status, 0xA5);
+    std::uint16_t start = 0;
+    EXPECT_TRUE(probe.decoder.toSplite(packet.data(), packet.size(), start));
+    EXPECT_EQ(start, at + 1);
+    EXPECT_FALSE(probe.Decode(packet, start)) << "playback begins behind the marker";
+    EXPECT_EQ(probe.points().size(), 31 - at);
+  }
+}
+
+TEST(GlavorFrame, ALostMarkerIsForcedEvenWhenItIsThereAndNobodyListens) {
+  Probe<Point> probe;
+  const auto decode_99999 = [&probe] {
+    for (int i = 0; i < 3124; ++i) probe.Decode(Packet());
+    probe.Decode(Packet(), 1);
+  };
+  decode_99999();
+  EXPECT_TRUE(probe.frames.empty());
+  EXPECT_FALSE(probe.Decode(Packet().Put(1315, 2, 9), 31));
+  ASSERT_EQ(probe.frames.size(), 1U);
+  EXPECT_EQ(probe.frames[0]->points.size(), 100000U);
+  EXPECT_EQ(probe.frames[0]->frame_word, 0) << "no header fields";
+  decode_99999();
+  probe.Decode(Packet().Block(31, kMarker), 31);
+  EXPECT_EQ(probe.frames.size(), 2U) << "a marked packet closes once";
+  decode_99999();
+  probe.decoder.EnableFinallyFrame();
+  probe.Decode(Packet());
+  EXPECT_EQ(probe.frames.size(), 3U) << "the end of the stream began a new count";
+  EXPECT_EQ(probe.frames[2]->timestamp, 0.0);
+
+  DecoderGlavor<PointCloud<Point>> alone({});
+  const Packet marked = Packet().Block(31, kMarker);
+  for (int i = 0; i < 3124; ++i) EXPECT_TRUE(alone.ProcessMsopPacket(marked.data(), 1360, 0));
+  EXPECT_THROW(alone.ProcessMsopPacket(marked.data(), 1360, 0), std::bad_function_call);
+}
+
+}  // namespace
+}  // namespace orliq::lidar
