@@ -44,8 +44,8 @@ double Degrees(double centidegrees) {
 // Line 10: 10 x 53.5714286 - 1500 = -964.29, so 9.64 deg up; line 255: 12160.71, so 121.60 deg down.
 // Sample 2 looks 58.75 deg to the left, sample 191 -59.375, cut to -59.37 deg.
 TEST(CorvikPoints, ASampleLiesOnItsLineAtItsAzimuth) {
-  const std::tuple<unsigned, double> lines[] = {{10, 964.0}, {0, 1500.0}, {55, -1446.0},
-                                                {28, 0.0},   {29, -53.0}, {255, -12160.0}};
+  const std::tuple<unsigned, double> lines[] = {{10, 964.0},  {0, 1500.0}, {55, -1446.0},
+                                                {35, -375.0}, {29, -53.0}, {255, -12160.0}};
   DecoderParam param;
   param.min_elevation = -180.0F;
   for (const auto& [line, elevation] : lines) {
