@@ -47,7 +47,7 @@ struct DecoderCorvik<T_PointCloud>::Impl {
 
   DecoderCorvik* owner;
   IMUBlock last_imu = {};
-  std::uint8_t last_line = 0;  // below which no line can be
+  std::uint8_t last_line = 0;  // of the packet before; nothing is below the 0 at first
 
   // Directions, and whether the decoder's limits hold them (1 or 0).
   float azimuth_sin[SAMPLES];
