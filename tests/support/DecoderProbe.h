@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -50,6 +53,19 @@ struct DecoderProbe {
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
   std::uint16_t last_rings = 0;
 };
+
+/// Raw inertial sample w0 to w5, and what it says in the axes of the point frame; `rate` [pi rad/s]
+/// is the sensor's own count.
+constexpr std::array<int, 6> kImuCounts = {100, -200, 300, 1000, -2000, 32767};
+inline void ExpectImuAxes(const lidar::ImuMsg& imu, double rate) {
+  rate *= 3.141592653589793;
+  EXPECT_FLOAT_EQ(imu.angular_velocity_x, static_cast<float>(-32767 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_y, static_cast<float>(1000 * rate));
+  EXPECT_FLOAT_EQ(imu.angular_velocity_z, static_cast<float>(2000 * rate));
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_x, -300 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_y, 100 * 0.004788403F);
+  EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
+}
 
 template <typename P>
 using JuniqProbe = DecoderProbe<lidar::DecoderJuniq, lidar::OffsetCheckParam, P>;

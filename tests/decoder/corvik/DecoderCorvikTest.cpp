@@ -68,7 +68,7 @@ TEST(CorvikPoints, ASampleLiesOnItsLineAtItsAzimuth) {
 }
 
 TEST(CorvikPoints, LimitsHoldTheirOwnValueAndWhatTheyRefuseStaysAtTheOrigin) {
-  // On line 28, straight ahead in height, sample 191 measures 20.003125 m; counts up to 213 are 0 m.
+  // On line 28, straight ahead in height, sample 191 measures 20.003125 m.
   const std::tuple<float DecoderParam::*, float, float> limits[] = {
       {&DecoderParam::min_distance, 20.003125F, 1e3F},
       {&DecoderParam::max_distance, 20.003125F, 0.0F},
@@ -89,13 +89,6 @@ TEST(CorvikPoints, LimitsHoldTheirOwnValueAndWhatTheyRefuseStaysAtTheOrigin) {
       EXPECT_EQ(p.intensity, 0x234);
     }
   }
-  DecoderParam near;
-  near.min_distance = 0.0F;
-  near.transform_param = {1, 1.0F, 0, 0, 0, 0, 0};
-  Probe<Point> probe(near);
-  probe.Decode(Packet(28).Sample(96, 213, 0).Sample(97, 214, 0));
-  EXPECT_EQ(probe.points()[96].x, 1.0F) << "-0.003125 m";
-  EXPECT_NEAR(probe.points()[97].x, 1.00625F, 1e-6F);
 }
 
 TEST(CorvikFrame, EndsWithTheFirstPacketWhoseLineHasFallen) {
@@ -148,23 +141,17 @@ TEST(CorvikFrame, TestingAPacketAndDecodingItShareTheLastLine) {
 
 TEST(CorvikImu, ASampleIsHandedOutWhenItDiffersInTheAxesOfThePointFrame) {
   Probe<Point> probe;
-  const std::array<int, 6> g = {100, -200, 300, 1000, -2000, 32767};
   probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
   probe.Decode(Packet(0));
   EXPECT_TRUE(probe.samples.empty()) << "all zero is how it begins";
+  const auto& g = test::kImuCounts;
   probe.Decode(Packet(1).Imu(g), 192);
   probe.Decode(Packet(2).Imu(g));
   ASSERT_EQ(probe.samples.size(), 1U);
   const ImuMsg& imu = probe.samples[0];
   EXPECT_EQ(imu.valid, 1);
   EXPECT_EQ(imu.timestamp, kTime);
-  const double rate = 2.0345e-5 * 3.141592653589793;
-  EXPECT_FLOAT_EQ(imu.angular_velocity_x, static_cast<float>(-32767 * rate));
-  EXPECT_FLOAT_EQ(imu.angular_velocity_y, static_cast<float>(1000 * rate));
-  EXPECT_FLOAT_EQ(imu.angular_velocity_z, static_cast<float>(2000 * rate));
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_x, -300 * 0.004788403F);
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_y, 100 * 0.004788403F);
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
+  test::ExpectImuAxes(imu, 2.0345e-5);
   for (std::size_t axis = 0; axis < 6; ++axis) {
     std::array<int, 6> other = g;
     ++other[axis];

@@ -3,9 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <functional>
-#include <tuple>
 
 #include "support/DecoderProbe.h"
 #include "support/PacketBytes.h"
@@ -43,79 +41,33 @@ struct Packet : test::PacketBytes<1360, Packet> {
 };
 
 // (100 x 1.645 - 2.09) x 0.15 = 24.3615 m; r = 2; c = 0.008 + 0.02 + 0.0243615 + 0.05 = 0.1023615;
-// 24.2591385 m at -30 deg azimuth and 10 deg elevation.
+// 24.2591385 m at -30 deg azimuth and 10 deg elevation, moved by 1, 2 and 3 m.
 TEST(GlavorPoints, AReturnBecomesACalibratedPointWithoutATime) {
-  Probe<PointSource> probe;
+  DecoderParam param;
+  param.min_distance = -1.0F;
+  param.max_azimuth = 20.0F;
+  param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0, 0, 0};
+  Probe<PointSource> probe(param);
   probe.check->azimuth[kPosition] = 30.0F;
   probe.check->elevation[kPosition] = 10.0F;
+  probe.check->azimuth[kPosition + 1] = -20.01F;
   SetTable(&probe.check->weight, {0.01F, 0.001F, 0.002F, 0.05F});
   SetTable(&probe.check->near_filter, {0, 0, 0, 0, 1, 0.5F, 3, 0.5F, 0.03F});  // for Juniq alone
   probe.Calibrate();
-  EXPECT_FALSE(probe.Decode(Packet(Return{20, 10, 6400, 3000, 1500, 0x23456})));
+  Packet packet(Return{20, 10, 6400, 3000, 1500, 0x23456});
+  EXPECT_FALSE(probe.Decode(packet.Block(0, {21, 10}).Block(1, {20, 10, 0, 0})));
   ASSERT_EQ(probe.points().size(), 32U);
   const PointSource p = probe.points()[31];
-  EXPECT_NEAR(float{p.x}, 20.689856F, 2e-5F);
-  EXPECT_NEAR(float{p.y}, -11.945294F, 2e-5F);
-  EXPECT_NEAR(float{p.z}, 4.2125552F, 1e-5F);
+  EXPECT_NEAR(float{p.x}, 21.689856F, 1e-5F);
+  EXPECT_NEAR(float{p.y}, -9.945294F, 1e-5F);
+  EXPECT_NEAR(float{p.z}, 7.212555F, 1e-5F);
   EXPECT_EQ(std::uint16_t{p.intensity}, 0x3456) << "low 16 bits of the peak";
   EXPECT_EQ(std::uint16_t{p.ring}, 10);
   EXPECT_EQ(double{p.timestamp}, 0.0);
   EXPECT_EQ(std::int32_t{p.distance}, 24);
-}
-
-TEST(GlavorPoints, ADirectionBeyondTheTablesIsThatOfAnEvenFan) {
-  Probe<Point> probe;
-  probe.check->azimuth[0xBF7F] = 30.0F;
-  probe.Calibrate();
-  // column and row, and the angles in hundredths of a degree: 6000 - 47.05882353 columns, 4500 -
-  // 47.120419 rows, cut. The mark is the last row of the tables.
-  const std::tuple<unsigned, unsigned, double, double> rows[] = {{0, 192, 6000, -4547},
-                                                                 {1, 193, 5952, -4594},
-                                                                 {255, 255, -6000, -7515},
-                                                                 {0, 0, 0, 0},
-                                                                 {0x7F, 0xBF, -3000, 0}};
-  for (const auto& [column, row, azimuth, elevation] : rows) {
-    probe.Decode(Packet(Return{column, row}));
-    const PointCloud<Point>& cloud = probe.frames.empty() ? *probe.cloud() : *probe.frames.back();
-    const Point& p = cloud.points.back();
-    const double degree = 3.141592653589793 / 180.0;
-    EXPECT_NEAR(std::atan2(p.y, p.x) / degree * 100, azimuth, 1e-3) << column << ' ' << row;
-    EXPECT_NEAR(std::asin(p.z / 24.3615) / degree * 100, elevation, 1e-2) << column << ' ' << row;
-  }
-}
-
-TEST(GlavorPoints, ARangeThatIsNotPositiveIsGatedLikeAnyOther) {
-  DecoderParam param;
-  param.min_distance = -0.3136F;
-  Probe<PointSource> probe(param);
-  Probe<PointSource> usual;
-  for (auto* const p : {&probe, &usual}) {
-    p->check->elevation[kPosition] = 30.0F;
-    p->Calibrate();
-    p->Decode(Packet(Return{20, 10, 0}));
-  }
-  EXPECT_NEAR(float{probe.points()[0].z}, -0.3135F / 2, 1e-6F);
-  EXPECT_NEAR(float{probe.points()[0].x}, 0.3135F * std::sqrt(0.75F), 1e-6F) << "never negative";
-  EXPECT_EQ(float{usual.points()[0].x}, 0.0F);
-  EXPECT_EQ(usual.points()[0].intensity, 60000);
-}
-
-TEST(GlavorPoints, TheTransformMovesWhatTheLimitsHold) {
-  DecoderParam param;
-  param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0, 0, 0};
-  param.max_azimuth = 20.0F;
-  param.min_distance = 1.0F;
-  Probe<Point> probe(param);
-  probe.check->azimuth[kPosition + 1] = -20.01F;
-  SetTable(&probe.check->near_filter, {0, 1, 60001, 100});  // below 100 m a peak of 60001
-  probe.Calibrate();
-  Return strong;
-  strong.peak = 60001;
-  probe.Decode(Packet().Block(0, strong).Block(1, {21, 10, 6400, 3000, 1500, 60001}));
-  EXPECT_NEAR(probe.points()[0].x, 25.3615F, 1e-5F);
-  EXPECT_EQ(probe.points()[0].z, 3.0F);
-  EXPECT_EQ(probe.points()[1].z, 0.0F) << "beyond the azimuth limit";
-  EXPECT_EQ(probe.points()[2].z, 0.0F) << "too weak: a range of 0";
+  EXPECT_EQ(float{probe.points()[0].z}, 0.0F) << "beyond the azimuth limit: at the origin";
+  // -0.3135 m less 0.05 - 0.0003135 m is a range as any other.
+  EXPECT_NEAR(float{probe.points()[1].z}, 3.0F - 0.3631865F * 0.17364818F, 1e-5F);
 }
 
 TEST(GlavorFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {

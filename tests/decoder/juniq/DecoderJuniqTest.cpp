@@ -273,7 +273,7 @@ TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
 
 TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
   JuniqProbe<Point> probe;
-  const std::array<int, 6> w = {100, -200, 300, 1000, -2000, 32767};
+  const auto& w = test::kImuCounts;
   probe.Decode(JuniqPacket().Imu(w, 5));  // no message installed: the stamp is used up all the same
   probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
   for (const unsigned stamp : {5U, 6U, 6U, 0xFFFFFFU, 0U, 0U})
@@ -282,13 +282,7 @@ TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
   const ImuMsg& imu = probe.samples[0];
   EXPECT_EQ(imu.valid, 1);
   EXPECT_EQ(imu.timestamp, kPacketTime);
-  const double rate = 0.000173611 * 3.141592653589793;
-  EXPECT_FLOAT_EQ(imu.angular_velocity_x, static_cast<float>(-32767 * rate));
-  EXPECT_FLOAT_EQ(imu.angular_velocity_y, static_cast<float>(1000 * rate));
-  EXPECT_FLOAT_EQ(imu.angular_velocity_z, static_cast<float>(2000 * rate));
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_x, -300 * 0.004788403F);
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_y, 100 * 0.004788403F);
-  EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
+  test::ExpectImuAxes(imu, 0.000173611);
 }
 
 TEST(JuniqFilter, IsSwitchedOnByExactlyOneAndNeverOff) {

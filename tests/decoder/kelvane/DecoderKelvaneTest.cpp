@@ -27,13 +27,8 @@ struct Packet : test::PacketBytes<1084, Packet> {
   }
   Packet& Azimuth(int centidegrees) { return PutBig(24, 2, static_cast<unsigned>(centidegrees)); }
   Packet& Face(unsigned face) { return Put(27, 1, face); }
-  Packet& FourPackets() { return Put(8, 1, 0); }
   Packet& Flags(unsigned flags) { return Put(26, 1, flags); }
 };
-
-double Elevation(const Point& point) {  // [0.01 deg]
-  return std::atan2(point.z, std::hypot(point.x, point.y)) * 18000 / 3.141592653589793;
-}
 
 // Column 519 looks -13 + 519 x 0.05 = 12.95 deg up; 0x3039 x 0.005 = 61.725 m.
 TEST(KelvanePoints, ARecordLiesInItsColumnAtThePacketsAzimuth) {
@@ -54,35 +49,6 @@ TEST(KelvanePoints, ARecordLiesInItsColumnAtThePacketsAzimuth) {
   EXPECT_EQ(std::uint16_t{p.ring}, 519);
   EXPECT_EQ(double{p.timestamp}, 0.0);
   EXPECT_EQ(std::int32_t{p.distance}, 0) << "never written";
-}
-
-TEST(KelvanePoints, APacketCoversTheColumnsOfItsPlaceInTheCycle) {
-  // sequence number, cycle of four, first and last column
-  const std::tuple<unsigned, bool, unsigned, unsigned> rows[] = {
-      {1, false, 0, 259},   {2, false, 260, 519}, {3, false, 0, 259},  {1, true, 0, 129},
-      {2, true, 130, 259},  {3, true, 260, 389},  {4, true, 390, 519}, {5, true, 0, 129},
-      {0, false, 260, 519}, {0, true, 390, 519}};  // index 65,535
-  for (const auto& [sequence, four, first, last] : rows) {
-    Probe<Point> probe;
-    probe.Decode(four ? Packet(sequence).FourPackets() : Packet(sequence));
-    ASSERT_EQ(probe.points().size(), 260U);
-    for (std::size_t j = 0; j < 260; ++j) {
-      const Point& p = probe.points()[j];
-      ASSERT_EQ(p.ring, first + (four ? j / 2 : j)) << sequence;
-      ASSERT_NEAR(Elevation(p), -1300.0 + 5 * p.ring, 1e-3);
-    }
-    EXPECT_EQ(probe.points().back().ring, last);
-  }
-}
-
-TEST(KelvanePoints, EachFaceOfTheMirrorLooksALittleHigherOrLower) {
-  const std::pair<unsigned, double> faces[] = {{1, 0.0}, {2, -2.0}, {3, 2.0},  {4, 3.0},
-                                               {0, 0.0}, {5, 0.0},  {255, 0.0}};
-  for (const auto& [face, offset] : faces) {
-    Probe<Point> probe;
-    probe.Decode(Packet(1).Face(face));
-    EXPECT_NEAR(Elevation(probe.points()[100]), -800.0 + offset, 1e-3) << face;
-  }
 }
 
 TEST(KelvanePoints, LimitsHoldTheirOwnValueAndWhatTheyRefuseIsLeftOut) {

@@ -42,38 +42,6 @@ TEST(Sensors, AreThoseThatTheDriverKnowsUnderTheirNames) {
   EXPECT_FALSE(MakeSensor("kelvane", options));
 }
 
-TEST(Sensors, ShowTheirFramesWhereTheDriverLooksForThem) {
-  using Ends = std::vector<std::pair<std::size_t, int>>;  // number of the packet, where in it
-  struct Row {
-    const char* model;
-    std::uint64_t frames;
-    Ends ends;
-  };
-  const Row rows[] = {{"juniq", 2, {{767, 64}, {1535, 64}}},
-                      {"glavor", 2, {{1535, 32}, {3071, 32}}},
-                      {"fennix", 2, {{0, 1}, {1536, 1}}},
-                      {"corvik", 3, {{56, 1}, {112, 1}}},
-                      {"brantis", 12, {{560, 0}}},  // its counter starts anew
-                      {"hestra", 2, {}},
-                      {"kelvane", 3, {{1200, 0}, {2400, 0}}}};
-  for (const Row& row : rows) {
-    const auto sensor = MakeSensor(row.model, {});
-    test::SimulatedDecoding<Point> decoding(row.model, *sensor);
-    std::size_t packets = 0;
-    Ends ends;
-    for (std::uint64_t frame = 0; frame < row.frames; ++frame) {
-      for (const Packet& packet : sensor->EncodeFrame(*MakeScene("empty-room"), frame)) {
-        std::uint16_t start = 0;
-        if (decoding.decoder->toSplite(packet.payload.data(), packet.payload.size(), start)) {
-          ends.emplace_back(packets, start);
-        }
-        ++packets;
-      }
-    }
-    EXPECT_EQ(ends, row.ends) << row.model;
-  }
-}
-
 TEST(BrantisSensor, EveryPacketSaysItsFramesNumberWhichStartsAnew) {
   const auto sensor = MakeSensor("brantis", {});
   for (unsigned frame = 0; frame < 12; ++frame) {
