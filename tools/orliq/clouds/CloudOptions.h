@@ -26,9 +26,6 @@ struct CloudOptions {
 
 void AddCloudOptions(CLI::App& command, CloudOptions& options);
 
-/// The model to decode; throws Failure when it is unknown or cannot be decoded.
-const Model& DecodableModel(const CloudOptions& options);
-
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits
 /// that let nothing through.
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model);
