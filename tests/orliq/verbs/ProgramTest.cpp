@@ -25,8 +25,8 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   const test::Refusal rows[] = {
       {"--quiet", 2, "name a verb"},
       {"--quiet robin", 2, "there is no verb robin"},
-      {"play room.pcap --model robin", 2, "use juniq"},
-      {"play room.pcap --model glavor", 2, "cannot decode glavor yet"},
+      {"play room.pcap --model robin", 2, "use one of juniq"},
+      {"live --model hestra --port 9 --frames 3", 2, "use --duration"},
       {"play room.pcap --model juniq --frames 0:1x", 2, "write A:B"},
       {"play room.pcap --model juniq --frames 5:5", 2, "write A:B"},
       {"play room.pcap --model juniq --frames 2:", 2, "last frame is 1"},
@@ -91,6 +91,55 @@ TEST_F(Program, PlaysWhatItSimulatesWithEveryPointType) {
   for (const auto& [type, bytes] : types) {
     RunJson("play room.pcap --model juniq --frames 1:2 --force --out c.ply --point " + type);
     EXPECT_LT(std::filesystem::file_size(dir_ / "c.ply") - 49152 * bytes, 600U) << "the header";
+  }
+}
+
+TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
+  const struct {
+    const char* model;
+    int frames, empty;
+    std::string kinds;  // of the clouds
+    int min_points, max_points;
+    const char* remark;
+  } rows[] = {{"glavor", 3, 0, "f f f f", 49152, 49152, "straight ahead"},
+              {"fennix", 3, 0, "f f f", 49151, 49183, "lie at the origin"},
+              {"corvik", 3, 0, "e f f f", 10751, 10944, ""},
+              {"brantis", 0, 1, "f", 0, 0, "neither points nor frames"},
+              {"hestra", 0, 1, "f", 0, 0, "neither points nor frames"},
+              {"kelvane", 3, 0, "e f f f", 312000, 312000, ""}};
+  for (const auto& row : rows) {
+    const std::string model = std::string(" c.pcap --model ") + row.model;
+    const bool tables = row.model == std::string("glavor");
+    Run("simulate --frames 3 --quiet --force --out" + model + (tables ? " --check-folder g" : ""));
+    EXPECT_EQ(RunJson("info" + model)["complete_frames"], row.frames) << row.model;
+    const std::string folder = std::string(row.model) + "-frames";
+    const json sums = RunJson("play" + model + " --max-distance 400 --out " + folder);
+    EXPECT_THAT(outcome_.err, HasSubstr(row.remark));
+    std::string kinds;
+    for (const json& cloud : sums["clouds"])
+      kinds += ' ' + cloud["kind"].get<std::string>().substr(0, 1);
+    EXPECT_EQ(kinds, ' ' + row.kinds) << row.model;
+    EXPECT_EQ(sums["frames"], row.frames) << row.model;
+    EXPECT_EQ(sums["empty_frames"], row.empty) << row.model;
+    EXPECT_EQ(sums["files_written"], row.frames) << row.model;
+    EXPECT_EQ(sums["points_per_frame"]["min"], row.min_points) << row.model;
+    EXPECT_EQ(sums["points_per_frame"]["max"], row.max_points) << row.model;
+    if (row.frames == 0) continue;
+    RunJson("play" + model + " --max-distance 400 --frames 1:2 --force --out alone.pcd");
+    EXPECT_TRUE(dir_.Read("alone.pcd") == dir_.Read(folder + "/frame_000001.pcd")) << row.model;
+  }
+}
+
+TEST_F(Program, TellsInHelpWhatEachModelHas) {
+  for (const char* const verb : {"play", "live", "info"}) {
+    const std::string help = Run(verb + std::string(" --help")).out;
+    for (const char* const line :
+         {"juniq    decoded        yes  yes   needed        goes to the origin\n",
+          "fennix   at the origin  no   no    not read      -\n",
+          "hestra   none           no   no    not read      -\n",
+          "kelvane  decoded        no   no    not read      is left out\n"}) {
+      EXPECT_THAT(help, HasSubstr(line)) << verb;
+    }
   }
 }
 

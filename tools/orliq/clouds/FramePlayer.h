@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "multi_driver/OrliqDriver.h"
+#include "multi_driver/SensorModels.h"
 #include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {

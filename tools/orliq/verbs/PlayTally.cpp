@@ -82,9 +82,10 @@ void AddExtraRow(Report& report, const PlayTally& tally) {
   for (const PlayedFrame& frame : tally.frames) {
     if (!frame.early_points) continue;
     ++clouds;
-    text = (*frame.early_points == 0 ? "empty" : Count(*frame.early_points, "point")) +
-           " ahead of frame " + std::to_string(frame.frame) +
-           (*frame.early_points == 0 ? "" : ", joined to it");
+    const std::string where = " ahead of frame " + std::to_string(frame.frame);
+    text = *frame.early_points == 0
+               ? "empty," + where
+               : Count(*frame.early_points, "point") + where + ", joined to it";
   }
   report.Add("extra_clouds", clouds > 0 ? "Extra cloud" : "", clouds, text);
 }
@@ -110,11 +111,11 @@ void AddEmptyRow(Report& report, const PlayTally& tally, std::uint64_t empty) {
 }
 
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
-  report.Add(
-      "frames", "Frames", sums.spread.Frames(),
-      Grouped(sums.spread.Frames()) + WhyNoFrames(*tally.model) +
-          (tally.marks == 0 && tally.model->delivers_frames ? " clouds without a frame mark" : "") +
-          (tally.interrupted ? ", interrupted" : ""));
+  const std::uint64_t frames = sums.spread.Frames();
+  const bool unmarked = tally.marks == 0 && tally.model->delivers_frames;
+  report.Add("frames", "Frames", frames,
+             (unmarked ? Count(frames, "cloud") + " without a frame mark" : Grouped(frames)) +
+                 WhyNoFrames(*tally.model) + (tally.interrupted ? ", interrupted" : ""));
   report.Add("frame_marks", "", tally.marks, "");
   AddPartialRows(report, tally);
   AddExtraRow(report, tally);
