@@ -33,6 +33,7 @@ struct ORLIQ_API SensorModel {
   bool needs_tables;        ///< its points come from calibration tables
   bool decodes_points;      ///< its packets become measured points
   bool delivers_frames;     ///< its packets end frames; else only the end of a capture does
+  bool transforms_points;   ///< the extrinsic transform applies to them
   bool keeps_gated_points;  ///< returns outside the limits stay, at the origin; else left out
 };
 

@@ -208,15 +208,23 @@ TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
     }
   }
   std::mt19937 random(1);
-  for (const std::size_t size : {1236, 1360}) {
-    ModelHints hints;
-    Bytes packet = Frame(size);
-    packet.erase(packet.begin(), packet.begin() + 42);
-    for (int i = 0; i < 100; ++i) {
+  const Bytes corvik = test::SimulatedCapture(1, {}, "corvik").packets[0];
+  ModelHints blocks, noise, lines, leaps;
+  const auto add = [](ModelHints& hints, const Bytes& packet) {
+    hints.Add(packet.data(), packet.size());
+  };
+  for (unsigned i = 0; i < 100; ++i) {
+    for (const std::size_t size : {1236, 1360}) {
+      Bytes packet = test::JuniqPacket().payload();
+      packet.resize(size);
       std::generate(packet.begin() + 8, packet.end(), [&] { return random() & 0xFFU; });
-      hints.Add(packet.data(), size);
+      add(size == 1236 ? noise : blocks, packet);
     }
-    EXPECT_EQ(hints.Find().model, nullptr) << size;
+    add(lines, Patched(corvik, 24, 56));  // one more than the sensor has
+    add(leaps, Numbered(*lidar::FindSensorModel("brantis"), 26 + i / 2 % 2, i));
+  }
+  for (const auto* const hints : {&blocks, &noise, &lines, &leaps}) {
+    EXPECT_EQ(hints->Find().model, nullptr);
   }
 }
 

@@ -51,7 +51,7 @@ Likely Hint(const char* model, const char* why) {
 }  // namespace
 
 void ModelHints::Add(const std::uint8_t* payload, std::size_t size) {
-  if (of_blocks_ + of_lines_ >= kPacketsSeen) return;
+  if (++seen_ > kPacketsSeen) return;
   if (Fits(*lidar::FindSensorModel(lidar::LidarType::Glavor), payload, size)) AddBlocks(payload);
   if (Fits(*lidar::FindSensorModel(lidar::LidarType::Corvik), payload, size)) AddLine(payload);
 }

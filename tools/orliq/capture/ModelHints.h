@@ -34,6 +34,8 @@ class ModelHints {
   Likely FindAmongBlocks() const;
   Likely FindAmongLines() const;
 
+  std::uint64_t seen_ = 0;
+
   // Packets of 1360 bytes, which hold blocks of 40 bytes (Glavor) or records of 25 (Fennix).
   std::uint64_t of_blocks_ = 0;
   std::uint64_t like_glavor_ = 0;

@@ -67,6 +67,11 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
 }
 
+std::string TransformRemark(const CloudOptions& options, const Model& model) {
+  if (options.transform.empty() || model.transforms_points) return {};
+  return "--transform has no effect on " + std::string(model.name) + " points";
+}
+
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model) {
   RequireOrder("distance", options.decoder.min_distance, options.decoder.max_distance);
   RequireOrder("azimuth", options.decoder.min_azimuth, options.decoder.max_azimuth);

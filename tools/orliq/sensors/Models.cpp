@@ -2,6 +2,7 @@
 #include "orliq/sensors/Models.h"
 
 #include <algorithm>
+#include <array>
 
 #include "orliq/terminal/ExitCode.h"
 
@@ -27,11 +28,12 @@ std::string Column(const std::string& text, std::size_t width) {
   return text + std::string(width - std::min(width, text.size()), ' ');
 }
 
-std::string ModelLine(const std::string& name, const std::string& points, const std::string& imu,
-                      const std::string& time, const std::string& folder,
-                      const std::string& gated) {
-  return "  " + Column(name, 9) + Column(points, 15) + Column(imu, 5) + Column(time, 6) +
-         Column(folder, 14) + gated + '\n';
+/// One word for each column.
+std::string ModelLine(const std::array<std::string, 7>& words) {
+  constexpr std::array<std::size_t, 7> kWidths = {9, 15, 5, 6, 8, 11, 0};
+  std::string line = "  ";
+  for (std::size_t i = 0; i < words.size(); ++i) line += Column(words[i], kWidths[i]);
+  return line + '\n';
 }
 
 }  // namespace
@@ -51,11 +53,12 @@ const Model& KnownModel(const std::string& name) {
 }
 
 std::string ModelTable() {
-  std::string text = "Models:\n" + ModelLine("model", "points", "IMU", "time", "check folder",
-                                             "what is outside the limits");
+  std::string text = "Models:\n" + ModelLine({"model", "points", "IMU", "time", "tables",
+                                              "transform", "outside the limits"});
   for (const Model& model : lidar::SensorModels()) {
-    text += ModelLine(model.name, PointsText(model), YesNo(model.has_imu), YesNo(model.has_time),
-                      model.needs_tables ? "needed" : "not read", GatedText(model));
+    text += ModelLine({model.name, PointsText(model), YesNo(model.has_imu), YesNo(model.has_time),
+                       model.needs_tables ? "needed" : "no", YesNo(model.transforms_points),
+                       GatedText(model)});
   }
   return text;
 }

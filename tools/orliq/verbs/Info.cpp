@@ -112,10 +112,8 @@ const Model* ChosenModel(const Options& options) {
 
 /// What to know before these packets are played.
 void Advise(const CaptureSurvey& survey, const Model& model, const Console& console) {
-  const std::string no_points = NoPointsText(model);
-  if (!no_points.empty()) console.Note(no_points);
-  const std::string other = OtherModelText(survey, model);
-  if (!other.empty()) console.Note(other);
+  console.Note(NoPointsText(model));
+  console.Note(OtherModelText(survey, model));
   const auto ports = FittingPorts(survey, model);
   std::string names;
   for (const auto port : ports) {

@@ -178,8 +178,8 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
-  const std::string no_points = NoPointsText(model);
-  if (!no_points.empty()) console.Note(no_points);
+  console.Note(NoPointsText(model));
+  console.Note(TransformRemark(options.cloud, model));
   LiveTally tally = Watch(options, *source, console);
   tally.model = &model;
   tally.source = options.choice.source;
@@ -192,9 +192,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 /// Says what the table's losses mean.
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
-  const std::string doubt =
-      NothingMeasuredText(*tally.model, tally.counts.points, tally.counts.non_zero);
-  if (!doubt.empty()) console.Note(doubt);
+  console.Note(NothingMeasuredText(*tally.model, tally.counts.points, tally.counts.non_zero));
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(

@@ -67,6 +67,7 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
     ExamineTarget(options.cloud.out, options.cloud.format, options.cloud.force);
   }
   RequireCalibration(model, options.cloud.check_folder, console);
+  console.Note(TransformRemark(options.cloud, model));
   const bool quiet = console.Quiet();
   plan.survey = SurveyUnlessInterrupted(options.capture, scope, quiet);
   RequireFit(options, plan, quiet);
@@ -203,10 +204,9 @@ void ExplainMarks(const PlayTally& tally, const Console& console) {
 /// What the table means.
 void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
   if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
-  for (const auto& remark :
-       {NoPointsText(*plan.model), OtherModelText(plan.survey, *plan.model), tally.Doubt()}) {
-    if (!remark.empty()) console.Note(remark);
-  }
+  console.Note(NoPointsText(*plan.model));
+  console.Note(OtherModelText(plan.survey, *plan.model));
+  console.Note(tally.Doubt());
   const auto& [packets, refused, unreadable] = tally.packets;
   if (refused.length + refused.identifier > 0) {
     console.Note(
