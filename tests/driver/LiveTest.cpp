@@ -24,44 +24,6 @@ using Sensor = test::LiveSensor<Point>;
 const JuniqPacket kPacket;
 const JuniqPacket kLast = JuniqPacket().Block(63, kMarker);
 
-TEST(Live, FramesAreThoseOfACaptureOfTheSamePacketsBitForBit) {
-  const test::SimulatedCapture capture(3);
-  test::Playback<JuniqPoint> playback;
-  ASSERT_EQ(playback.Open(playback.Param(capture.capture, capture.check_folder)), 4);
-
-  test::LiveSensor<JuniqPoint> live;
-  DriverParam param = live.Param();
-  param.calibration_param.check_folder = capture.check_folder;
-  testing::internal::CaptureStdout();
-  ASSERT_TRUE(live.driver->InitDriver(param) && live.driver->Start());
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
-              testing::StartsWith("type:64\n文件: \"" + capture.check_folder));
-  for (const auto& packet : capture.packets) live.Send(packet);
-  ASSERT_TRUE(live.WaitFor(3));
-  live.driver->Stop();
-  EXPECT_EQ(live.owners, 1) << "the driver keeps nothing that it has handed over";
-  EXPECT_EQ(live.sample_owners, 1) << "likewise";
-  for (int i = 0; i < 3; ++i) {
-    const auto expected = playback.Play(i);
-    const auto& frame = *live.frames[static_cast<std::size_t>(i)];
-    ASSERT_GT(frame.points.size(), 40000U);
-    ASSERT_EQ(frame.points.size(), expected->points.size());
-    EXPECT_EQ(std::memcmp(frame.points.data(), expected->points.data(),
-                          frame.points.size() * sizeof(JuniqPoint)),
-              0);
-    // Playback begins in the packet whose last block was the mark: one packet earlier.
-    EXPECT_NEAR(frame.timestamp, expected->timestamp + (i > 0) / 7680.0, 2e-6);
-    EXPECT_EQ(frame.frame_word, expected->frame_word);
-  }
-  EXPECT_GT(live.samples.size(), 10U);
-  CalibrationStatus status;
-  for (const auto* driver : {playback.driver.get(), live.driver.get()}) {
-    ASSERT_TRUE(driver->GetCalibrationStatus(status));
-    EXPECT_TRUE(status.source == CalibrationSource::Folder && status.loaded);
-    EXPECT_EQ(status.folder, capture.check_folder);
-  }
-}
-
 TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
   Sensor sensor;
   sensor.provider = [] {

@@ -47,8 +47,7 @@ struct DecoderCorvik<T_PointCloud>::Impl {
 
   DecoderCorvik* owner;
   IMUBlock last_imu = {};
-  bool initialized = false;  // a line number has been seen
-  std::uint8_t last_line = 0;
+  std::uint8_t last_line = 0;  // of the packet before; nothing is below the 0 at first
 
   // Directions, and whether the decoder's limits hold them (1 or 0).
   float azimuth_sin[SAMPLES];
@@ -99,13 +98,12 @@ bool DecoderCorvik<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt
   return new_frame;
 }
 
-/// True when the scan line is below the one before; its low 8 bits are kept. The other number does
-/// not count.
+/// True when the scan line is below the one before, never for the first; its low 8 bits are kept.
+/// The other number does not count.
 template <typename T_PointCloud>
 bool DecoderCorvik<T_PointCloud>::Impl::IsNewFrame(const std::uint16_t& line,
                                                    const std::uint16_t& /*other*/) {
-  const bool first = !std::exchange(initialized, true);
-  return std::exchange(last_line, static_cast<std::uint8_t>(line)) > line && !first;
+  return std::exchange(last_line, static_cast<std::uint8_t>(line)) > line;
 }
 
 template <typename T_PointCloud>

@@ -44,8 +44,8 @@ double Degrees(double centidegrees) {
 // Line 10: 10 x 53.5714286 - 1500 = -964.29, so 9.64 deg up; line 255: 12160.71, so 121.60 deg down.
 // Sample 2 looks 58.75 deg to the left, sample 191 -59.375, cut to -59.37 deg.
 TEST(CorvikPoints, ASampleLiesOnItsLineAtItsAzimuth) {
-  const std::tuple<unsigned, double> lines[] = {{10, 964.0}, {0, 1500.0}, {55, -1446.0},
-                                                {28, 0.0},   {29, -53.0}, {255, -12160.0}};
+  const std::tuple<unsigned, double> lines[] = {{10, 964.0},  {0, 1500.0}, {55, -1446.0},
+                                                {35, -375.0}, {29, -53.0}, {255, -12160.0}};
   DecoderParam param;
   param.min_elevation = -180.0F;
   for (const auto& [line, elevation] : lines) {
@@ -119,7 +119,9 @@ TEST(CorvikFrame, EndsWithTheFirstPacketWhoseLineHasFallen) {
 }
 
 TEST(CorvikFrame, TestingAPacketAndDecodingItShareTheLastLine) {
-  Probe<Point> probe;
+  DecoderParam param;
+  param.max_azimuth = 59.37F;  // the first sample is beyond it
+  Probe<Point> probe(param);
   std::uint16_t start = 77;
   const auto splits = [&](unsigned line) {
     return probe.decoder.toSplite(Packet(line).data(), 1236, start);
@@ -132,6 +134,8 @@ TEST(CorvikFrame, TestingAPacketAndDecodingItShareTheLastLine) {
   EXPECT_EQ(start, 1);
   EXPECT_FALSE(probe.Decode(Packet(10), start)) << "tested before";
   EXPECT_EQ(probe.points().size(), 191U);
+  const double left = 20.003125 * std::cos(Degrees(964)) * std::sin(Degrees(5937));
+  EXPECT_NEAR(probe.points()[0].y, left, 1e-5) << "the second sample";
   EXPECT_FALSE(probe.Decode(Packet(5), 192)) << "no sample, no frame";
   EXPECT_FALSE(splits(10)) << "nor a last line";
   EXPECT_EQ(probe.points().size(), 191U);
