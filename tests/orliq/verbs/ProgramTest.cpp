@@ -54,6 +54,11 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"simulate --model juniq", 2, "with --out or a receiver with --to"},
       {"simulate --model juniq --out x", 2, "--out needs --check-folder"},
       {"simulate --model juniq --out x --check-folder my-offset-tables", 2, "\"offset\""},
+      {"simulate --model glavor --out x", 2, "--out needs --check-folder"},
+      {"simulate --model fennix --to 127.0.0.1:9 --frames 1 --noise 0.1", 2, "measures no ranges"},
+      {"simulate --model hestra --to 127.0.0.1:9 --frames 1 --false-returns 0.1", 2,
+       "measures no ranges"},
+      {"simulate --model juniq --to 127.0.0.1:9 --frames 1 --cycle 4", 2, "--cycle is for kelvane"},
       {"simulate --model juniq --to 127.0.0.1:9 --port 9", 2, "--port requires --out"},
       {"simulate --model juniq --to 127.0.0.1:9 --seed 18446744073709551616", 2, "most 64"},
       {"send room.pcap", 2, "--to is required"},
@@ -137,6 +142,19 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
     const std::string frame = row.model + std::string("/frame_000001.pcd");
     EXPECT_TRUE(dir_.Read("alone.pcd") == dir_.Read(frame)) << row.model;
   }
+}
+
+// A script may name the same options for every model.
+TEST_F(Program, TakesBackWithARemarkWhatASimulatedSensorDoesNotNeed) {
+  const auto outcome = Run(
+      "simulate --model kelvane --frames 1 --cycle 4 --out hall.pcap --check-folder offset --json "
+      "--no-radius-filter");
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("nothing is written to --check-folder"));
+  EXPECT_THAT(outcome.err, HasSubstr("kelvane has no radius filter"));
+  EXPECT_THAT(outcome.out, HasSubstr("\"packets_written\": 2400"));
+  EXPECT_THAT(outcome.out, Not(HasSubstr("check_folder")));
+  EXPECT_EQ(dir_.Files().count("offset"), 0U);
 }
 
 TEST_F(Program, LeavesNothingBehindWhenTheDiskRefusesTheRest) {

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "multi_driver/SensorModels.h"
+#include "simulator/sensors/BeamMeter.h"
 #include "simulator/sensors/ImuMotion.h"
 #include "support/SimulatedDecoding.h"
 #include "support/TempDir.h"
@@ -73,6 +74,15 @@ TEST(Sensors, ShowTheirFramesWhereTheDriverLooksForThem) {
   }
 }
 
+TEST(BrantisSensor, EveryPacketSaysItsFramesNumberWhichStartsAnew) {
+  const auto sensor = MakeSensor("brantis", {});
+  for (unsigned frame = 0; frame < 12; ++frame) {
+    for (const auto& packet : sensor->EncodeFrame(*MakeScene("boxes"), frame)) {
+      ASSERT_EQ(packet.payload[26] + 256U * packet.payload[27], (65526 + frame) % 65536);
+    }
+  }
+}
+
 TEST(Sensors, WithFrameWordsSendTheFramesNumberTemperaturesAndStatus) {
   for (const char* const model : {"juniq", "glavor"}) {
     const auto sensor = MakeSensor(model, {});
@@ -82,6 +92,22 @@ TEST(Sensors, WithFrameWordsSendTheFramesNumberTemperaturesAndStatus) {
     EXPECT_NEAR(decoding.cloud->temperature_a, 45.0, 2.1);
     EXPECT_NEAR(decoding.cloud->temperature_b, 40.0, 1.1);
     EXPECT_EQ(decoding.cloud->status, 1);
+  }
+}
+
+TEST(BeamMeter, NoiseIsOfTheSizeAskedForAndAnotherInEachFrame) {
+  BeamMeter meter(1, {0.02, 0.0}, {0.4, 230.0});
+  double before = 0.0;
+  for (std::uint64_t frame = 0; frame < 2; ++frame) {
+    meter.StartFrame(frame);
+    double squares = 0.0;
+    for (std::uint32_t i = 0; i < 10000; ++i) {
+      const double error = meter.Measure(i, {10.0, 0.5})->range_m - 10.0;
+      squares += error * error;
+    }
+    EXPECT_NEAR(std::sqrt(squares / 10000.0), 0.02, 0.001);
+    EXPECT_NE(squares, before);
+    before = squares;
   }
 }
 

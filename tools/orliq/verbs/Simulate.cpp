@@ -151,7 +151,12 @@ Report Simulation::MakeReport() const {
   Report report;
   report.Add("model", "Sensor", options_.model,
              options_.model + ", seed " + std::to_string(options_.sensor.seed));
-  report.Add("scene", "Scene", options_.scene, options_.scene);
+  if (sensor_.HasCycle()) {
+    const std::size_t cycle = options_.sensor.cycle_packets;
+    report.Add("cycle", "Cycle", cycle, std::to_string(cycle) + " packets for each azimuth");
+  }
+  report.Add("scene", "Scene", options_.scene,
+             options_.scene + (sensor_.HasBeams() ? "" : ", of which these packets say nothing"));
   report.Add("frames", "Frames", Frames(),
              Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(Duration(), 1) + " s");
   report.Add("duration_s", "", Duration(), "");

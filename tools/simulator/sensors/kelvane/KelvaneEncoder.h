@@ -14,7 +14,7 @@ constexpr std::size_t kKelvaneRecordsPerPacket = 260;
 /// What a packet says beside its records. This sensor's words are big-endian.
 struct KelvaneHead {
   std::uint16_t number = 1;       ///< of the packet in its frame, from 1
-  bool two_packet_cycle = true;   ///< else a column of the scan takes four packets
+  bool two_packet_cycle = true;   ///< else an azimuth takes four packets
   std::int16_t azimuth_cdeg = 0;  ///< of all records, positive to the left
   std::uint8_t face = 1;          ///< of the mirror, 1 to 4
 };
