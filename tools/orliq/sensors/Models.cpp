@@ -69,9 +69,7 @@ std::string NoPointsText(const Model& model) {
   if (model.delivers_frames) {
     return "all points of " + name + " lie at the origin: only the bounds of its frames are known";
   }
-  return name +
-         " packets are accepted and counted, but what they hold is not known: they give "
-         "neither points nor frames";
+  return name + " packets are accepted and counted, but give neither points nor frames";
 }
 
 std::string WhyNoFrames(const Model& model) {

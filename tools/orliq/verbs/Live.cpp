@@ -193,6 +193,11 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
   console.Note(NothingMeasuredText(*tally.model, tally.counts.points, tally.counts.non_zero));
+  if (!tally.model->decodes_points) {
+    console.Note(
+        "other models send packets of this length: orliq record keeps them, and orliq info then "
+        "tells what they look like");
+  }
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(
