@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Simulates a sensor, plays its capture and writes the frames as files: the main job, end to end.
+# Simulates sensors, plays their captures and writes frames as files: the main job, end to end.
 # Usage: tools/demo.sh ORLIQ_PROGRAM FOLDER
 set -eu
 if [ $# -ne 2 ]; then
@@ -10,9 +10,12 @@ fi
 orliq=$1
 folder=$2
 
-run() {
+show() {
     echo
     echo "\$ orliq $*"
+}
+run() {
+    show "$@"
     "$orliq" "$@"
 }
 
@@ -31,6 +34,18 @@ echo "3. The driver decodes it: calibration, radius filter against the false ret
 echo "   per frame."
 run play "$folder/room.pcap" --model juniq --check-folder "$folder/check" \
     --out "$folder/frames" --format pcd
+echo
+echo "4. Half a second of each other sensor that measures; two of them need no calibration."
+demo_of() {
+    model=$1
+    shift
+    show simulate --model "$model" --frames 5 --out "$folder/$model.pcap" "$@"
+    "$orliq" simulate --model "$model" --frames 5 --out "$folder/$model.pcap" "$@" >/dev/null
+    run play "$folder/$model.pcap" --model "$model" "$@"
+}
+demo_of glavor --check-folder "$folder/glavor-check"
+demo_of corvik
+demo_of kelvane
 echo
 echo "The clouds are in $folder/frames: $(ls "$folder/frames" | head -n 1) and following. Open them"
 echo "in any viewer for PCD files. 'orliq play --help' shows other formats, limits and transforms."

@@ -89,6 +89,10 @@ class ORLIQ_API OrliqDriver {
   /// sensor.
   bool SetLocalFrame(const int& frame);
 
+  /// Whether a frame of a capture file that SetLocalFrame has asked for still plays. Once it does not,
+  /// the driver leaves the cloud that it fills alone until the next request. False for a live sensor.
+  bool IsLocalFramePlaying() const;
+
   /// Stores the number of frames of the capture file in `status` and ends a frame that is still
   /// playing. False while the file is indexed and for a live sensor.
   bool GetLocalFileStatus(int& status);

@@ -29,9 +29,11 @@ struct ORLIQ_API SensorModel {
   std::uint16_t blocks;                    ///< data blocks in a packet
   FrameMark frame_mark;
   bool has_imu;             ///< its packets carry inertial samples
+  bool has_time;            ///< and the time; without it, that of all frames and points is 0.0
   bool needs_tables;        ///< its points come from calibration tables
   bool decodes_points;      ///< its packets become measured points
   bool delivers_frames;     ///< its packets end frames; else only the end of a capture does
+  bool transforms_points;   ///< the extrinsic transform applies to them
   bool keeps_gated_points;  ///< returns outside the limits stay, at the origin; else left out
 };
 

@@ -18,9 +18,11 @@ namespace {
 struct Traits {
   FrameMark frame_mark;
   bool has_imu;
+  bool has_time;
   bool needs_tables;
   bool decodes_points;
   bool delivers_frames;
+  bool transforms_points;
   bool keeps_gated_points;
 };
 
@@ -35,23 +37,30 @@ constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstPa
           constants.BLOCKS_PER_PKT,
           traits.frame_mark,
           traits.has_imu,
+          traits.has_time,
           traits.needs_tables,
           traits.decodes_points,
           traits.delivers_frames,
+          traits.transforms_points,
           traits.keeps_gated_points};
 }
 
 constexpr std::array<SensorModel, kSensorModels> kTable = {{
-    // mark, IMU, tables, points, frames, gated points stay
-    Row("juniq", LidarType::Juniq, kJuniq, {FrameMark::Last, true, true, true, true, true}),
-    Row("glavor", LidarType::Glavor, kGlavor, {FrameMark::Last, false, true, true, true, true}),
-    Row("fennix", LidarType::Fennix, kFennix, {FrameMark::First, false, false, false, true, false}),
-    Row("corvik", LidarType::Corvik, kCorvik, {FrameMark::First, true, false, true, true, true}),
+    // mark, IMU, time, tables, points, frames, transform, gated points stay
+    Row("juniq", LidarType::Juniq, kJuniq,
+        {FrameMark::Last, true, true, true, true, true, true, true}),
+    Row("glavor", LidarType::Glavor, kGlavor,
+        {FrameMark::Last, false, false, true, true, true, true, true}),
+    Row("fennix", LidarType::Fennix, kFennix,
+        {FrameMark::First, false, false, false, false, true, false, false}),
+    Row("corvik", LidarType::Corvik, kCorvik,
+        {FrameMark::First, true, true, false, true, true, true, true}),
     Row("brantis", LidarType::Brantis, kBrantis,
-        {FrameMark::First, false, false, false, false, false}),
-    Row("hestra", LidarType::Hestra, kHestra, {FrameMark::None, false, false, false, false, false}),
+        {FrameMark::First, false, false, false, false, false, false, false}),
+    Row("hestra", LidarType::Hestra, kHestra,
+        {FrameMark::None, false, false, false, false, false, false, false}),
     Row("kelvane", LidarType::Kelvane, kKelvane,
-        {FrameMark::First, false, false, true, true, false}),
+        {FrameMark::First, false, false, false, true, true, false, false}),
 }};
 
 template <typename Matches>

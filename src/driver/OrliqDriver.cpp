@@ -122,6 +122,12 @@ bool OrliqDriver<T>::SetLocalFrame(const int& frame) {
 }
 
 template <typename T>
+bool OrliqDriver<T>::IsLocalFramePlaying() const {
+  const auto manager = impl->manager;
+  return manager && manager->IsLocalFramePlaying();
+}
+
+template <typename T>
 bool OrliqDriver<T>::GetLocalFileStatus(int& status) {
   const auto manager = impl->manager;
   return manager && manager->GetLocalFileStatus(status);

@@ -16,6 +16,11 @@ bool DriverManager<T>::PlayLocalFileFrame(const int& /*index*/) {
 }
 
 template <typename T>
+bool DriverManager<T>::IsLocalFramePlaying() const {
+  return false;
+}
+
+template <typename T>
 void DriverManager<T>::RegisterPointCloudCallBack(
     const std::function<void(std::shared_ptr<T>)>& put,
     const std::function<std::shared_ptr<T>()>& get) {

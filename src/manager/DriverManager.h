@@ -33,6 +33,7 @@ class DriverManager {
   /// False by default: only a capture file has frames to ask for.
   virtual bool GetLocalFileStatus(int& status);
   virtual bool PlayLocalFileFrame(const int& index);
+  virtual bool IsLocalFramePlaying() const;
 
   virtual void RegisterPointCloudCallBack(const std::function<void(std::shared_ptr<T>)>& put,
                                           const std::function<std::shared_ptr<T>()>& get);

@@ -288,6 +288,12 @@ bool PcapManager<T>::PlayLocalFileFrame(const int& index) {
 }
 
 template <typename T>
+bool PcapManager<T>::IsLocalFramePlaying() const {
+  const std::lock_guard<std::mutex> lock(impl_->mutex);
+  return impl_->playing;
+}
+
+template <typename T>
 bool PcapManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
   if (!impl_->input) return false;
   status = impl_->calibration;

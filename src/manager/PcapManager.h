@@ -35,6 +35,10 @@ class PcapManager final : public DriverManager<T> {
   /// or Stop comes first or the provider had none to fill. Start drops the request of a stopped
   /// manager.
   bool PlayLocalFileFrame(const int& index) override;
+
+  /// False between the frames, when the worker touches neither decoder nor cloud, unless
+  /// GetLocalFileStatus has ended the last one: a packet may then still be decoded.
+  bool IsLocalFramePlaying() const override;
   bool GetCalibrationStatus(CalibrationStatus& status) const override;
   void Abandon() override;
 

@@ -112,14 +112,14 @@ TEST(ImuSampleTest, AZeroOnATurnedAxisKeepsTheSignThatItsModelGivesIt) {
 }
 
 // name, type, packet bytes, identifier bytes, its first byte, rings, blocks, then what it has: IMU,
-// tables, points, frames, gated points that stay, and its frame mark
+// time, tables, points, frames, a transform, gated points that stay, and its frame mark
 using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, std::string, FrameMark>;
 
 TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThemAllAndNoOther) {
-  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, "itpfg", FrameMark::Last},
-                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, "tpfg", FrameMark::Last},
+  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, "iTtpfxg", FrameMark::Last},
+                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, "tpfxg", FrameMark::Last},
                               {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, "f", FrameMark::First},
-                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, "ipfg", FrameMark::First},
+                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, "iTpfxg", FrameMark::First},
                               {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, "", FrameMark::First},
                               {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, "", FrameMark::None},
                               {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, "pf", FrameMark::First}};
@@ -129,8 +129,9 @@ TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThemAllAndNoOther) {
   std::string lines;
   std::vector<ModelFacts> listed;
   for (const SensorModel& m : SensorModels()) {
-    const std::string has = std::string(m.has_imu ? "i" : "") + (m.needs_tables ? "t" : "") +
-                            (m.decodes_points ? "p" : "") + (m.delivers_frames ? "f" : "") +
+    const std::string has = std::string(m.has_imu ? "i" : "") + (m.has_time ? "T" : "") +
+                            (m.needs_tables ? "t" : "") + (m.decodes_points ? "p" : "") +
+                            (m.delivers_frames ? "f" : "") + (m.transforms_points ? "x" : "") +
                             (m.keeps_gated_points ? "g" : "");
     listed.emplace_back(m.name, static_cast<int>(m.type), m.packet_bytes, m.identifier_bytes,
                         m.identifier[0], m.rings, m.blocks, has, m.frame_mark);

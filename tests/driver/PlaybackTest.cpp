@@ -73,6 +73,7 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
     EXPECT_EQ(last->timestamp, 0.0);
   }
   for (const int refused : {-1, 3, 4711}) EXPECT_FALSE(probe.driver->SetLocalFrame(refused));
+  EXPECT_TRUE(Eventually([&] { return !probe.driver->IsLocalFramePlaying(); })) << "it has ended";
   EXPECT_THAT(probe.errors, ElementsAre());
 }
 
@@ -121,10 +122,12 @@ TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInWhicheverCallbackItIs) {
     probe.*row.callback = std::ref(hold);
     ASSERT_TRUE(probe.Request(row.frame) && hold.Reached());
     EXPECT_FALSE(probe.driver->SetLocalFrame(2)) << "a frame is playing";
+    EXPECT_TRUE(probe.driver->IsLocalFramePlaying());
     test::MustEnd("a call during a callback", [&probe] {
       int frames = 0;
       EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
       EXPECT_EQ(frames, 3);
+      EXPECT_FALSE(probe.driver->IsLocalFramePlaying());
       EXPECT_TRUE(probe.driver->SetLocalFrame(2)) << "at once: the old frame is over";
     });
     hold.go.set_value();

@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "orliq/capture/SurveyText.h"
 #include "support/CaptureBuilder.h"
 #include "support/Playback.h"
+#include "support/SimulatedCapture.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {
@@ -97,12 +100,13 @@ TEST(CaptureSurvey, NamesTheReasonForEveryRecordThatCannotBePlayed) {
   EXPECT_TRUE(cooked.flows.empty());
 }
 
-/// As many packets a frame; each mark but the last is the one packet's last block.
+/// So many packets a frame.
 TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
   const struct {
     const char* why;
     std::vector<std::uint64_t> packets;
     int first, last;
+    const char* model = "juniq";
   } rows[] = {
       {"begins with a frame's first packet", {768, 768, 768, 0}, 0, 3},
       {"begins one packet later", {767, 768, 768, 0}, 1, 3},
@@ -111,11 +115,17 @@ TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
       {"a single mark: what follows it is a part of a frame", {300, 301}, 1, 1},
       {"and no longer than a whole one", {301, 300}, 0, 1},
       {"no mark at all", {500}, 0, 0},
+      {"ends with a frame's last packet", {1, 56, 55, 55}, 1, 4, "corvik"},
+      {"ends one packet earlier", {56, 56, 55}, 0, 2, "corvik"},
+      {"one mark between two whole frames", {56, 56}, 0, 2, "kelvane"},
+      {"or behind a part of one", {55, 56}, 1, 2, "kelvane"},
+      {"or before it", {56, 55}, 0, 1, "kelvane"},
+      {"a counter that fell bounds no frame", {9, 9, 9}, 0, 0, "brantis"},
   };
   for (const auto& row : rows) {
     std::vector<FrameRecords> frames(row.packets.size());
     for (std::size_t i = 0; i < frames.size(); ++i) frames[i].packets = row.packets[i];
-    const WholeFrames whole = FindWholeFrames(frames);
+    const WholeFrames whole = FindWholeFrames(frames, *lidar::FindSensorModel(row.model));
     EXPECT_EQ(whole.first, row.first) << row.why;
     EXPECT_EQ(whole.last, row.last) << row.why;
   }
@@ -141,6 +151,80 @@ TEST(CaptureSurvey, NumbersFramesAsTheDriverDoes) {
     EXPECT_EQ(Survey(capture, 2368, 0, lidar::FindSensorModel("juniq")).frames.size(),
               static_cast<std::size_t>(playback.Open(capture.Write(dir / "c.pcap"))))
         << "capture " << &capture - &captures[0];
+  }
+}
+
+/// The number by which a model's frames are bounded stands at `offset`, the low byte.
+Bytes Numbered(const Model& model, std::size_t offset, unsigned number) {
+  Bytes packet(model.packet_bytes);
+  std::copy_n(model.identifier.begin(), model.identifier_bytes, packet.begin());
+  packet[offset] = static_cast<std::uint8_t>(number);
+  return packet;
+}
+
+/// Two sensors of one model whose packets alternate, the second one a little later.
+TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
+  const struct {
+    const char* model;
+    std::size_t offset;
+    std::vector<unsigned> numbers;
+    std::vector<std::uint64_t> packets;  // of the frames of each flow
+    std::vector<unsigned> late;          // of the second sensor
+  } rows[] = {
+      {"corvik", 24, {30, 55, 0, 1, 55, 0, 0}, {2, 3, 2}, {8, 9, 1, 2, 3, 0, 1}},
+      {"kelvane", 5, {1, 2, 12, 1, 5, 12, 1}, {3, 3, 1}, {20, 29, 38, 3, 4, 12, 1}},
+      {"brantis", 26, {5, 10, 20, 3, 10, 20, 4}, {3, 4}, {9, 8, 8, 9}},
+      {"hestra", 24, {3, 2, 1}, {3}, {2, 1, 0}},
+  };
+  for (const auto& row : rows) {
+    const Model& model = *lidar::FindSensorModel(row.model);
+    CaptureBuilder capture;
+    for (std::size_t i = 0; i < row.numbers.size(); ++i) {
+      capture.Udp(Numbered(model, row.offset, row.numbers[i]));
+      if (i >= row.late.size()) continue;
+      const Bytes late = Numbered(model, row.offset, row.late[i]);
+      capture.Record(Patched(CaptureBuilder::Frame(late, 2368), 29, 201));
+    }
+    const auto survey = Survey(capture, 2368, 0, &model);
+    std::vector<std::uint64_t> packets;
+    for (const FrameRecords& frame : survey.flows.at(0).frames) packets.push_back(frame.packets);
+    EXPECT_EQ(packets, row.packets) << row.model;
+    const test::TempDir dir;
+    test::Playback<Point> playback;
+    const auto param = playback.Param(capture.Write(dir / "c.pcap"), "", model.type);
+    EXPECT_EQ(survey.frames.size(), playback.Open(param)) << row.model;
+  }
+}
+
+TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
+  for (const char* const name : {"glavor", "fennix", "corvik", "brantis", "hestra"}) {
+    const test::SimulatedCapture sensor(2, {}, name);
+    const Model& model = *lidar::FindSensorModel(name);
+    const auto survey = SurveyCapture(sensor.capture, {}, {});
+    EXPECT_EQ(survey.flows.at(0).hints.Find().model, &model) << name;
+    for (const Model& other : lidar::SensorModels()) {
+      if (other.packet_bytes != model.packet_bytes) continue;
+      EXPECT_EQ(OtherModelText(survey, other).empty(), &other == &model) << name << other.name;
+    }
+  }
+  std::mt19937 random(1);
+  const Bytes corvik = test::SimulatedCapture(1, {}, "corvik").packets[0];
+  ModelHints blocks, noise, lines, leaps;
+  const auto add = [](ModelHints& hints, const Bytes& packet) {
+    hints.Add(packet.data(), packet.size());
+  };
+  for (unsigned i = 0; i < 100; ++i) {
+    for (const std::size_t size : {1236, 1360}) {
+      Bytes packet = test::JuniqPacket().payload();
+      packet.resize(size);
+      std::generate(packet.begin() + 8, packet.end(), [&] { return random() & 0xFFU; });
+      add(size == 1236 ? noise : blocks, packet);
+    }
+    add(lines, Patched(corvik, 24, 56));  // one more than the sensor has
+    add(leaps, Numbered(*lidar::FindSensorModel("brantis"), 26 + i / 2 % 2, i));
+  }
+  for (const auto* const hints : {&blocks, &noise, &lines, &leaps}) {
+    EXPECT_EQ(hints->Find().model, nullptr);
   }
 }
 

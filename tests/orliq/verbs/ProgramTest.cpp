@@ -25,8 +25,8 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   const test::Refusal rows[] = {
       {"--quiet", 2, "name a verb"},
       {"--quiet robin", 2, "there is no verb robin"},
-      {"play room.pcap --model robin", 2, "use juniq"},
-      {"play room.pcap --model glavor", 2, "cannot decode glavor yet"},
+      {"play room.pcap --model robin", 2, "use one of juniq"},
+      {"live --model hestra --port 9 --frames 3", 2, "use --duration"},
       {"play room.pcap --model juniq --frames 0:1x", 2, "write A:B"},
       {"play room.pcap --model juniq --frames 5:5", 2, "write A:B"},
       {"play room.pcap --model juniq --frames 2:", 2, "last frame is 1"},
@@ -96,6 +96,51 @@ TEST_F(Program, PlaysWhatItSimulatesWithEveryPointType) {
   for (const auto& [type, bytes] : types) {
     RunJson("play room.pcap --model juniq --frames 1:2 --force --out c.ply --point " + type);
     EXPECT_LT(std::filesystem::file_size(dir_ / "c.ply") - 49152 * bytes, 600U) << "the header";
+  }
+}
+
+TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
+  const struct {
+    const char* model;
+    int frames, empty;
+    const char* kinds;  // of the clouds
+    int min_points, max_points;
+    const char* remark;
+    const char* help;
+  } rows[] = {
+      {"glavor", 3, 0, "ffff", 49152, 49152, "",
+       "no   no    needed  yes        goes to the origin"},
+      {"fennix", 3, 0, "fff", 49151, 49183, "at the origin",
+       "at the origin  no   no    no      no"},
+      {"corvik", 3, 0, "efff", 10751, 10944, "no calibration", "yes  yes   no      yes"},
+      {"brantis", 0, 1, "f", 0, 0, "neither points nor frames", "none           no   no    no"},
+      {"hestra", 0, 1, "f", 0, 0, "neither points nor frames", "none           no   no    no"},
+      {"kelvane", 3, 0, "efff", 312000, 312000, "--transform has no effect", "is left out"}};
+  for (const auto& row : rows) {
+    const bool tables = row.model == std::string("glavor");
+    const std::string model =
+        std::string(" c.pcap --model ") + row.model + (tables ? " --check-folder g" : "");
+    const std::string check = tables ? "" : " --check-folder nowhere";
+    Run("simulate --frames 3 --quiet --force --out" + model);
+    EXPECT_EQ(RunJson("info" + model + check)["complete_frames"], row.frames) << row.model;
+    const std::string play = "play" + model + check + " --transform 1,0,0,0,0,0 --force --out ";
+    const json sums = RunJson(play + row.model);
+    EXPECT_THAT(outcome_.err, HasSubstr(row.remark));
+    std::string kinds;
+    for (const json& cloud : sums["clouds"]) kinds += cloud["kind"].get<std::string>().front();
+    EXPECT_EQ(kinds, row.kinds) << row.model;
+    for (const char* const key : {"frames", "files_written"}) EXPECT_EQ(sums[key], row.frames);
+    EXPECT_EQ(sums["empty_frames"], row.empty) << row.model;
+    EXPECT_EQ(sums["points_per_frame"]["min"], row.min_points) << row.model;
+    EXPECT_EQ(sums["points_per_frame"]["max"], row.max_points) << row.model;
+    for (const char* const verb : {"play", "live", "info"}) {
+      const std::string help = Run(verb + std::string(" --help")).out;
+      EXPECT_THAT(help, testing::ContainsRegex(row.model + std::string(" [^\n]*") + row.help));
+    }
+    if (row.frames == 0) continue;
+    RunJson(play + "alone.pcd --frames 1:2");
+    const std::string frame = row.model + std::string("/frame_000001.pcd");
+    EXPECT_TRUE(dir_.Read("alone.pcd") == dir_.Read(frame)) << row.model;
   }
 }
 

@@ -19,10 +19,9 @@ using FlowKey =
 class Surveyor {
  public:
   Surveyor(CaptureSurvey& survey, const Model* model) : survey_(survey) {
-    if (model == nullptr || !model->decodes_points) return;
+    if (model == nullptr) return;
     model_ = ModelIndex(*model);
     counter_.emplace(*model);
-    new_counter_ = counter_;
   }
 
   void Add(double time, const UdpRecord& record) {
@@ -68,6 +67,9 @@ class Surveyor {
     ++flow.packets;
     ++flow.sizes[datagram.payload_bytes];
     NoteFits(flow, datagram);
+    if (datagram.present_bytes == datagram.payload_bytes) {
+      flow.hints.Add(datagram.payload, datagram.payload_bytes);
+    }
     CountFrames(known->second, record);
   }
 
@@ -82,7 +84,11 @@ class Surveyor {
 
   void CountFrames(std::size_t flow, const UdpRecord& record) {
     if (!counter_ || record.skip || survey_.flows[flow].fits[model_] == 0) return;
-    flow_counters_.emplace(flow, *new_counter_).first->second.Add(record);
+    auto place = flow_counters_.find(flow);
+    if (place == flow_counters_.end()) {
+      place = flow_counters_.emplace(flow, counter_->ForAnotherFlow()).first;
+    }
+    place->second.Add(record);
   }
 
   static Flow NewFlow(const UdpRecord& record) {
@@ -101,7 +107,7 @@ class Surveyor {
   CaptureSurvey& survey_;
   std::map<FlowKey, std::size_t> places_;              // index into survey_.flows
   std::size_t model_ = 0;                              // index of the one whose frames are counted
-  std::optional<FrameCounter> counter_, new_counter_;  // nothing: no frames are counted
+  std::optional<FrameCounter> counter_;                // nothing: no frames are counted
   std::map<std::size_t, FrameCounter> flow_counters_;  // by index into survey_.flows
 };
 

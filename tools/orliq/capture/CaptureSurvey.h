@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "orliq/capture/FrameCounter.h"
+#include "orliq/capture/ModelHints.h"
 #include "orliq/capture/UdpRecord.h"
 #include "orliq/sensors/Models.h"
 
@@ -26,6 +27,7 @@ struct Flow {
   std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
   std::array<std::uint64_t, lidar::kSensorModels>
       fits{};                        ///< datagrams that fit each model of lidar::SensorModels()
+  ModelHints hints;                  ///< which of these models is the likelier
   std::optional<Skip> hindrance;     ///< why the driver cannot read them, if it cannot
   std::vector<FrameRecords> frames;  ///< of the model asked for, if it fits
 };
@@ -52,7 +54,7 @@ struct CaptureSurvey {
 struct SurveyScope {
   std::uint16_t port = 0;        ///< destination; 0: any
   std::uint32_t source = 0;      ///< address of the sender; 0: any
-  const Model* model = nullptr;  ///< whose frames are counted, if it is decodable; null: none
+  const Model* model = nullptr;  ///< whose frames are counted; null: none
 };
 
 /// Tells how many of the file's bytes have been read.

@@ -30,7 +30,7 @@ std::string PayloadText(const Flow& flow) {
          HexBytes(flow.first_bytes.data(), flow.first_bytes.size());
 }
 
-Json FlowJson(const Flow& flow) {
+Json FlowJson(const Flow& flow, const Model* model) {
   Json sizes = Json::object();
   for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
   Json fits = Json::object();
@@ -46,9 +46,12 @@ Json FlowJson(const Flow& flow) {
                {"first_bytes", HexBytes(flow.first_bytes.data(), flow.first_bytes.size())},
                {"fits", fits},
                {"unreadable", flow.hindrance ? NameOf(*flow.hindrance).key : ""}};
-  if (flow.frames.empty()) return json;
+  const Likely likely = flow.hints.Find();
+  if (likely.model != nullptr)
+    json["likely"] = {{"model", likely.model->name}, {"why", likely.why}};
+  if (model == nullptr || flow.frames.empty()) return json;
   FrameSums sums;
-  sums.Add(flow.frames);
+  sums.Add(flow.frames, *model);
   json["complete_frames"] = sums.whole;
   json["packets_before_first_frame"] = sums.packets_before;
   json["packets_after_last_frame"] = sums.packets_after;
@@ -79,16 +82,30 @@ struct Widths {
 
 }  // namespace
 
+namespace {
+
+/// Of a model that delivers none.
+std::string NoFramesText(const std::vector<FrameRecords>& frames, const Model& model) {
+  const std::string text = "cannot be counted: " + std::string(model.name) + " packets tell ";
+  if (model.frame_mark == lidar::FrameMark::None) return text + "nothing of them";
+  return text + "too little (" + Count(frames.size() - 1, "bound") + " for play)";
+}
+
+}  // namespace
+
 std::string FramesText(const std::vector<FrameRecords>& frames, const Model& model) {
+  if (!model.delivers_frames) return NoFramesText(frames, model);
   FrameSums sums;
-  sums.Add(frames);
+  sums.Add(frames, model);
   if (frames.size() < 2) return "no frame mark in " + Count(sums.packets_after, "packet");
   const std::string outside = sums.packets_before + sums.packets_after == 0
                                   ? "no packets outside them"
                                   : Count(sums.packets_before, "packet") + " before and " +
                                         Grouped(sums.packets_after) + " after them";
   if (frames.size() == 2 && sums.whole == 1) {
-    return "1 " + std::string(model.name) + " frame, perhaps cut at its beginning, " + outside;
+    const bool first = sums.packets_before == 0;
+    return "1 " + std::string(model.name) + " frame, perhaps cut at its " +
+           (first ? "beginning, " : "end, ") + outside;
   }
   return Count(sums.whole, "complete " + std::string(model.name) + " frame") + ", " + outside;
 }
@@ -102,11 +119,15 @@ void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {
   }
   Json json = Json::array();
   for (const Flow& flow : survey.flows) {
-    json.push_back(FlowJson(flow));
+    json.push_back(FlowJson(flow, model));
     table.rows.push_back(
         {widths.Line(Grouped(flow.packets), Endpoint(flow.source, flow.source_port),
                      Endpoint(flow.destination, flow.port), FitText(flow))});
     table.rows.push_back({below + PayloadText(flow)});
+    const Likely likely = flow.hints.Find();
+    if (likely.model != nullptr) {
+      table.rows.push_back({below + "likely " + likely.model->name + ": " + likely.why});
+    }
     if (model != nullptr && survey.flows.size() > 1 && !flow.frames.empty()) {
       table.rows.push_back({below + FramesText(flow.frames, *model)});
     }

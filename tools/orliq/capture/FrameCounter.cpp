@@ -9,13 +9,19 @@
 namespace orliq::cli {
 namespace {
 
+using Factory = lidar::DecoderFactory<PointCloud<Point>>;
+
 /// Packets that a whole frame has at least, judged by the frames between two marks: the fewest of
-/// them, where one that lost more than a tenth is no measure. With one mark there is no such frame:
-/// what follows it is the measure, as a part of a frame, and nothing is certain.
-std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames) {
+/// them, where one that lost more than a tenth is no measure. With one mark there is no such frame,
+/// and nothing is certain: what follows the mark is the measure, or of a mark that comes first the
+/// larger part.
+std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames, lidar::FrameMark mark) {
   std::vector<std::uint64_t> packets;
   for (std::size_t i = 1; i + 1 < frames.size(); ++i) packets.push_back(frames[i].packets);
-  if (packets.empty()) return frames.back().packets;
+  if (packets.empty()) {
+    const std::uint64_t behind = frames.back().packets;
+    return mark == lidar::FrameMark::Last ? behind : std::max(behind, frames.front().packets);
+  }
   std::sort(packets.begin(), packets.end());
   const std::uint64_t median = packets[packets.size() / 2];
   return *std::find_if(packets.begin(), packets.end(),
@@ -24,22 +30,37 @@ std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames) {
 
 }  // namespace
 
-WholeFrames FindWholeFrames(const std::vector<FrameRecords>& frames) {
-  if (frames.size() < 2) return {};
-  const bool begins_whole = frames.front().packets >= LeastPackets(frames);
-  return {begins_whole ? 0 : 1, static_cast<int>(frames.size()) - 1};
+WholeFrames FindWholeFrames(const std::vector<FrameRecords>& frames, const Model& model) {
+  if (frames.size() < 2 || !model.delivers_frames) return {};
+  const std::uint64_t least = LeastPackets(frames, model.frame_mark);
+  const bool ends_whole =
+      model.frame_mark == lidar::FrameMark::First && frames.back().packets >= least;
+  return {frames.front().packets >= least ? 0 : 1,
+          static_cast<int>(frames.size()) - (ends_whole ? 0 : 1)};
 }
 
-void FrameSums::Add(const std::vector<FrameRecords>& frames) {
-  const WholeFrames found = FindWholeFrames(frames);
+void FrameSums::Add(const std::vector<FrameRecords>& frames, const Model& model) {
+  const WholeFrames found = FindWholeFrames(frames, model);
   whole += static_cast<std::uint64_t>(found.last - found.first);
-  if (found.first > 0) packets_before += frames.front().packets;
-  packets_after += frames.back().packets;
+  for (int i = 0; i < static_cast<int>(frames.size()); ++i) {
+    if (found.Holds(i)) continue;
+    (i < found.first ? packets_before : packets_after) +=
+        frames[static_cast<std::size_t>(i)].packets;
+  }
 }
 
 FrameCounter::FrameCounter(const Model& model)
-    : model_(&model),
-      decoder_(lidar::DecoderFactory<PointCloud<Point>>::CreateDecoder(model.type, {})) {}
+    : FrameCounter(model, Factory::CreateDecoder(model.type, {})) {}
+
+FrameCounter::FrameCounter(const Model& model, std::shared_ptr<Decoder> decoder)
+    : model_(&model), decoder_(std::move(decoder)) {}
+
+/// A mark at the end of a frame stands in the packet itself, and one decoder serves all flows. What
+/// bounds a frame at its beginning is mostly a number that falls: that takes the packet before.
+FrameCounter FrameCounter::ForAnotherFlow() const {
+  if (model_->frame_mark == lidar::FrameMark::Last) return {*model_, decoder_};
+  return FrameCounter(*model_);
+}
 
 void FrameCounter::Add(const UdpRecord& record) {
   if (!record.skip) return AddDatagram(*record.datagram);
@@ -58,12 +79,18 @@ void FrameCounter::AddDatagram(const Datagram& datagram) {
   } else if (!Fits(*model_, datagram.payload, datagram.payload_bytes)) {
     ++frames_.back().identifier;
   } else {
-    ++frames_.back().packets;
     std::uint16_t behind = 0;
     const bool mark = decoder_->SplitFrame(datagram.payload, datagram.payload_bytes, behind);
-    // A mark in the very first packet has no frame before it: frame 0 begins behind it.
-    if (mark && !first) frames_.emplace_back();
+    AddPacket(mark, first);
   }
+}
+
+/// A mark in the very first packet has no frame before it.
+void FrameCounter::AddPacket(bool mark, bool first) {
+  const bool bounds = mark && !first;
+  if (bounds && model_->frame_mark == lidar::FrameMark::First) frames_.emplace_back();
+  ++frames_.back().packets;
+  if (bounds && model_->frame_mark == lidar::FrameMark::Last) frames_.emplace_back();
 }
 
 }  // namespace orliq::cli

@@ -137,6 +137,18 @@ std::string FitText(const Flow& flow) {
   return Listed(names, "or") + share + but;
 }
 
+std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
+  for (const Flow& flow : survey.flows) {
+    if (!IsReadable(flow, model)) continue;
+    const auto [likely, why] = flow.hints.Find();
+    if (likely == nullptr || likely == &model) continue;
+    return "packets to port " + std::to_string(flow.port) + " look like those of " + likely->name +
+           ", not of " + model.name + " (" + why + "): nothing proves it, but try --model " +
+           likely->name;
+  }
+  return {};
+}
+
 namespace {
 
 /// A flow of the model that is there, but that the driver cannot read; null without one.

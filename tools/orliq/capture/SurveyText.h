@@ -43,6 +43,9 @@ std::uint32_t ParseSource(const std::string& text);
 /// "juniq", "glavor or fennix", "juniq (98 of 100)", "none", or why the driver cannot read the flow.
 std::string FitText(const Flow& flow);
 
+/// A remark when the content of readable packets that fit the model hints at another one; or empty.
+std::string OtherModelText(const CaptureSurvey& survey, const Model& model);
+
 /// Why the capture has nothing for the model (null: for any) that is read as `scope` says, and what
 /// to do about it. `survey` is of the whole capture.
 std::string WhyNothingFits(const CaptureSurvey& survey, const SurveyScope& scope,

@@ -8,8 +8,9 @@ namespace orliq::cli {
 namespace {
 
 constexpr char kLimits[] =
-    "Limits (inclusive, of the point as the sensor sees it, before --transform; a point outside "
-    "them goes to the origin)";
+    "Limits (inclusive, of the point as the sensor sees it, before --transform; the table below "
+    "tells "
+    "what becomes of a point outside them)";
 
 void AddLimits(CLI::App& command, lidar::DecoderParam& limits) {
   const auto add = [&](const char* name, float& limit, const char* text) {
@@ -33,7 +34,7 @@ void RequireOrder(const char* quantity, float min, float max) {
 }  // namespace
 
 void AddCloudOptions(CLI::App& command, CloudOptions& options) {
-  command.add_option("--model", options.model, "sensor model (" + ModelNames(true) + ")")
+  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
       ->transform(LowerCase())
       ->required();
   // By a function, as an optional text would take an empty one for none.
@@ -66,17 +67,9 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
 }
 
-const Model& DecodableModel(const CloudOptions& options) {
-  const Model* const model = lidar::FindSensorModel(options.model);
-  if (model == nullptr) {
-    throw Failure(ExitCode::kUsage,
-                  "--model " + options.model + " is unknown: use " + ModelNames(true));
-  }
-  if (!model->decodes_points) {
-    throw Failure(ExitCode::kUsage, "this version cannot decode " + options.model + " yet, only " +
-                                        ModelNames(true) + ": orliq info examines its captures");
-  }
-  return *model;
+std::string TransformRemark(const CloudOptions& options, const Model& model) {
+  if (options.transform.empty() || model.transforms_points) return {};
+  return "--transform has no effect on " + std::string(model.name) + " points";
 }
 
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model) {

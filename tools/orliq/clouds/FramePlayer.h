@@ -7,17 +7,25 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "multi_driver/OrliqDriver.h"
+#include "multi_driver/SensorModels.h"
 #include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {
 
 /// Plays frames of a capture one after the other through the public driver.
+///
+/// Models whose first packet bounds a frame need care, so that a frame is the same whatever was played
+/// before it: their decoders remember the packet before. After indexing that is the last one of the
+/// capture, and the first frame comes in two clouds, of which the first holds no more than its first
+/// packet: they are joined. After a frame it is the first packet of the next frame, which may stand in
+/// the new cloud already though it will be decoded once more: that cloud is emptied.
 ///
 /// Threads: call it from one thread. Clouds arrive on the driver's thread and are handed on to the
 /// caller's; while the caller works on one frame, the driver decodes the next. At most kRoom clouds
@@ -33,9 +41,10 @@ class FramePlayer {
     int entry;  ///< the capture's frame that was asked for
     std::shared_ptr<Cloud> cloud;
     double seconds;  ///< from the request, or from the frame's previous cloud, to this cloud
+    std::optional<std::size_t> early_points;  ///< that the driver gave in a cloud ahead of this one
   };
 
-  FramePlayer() = default;
+  explicit FramePlayer(lidar::FrameMark mark) : joins_(mark == lidar::FrameMark::First) {}
   ~FramePlayer() { Stop(); }
   FramePlayer(const FramePlayer&) = delete;
   FramePlayer& operator=(const FramePlayer&) = delete;
@@ -101,6 +110,8 @@ class FramePlayer {
       HandOn(sink, 1);
       const std::lock_guard lock(mutex_);
       const Clock::time_point now = Clock::now();
+      if (driver_.IsLocalFramePlaying()) continue;
+      if (joins_) FinishFrame();
       if (!driver_.SetLocalFrame(entry)) continue;
       entry_ = entry;
       discard_ = discard;
@@ -109,6 +120,13 @@ class FramePlayer {
       return true;
     }
     return false;
+  }
+
+  /// The driver is idle: its clouds of the last frame are complete, and the one to be filled next is
+  /// left alone. With mutex_ held.
+  void FinishFrame() {
+    if (filling_) filling_->points.clear();
+    if (joined_.cloud) arrived_.push_back(std::exchange(joined_, {}));
   }
 
   /// Until the frame that was requested last gave a cloud; false when the user interrupts it.
@@ -135,14 +153,33 @@ class FramePlayer {
     if (discard_) return;
     since_ = Clock::now();
     answered_ = true;
-    arrived_.push_back({entry_, std::move(cloud), seconds.count()});
+    Frame frame = {entry_, std::move(cloud), seconds.count(), std::nullopt};
+    if (joins_) {
+      Join(std::move(frame));
+    } else {
+      arrived_.push_back(std::move(frame));
+    }
     arrival_.notify_one();
   }
 
+  /// Puts an earlier cloud of the same request in front. With mutex_ held.
+  void Join(Frame frame) {
+    if (joined_.cloud) {
+      auto& points = frame.cloud->points;
+      const auto& early = joined_.cloud->points;
+      points.insert(points.begin(), early.begin(), early.end());
+      frame.early_points = early.size();
+      frame.seconds += joined_.seconds;
+    }
+    joined_ = std::move(frame);
+  }
+
   /// Room for as many points as the frame before had.
-  std::shared_ptr<Cloud> EmptyCloud() const {
+  std::shared_ptr<Cloud> EmptyCloud() {
     auto cloud = std::make_shared<Cloud>();
     cloud->points.reserve(usual_points_);
+    const std::lock_guard lock(mutex_);
+    if (joins_) filling_ = cloud;
     return cloud;
   }
 
@@ -158,14 +195,17 @@ class FramePlayer {
     for (const Frame& frame : frames) sink(frame);
   }
 
+  const bool joins_;  // one frame for all the clouds of a request
   std::mutex mutex_;
   std::condition_variable arrival_;
   std::condition_variable room_;
-  std::vector<Frame> arrived_;  // guarded by mutex_
-  int entry_ = -1;              // guarded by mutex_
-  bool answered_ = false;       // guarded by mutex_
-  bool discard_ = false;        // guarded by mutex_
-  Clock::time_point since_;     // guarded by mutex_
+  std::vector<Frame> arrived_;      // guarded by mutex_
+  Frame joined_ = {};               // of the request that plays; guarded by mutex_
+  std::shared_ptr<Cloud> filling_;  // the driver's, while joins_; guarded by mutex_
+  int entry_ = -1;                  // guarded by mutex_
+  bool answered_ = false;           // guarded by mutex_
+  bool discard_ = false;            // guarded by mutex_
+  Clock::time_point since_;         // guarded by mutex_
   std::mutex faults_mutex_;
   std::map<std::uint32_t, std::uint64_t> faults_;  // guarded by faults_mutex_
   std::size_t usual_points_ = 0;                   // of the driver's thread once it runs

@@ -108,7 +108,10 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
     }
     return;
   }
-  if (!model.needs_tables) return;
+  if (!model.needs_tables) {
+    console.Note(std::string(model.name) + " needs no calibration: --check-folder has no effect");
+    return;
+  }
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
   if (!report.complete) {
     throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report));

@@ -11,8 +11,20 @@ namespace orliq::cli {
 
 using Model = lidar::SensorModel;
 
-/// "juniq, glavor, ..."; only those whose packets become points when asked for.
-std::string ModelNames(bool decodable_only = false);
+/// "juniq, glavor, ..."
+std::string ModelNames();
+
+/// The model that --model names; throws Failure for an unknown one.
+const Model& KnownModel(const std::string& name);
+
+/// What the models have, a line for each, for help texts.
+std::string ModelTable();
+
+/// What to know about the frames of a model that has no measured points; empty for the others.
+std::string NoPointsText(const Model& model);
+
+/// ", as none come of hestra packets" for the count of frames of a model that delivers none; or empty.
+std::string WhyNoFrames(const Model& model);
 
 /// The place of a model of the list in it.
 std::size_t ModelIndex(const Model& model);

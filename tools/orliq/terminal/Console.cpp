@@ -48,7 +48,7 @@ void Console::ShowLibraryLines() {
 }
 
 void Console::Note(const std::string& sentence) const {
-  if (!quiet_) standard_error::PrintLine("note: " + sentence);
+  if (!quiet_ && !sentence.empty()) standard_error::PrintLine("note: " + sentence);
 }
 
 }  // namespace orliq::cli

@@ -32,7 +32,7 @@ class Console {
   /// Sends all of the library's lines to standard error.
   static void ShowLibraryLines();
 
-  /// A remark on standard error; dropped when quiet.
+  /// A remark on standard error; dropped when quiet, or empty.
   void Note(const std::string& sentence) const;
 
   void SetQuiet(bool quiet) { quiet_ = quiet; }

@@ -28,6 +28,13 @@ void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::
              Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
 }
 
+std::string NothingMeasuredText(const Model& model, std::uint64_t points, std::uint64_t non_zero) {
+  if (!model.decodes_points || points == 0 || non_zero > 0) return {};
+  return "no return lies within the limits: if they are wide enough, the packets are perhaps not "
+         "of " +
+         std::string(model.name) + " (orliq info tells what they look like)";
+}
+
 void AddRefusedRows(Report& report, const RefusedPackets& refused) {
   report.Add("refused_length", "Refused packets", refused.length,
              NoneOr(refused.length, "of wrong length (0x41)", refused.identifier,

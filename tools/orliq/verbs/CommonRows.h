@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "orliq/clouds/CloudWriter.h"
+#include "orliq/sensors/Models.h"
 #include "orliq/terminal/Report.h"
 
 // Rows that the closing tables of play, live and record have in common.
@@ -32,6 +33,10 @@ void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
 /// Fewest, median and most points of a frame, so that loss shows: a frame that lost packets has fewer
 /// points, one without its mark those of two. All are 0 without a frame.
 void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max);
+
+/// A remark on points that all lie at the origin though the model measures; else empty.
+std::string NothingMeasuredText(const Model& model, std::uint64_t points, std::uint64_t non_zero);
+
 void AddRefusedRows(Report& report, const RefusedPackets& refused);
 
 /// Two counts, each with the words behind it: "3 early, 1 late"; "none" when both are 0.

@@ -52,12 +52,13 @@ void AddFrames(Report& report, const CaptureSurvey& survey, const Model& model) 
   std::uint64_t entries = 0;
   for (const Flow* const flow : flows) {
     entries += flow->frames.size();
-    sums.Add(flow->frames);
+    sums.Add(flow->frames, model);
   }
   const std::string text =
-      flows.size() == 1 ? FramesText(flows.front()->frames, model)
-                        : Count(sums.whole, "complete " + std::string(model.name) + " frame") +
-                              " in " + Count(flows.size(), "flow");
+      flows.size() == 1 || !model.delivers_frames
+          ? FramesText(flows.front()->frames, model)
+          : Count(sums.whole, "complete " + std::string(model.name) + " frame") + " in " +
+                Count(flows.size(), "flow");
   report.Add("complete_frames", "Frames", sums.whole, text);
   report.Add("packets_before_first_frame", "", sums.packets_before, "");
   report.Add("packets_after_last_frame", "", sums.packets_after, "");
@@ -81,6 +82,11 @@ void AddSummary(Report& report, const Options& options, const CaptureSurvey& sur
 
 /// Why the folder is of no use; nothing when it is good.
 std::string AddCheckFolder(Report& report, const Model& model, const std::string& folder) {
+  if (!model.needs_tables) {
+    report.Add("check_folder_loaded", "Check folder", false,
+               std::string("not needed: ") + model.name + " has no calibration tables");
+    return {};
+  }
   const CheckFolderReport check = ExamineCheckFolder(model, folder);
   const char* const verdict = check.complete ? ": loads for "
                               : check.loaded ? ": is incomplete for "
@@ -101,18 +107,13 @@ const Model* ChosenModel(const Options& options) {
     if (!options.check_folder) return nullptr;
     throw Failure(ExitCode::kUsage, "--check-folder needs --model: tables differ by model");
   }
-  const Model* const model = lidar::FindSensorModel(options.model);
-  if (model != nullptr) return model;
-  throw Failure(ExitCode::kUsage,
-                "--model " + options.model + " is unknown: use one of " + ModelNames());
+  return &KnownModel(options.model);
 }
 
 /// What to know before these packets are played.
 void Advise(const CaptureSurvey& survey, const Model& model, const Console& console) {
-  if (!model.decodes_points && FitsAny(survey, model)) {
-    console.Note("this version cannot count frames of " + std::string(model.name) + ", only of " +
-                 ModelNames(true));
-  }
+  console.Note(NoPointsText(model));
+  console.Note(OtherModelText(survey, model));
   const auto ports = FittingPorts(survey, model);
   std::string names;
   for (const auto port : ports) {
@@ -169,7 +170,10 @@ Verb AddInfo(CLI::App& app) {
   CLI::App* const command =
       app.add_subcommand("info", "Tells what a capture file holds and which sensors fit.");
   AddOptions(*command, *options);
-  command->footer("Example:\n  orliq info room.pcap --model juniq");
+  command->footer(ModelTable() +
+                  "\nSome models share length and identifier: which of them sent a flow is then a "
+                  "guess by content.\n\n"
+                  "Example:\n  orliq info room.pcap --model juniq");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

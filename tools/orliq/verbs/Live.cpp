@@ -34,6 +34,14 @@ lidar::DriverParam MakeParam(const Options& options, const Model& model) {
   return param;
 }
 
+/// Waiting for a frame that never comes would have no end.
+void RequireFramesToCome(const Options& options, const Model& model) {
+  if (model.delivers_frames || !options.choice.frames) return;
+  throw Failure(ExitCode::kUsage, std::string(model.name) +
+                                      " packets complete no frame, so --frames would never end: "
+                                      "use --duration");
+}
+
 /// Null when no files are wanted.
 std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
   const auto& [out, format, force] =
@@ -170,7 +178,10 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
+  console.Note(NoPointsText(model));
+  console.Note(TransformRemark(options.cloud, model));
   LiveTally tally = Watch(options, *source, console);
+  tally.model = &model;
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
@@ -181,6 +192,12 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 /// Says what the table's losses mean.
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
+  console.Note(NothingMeasuredText(*tally.model, tally.counts.points, tally.counts.non_zero));
+  if (!tally.model->decodes_points) {
+    console.Note(
+        "other models send packets of this length: orliq record keeps them, and orliq info then "
+        "tells what they look like");
+  }
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(
@@ -191,7 +208,8 @@ void Explain(const LiveTally& tally, const Console& console) {
 
 ExitCode Run(const Options& options, Console& console) {
   console.SetQuiet(options.listen.quiet);
-  const Model& model = DecodableModel(options.cloud);
+  const Model& model = KnownModel(options.cloud.model);
+  RequireFramesToCome(options, model);
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   console.Print(tally.MakeReport());
@@ -225,7 +243,9 @@ Verb AddLive(CLI::App& app) {
                    "IPv4 address of the sensor: packets of all others are passed over")
       ->check(HostAddress());
   command->footer(
-      "It runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted from "
+      ModelTable() +
+      "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
+      "from "
       "0, which is the partial one, and their files are named after that.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"

@@ -39,14 +39,16 @@ void AddFrameRows(Report& report, const LiveTally& tally) {
   // The span begins with the end of the first frame.
   const double rate = counts.frames > 1 ? Rate(counts.frames - 1, counts.frames_span) : 0.0;
   report.Add("frames", "Frames", counts.frames,
-             Grouped(counts.frames) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
+             Grouped(counts.frames) + WhyNoFrames(*tally.model) +
+                 (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : ""));
   report.Add("frames_per_s", "", rate, "");
   report.Add("empty_frames", counts.empty_frames > 0 ? "Empty frames" : "", counts.empty_frames,
              Grouped(counts.empty_frames));
   AddPartialRow(report, counts.partial_points, tally.keeps_partial);
   AddPointRows(report, counts.points, counts.non_zero);
   AddSpreadRow(report, counts.min_points, counts.median_points, counts.max_points);
-  report.Add("imu_samples", "IMU samples", counts.imu_samples, Grouped(counts.imu_samples));
+  report.Add("imu_samples", tally.model->has_imu ? "IMU samples" : "", counts.imu_samples,
+             Grouped(counts.imu_samples));
 }
 
 void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orliq/clouds/LiveSource.h"
+#include "orliq/sensors/Models.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/verbs/CommonRows.h"
 
@@ -12,6 +13,7 @@ namespace orliq::cli {
 
 /// Sums of listening to a live sensor, and its closing table.
 struct LiveTally {
+  const Model* model = nullptr;
   Reception reception;
   LiveCounts counts;
   std::string files;  ///< what was written where; or empty

@@ -58,7 +58,7 @@ void RequireFit(const PlayOptions& options, const Plan& plan, bool quiet) {
 
 /// Finds the port of the sensor's packets, unless it was given.
 Plan MakePlan(const PlayOptions& options, const Console& console) {
-  const Model& model = DecodableModel(options.cloud);
+  const Model& model = KnownModel(options.cloud.model);
   MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
   const SurveyScope scope = {options.port.value_or(0), ParseSource(options.source), &model};
   Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
@@ -67,6 +67,7 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
     ExamineTarget(options.cloud.out, options.cloud.format, options.cloud.force);
   }
   RequireCalibration(model, options.cloud.check_folder, console);
+  console.Note(TransformRemark(options.cloud, model));
   const bool quiet = console.Quiet();
   plan.survey = SurveyUnlessInterrupted(options.capture, scope, quiet);
   RequireFit(options, plan, quiet);
@@ -83,13 +84,14 @@ template <typename Cloud>
 class Playback {
  public:
   Playback(const PlayOptions& options, const Plan& plan, const Console& console)
-      : options_(options), plan_(plan), quiet_(console.Quiet()) {
+      : options_(options), plan_(plan), quiet_(console.Quiet()), player_(plan.model->frame_mark) {
+    tally_.model = plan.model;
     tally_.keep_partial = options.partial;
     tally_.marks = plan.survey.frames.empty() ? 0 : plan.survey.frames.size() - 1;
     tally_.senders = Senders(plan.survey, *plan.model, plan.scope.port);
     // Clouds of a capture without a mark are no frames, but all that there is.
     const auto& frames = plan.survey.frames;
-    whole_ = frames.size() < 2 ? WholeFrames{0, 1} : FindWholeFrames(frames);
+    whole_ = frames.size() < 2 ? WholeFrames{0, 1} : FindWholeFrames(frames, *plan.model);
   }
 
   PlayTally Run() {
@@ -156,6 +158,7 @@ class Playback {
     played.points = frame.cloud->points.size();
     played.non_zero = CountNonZero(*frame.cloud);
     played.seconds = frame.seconds;
+    played.early_points = frame.early_points;
     if (writer_ && played.points > 0 && !IsLeftOut(frame.entry)) {
       played.file = writer_->Write(View(*frame.cloud), played.frame, played.part).string();
     }
@@ -164,7 +167,7 @@ class Playback {
   }
 
   void Conclude() {
-    tally_.losses = FindLosses(plan_.survey.frames, tally_.first, tally_.done);
+    tally_.packets = FindPackets(plan_.survey.frames, tally_.first, tally_.done);
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();
@@ -186,21 +189,31 @@ PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console
   });
 }
 
+/// What few frame marks mean.
+void ExplainMarks(const PlayTally& tally, const Console& console) {
+  if (tally.marks == 0) {
+    console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
+  }
+  if (tally.marks == 1 && tally.model->frame_mark == lidar::FrameMark::First) {
+    console.Note("with one frame mark nothing tells whether the frames beside it are whole");
+  } else if (tally.marks == 1 && tally.first == 0) {
+    console.Note("with one frame mark nothing tells whether the frame before it is whole");
+  }
+}
+
 /// What the table means.
 void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
   if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
-  const auto& [refused, unreadable] = tally.losses;
+  console.Note(NoPointsText(*plan.model));
+  console.Note(OtherModelText(plan.survey, *plan.model));
+  console.Note(tally.Doubt());
+  const auto& [packets, refused, unreadable] = tally.packets;
   if (refused.length + refused.identifier > 0) {
     console.Note(
         "packets of other kinds reached the decoder: orliq info shows the ports, --port "
         "chooses one");
   }
-  if (tally.marks == 0) {
-    console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
-  }
-  if (tally.marks == 1 && tally.first == 0) {
-    console.Note("with one frame mark nothing tells whether the frame before it is whole");
-  }
+  if (plan.model->delivers_frames) ExplainMarks(tally, console);
   if (!unreadable.empty()) {
     console.Note("unreadable packets went to the sensor's port: their points are missing");
   }
@@ -224,6 +237,7 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
   if (HasChanged(options.capture, plan.survey)) {
     throw Failure(ExitCode::kLosses, options.capture + " has changed while it was played");
   }
+  if (!plan.model->delivers_frames) return;  // the end of the capture is all there is
   const auto counts = [&](const PlayedFrame& frame) {
     return frame.points > 0 && (options.partial || !frame.partial);
   };
@@ -243,7 +257,7 @@ ExitCode Run(const PlayOptions& options, Console& console) {
   console.Print(tally.MakeReport());
   Explain(plan, tally, console);
   RequireAllPlayed(options, plan, tally);
-  return tally.losses.Any() ? ExitCode::kLosses : ExitCode::kDone;
+  return tally.packets.AnyLost() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
 }  // namespace
@@ -253,10 +267,10 @@ Verb AddPlay(CLI::App& app) {
   CLI::App* const command =
       app.add_subcommand("play", "Decodes the frames of a capture file and writes them as clouds.");
   AddPlayOptions(*command, *options);
-  command->footer(
-      "Example:\n"
-      "  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 \\\n"
-      "      --out frames --format ply");
+  command->footer(ModelTable() +
+                  "\nExample:\n"
+                  "  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 \\\n"
+                  "      --out frames --format ply");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

@@ -21,12 +21,17 @@ struct Sums {
 Sums SumUp(const PlayTally& tally) {
   Sums sums;
   for (const PlayedFrame& frame : tally.frames) {
-    const bool last = frame.frame == tally.entries - 1;
-    if (last && frame.points > 0) sums.last_incomplete = true;
+    if (!tally.model->delivers_frames) {
+      ++sums.empty;
+      continue;
+    }
+    // Behind the last mark there is always an entry. Of a mark that ends a frame it is a beginning,
+    // and nothing in it is no loss.
+    const bool rest = frame.frame == tally.entries - 1 && (frame.partial || tally.marks == 0);
+    if (rest && frame.points > 0) sums.last_incomplete = true;
     if (frame.partial && !tally.keep_partial) continue;
     if (frame.points == 0) {
-      // Behind the last mark there is always an entry, and nothing in it is no loss.
-      if (!last) ++sums.empty;
+      if (!rest) ++sums.empty;
       continue;
     }
     sums.spread.Add(frame.points);
@@ -47,10 +52,42 @@ std::map<int, std::uint64_t> PartialFrames(const PlayTally& tally) {
 }
 
 Json FrameJson(const PlayedFrame& frame) {
-  return {{"frame", frame.frame},      {"part", frame.part},
-          {"partial", frame.partial},  {"timestamp", frame.timestamp},
-          {"points", frame.points},    {"non_zero_points", frame.non_zero},
-          {"ms", frame.seconds * 1e3}, {"file", frame.file}};
+  return {{"kind", "frame"},
+          {"frame", frame.frame},
+          {"part", frame.part},
+          {"partial", frame.partial},
+          {"timestamp", frame.timestamp},
+          {"points", frame.points},
+          {"non_zero_points", frame.non_zero},
+          {"ms", frame.seconds * 1e3},
+          {"file", frame.file}};
+}
+
+/// A list of all the clouds that the driver gave.
+Json CloudsJson(const PlayTally& tally) {
+  Json list = Json::array();
+  for (const PlayedFrame& frame : tally.frames) {
+    if (frame.early_points) {
+      list.push_back({{"kind", "extra"}, {"frame", frame.frame}, {"points", *frame.early_points}});
+    }
+    list.push_back(FrameJson(frame));
+  }
+  return list;
+}
+
+/// The driver gives a frame in two clouds when its decoder was left in the midst of another one.
+void AddExtraRow(Report& report, const PlayTally& tally) {
+  std::uint64_t clouds = 0;
+  std::string text;
+  for (const PlayedFrame& frame : tally.frames) {
+    if (!frame.early_points) continue;
+    ++clouds;
+    const std::string where = " ahead of frame " + std::to_string(frame.frame);
+    text = *frame.early_points == 0
+               ? "empty," + where
+               : Count(*frame.early_points, "point") + where + ", joined to it";
+  }
+  report.Add("extra_clouds", clouds > 0 ? "Extra cloud" : "", clouds, text);
 }
 
 void AddPartialRows(Report& report, const PlayTally& tally) {
@@ -64,14 +101,25 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
              (tally.keep_partial ? "kept: " : "left out: ") + text);
 }
 
+void AddEmptyRow(Report& report, const PlayTally& tally, std::uint64_t empty) {
+  const bool ends_alone = !tally.model->delivers_frames;
+  report.Add("empty_frames",
+             empty == 0   ? ""
+             : ends_alone ? "Empty clouds"
+                          : "Empty frames",
+             empty, Grouped(empty) + (ends_alone ? ", from the end of the capture" : ""));
+}
+
 void AddFrameRows(Report& report, const PlayTally& tally, const Sums& sums) {
-  report.Add("frames", "Frames", sums.spread.Frames(),
-             Grouped(sums.spread.Frames()) +
-                 (tally.marks == 0 ? " clouds without a frame mark" : "") +
-                 (tally.interrupted ? ", interrupted" : ""));
+  const std::uint64_t frames = sums.spread.Frames();
+  const bool unmarked = tally.marks == 0 && tally.model->delivers_frames;
+  report.Add("frames", "Frames", frames,
+             (unmarked ? Count(frames, "cloud") + " without a frame mark" : Grouped(frames)) +
+                 WhyNoFrames(*tally.model) + (tally.interrupted ? ", interrupted" : ""));
   report.Add("frame_marks", "", tally.marks, "");
   AddPartialRows(report, tally);
-  report.Add("empty_frames", sums.empty > 0 ? "Empty frames" : "", sums.empty, Grouped(sums.empty));
+  AddExtraRow(report, tally);
+  AddEmptyRow(report, tally, sums.empty);
   report.Add("last_frame_incomplete", "", sums.last_incomplete, "");
   report.Add("frame_entries", "", tally.entries, "");
   report.Add("played", "", {tally.first, tally.done}, "");
@@ -84,15 +132,17 @@ void AddDecodeRows(Report& report, const Sums& sums) {
   const double rate = sums.seconds > 0 ? static_cast<double>(sums.all_points) / sums.seconds : 0.0;
   AddPointRows(report, sums.all_points, sums.non_zero);
   AddSpreadRow(report, sums.spread.Min(), sums.spread.Median(), sums.spread.Max());
-  report.Add("ms_per_frame", "Decode time", ms,
+  report.Add("ms_per_frame", sums.all_points > 0 ? "Decode time" : "", ms,
              Fixed(ms, 2) + " ms per frame, " + Fixed(rate * 1e-6, 1) + " million points/s");
   report.Add("points_per_s", "", rate, "");
 }
 
 void AddPacketRows(Report& report, const PlayTally& tally) {
-  AddRefusedRows(report, tally.losses.refused);
-  report.Add("unreadable_packets", tally.losses.unreadable.empty() ? "" : "Unreadable",
-             LostJson(tally.losses.unreadable), LostText(tally.losses.unreadable));
+  report.Add("packets_decoded", tally.model->delivers_frames ? "" : "Accepted packets",
+             tally.packets.accepted, Grouped(tally.packets.accepted));
+  AddRefusedRows(report, tally.packets.refused);
+  report.Add("unreadable_packets", tally.packets.unreadable.empty() ? "" : "Unreadable",
+             LostJson(tally.packets.unreadable), LostText(tally.packets.unreadable));
   Json reports = Json::object();
   for (const auto& [code, count] : tally.fault_reports) {
     const auto byte = static_cast<std::uint8_t>(code);
@@ -107,15 +157,21 @@ void AddPacketRows(Report& report, const PlayTally& tally) {
 
 }  // namespace
 
-PacketLosses FindLosses(const std::vector<FrameRecords>& frames, int first, int last) {
-  PacketLosses losses;
+PlayedPackets FindPackets(const std::vector<FrameRecords>& frames, int first, int last) {
+  PlayedPackets packets;
   for (int i = first; i < last && i < static_cast<int>(frames.size()); ++i) {
     const FrameRecords& frame = frames[static_cast<std::size_t>(i)];
-    losses.refused.length += frame.length;
-    losses.refused.identifier += frame.identifier;
-    for (const auto& [reason, count] : frame.unreadable) losses.unreadable[reason] += count;
+    packets.accepted += frame.packets;
+    packets.refused.length += frame.length;
+    packets.refused.identifier += frame.identifier;
+    for (const auto& [reason, count] : frame.unreadable) packets.unreadable[reason] += count;
   }
-  return losses;
+  return packets;
+}
+
+std::string PlayTally::Doubt() const {
+  const Sums sums = SumUp(*this);
+  return NothingMeasuredText(*model, sums.all_points, sums.non_zero);
 }
 
 Report PlayTally::MakeReport() const {
@@ -125,9 +181,7 @@ Report PlayTally::MakeReport() const {
   AddDecodeRows(report, sums);
   report.Add("files_written", files.empty() ? "" : "Files", files_written, files);
   AddPacketRows(report, *this);
-  Json list = Json::array();
-  for (const PlayedFrame& frame : frames) list.push_back(FrameJson(frame));
-  report.Add("clouds", "", std::move(list), "");
+  report.Add("clouds", "", CloudsJson(*this), "");
   return report;
 }
 

@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "orliq/capture/CaptureSurvey.h"
+#include "orliq/sensors/Models.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/verbs/CommonRows.h"
 
@@ -21,20 +23,23 @@ struct PlayedFrame {
   std::uint64_t points = 0;
   std::uint64_t non_zero = 0;
   double seconds = 0.0;
-  std::string file;  ///< empty when none was written
+  std::string file;                           ///< empty when none was written
+  std::optional<std::uint64_t> early_points;  ///< of them, that came in a cloud of their own ahead
 };
 
-/// What the driver could not use of the frames `first` to before `last`.
-struct PacketLosses {
+/// What became of the packets in the frames `first` to before `last`.
+struct PlayedPackets {
+  std::uint64_t accepted = 0;
   RefusedPackets refused;
   LostRecords unreadable;
 
-  bool Any() const { return refused.length + refused.identifier > 0 || !unreadable.empty(); }
+  bool AnyLost() const { return refused.length + refused.identifier > 0 || !unreadable.empty(); }
 };
-PacketLosses FindLosses(const std::vector<FrameRecords>& frames, int first, int last);
+PlayedPackets FindPackets(const std::vector<FrameRecords>& frames, int first, int last);
 
 /// Sums of a playback and its closing table.
 struct PlayTally {
+  const Model* model = nullptr;
   std::uint64_t marks = 0;  ///< of frames, in the whole capture
   int entries = 0;          ///< of the whole capture
   int first = 0;            ///< first entry played
@@ -43,12 +48,14 @@ struct PlayTally {
   bool interrupted = false;
   bool keep_partial = false;
   std::vector<PlayedFrame> frames;
-  PacketLosses losses;
+  PlayedPackets packets;
   std::vector<std::string> senders;                      ///< to the port that was played
   std::map<std::uint32_t, std::uint64_t> fault_reports;  ///< of the driver, by code
   std::string files;                                     ///< what was written where; or empty
   std::uint64_t files_written = 0;
 
+  /// Whether the model measures, but nothing was measured: a remark, or empty.
+  std::string Doubt() const;
   Report MakeReport() const;
 };
 
