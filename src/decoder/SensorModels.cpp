@@ -14,20 +14,17 @@
 namespace orliq::lidar {
 namespace {
 
-/// What a model's constants do not tell.
-struct Traits {
-  FrameMark frame_mark;
-  bool has_imu;
-  bool has_time;
-  bool needs_tables;
-  bool decodes_points;
-  bool delivers_frames;
-  bool transforms_points;
-  bool keeps_gated_points;
-};
+// What a model's constants do not tell, named as the fields of SensorModel.
+constexpr unsigned kImu = 1U << 0U;
+constexpr unsigned kTime = 1U << 1U;
+constexpr unsigned kTables = 1U << 2U;
+constexpr unsigned kPoints = 1U << 3U;
+constexpr unsigned kFrames = 1U << 4U;
+constexpr unsigned kTransform = 1U << 5U;
+constexpr unsigned kKeepsGated = 1U << 6U;
 
 constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstParam& constants,
-                          const Traits& traits) {
+                          FrameMark frame_mark, unsigned has) {
   return {name,
           type,
           constants.MSOP_LEN,
@@ -35,32 +32,27 @@ constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstPa
           constants.MSOP_ID,
           constants.LASER_NUM,
           constants.BLOCKS_PER_PKT,
-          traits.frame_mark,
-          traits.has_imu,
-          traits.has_time,
-          traits.needs_tables,
-          traits.decodes_points,
-          traits.delivers_frames,
-          traits.transforms_points,
-          traits.keeps_gated_points};
+          frame_mark,
+          (has & kImu) != 0,
+          (has & kTime) != 0,
+          (has & kTables) != 0,
+          (has & kPoints) != 0,
+          (has & kFrames) != 0,
+          (has & kTransform) != 0,
+          (has & kKeepsGated) != 0};
 }
 
 constexpr std::array<SensorModel, kSensorModels> kTable = {{
-    // mark, IMU, time, tables, points, frames, transform, gated points stay
-    Row("juniq", LidarType::Juniq, kJuniq,
-        {FrameMark::Last, true, true, true, true, true, true, true}),
-    Row("glavor", LidarType::Glavor, kGlavor,
-        {FrameMark::Last, false, false, true, true, true, true, true}),
-    Row("fennix", LidarType::Fennix, kFennix,
-        {FrameMark::First, false, false, false, false, true, false, false}),
-    Row("corvik", LidarType::Corvik, kCorvik,
-        {FrameMark::First, true, true, false, true, true, true, true}),
-    Row("brantis", LidarType::Brantis, kBrantis,
-        {FrameMark::First, false, false, false, false, false, false, false}),
-    Row("hestra", LidarType::Hestra, kHestra,
-        {FrameMark::None, false, false, false, false, false, false, false}),
-    Row("kelvane", LidarType::Kelvane, kKelvane,
-        {FrameMark::First, false, false, false, true, true, false, false}),
+    Row("juniq", LidarType::Juniq, kJuniq, FrameMark::Last,
+        kImu | kTime | kTables | kPoints | kFrames | kTransform | kKeepsGated),
+    Row("glavor", LidarType::Glavor, kGlavor, FrameMark::Last,
+        kTables | kPoints | kFrames | kTransform | kKeepsGated),
+    Row("fennix", LidarType::Fennix, kFennix, FrameMark::First, kFrames),
+    Row("corvik", LidarType::Corvik, kCorvik, FrameMark::First,
+        kImu | kTime | kPoints | kFrames | kTransform | kKeepsGated),
+    Row("brantis", LidarType::Brantis, kBrantis, FrameMark::First, 0),
+    Row("hestra", LidarType::Hestra, kHestra, FrameMark::None, 0),
+    Row("kelvane", LidarType::Kelvane, kKelvane, FrameMark::First, kPoints | kFrames),
 }};
 
 template <typename Matches>

@@ -33,7 +33,6 @@ class DriverManager {
   /// False by default: only a capture file has frames to ask for.
   virtual bool GetLocalFileStatus(int& status);
   virtual bool PlayLocalFileFrame(const int& index);
-  virtual bool IsLocalFramePlaying() const;
 
   virtual void RegisterPointCloudCallBack(const std::function<void(std::shared_ptr<T>)>& put,
                                           const std::function<std::shared_ptr<T>()>& get);
@@ -44,6 +43,9 @@ class DriverManager {
   /// False by default, and nothing: only a live sensor has packets that wait or get lost.
   virtual bool GetStatistics(DriverStatistics& statistics) const;
   virtual void SetQueueLimit(std::uint64_t packets);
+
+  /// False by default, as only a capture file has frames that play.
+  virtual bool IsLocalFramePlaying() const;
 
   /// What became of the calibration in Init; false without a successful one.
   virtual bool GetCalibrationStatus(CalibrationStatus& status) const = 0;
