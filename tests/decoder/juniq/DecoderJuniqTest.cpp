@@ -282,6 +282,7 @@ TEST(JuniqFilter, ADerivedCloudGetsEachPointInOrderAndIsFilteredLikeAPlainOne) {
   JuniqProbe<Point> plain;
   JuniqProbe<Point> derived;
   const auto cloud = std::make_shared<CountingCloud>();
+  cloud->points.reserve(64);  // room for all is no leave to pass the cloud by
   derived.decoder.InstallCloud(cloud);
   JuniqPacket packet(JuniqReturn{100, 100, 0});         // null points stay in any case
   const JuniqReturn weak{90, 60, 6400, 3000, 1500, 0};  // becomes 0 m below 30 m, but is not null
