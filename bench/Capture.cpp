@@ -8,8 +8,8 @@
 #include <mutex>
 #include <thread>
 
-#include "bench/JuniqStream.h"
-#include "bench/PlainJuniq.h"
+#include "bench/Stream.h"
+#include "bench/plain/PlainJuniq.h"
 #include "multi_driver/OrliqDriver.h"
 
 // A 200 MB capture: indexing against a bare loop over its records, playing against libpcap and the
@@ -18,11 +18,12 @@ namespace {
 
 using Cloud = PointCloud<Point>;
 constexpr std::size_t kCaptureBytes = 200'000'000;
+constexpr std::size_t kFramePoints = 49152;
 
 const std::string& CapturePath() {
   static const std::string path = [] {
     const std::string name = orliq::bench::ScratchFolder() + "/capture.pcap";
-    orliq::bench::SharedStream().WriteCapture(name, kCaptureBytes);
+    orliq::bench::SharedStream("juniq").WriteCapture(name, kCaptureBytes);
     return name;
   }();
   return path;
@@ -124,13 +125,16 @@ void IndexLibrary(benchmark::State& state) {
 
 void PlayPlain(benchmark::State& state) {
   CapturePath();
-  const orliq::bench::PlainJuniq plain(orliq::bench::SharedStream().check_param(), {});
+  const auto check = std::make_unique<orliq::lidar::OffsetCheckParam>(
+      orliq::bench::SharedStream("juniq").CheckParamOf<orliq::lidar::OffsetCheckParam>());
+  orliq::bench::PlainJuniq<Point> plain(*check, {});
   std::vector<Point> points;
   points.reserve(100000);
   std::int64_t total = 0;
   for (auto _ : state) {
     total += 64 * ReadRecords([&](const std::uint8_t* bytes) {
-               if (plain.Decode(bytes + 42, points)) points.clear();
+               if (points.size() == kFramePoints) points.clear();
+               plain.Decode(bytes + 42, 0, points);
              });
   }
   state.SetItemsProcessed(total);

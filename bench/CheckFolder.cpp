@@ -7,16 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "bench/JuniqStream.h"
+#include "bench/Stream.h"
 #include "param/SearchFiles.h"
 
 // Loading a Juniq check folder, against line reading with string streams and strtod.
 namespace {
 
 const std::string& Folder() {
-  orliq::bench::SharedStream();  // writes it
-  static const std::string folder = orliq::bench::ScratchFolder() + "/check";
-  return folder;
+  return orliq::bench::SharedStream("juniq").check_folder;
 }
 
 void Plain(benchmark::State& state) {

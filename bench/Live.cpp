@@ -3,13 +3,15 @@
 // without loss, CPU time, and the time from a frame's last packet to the callback.
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <iostream>
+#include <set>
+#include <string>
 
-#include "bench/JuniqStream.h"
 #include "bench/LiveReceiver.h"
+#include "bench/Stream.h"
+#include "multi_driver/SensorModels.h"
 #include "simulator/sending/Pacer.h"
 #include "simulator/sending/UdpSender.h"
 #include "tests/support/Loopback.h"
@@ -20,7 +22,9 @@ using orliq::bench::BareReceiver;
 using orliq::bench::Clock;
 using orliq::bench::DriverReceiver;
 using orliq::bench::LiveReceiver;
+using orliq::bench::SharedStream;
 using orliq::bench::SleepingLoops;
+using orliq::bench::Stream;
 using Seconds = std::chrono::duration<double>;
 using MakeReceiver = std::function<std::unique_ptr<LiveReceiver>(std::uint16_t port)>;
 
@@ -35,29 +39,39 @@ struct Result {
   std::uint64_t received = 0;
   double seconds = 0.0;
   double cpu_seconds = 0.0;        // of all threads but the sending one
-  std::vector<double> latency_us;  // from sending a frame's last packet; sorted; empty after a loss
+  std::vector<double> latency_us;  // from sending what closes a frame; sorted; empty after a loss
   double stop_ms = 0.0;
 };
 
-/// Sends whole frames at `rate` packets per second for about `seconds`; returns when the last packet
-/// of each frame was given to the system.
-std::vector<Clock::time_point> SendFrames(std::uint16_t port, double rate, double seconds,
-                                          std::uint64_t& sent) {
-  const auto& packets = orliq::bench::SharedStream().packets;
+/// The place in its frame of the packet that tells the receiver that a frame is complete: the last, or
+/// for some models the first of the next one.
+std::uint64_t ClosingPlace(const Stream& stream) {
+  const auto mark = orliq::lidar::FindSensorModel(stream.type)->frame_mark;
+  return mark == orliq::lidar::FrameMark::First ? 0 : stream.packets_per_frame - 1;
+}
+
+/// Sends whole frames at `rate` packets per second for about `seconds`; returns when the packets that
+/// close a frame were given to the system.
+std::vector<Clock::time_point> SendFrames(const Stream& stream, std::uint16_t port, double rate,
+                                          double seconds, std::uint64_t& sent) {
+  const auto& packets = stream.packets;
+  const std::uint64_t per_frame = stream.packets_per_frame;
+  const std::uint64_t closing = ClosingPlace(stream);
   std::string error;
   const auto sender = orliq::sim::UdpSender::Create("127.0.0.1", port, error);
   orliq::sim::MonotonicClock clock;
   orliq::sim::Pacer pacer(1.0, clock, [] { return false; });
-  const auto total = static_cast<std::uint64_t>(rate * seconds / 768 + 1) * 768;
-  std::vector<Clock::time_point> last_packets;
-  last_packets.reserve(total / 768);
+  const auto total =
+      static_cast<std::uint64_t>(rate * seconds / static_cast<double>(per_frame) + 1) * per_frame;
+  std::vector<Clock::time_point> closed;
+  closed.reserve(total / per_frame);
   for (std::uint64_t i = 0; i < total; ++i) {
     pacer.WaitUntilDue(static_cast<double>(i) / rate);
-    if (i % 768 == 767) last_packets.push_back(Clock::now());
+    if (i > 0 && i % per_frame == closing) closed.push_back(Clock::now());
     sender->Send(packets[i % packets.size()].data(), packets[i % packets.size()].size());
   }
   sent = sender->Datagrams();
-  return last_packets;
+  return closed;
 }
 
 /// Waits until nothing has arrived for 200 ms.
@@ -70,35 +84,35 @@ void WaitForTheRest(const LiveReceiver& receiver, std::uint64_t sent) {
   }
 }
 
-Result Measure(const MakeReceiver& make, double rate, double seconds) {
+Result Measure(const Stream& stream, const MakeReceiver& make, double rate, double seconds) {
   const std::uint16_t port = orliq::test::FreePort();
   const auto receiver = make(port);
   Result result;
   const double cpu = CpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - CpuSeconds(CLOCK_THREAD_CPUTIME_ID);
   const auto begin = Clock::now();
-  const auto last_packets = SendFrames(port, rate, seconds, result.sent);
+  const auto closed = SendFrames(stream, port, rate, seconds, result.sent);
   result.seconds = Seconds(Clock::now() - begin).count();
   WaitForTheRest(*receiver, result.sent);
   result.cpu_seconds =
       CpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - CpuSeconds(CLOCK_THREAD_CPUTIME_ID) - cpu;
   result.received = receiver->Packets();
   result.stop_ms = Seconds(receiver->Stop()).count() * 1e3;
-  if (result.received == result.sent && receiver->Frames().size() == last_packets.size()) {
-    for (std::size_t i = 0; i < last_packets.size(); ++i) {
-      result.latency_us.push_back(Seconds(receiver->Frames()[i] - last_packets[i]).count() * 1e6);
+  if (result.received == result.sent && receiver->Frames().size() == closed.size()) {
+    for (std::size_t i = 0; i < closed.size(); ++i) {
+      result.latency_us.push_back(Seconds(receiver->Frames()[i] - closed[i]).count() * 1e6);
     }
     std::sort(result.latency_us.begin(), result.latency_us.end());
   }
   return result;
 }
 
-void PrintRow(const char* name, const Result& r) {
+void PrintRow(const std::string& model, const char* receiver, const Result& r) {
   const auto quantile = [&r](double share) {
     return r.latency_us.empty() ? -1.0
                                 : r.latency_us[static_cast<std::size_t>(
                                       share * static_cast<double>(r.latency_us.size() - 1))];
   };
-  std::printf("%-8s %10.0f %10llu %8llu %12.2f %10.0f %10.0f %8.2f\n", name,
+  std::printf("%-8s %-8s %10.0f %10llu %8llu %12.2f %10.0f %10.0f %8.2f\n", model.c_str(), receiver,
               static_cast<double>(r.sent) / r.seconds, static_cast<unsigned long long>(r.sent),
               static_cast<unsigned long long>(r.sent - r.received),
               r.cpu_seconds / static_cast<double>(r.sent) * 1e6, quantile(0.5), quantile(0.99),
@@ -107,10 +121,10 @@ void PrintRow(const char* name, const Result& r) {
 }
 
 /// The highest of the rates in steps of a quarter that loses nothing in `seconds`.
-double HighestRate(const MakeReceiver& make, double seconds) {
+double HighestRate(const Stream& stream, const MakeReceiver& make, double seconds) {
   double highest = 0.0;
   for (double rate = 51.2e3; rate < 2e6; rate *= 1.25) {
-    const Result result = Measure(make, rate, seconds);
+    const Result result = Measure(stream, make, rate, seconds);
     const double reached = static_cast<double>(result.sent) / result.seconds;
     if (result.received != result.sent) break;
     highest = std::max(highest, reached);
@@ -127,37 +141,69 @@ double IdleCpu(const MakeReceiver& make, double seconds) {
   return (CpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - cpu) / seconds;
 }
 
-}  // namespace
-
-/// `--once`: everything for a moment, as a test that it still runs.
-int main(int argc, char** argv) {
-  const bool once = argc > 1 && std::strcmp(argv[1], "--once") == 0;
-  const double unit = once ? 0.02 : 1.0;
-  const std::string folder = orliq::bench::ScratchFolder() + "/check";
-  orliq::bench::SharedStream();
-  std::cout.rdbuf(nullptr);  // the library's own lines would tear the table
-  const MakeReceiver driver = [&](auto port) {
-    return std::make_unique<DriverReceiver>(port, folder);
+MakeReceiver DriverOf(const Stream& stream) {
+  return [&stream](auto port) {
+    return std::make_unique<DriverReceiver>(port, stream.type, stream.check_folder);
   };
-  const MakeReceiver bare = [](auto port) { return std::make_unique<BareReceiver>(port); };
-  const MakeReceiver loops = [](auto port) { return std::make_unique<SleepingLoops>(port); };
+}
 
-  std::puts("                                         CPU s per   latency us: callback    Stop");
-  std::puts("receiver  packets/s       sent     lost    M packets     median        p99      ms");
-  bool received = true;
-  for (const auto& [rate, seconds] : {std::pair(7680.0, 10.0), std::pair(19200.0, 60.0),
-                                      std::pair(50000.0, 10.0), std::pair(100000.0, 10.0)}) {
-    const Result by_driver = Measure(driver, rate, seconds * unit);
-    PrintRow("driver", by_driver);
-    PrintRow("bare", Measure(bare, rate, seconds * unit));
-    received &= by_driver.received > 0;
-  }
+MakeReceiver BareLoopFor(const Stream& stream) {
+  return [&stream](auto port) {
+    return std::make_unique<BareReceiver>(port, stream.packets_per_frame, ClosingPlace(stream));
+  };
+}
+
+struct Load {
+  const char* model;
+  double rate;  // packets/s
+  double seconds;
+};
+
+/// One row for the driver and one for the bare loop; true when the driver received something.
+bool RunLoad(const Load& load, double unit) {
+  const Stream& stream = SharedStream(load.model);
+  const Result by_driver = Measure(stream, DriverOf(stream), load.rate, load.seconds * unit);
+  PrintRow(load.model, "driver", by_driver);
+  const Result by_loop = Measure(stream, BareLoopFor(stream), load.rate, load.seconds * unit);
+  PrintRow(load.model, "bare", by_loop);
+  return by_driver.received > 0;
+}
+
+void PrintLimits(const Stream& stream, double unit) {
+  const MakeReceiver loops = [](auto port) { return std::make_unique<SleepingLoops>(port); };
+  const MakeReceiver driver = DriverOf(stream);
   std::printf("\nhighest rate without loss for %.1f s [packets/s]: driver %.0f", 3 * unit,
-              HighestRate(driver, 3 * unit));
-  std::printf(", bare %.0f\n", HighestRate(bare, 3 * unit));
+              HighestRate(stream, driver, 3 * unit));
+  std::printf(", bare %.0f\n", HighestRate(stream, BareLoopFor(stream), 3 * unit));
   const double idle_driver = IdleCpu(driver, 5 * unit);
   const double idle_loops = IdleCpu(loops, 5 * unit);
   std::printf("idle CPU [%% of a core]: driver %.1f, two loops that sleep 1 us a pass %.1f\n",
               idle_driver * 100, idle_loops * 100);
+}
+
+}  // namespace
+
+/// `live_bench [--once] [model...]`: the loads of these models, by default of all; with Juniq the
+/// limits as well. `--once`: everything for a moment, as a test that it still runs.
+int main(int argc, char** argv) {
+  std::set<std::string> models(argv + 1, argv + argc);
+  const double unit = models.erase("--once") > 0 ? 0.02 : 1.0;
+  const auto asked = [&models](const char* model) {
+    return models.empty() || models.count(model) > 0;
+  };
+  std::cout.rdbuf(nullptr);  // the library's own lines would tear the table
+  std::puts(
+      "                                                  CPU s per   latency us: callback    Stop");
+  std::puts(
+      "model    receiver  packets/s       sent     lost    M packets     median        p99      "
+      "ms");
+  bool received = true;
+  // Juniq at 10 and 25 frames/s and beyond, Glavor at 25, Kelvane at 40 of 600 azimuths.
+  for (const Load& load :
+       {Load{"juniq", 7680, 10}, Load{"juniq", 19200, 60}, Load{"juniq", 50000, 10},
+        Load{"juniq", 100000, 10}, Load{"glavor", 38400, 60}, Load{"kelvane", 48000, 60}}) {
+    if (asked(load.model)) received &= RunLoad(load, unit);
+  }
+  if (asked("juniq")) PrintLimits(SharedStream("juniq"), unit);
   return received ? 0 : 1;
 }

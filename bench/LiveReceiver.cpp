@@ -12,8 +12,6 @@
 namespace orliq::bench {
 namespace {
 
-constexpr std::size_t kLastBlock = 25 + 16 * 63;  // of a Juniq packet
-
 int BoundSocket(std::uint16_t port, int flags) {
   const int descriptor = ::socket(AF_INET, SOCK_DGRAM | flags, 0);
   const int buffer = 16 * 1024 * 1024;
@@ -30,7 +28,8 @@ int BoundSocket(std::uint16_t port, int flags) {
 
 }  // namespace
 
-DriverReceiver::DriverReceiver(std::uint16_t port, const std::string& check_folder) {
+DriverReceiver::DriverReceiver(std::uint16_t port, lidar::LidarType type,
+                               const std::string& check_folder) {
   driver_.RegisterPointCloudCallBack(
       [this](const std::shared_ptr<Cloud>&) { frames_.push_back(Clock::now()); },
       [this] {
@@ -38,7 +37,7 @@ DriverReceiver::DriverReceiver(std::uint16_t port, const std::string& check_fold
         return cloud_;
       });
   lidar::DriverParam param;
-  param.lidar_type = lidar::LidarType::Juniq;
+  param.lidar_type = type;
   param.input_param = {"127.0.0.1", port, ""};
   param.calibration_param.check_folder = check_folder;
   if (!driver_.InitDriver(param) || !driver_.Start()) throw std::runtime_error("no driver");
@@ -56,8 +55,12 @@ Clock::duration DriverReceiver::Stop() {
   return Clock::now() - begin;
 }
 
-BareReceiver::BareReceiver(std::uint16_t port)
-    : descriptor_(BoundSocket(port, 0)), thread_([this] { Receive(); }) {}
+BareReceiver::BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame,
+                           std::uint64_t closing)
+    : packets_per_frame_(packets_per_frame),
+      closing_(closing),
+      descriptor_(BoundSocket(port, 0)),
+      thread_([this] { Receive(); }) {}
 
 BareReceiver::~BareReceiver() {
   Stop();
@@ -78,10 +81,9 @@ void BareReceiver::Receive() {
   while (running_) {
     const ssize_t count = ::recvfrom(descriptor_, packet, sizeof packet, 0, nullptr, nullptr);
     if (count <= 0) continue;
-    packets_.store(packets_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-    if (packet[kLastBlock] == 0x7F && packet[kLastBlock + 1] == 0xBF) {
-      frames_.push_back(Clock::now());
-    }
+    const std::uint64_t place = packets_.load(std::memory_order_relaxed);
+    if (place > 0 && place % packets_per_frame_ == closing_) frames_.push_back(Clock::now());
+    packets_.store(place + 1, std::memory_order_relaxed);
   }
 }
 

@@ -36,7 +36,7 @@ class LiveReceiver {
 /// The library's driver: calibrated, filtered clouds.
 class DriverReceiver final : public LiveReceiver {
  public:
-  DriverReceiver(std::uint16_t port, const std::string& check_folder);
+  DriverReceiver(std::uint16_t port, lidar::LidarType type, const std::string& check_folder);
   std::uint64_t Packets() const override;
   Clock::duration Stop() override;
 
@@ -46,10 +46,11 @@ class DriverReceiver final : public LiveReceiver {
   OrliqDriver<Cloud> driver_;
 };
 
-/// The least a receiver can do: one thread in a recvfrom loop that looks at the frame mark.
+/// The least a receiver can do: one thread in a recvfrom loop that counts. A packet at place `closing`
+/// of its frame completes one, but for the very first packet.
 class BareReceiver final : public LiveReceiver {
  public:
-  explicit BareReceiver(std::uint16_t port);
+  BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame, std::uint64_t closing);
   ~BareReceiver() override;
   std::uint64_t Packets() const override { return packets_; }
   Clock::duration Stop() override;
@@ -57,6 +58,8 @@ class BareReceiver final : public LiveReceiver {
  private:
   void Receive();
 
+  const std::uint64_t packets_per_frame_;
+  const std::uint64_t closing_;
   int descriptor_;
   std::atomic<bool> running_{true};
   std::atomic<std::uint64_t> packets_{0};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decoder/corvik/DecoderCorvik.h"
 
-#include <cstring>
 #include <utility>
 
 #include "decoder/BeamDirection.h"
@@ -41,7 +40,6 @@ struct DecoderCorvik<T_PointCloud>::Impl {
   void MeasureRange(const CorvikSample* samples);
   void Locate(std::size_t start, SinCos elevation);
   void Select(std::size_t start, std::int32_t line_inside);
-  void MakePoints(const CorvikSample* samples, std::uint8_t line, double packet_time);
   void DecodeSamples(const CorvikMsop& msop, std::size_t start, double packet_time);
   void DecodeImu(const CorvikMsop& msop, double packet_time);
 
@@ -83,8 +81,7 @@ template <typename T_PointCloud>
 bool DecoderCorvik<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                          std::uint16_t start) {
   if (pkt == nullptr || size < sizeof(CorvikMsop)) return false;
-  CorvikMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<CorvikMsop>(pkt);
   const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
   bool new_frame = false;
   if (start < SAMPLES) {
@@ -116,8 +113,13 @@ void DecoderCorvik<T_PointCloud>::Impl::DecodeSamples(const CorvikMsop& msop, st
   if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
   Select(start, elevation_inside[msop.line]);
   batch.Gate(owner->DistanceLimits());
-  MakePoints(samples, msop.line, packet_time);
-  if (owner->point_cloud_) batch.Append(*owner->point_cloud_);
+  if (!owner->point_cloud_) return;
+  const auto set_fields = [=, line = msop.line](PointType& point, std::size_t i) {
+    point.intensity = static_cast<std::uint16_t>(samples[i].intensity & INTENSITY);
+    point.ring = line;
+    SetTimestamp(point, packet_time);
+  };
+  AppendPoints(*owner->point_cloud_, batch.count, batch.PointOf(set_fields));
 }
 
 template <typename T_PointCloud>
@@ -141,16 +143,6 @@ void DecoderCorvik<T_PointCloud>::Impl::Select(std::size_t start, std::int32_t l
   for (std::size_t i = 0; i < batch.count; ++i) {
     batch.inside[i] = azimuth_inside[start + i] & line_inside;
   }
-}
-
-template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::MakePoints(const CorvikSample* samples, std::uint8_t line,
-                                                   double packet_time) {
-  batch.MakePoints([=](PointType& point, std::size_t i) {
-    point.intensity = static_cast<std::uint16_t>(samples[i].intensity & INTENSITY);
-    point.ring = line;
-    SetTimestamp(point, packet_time);
-  });
 }
 
 /// An inertial sample that equals the one before is the same sample.

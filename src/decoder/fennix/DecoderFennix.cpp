@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decoder/fennix/DecoderFennix.h"
 
-#include <cstring>
-
 #include "decoder/CloudAppend.h"
 #include "decoder/FrameMarker.h"
 #include "decoder/fennix/FennixModel.h"
@@ -30,14 +28,15 @@ template <typename T_PointCloud>
 bool DecoderFennix<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                    std::uint16_t start) {
   if (pkt == nullptr || size < sizeof(FennixMsop) || start >= FennixMsop::kBlocks) return false;
-  FennixMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<FennixMsop>(pkt);
   bool new_frame = false;
   for (std::size_t k = start; k < FennixMsop::kBlocks; ++k) {
     new_frame |= IsNewFrame(msop.blocks[k].row, msop.blocks[k].column);
   }
-  static const typename T_PointCloud::PointType kOrigin[FennixMsop::kBlocks] = {};
-  if (this->point_cloud_) AppendPoints(*this->point_cloud_, kOrigin, FennixMsop::kBlocks - start);
+  if (this->point_cloud_) {
+    AppendPoints(*this->point_cloud_, FennixMsop::kBlocks - start,
+                 [](std::size_t) { return typename T_PointCloud::PointType(); });
+  }
   if (new_frame) EnableFinallyFrame();
   return new_frame;
 }

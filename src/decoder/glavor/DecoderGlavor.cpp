@@ -45,7 +45,7 @@ struct DecoderGlavor<T_PointCloud>::Impl {
   void BuildBeams();
   bool DecodeBlocks(const GlavorMsop& msop, std::size_t start);
   void MeasureRange();
-  void MakePoints();
+  void Append() const;
 
   DecoderGlavor* owner;
   AngleCheckParam check_param;
@@ -60,8 +60,7 @@ template <typename T_PointCloud>
 bool DecoderGlavor<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                          std::uint16_t start) {
   if (pkt == nullptr || size < sizeof(GlavorMsop)) return false;
-  GlavorMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<GlavorMsop>(pkt);
   const bool marker = DecodeBlocks(msop, start);
   if (marker && owner->split_frame_cb_) {
     if (owner->point_cloud_) StoreFrameHeader(msop, *owner->point_cloud_);
@@ -83,8 +82,7 @@ bool DecoderGlavor<T_PointCloud>::Impl::DecodeBlocks(const GlavorMsop& msop, std
   batch.Locate();
   if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
   batch.Gate(owner->DistanceLimits());
-  MakePoints();
-  if (owner->point_cloud_) batch.Append(*owner->point_cloud_);
+  Append();
   frame_point_count += static_cast<std::uint32_t>(count);
   return marker;
 }
@@ -105,13 +103,15 @@ void DecoderGlavor<T_PointCloud>::Impl::MeasureRange() {
 }
 
 template <typename T_PointCloud>
-void DecoderGlavor<T_PointCloud>::Impl::MakePoints() {
-  batch.MakePoints([this](PointType& point, std::size_t i) {
-    point.intensity = static_cast<std::uint16_t>(batch.peak[i]);
-    point.ring = static_cast<std::uint16_t>(batch.Row(i));
+void DecoderGlavor<T_PointCloud>::Impl::Append() const {
+  if (!owner->point_cloud_) return;
+  const auto set_fields = [&b = batch](PointType& point, std::size_t i) {
+    point.intensity = static_cast<std::uint16_t>(b.peak[i]);
+    point.ring = static_cast<std::uint16_t>(b.Row(i));
     SetTimestamp(point, NO_TIME);
-    SetDistance(point, SaturatingTruncate<std::int32_t>(batch.distance[i]));
-  });
+    SetDistance(point, SaturatingTruncate<std::int32_t>(b.distance[i]));
+  };
+  AppendPoints(*owner->point_cloud_, batch.count, batch.PointOf(set_fields));
 }
 
 template <typename T_PointCloud>

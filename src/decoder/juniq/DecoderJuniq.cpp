@@ -37,8 +37,7 @@ template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                         std::uint16_t start) {
   if (pkt == nullptr || size < sizeof(JuniqMsop)) return false;
-  JuniqMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<JuniqMsop>(pkt);
   const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
   clock.Begin(packet_time);
   if (frame_time == 0.0) frame_time = packet_time;
@@ -65,8 +64,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::
   batch->Locate();
   if (owner->TransformEnabled()) batch->Transform(owner->transform_matrix_);
   batch->Gate(owner->DistanceLimits());
-  MakePoints(blocks, packet_time);
-  Push();
+  Append(blocks, packet_time);
   return marker;
 }
 
@@ -95,27 +93,22 @@ void DecoderJuniq<T_PointCloud>::Impl::MeasureRange() {
 }
 
 template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::MakePoints(const OrliqJuniqMsopBlock* blocks,
-                                                  double packet_time) {
-  Batch& b = *batch;
+void DecoderJuniq<T_PointCloud>::Impl::Append(const OrliqJuniqMsopBlock* blocks,
+                                              double packet_time) {
+  const Batch& b = *batch;
   const BlockClock now = clock;
-  b.MakePoints([&](PointType& point, std::size_t i) {
+  clock.Advance(b.count, packet_time);
+  frame_point_count += static_cast<std::uint32_t>(b.count);
+  if (!owner->point_cloud_) return;
+  const auto point_of = b.PointOf([=, &b](PointType& point, std::size_t i) {
     point.intensity = static_cast<std::uint16_t>(b.width[i]);
     point.ring = static_cast<std::uint16_t>(b.Row(i));
     SetTimestamp(point, now.TimeOf(i, packet_time));
     SetDistance(point, SaturatingTruncate<std::int32_t>(b.distance[i]));
     SetJuniqMeasurement(point, blocks[i]);
   });
-  clock.Advance(b.count, packet_time);
-}
-
-template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::Push() {
-  const Batch& b = *batch;
-  frame_point_count += static_cast<std::uint32_t>(b.count);
-  if (!owner->point_cloud_) return;
-  if (!filter) return b.Append(*owner->point_cloud_);
-  b.Append(*owner->point_cloud_, [&b, this](std::size_t i, int index) {
+  if (!filter) return AppendPoints(*owner->point_cloud_, b.count, point_of);
+  AppendPoints(*owner->point_cloud_, b.count, point_of, [this, &b](std::size_t i, int index) {
     filter->UpdateHashMap(b.Row(i), b.Column(i), index, b.distance[i], b.is_null[i] != 0);
   });
 }

@@ -71,8 +71,7 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   void BuildBeams();
   bool DecodeBlocks(const JuniqMsop& msop, std::size_t start, double packet_time);
   void MeasureRange();
-  void MakePoints(const OrliqJuniqMsopBlock* blocks, double packet_time);
-  void Push();
+  void Append(const OrliqJuniqMsopBlock* blocks, double packet_time);
   void DecodeImu(const JuniqMsop& msop, double packet_time);
 };
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decoder/kelvane/DecoderKelvane.h"
 
-#include <cstring>
-
 #include "decoder/BeamDirection.h"
+#include "decoder/CloudAppend.h"
+#include "decoder/Interval.h"
 #include "decoder/PointFields.h"
-#include "decoder/ReturnBatch.h"
 #include "decoder/kelvane/KelvaneModel.h"
 #include "decoder/kelvane/SequenceWindow.h"
 
@@ -52,24 +51,22 @@ template <typename T_PointCloud>
 struct DecoderKelvane<T_PointCloud>::Impl {
   using PointType = typename T_PointCloud::PointType;
 
-  struct Batch : ReturnBatch<T_PointCloud, RECORDS> {
-    SinCos elevation[RECORDS];
-    std::uint16_t column[RECORDS];
-    std::uint8_t intensity[RECORDS];
-  };
-
   explicit Impl(DecoderKelvane* decoder);
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size);
   void DecodeRecords(const KelvaneMsop& msop);
-  void Gather(const KelvaneMsop& msop);
-  void Locate(SinCos azimuth);
-  void MakePoints();
+  void MeasureRange(const KelvaneRecord* records);
+  void Select(const Column* face, ColumnWalk walk);
+  void Append(const KelvaneMsop& msop, const Column* face, ColumnWalk walk) const;
 
   DecoderKelvane* owner;
   SequenceWindow window;
   Column columns[FACES][COLUMNS];
-  Batch batch = {};  // the returns that are being decoded: those within the limits
+
+  // The records that are being decoded.
+  float distance[RECORDS];    // [m]
+  std::size_t kept[RECORDS];  // those within the limits
+  std::size_t count = 0;      // of these
 };
 
 template <typename T_PointCloud>
@@ -90,8 +87,7 @@ template <typename T_PointCloud>
 bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
                                                           std::size_t size) {
   if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
-  KelvaneMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<KelvaneMsop>(pkt);
   if ((msop.flags & IGNORE_PACKET) != 0) return false;
   const bool new_frame = window.Take(msop.sequence) == SequenceWindow::Outcome::NewFrame;
   if (new_frame) owner->split_frame_cb_(owner->const_param_.LASER_NUM, NO_TIME);
@@ -104,49 +100,51 @@ void DecoderKelvane<T_PointCloud>::Impl::DecodeRecords(const KelvaneMsop& msop) 
   const int azimuth = msop.azimuth;
   const Interval limits = {owner->param_.min_azimuth, owner->param_.max_azimuth};
   if (!limits.Holds(CentidegreesToDegrees(azimuth))) return;
-  Gather(msop);
-  Locate(LookUp(owner->trigon_, azimuth));
-  MakePoints();
-  if (owner->point_cloud_) batch.Append(*owner->point_cloud_);
-}
-
-/// Takes the records apart and leaves out those that are outside the limits.
-template <typename T_PointCloud>
-void DecoderKelvane<T_PointCloud>::Impl::Gather(const KelvaneMsop& msop) {
-  const ColumnWalk walk(SequenceWindow::IndexOf(msop.sequence), msop.cycle_mode);
   const Column* const face = columns[PlaceOf(msop.face)];
-  const Interval limits = owner->DistanceLimits();
-  std::size_t kept = 0;
+  const ColumnWalk walk(SequenceWindow::IndexOf(msop.sequence), msop.cycle_mode);
+  MeasureRange(msop.records);
+  Select(face, walk);
+  if (owner->point_cloud_) Append(msop, face, walk);
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::MeasureRange(const KelvaneRecord* records) {
   for (std::size_t j = 0; j < RECORDS; ++j) {
-    const KelvaneRecord& record = msop.records[j];
-    const std::size_t column = walk.Of(j);
-    const auto distance = static_cast<float>(record.distance * METRES_PER_COUNT);
-    batch.distance[kept] = distance;
-    batch.elevation[kept] = face[column].elevation;
-    batch.column[kept] = static_cast<std::uint16_t>(column);
-    batch.intensity[kept] = record.intensity;
-    // A record that is left out is overwritten by the next: no branch that cannot be foreseen.
-    kept += static_cast<std::size_t>(face[column].inside & (limits.Holds(distance) ? 1 : 0));
-  }
-  batch.count = kept;
-}
-
-template <typename T_PointCloud>
-void DecoderKelvane<T_PointCloud>::Impl::Locate(SinCos azimuth) {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const float horizontal = batch.distance[i] * batch.elevation[i].cos;
-    batch.x[i] = horizontal * azimuth.cos;
-    batch.y[i] = horizontal * azimuth.sin;
-    batch.z[i] = batch.distance[i] * batch.elevation[i].sin;
+    distance[j] = static_cast<float>(records[j].distance * METRES_PER_COUNT);
   }
 }
 
+/// Leaves out the records outside the limits.
 template <typename T_PointCloud>
-void DecoderKelvane<T_PointCloud>::Impl::MakePoints() {
-  batch.MakePoints([this](PointType& point, std::size_t i) {
-    point.intensity = batch.intensity[i];
-    point.ring = batch.column[i];
+void DecoderKelvane<T_PointCloud>::Impl::Select(const Column* face, ColumnWalk walk) {
+  const Interval limits = owner->DistanceLimits();
+  std::size_t places = 0;
+  for (std::size_t j = 0; j < RECORDS; ++j) {
+    kept[places] = j;  // the next overwrites one that is outside: no branch that nobody foresees
+    const std::int32_t in_range = limits.Holds(distance[j]) ? 1 : 0;
+    places += static_cast<std::size_t>(face[walk.Of(j)].inside & in_range);
+  }
+  count = places;
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::Append(const KelvaneMsop& msop, const Column* face,
+                                                ColumnWalk walk) const {
+  const SinCos azimuth = LookUp(owner->trigon_, msop.azimuth);
+  AppendPoints(*owner->point_cloud_, count, [this, &msop, face, walk, azimuth](std::size_t i) {
+    const std::size_t record = kept[i];
+    const std::size_t column = walk.Of(record);
+    const SinCos elevation = face[column].elevation;
+    const float range = distance[record];
+    const float horizontal = range * elevation.cos;
+    PointType point;
+    point.x = horizontal * azimuth.cos;
+    point.y = horizontal * azimuth.sin;
+    point.z = range * elevation.sin;
+    point.intensity = msop.records[record].intensity;
+    point.ring = static_cast<std::uint16_t>(column);
     SetTimestamp(point, NO_TIME);
+    return point;
   });
 }
 
@@ -177,8 +175,7 @@ template <typename T_PointCloud>
 bool DecoderKelvane<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                               std::uint16_t& start) {
   if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
-  KelvaneMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
+  const auto& msop = ViewAs<KelvaneMsop>(pkt);
   if ((msop.flags & IGNORE_PACKET) != 0) return false;
   if (impl_->window.Take(msop.sequence) != SequenceWindow::Outcome::NewFrame) return false;
   start = 0;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "bench/JuniqStream.h"
+#include "bench/Stream.h"
 
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
-#include <sstream>
+#include <map>
 #include <stdexcept>
 
+#include "multi_driver/SensorModels.h"
 #include "simulator/scene/Scene.h"
 #include "simulator/sending/PcapWriter.h"
 #include "simulator/sensors/Sensor.h"
@@ -37,21 +37,24 @@ const std::string& ScratchFolder() {
   return scratch.path;
 }
 
-JuniqStream::JuniqStream(int frames) {
+Stream::Stream(const std::string& model) : type(lidar::FindSensorModel(model)->type) {
+  constexpr std::size_t kPackets = 3840;
   const auto scene = sim::MakeScene("boxes");
-  const auto sensor = sim::MakeSensor("juniq", {});
-  for (int i = 0; i < frames; ++i) {
-    for (sim::Packet& packet : sensor->EncodeFrame(*scene, static_cast<std::uint64_t>(i))) {
+  const auto sensor = sim::MakeSensor(model, {});
+  packets_per_frame = sensor->PacketsPerFrame();
+  for (std::uint64_t frame = 0; packets.size() < kPackets; ++frame) {
+    for (sim::Packet& packet : sensor->EncodeFrame(*scene, frame)) {
       packets.push_back(std::move(packet.payload));
     }
   }
-  const std::string folder = ScratchFolder() + "/check";
+  if (!sensor->HasCheckFolder()) return;
+  check_folder = ScratchFolder() + "/" + model;
   std::string error;
-  Require(sensor->WriteCheckFolder(folder, error), error);
-  Require(params.LoadCheckFolder(lidar::LidarType::Juniq, folder), "check folder did not load");
+  Require(sensor->WriteCheckFolder(check_folder, error), error);
+  Require(params.LoadCheckFolder(type, check_folder), "check folder did not load");
 }
 
-void JuniqStream::WriteCapture(const std::string& path, std::size_t bytes) const {
+void Stream::WriteCapture(const std::string& path, std::size_t bytes) const {
   std::string error;
   const auto writer = sim::PcapWriter::Create(path, {}, error);
   Require(writer != nullptr, error);
@@ -63,9 +66,9 @@ void JuniqStream::WriteCapture(const std::string& path, std::size_t bytes) const
   Require(writer->Close(error), error);
 }
 
-JuniqStream& SharedStream() {
-  static JuniqStream stream(5);
-  return stream;
+Stream& SharedStream(const std::string& model) {
+  static std::map<std::string, Stream> streams;
+  return streams.try_emplace(model, model).first->second;
 }
 
 }  // namespace orliq::bench

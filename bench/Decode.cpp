@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include "bench/Stream.h"
+#include "bench/plain/Models.h"
+
+// Packets to points, as the decoding thread does it: validation, decoding, frame hand-over. The
+// provider gives the same cloud again and again, so it keeps its capacity. The plain form, which
+// knows no transform, writes the same record.
+namespace {
+
+using orliq::bench::SharedStream;
+using orliq::bench::Stream;
+using orliq::lidar::DecoderParam;
+
+/// What the sensor's calibration asks for, without the radius filter: that has its own benchmark.
+template <typename Model>
+auto CheckParamOf(Stream& stream) {
+  auto check =
+      std::make_unique<typename Model::Check>(stream.CheckParamOf<typename Model::Check>());
+  if constexpr (std::is_base_of_v<orliq::lidar::AngleCheckParam, typename Model::Check>) {
+    check->near_filter[4] = 0.0F;
+  }
+  return check;
+}
+
+/// Times `decode`, which goes through the whole stream and returns how many points it gave. Once it
+/// runs unseen: then the clouds have their memory.
+template <typename DecodeStream>
+void Time(benchmark::State& state, const DecodeStream& decode) {
+  decode();
+  std::size_t points = 0;
+  for (auto _ : state) points += decode();
+  state.SetItemsProcessed(static_cast<std::int64_t>(points));
+}
+
+template <typename Model, typename P>
+void Plain(benchmark::State& state) {
+  Stream& stream = SharedStream(Model::kName);
+  const auto check = CheckParamOf<Model>(stream);
+  typename Model::template Plain<P> plain(*check, DecoderParam());
+  std::vector<P> points;
+  points.reserve(400'000);
+  Time(state, [&] {
+    std::size_t total = 0;
+    std::size_t packets = 0;
+    for (const auto& packet : stream.packets) {
+      plain.Decode(packet.data(), 0, points);
+      if (++packets % stream.packets_per_frame != 0) continue;
+      total += points.size();
+      points.clear();
+    }
+    benchmark::DoNotOptimize(points.data());
+    return total;
+  });
+}
+
+/// A cloud whose application looks at each point.
+template <typename P>
+struct Derived : PointCloud<P> {
+  void PushPoint(const P& point) override { this->points.push_back(point); }
+};
+
+template <typename Model, typename P, typename Cloud>
+void Decode(benchmark::State& state, bool transform) {
+  Stream& stream = SharedStream(Model::kName);
+  DecoderParam param;
+  param.transform_param = {transform ? 1U : 0U, 1, 2, 3, 4, 5, 6};
+  typename Model::template Decoder<P> decoder(param);
+  decoder.UpdateCheckParam(CheckParamOf<Model>(stream).get());
+  const auto cloud = std::make_shared<Cloud>();
+  std::size_t total = 0;
+  decoder.InstallCloud(cloud);
+  decoder.RegisterCallBack([](const orliq::lidar::Error&) {},
+                           [&](const std::uint16_t&, const double&) {
+                             total += cloud->points.size();
+                             cloud->points.clear();
+                           });
+  Time(state, [&] {
+    total = 0;
+    for (const auto& packet : stream.packets) {
+      decoder.ProcessMsopPacket(packet.data(), packet.size(), 0);
+    }
+    benchmark::DoNotOptimize(cloud->points.data());
+    return total;
+  });
+}
+
+template <typename Model, typename P>
+void RegisterRecord(const char* record) {
+  const std::string family = std::string(Model::kName) + '/' + record;
+  benchmark::RegisterBenchmark((family + "/plain").c_str(), Plain<Model, P>);
+  const auto add = [&family](const char* name, auto run, bool transform) {
+    benchmark::RegisterBenchmark((family + name).c_str(), run, transform);
+  };
+  add("/decoder", Decode<Model, P, PointCloud<P>>, false);
+  if (Model::kTransforms) add("/decoder/transform", Decode<Model, P, PointCloud<P>>, true);
+  if (std::is_same_v<P, Point>) add("/derived_cloud", Decode<Model, P, Derived<P>>, false);
+}
+
+template <typename Model>
+bool RegisterModel() {
+  RegisterRecord<Model, Point>("Point");
+  RegisterRecord<Model, PointTime>("PointTime");
+  RegisterRecord<Model, PointSource>("PointSource");
+  RegisterRecord<Model, JuniqPoint>("JuniqPoint");
+  return true;
+}
+
+[[maybe_unused]] const bool kRegistered =
+    RegisterModel<orliq::bench::Juniq>() && RegisterModel<orliq::bench::Glavor>() &&
+    RegisterModel<orliq::bench::Corvik>() && RegisterModel<orliq::bench::Kelvane>();
+
+}  // namespace

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "bench/plain/Models.h"
+
+namespace orliq::lidar {
+namespace {
+
+class Dice {
+ public:
+  unsigned Below(unsigned limit) { return static_cast<unsigned>(bits_() % limit); }
+  float Real(float low, float high) {
+    return OrHostile(std::uniform_real_distribution<float>(low, high)(bits_));
+  }
+  /// Now and then what no calibration should hold.
+  float OrHostile(float value) {
+    constexpr float kInf = std::numeric_limits<float>::infinity();
+    const float hostile[] = {std::nanf(""), kInf, -kInf, 1e30F, -180.005F, 450.0F, -0.0F};
+    return Below(64) == 0 ? hostile[Below(7)] : value;
+  }
+
+ private:
+  std::mt19937 bits_{7};
+};
+
+void Fill(CheckParam& /*no tables*/, Dice& /*dice*/) {}
+void Fill(AngleCheckParam& check, Dice& dice) {
+  const float vectors[] = {0.01F, 0.002F, -0.003F, 0.04F,  // weight, then near_filter
+                           9e6F,  60.0F,  3e6F,    10.0F, 0, 0, 0, 0.02F, -0.03F};
+  for (std::size_t i = 0; i < 4; ++i) check.weight[i] = dice.OrHostile(vectors[i]);
+  for (std::size_t i = 0; i < 9; ++i) check.near_filter[i] = dice.OrHostile(vectors[4 + i]);
+  for (std::size_t i = 0; i < kBeamPositions; ++i) {
+    check.azimuth[i] = dice.Real(-60, 60);
+    check.elevation[i] = dice.Real(-25, 15);
+  }
+}
+void Fill(OffsetCheckParam& check, Dice& dice) {
+  Fill(static_cast<AngleCheckParam&>(check), dice);
+  for (std::size_t i = 0; i < kBeamPositions; ++i) check.offset[i] = dice.Real(-0.5F, 0.5F);
+}
+
+/// Brings a random block nearer to what is measured: ranges below 260 m, pulse ratios about 1, a
+/// divisor of 0 and a frame mark now and then.
+void TameBlock(std::uint8_t* block, std::size_t tof, std::size_t width, Dice& dice) {
+  block[tof + 2] = 0;
+  block[width + 2] &= 1;
+  if (dice.Below(16) == 0) block[2] = block[3] = 0;
+  if (dice.Below(256) == 0) std::memcpy(block, "\x7F\xBF", 2);
+}
+void Tame(bench::Juniq /*model*/, std::uint8_t* packet, Dice& dice) {
+  for (std::size_t i = 0; i < 64; ++i) TameBlock(packet + 25 + 16 * i, 6, 12, dice);
+}
+void Tame(bench::Glavor /*model*/, std::uint8_t* packet, Dice& dice) {
+  for (std::size_t i = 0; i < 32; ++i) TameBlock(packet + 25 + 40 * i, 9, 18, dice);
+}
+void Tame(bench::Corvik /*model*/, std::uint8_t* /*packet*/, Dice& /*dice*/) {}
+void Tame(bench::Kelvane /*model*/, std::uint8_t* packet, Dice& dice) {
+  packet[8] = static_cast<std::uint8_t>(dice.Below(2) * packet[8]);                // cycle mode
+  packet[27] = static_cast<std::uint8_t>(dice.Below(6));                           // face
+  if (dice.Below(2) == 0) packet[24] = static_cast<std::uint8_t>(dice.Below(24));  // azimuth
+}
+
+/// Returns how many points were placed elsewhere than at the origin.
+template <typename Model, typename P>
+int ExpectBitsOfPlainLoop(const DecoderParam& limits, Dice& dice) {
+  const auto check = std::make_unique<typename Model::Check>();
+  Fill(*check, dice);
+  typename Model::template Plain<P> plain(*check, limits);
+  typename Model::template Decoder<P> decoder(limits);
+  const auto cloud = std::make_shared<PointCloud<P>>();
+  decoder.UpdateCheckParam(check.get());
+  decoder.InstallCloud(cloud);
+  decoder.RegisterCallBack({}, [](const std::uint16_t&, const double&) {});
+  const DecoderConstParam facts = decoder.GetConstParam();
+  int placed = 0;
+  for (int i = 0; i < 80; ++i) {
+    std::vector<std::uint8_t> packet(facts.MSOP_LEN);
+    for (std::uint8_t& byte : packet) byte = static_cast<std::uint8_t>(dice.Below(256));
+    Tame(Model(), packet.data(), dice);
+    std::memcpy(packet.data(), facts.MSOP_ID.data(), facts.MSOP_ID_LEN);
+    const std::size_t start = dice.Below(4) == 0 ? dice.Below(facts.BLOCKS_PER_PKT + 2U) : 0;
+    std::vector<P> expected;
+    plain.Decode(packet.data(), start, expected);
+    cloud->points.clear();
+    decoder.ProcessMsopPacket(packet.data(), packet.size(), static_cast<std::uint16_t>(start));
+    EXPECT_EQ(cloud->points.size(), expected.size());
+    if (cloud->points.size() != expected.size() || expected.empty()) continue;
+    EXPECT_EQ(std::memcmp(&cloud->points[0], &expected[0], expected.size() * sizeof(P)), 0);
+    for (const P& p : expected) placed += p.x > 0.0F ? 1 : 0;
+  }
+  return placed;
+}
+
+template <typename Model>
+class PlainLoopTest : public testing::Test {};
+using Models = testing::Types<bench::Juniq, bench::Glavor, bench::Corvik, bench::Kelvane>;
+TYPED_TEST_SUITE(PlainLoopTest, Models, );
+
+TYPED_TEST(PlainLoopTest, GivesTheBitsOfTheDecoder) {
+  const DecoderParam narrow = {0.5F, 100.0F, -50.0F, 40.0F, -10.0F, 12.0F, {}};
+  Dice dice;
+  int placed = 0;
+  for (const DecoderParam& limits : {DecoderParam(), narrow, DecoderParam(), narrow}) {
+    placed += ExpectBitsOfPlainLoop<TypeParam, Point>(limits, dice);
+    placed += ExpectBitsOfPlainLoop<TypeParam, PointTime>(limits, dice);
+    placed += ExpectBitsOfPlainLoop<TypeParam, PointSource>(limits, dice);
+    placed += ExpectBitsOfPlainLoop<TypeParam, JuniqPoint>(limits, dice);
+  }
+  EXPECT_GT(placed, 10000);
+}
+
+}  // namespace
+}  // namespace orliq::lidar
