@@ -35,7 +35,8 @@ struct ORLIQ_API InputParam {
   std::string pcap_file;   ///< path of the capture file
 };
 
-/// Extrinsic transform: p' = T(x, y, z) * Rz(yaw) * Ry(pitch) * Rx(roll) * p.
+/// Extrinsic transform: p' = T(x, y, z) * Rz(yaw) * Ry(pitch) * Rx(roll) * p. Without effect on the
+/// points of a model that has none (SensorModel::transforms_points), which is Kelvane.
 struct ORLIQ_API TransformParam {
   std::uint32_t enable = 0;  ///< 0 leaves points in the sensor frame
   float x = 0.0F;            ///< [m]

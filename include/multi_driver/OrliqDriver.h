@@ -81,7 +81,8 @@ class ORLIQ_API OrliqDriver {
   void Stop();
 
   /// Switches the extrinsic transform on or off while running. The matrix stays the one built from
-  /// the values given to InitDriver: only `enable` of a later call has an effect.
+  /// the values given to InitDriver: only `enable` of a later call has an effect. No effect at all
+  /// for a model without it (SensorModel::transforms_points), which is Kelvane.
   void UpdateTransform(const orliq::lidar::TransformParam& transform);
 
   /// Asks for frame `frame` (0-based) of a capture file; it arrives at the consumer. False while

@@ -7,8 +7,9 @@
 #include "multi_driver/Export.h"
 
 // The four point records. x points forward, y left and z up in the sensor frame, or in the vehicle
-// frame when the extrinsic transform is enabled. A point outside the distance or angle limits keeps
-// its place in the cloud with x = y = z = 0. Fields that a sensor model does not measure stay 0.
+// frame when the extrinsic transform is enabled and the model has it. A point outside the distance or
+// angle limits keeps its place in the cloud with x = y = z = 0, or is left out: which of both, and
+// whether the transform applies, tells SensorModel. Fields that a decoder does not write stay 0.
 // Sizes and byte positions are part of the interface: clouds are handed over as flat arrays.
 
 /// The smallest record: position, intensity and ring.
@@ -42,7 +43,7 @@ struct ORLIQ_API __attribute__((packed)) PointSource {
   std::uint16_t intensity = 0;  ///< strength of the return, sensor units
   std::uint16_t ring = 0;       ///< scan line or beam row
   double timestamp = 0.0;       ///< [s] since 1970-01-01 UTC
-  std::int32_t distance = 0;    ///< [m] range, truncated toward zero
+  std::int32_t distance = 0;    ///< [m] range, truncated toward zero; 0 of Corvik and Kelvane
   std::uint8_t source[9] = {};  ///< zero for a single sensor; free for the application
 };
 static_assert(sizeof(PointSource) == 37 && alignof(PointSource) == 1 &&
@@ -55,8 +56,8 @@ struct ORLIQ_API JuniqPoint {
   float x = 0.0F;               ///< [m]
   float y = 0.0F;               ///< [m]
   float z = 0.0F;               ///< [m]
-  std::uint16_t intensity = 0;  ///< low 16 bits of `width`
-  std::uint16_t ring = 0;       ///< beam row, 0..191 of a sound packet
+  std::uint16_t intensity = 0;  ///< of a Juniq the low 16 bits of `width`
+  std::uint16_t ring = 0;       ///< scan line or beam row
   std::uint16_t row = 0;        ///< beam row again, the high byte of the beam position
   std::uint16_t column = 0;     ///< beam column, the low byte of the beam position
   std::uint16_t aux = 0;        ///< auxiliary word of the block, as received

@@ -11,11 +11,13 @@
 
 namespace orliq::lidar {
 
-/// Which packet of a frame tells the driver where the frame is bounded.
+/// Which packet of a frame carries its mark, by which the driver bounds it. A frame that begins with
+/// its mark is over when the next one's comes: a Kelvane cloud ends before that packet, a Fennix or
+/// Corvik cloud behind it.
 enum class FrameMark : std::uint8_t {
-  None,   ///< none does
-  First,  ///< the first of a frame: what follows the last mark may well be whole
-  Last,   ///< the last of a frame: what follows the last mark is a beginning
+  None,   ///< no packet
+  First,  ///< the first one
+  Last,   ///< the last one
 };
 
 /// What is fixed for a sensor model.

@@ -96,8 +96,7 @@ void Decoder<T_PointCloud>::UpdateTransform(const TransformParam& param) {
 
 template <typename T_PointCloud>
 bool Decoder<T_PointCloud>::IsAngleRange(const float& azimuth, const float& elevation) const {
-  return Interval{param_.min_azimuth, param_.max_azimuth}.Holds(azimuth) &&
-         Interval{param_.min_elevation, param_.max_elevation}.Holds(elevation);
+  return AzimuthLimits().Holds(azimuth) && ElevationLimits().Holds(elevation);
 }
 
 template <typename T_PointCloud>

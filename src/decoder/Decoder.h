@@ -94,6 +94,10 @@ class Decoder {
 
  protected:
   Interval DistanceLimits() const { return {param_.min_distance, param_.max_distance}; }
+  Interval AzimuthLimits() const { return {param_.min_azimuth, param_.max_azimuth}; }
+  Interval ElevationLimits() const { return {param_.min_elevation, param_.max_elevation}; }
+  /// Hands the frame out with its time [s], with whatever callback is there.
+  void EndFrame(double timestamp) { split_frame_cb_(const_param_.LASER_NUM, timestamp); }
   bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
 
   Trigon trigon_;

@@ -8,20 +8,19 @@
 // position of its own.
 namespace orliq::lidar {
 
-constexpr bool IsFrameMarker(std::uint8_t column, std::uint8_t row) {
+constexpr bool IsFrameMarker(unsigned column, unsigned row) {
   return column == 0x7F && row == 0xBF;
 }
 
 /// A frame is closed by force once it has more points than this: its marker was lost.
 constexpr std::uint32_t kForcedFramePoints = 99999;
 
-/// Looks for the first marker among the blocks of a packet, which begin with column and row. Stores
-/// its place counted from 1, which is the first block after it, in `start`; false without one.
+/// Looks for the first marker among the blocks of a packet; false for none, or no packet. Stores its
+/// place counted from 1, which is the first block after it, in `start`.
 template <typename Msop>
-bool FindFrameMarker(const std::uint8_t* pkt, std::uint16_t& start) {
-  const std::uint8_t* block = pkt + offsetof(Msop, blocks);
-  for (std::size_t i = 0; i < Msop::kBlocks; ++i, block += sizeof(Msop::blocks[0])) {
-    if (!IsFrameMarker(block[0], block[1])) continue;
+bool FindFrameMarker(const Msop* msop, std::uint16_t& start) {
+  for (std::size_t i = 0; msop != nullptr && i < Msop::kBlocks; ++i) {
+    if (!IsFrameMarker(msop->blocks[i].column, msop->blocks[i].row)) continue;
     start = static_cast<std::uint16_t>(i + 1);
     return true;
   }

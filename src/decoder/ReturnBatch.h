@@ -23,7 +23,7 @@ inline float KeepOrZero(float value, std::int32_t keep) {
 
 /// Up to N returns on their way to the cloud, field by field, so that each step is a loop that the
 /// compiler vectorises. A decoder fills `count`, `distance`, `inside` and the coordinates; the steps
-/// follow in the order in which they stand here, those left out that the model does not have.
+/// follow in the order in which they stand here.
 template <typename T_PointCloud, std::size_t N>
 struct ReturnBatch {
   using PointType = typename T_PointCloud::PointType;

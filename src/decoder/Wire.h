@@ -43,11 +43,12 @@ struct Be {
 };
 
 /// The bytes of a packet as its wire struct, in place: a copy would cost a tenth of the decoding.
-/// Wire structs are bytes throughout, so they may stand anywhere and may look at any bytes.
+/// Wire structs are bytes throughout, so they may stand anywhere and may look at any bytes. Null for
+/// no packet, or one that is too short.
 template <typename Msop>
-const Msop& ViewAs(const std::uint8_t* pkt) {
+const Msop* PacketAs(const std::uint8_t* pkt, std::size_t size) {
   static_assert(alignof(Msop) == 1 && std::is_trivially_copyable_v<Msop>);
-  return *reinterpret_cast<const Msop*>(pkt);
+  return size < sizeof(Msop) ? nullptr : reinterpret_cast<const Msop*>(pkt);
 }
 
 }  // namespace orliq::lidar

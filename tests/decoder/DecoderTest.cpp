@@ -102,43 +102,19 @@ TEST(WireIntegers, ReadTheirBytesInTheirOrderWithTheirSign) {
   EXPECT_EQ((Be<2, std::int16_t>{{0xFF, 0xFE}}), -2);
 }
 
-TEST(ImuSampleTest, AZeroOnATurnedAxisKeepsTheSignThatItsModelGivesIt) {
-  ImuMsg imu;
-  FillImuMsg<int>(imu, {}, 0.0, {1.0, 1.0});
-  EXPECT_FALSE(std::signbit(imu.angular_velocity_x) || std::signbit(imu.linear_acceleration_z));
-  FillImuMsg<double>(imu, {}, 0.0, {1.0, 1.0});
-  EXPECT_TRUE(std::signbit(imu.angular_velocity_x) && std::signbit(imu.linear_acceleration_z));
-  EXPECT_FALSE(std::signbit(imu.angular_velocity_y));
-}
-
-// name, type, packet bytes, identifier bytes, its first byte, rings, blocks, then what it has: IMU,
-// time, tables, points, frames, a transform, gated points that stay, and its frame mark
-using ModelFacts = std::tuple<std::string, int, int, int, int, int, int, std::string, FrameMark>;
-
-TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThemAllAndNoOther) {
-  const ModelFacts facts[] = {{"juniq", 0x40, 1104, 8, 0xEE, 192, 64, "iTtpfxg", FrameMark::Last},
-                              {"glavor", 0x21, 1360, 8, 0xEE, 192, 32, "tpfxg", FrameMark::Last},
-                              {"fennix", 0x20, 1360, 8, 0xEE, 192, 32, "f", FrameMark::First},
-                              {"corvik", 0x10, 1236, 8, 0xEE, 56, 192, "iTpfxg", FrameMark::First},
-                              {"brantis", 0x01, 1236, 8, 0xEE, 56, 192, "", FrameMark::First},
-                              {"hestra", 0x30, 1236, 8, 0xEE, 56, 192, "", FrameMark::None},
-                              {"kelvane", 0x50, 1084, 4, 0x55, 1, 260, "pf", FrameMark::First}};
+TEST(SensorModelsTest, AreFoundByNameAndTypeAndTheFactoryMakesThemAllAndNoOther) {
   using Factory = DecoderFactory<PointCloud<Point>>;
+  const std::pair<std::string, int> names[] = {{"juniq", 0x40},  {"glavor", 0x21}, {"fennix", 0x20},
+                                               {"corvik", 0x10}, {"brantis", 1},   {"hestra", 0x30},
+                                               {"kelvane", 0x50}};
   std::cout << std::hex;  // the application's own formatting must not reach the lines
   CaptureStdout();
   std::string lines;
-  std::vector<ModelFacts> listed;
-  for (const SensorModel& m : SensorModels()) {
-    const std::string has = std::string(m.has_imu ? "i" : "") + (m.has_time ? "T" : "") +
-                            (m.needs_tables ? "t" : "") + (m.decodes_points ? "p" : "") +
-                            (m.delivers_frames ? "f" : "") + (m.transforms_points ? "x" : "") +
-                            (m.keeps_gated_points ? "g" : "");
-    listed.emplace_back(m.name, static_cast<int>(m.type), m.packet_bytes, m.identifier_bytes,
-                        m.identifier[0], m.rings, m.blocks, has, m.frame_mark);
-    EXPECT_EQ(FindSensorModel(m.name), &m);
-    EXPECT_EQ(FindSensorModel(m.type), &m);
-    EXPECT_TRUE(Factory::CreateDecoder(m.type, {})) << m.name;
-    lines += "type:" + std::to_string(static_cast<int>(m.type)) + '\n';
+  for (const auto& [name, type] : names) {
+    const SensorModel* const model = FindSensorModel(name);
+    EXPECT_EQ(model, FindSensorModel(static_cast<LidarType>(type)));
+    EXPECT_TRUE(Factory::CreateDecoder(model->type, {})) << name;
+    lines += "type:" + std::to_string(type) + '\n';
   }
   EXPECT_FALSE(Factory::CreateDecoder(static_cast<LidarType>(0x22), {}));
   std::cout << std::dec;
@@ -146,7 +122,6 @@ TEST(SensorModelsTest, ListsEveryModelAndTheFactoryMakesThemAllAndNoOther) {
             lines +
                 "type:34\n"
                 "\033[1m\033[31mWrong LiDAR Type. Please check your LiDAR Version! \033[0m\n");
-  EXPECT_THAT(listed, testing::ElementsAreArray(facts));
   EXPECT_EQ(FindSensorModel("Juniq "), nullptr);
   EXPECT_EQ(FindSensorModel(static_cast<LidarType>(0x22)), nullptr);
 }

@@ -48,6 +48,9 @@ TEST(Fennix, EachRecordIsAPointAtTheOriginAndAMarkedPacketEndsTheFrame) {
   }
   probe.decoder.EnableFinallyFrame();
   EXPECT_EQ(probe.frames.size(), 3U);
+  std::uint16_t first = 0;
+  const FennixPacket twice = FennixPacket().Record(3, 0x7F, 0xBF).Record(9, 0x7F, 0xBF);
+  EXPECT_TRUE(probe.decoder.SplitFrame(twice.data(), 1360, first) && first == 4);
   DecoderFennix<PointCloud<Point>> alone({});
   EXPECT_THROW(alone.DecodeMsopPacket(FennixPacket().Record(0, 0x7F, 0xBF).data(), 1360, 0),
                std::bad_function_call);

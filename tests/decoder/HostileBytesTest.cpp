@@ -94,6 +94,17 @@ TEST_P(HostileBytes, APacketOfAnyLengthIsRefusedUnlessItIsTheModels) {
   decoder_->UpdateCheckParam(nullptr);
 }
 
+TEST_P(HostileBytes, WithoutACloudPointsAreDropped) {
+  for (int i = 0; i < 100; ++i) {
+    Random(model_.packet_bytes);
+    std::uint8_t* const packet = memory_.Last(model_.packet_bytes);
+    if (model_.frame_mark == FrameMark::Last) std::memcpy(packet + 25, "\x7F\xBF", 2);
+    decoder_->InstallCloud(nullptr);
+    decoder_->ProcessMsopPacket(packet, model_.packet_bytes, 0);
+  }
+  EXPECT_EQ(decoder_->Counts().decoded.Value(), 100U);
+}
+
 TEST_P(HostileBytes, AnyContentDecodesToFinitePointsFromAnyStart) {
   ParamService tables;
   if (model_.needs_tables) {

@@ -46,10 +46,10 @@ void Fill(OffsetCheckParam& check, Dice& dice) {
   for (std::size_t i = 0; i < kBeamPositions; ++i) check.offset[i] = dice.Real(-0.5F, 0.5F);
 }
 
-/// Brings a random block nearer to what is measured: ranges below 260 m, pulse ratios about 1, a
+/// Brings a random block nearer to what is measured: ranges mostly below 260 m, pulse ratios about 1, a
 /// divisor of 0 and a frame mark now and then.
 void TameBlock(std::uint8_t* block, std::size_t tof, std::size_t width, Dice& dice) {
-  block[tof + 2] = 0;
+  if (dice.Below(8) != 0) block[tof + 2] = 0;
   block[width + 2] &= 1;
   if (dice.Below(16) == 0) block[2] = block[3] = 0;
   if (dice.Below(256) == 0) std::memcpy(block, "\x7F\xBF", 2);

@@ -28,16 +28,5 @@ TEST(Trigon, KnowsWhichAnglesItHolds) {
   for (const int beyond : {-18001, 45000, INT_MAX, INT_MIN}) EXPECT_FALSE(Trigon::Holds(beyond));
 }
 
-TEST(BeamTable, TableAnglesTruncateInDoubleAndSaturate) {
-  const float inf = std::numeric_limits<float>::infinity();
-  EXPECT_EQ(TableAngle(30.0F, -100.0), -3000);
-  EXPECT_EQ(TableAngle(-59.37F, -100.0), 5936) << "59.3699989 truncates, it does not round";
-  EXPECT_EQ(TableAngle(8.2F, 100.0), 819) << "a float product would give 820";
-  EXPECT_EQ(TableAngle(inf, 100.0), INT_MAX);
-  EXPECT_EQ(TableAngle(1e30F, -100.0), INT_MIN);
-  EXPECT_EQ(TableAngle(std::nanf(""), 100.0), 0);
-  EXPECT_EQ(CentidegreesToDegrees(-1201), -12.01F) << "a float product would miss the literal";
-}
-
 }  // namespace
 }  // namespace orliq::lidar

@@ -68,37 +68,5 @@ TEST(Allocations, APacketCostsNoneWithTheRadiusFilterOffOrOn) {
   EXPECT_EQ(AllocationsOfFourFrames(true), 0);
 }
 
-TEST(Allocations, NorDoesALivePacketOnceTheQueueHasBeenFull) {
-  test::LiveSensor<Point> sensor;
-  LendOneCloud(sensor);
-  test::Hold hold;
-  sensor.imu_provider = [message = std::make_shared<ImuMsg>()] { return message; };
-  sensor.on_frame = std::ref(hold);
-  sensor.samples.reserve(10000);
-  ASSERT_TRUE(sensor.Open());
-  const auto send = [&](unsigned packets, unsigned stamp) {
-    for (unsigned i = 1; i <= packets; ++i) {
-      const std::size_t marked = i == 1 ? 0 : 63;  // the first of a frame, or none
-      const test::JuniqReturn block = i == 1 ? test::kMarker : test::JuniqReturn{};
-      const auto packet = test::JuniqPacket().Block(marked, block).Imu({}, stamp + i);
-      sensor.sender.Send(sensor.port, packet.data(), packet.size());
-      const auto taken = [&] { return sensor.Statistics().received >= stamp + i; };
-      if (i % 50 == 0) test::Eventually(std::cref(taken));
-    }
-  };
-  send(1500, 0);  // the consumer waits: more buffers than a later round can need
-  hold.go.set_value();
-  send(1500, 1500);
-  sensor.WaitForDecoded(3000);
-  allocations = 0;
-  counting = true;
-  send(1500, 3000);
-  counting = false;
-  sensor.WaitForDecoded(4500);
-  sensor.driver->Stop();
-  EXPECT_EQ(allocations, 0);
-  EXPECT_EQ(sensor.samples.size(), 4500U);
-}
-
 }  // namespace
 }  // namespace orliq::lidar

@@ -113,21 +113,6 @@ TEST(CloudFilter, RandomFramesComeOutAsByThePlainRule) {
   }
 }
 
-// Comparing all with all would be 5 * 10^11 comparisons, which no test run lasts.
-TEST(CloudFilter, AllPointsInTwoCellsAreStillFilteredQuickly) {
-  constexpr int kHalf = 500000;
-  Frame frame;
-  for (int i = 0; i < 2 * kHalf; ++i) {
-    frame.push_back({10, 10 + i % 2, i < 10 ? 7.0F : 5.0F, false, i});
-  }
-  Filter enough(true, 0.5F, kHalf - 5);  // what each of the many has in the other cell
-  const std::vector<int> left = Filtered(enough, frame);
-  EXPECT_EQ(left.size(), frame.size() - 10);
-  EXPECT_EQ(left.front(), 10);
-  Filter more(true, 0.5F, kHalf - 4);
-  EXPECT_TRUE(Filtered(more, frame).empty());
-}
-
 constexpr const char* kMismatch = "Error: mask size mismatch\n";
 
 using Output = std::pair<std::string, std::string>;  // to standard output, to standard error

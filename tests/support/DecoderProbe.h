@@ -34,7 +34,7 @@ struct DecoderProbe {
           frames.push_back(cloud());
           decoder.InstallCloud(std::make_shared<Cloud>());
         });
-    decoder.RegisterIMUCallBack([this] { samples.push_back(*decoder.CurrentImuMsg()); });
+    ListenToSamples();
     decoder.InstallCloud(std::make_shared<Cloud>());
   }
 
@@ -44,6 +44,12 @@ struct DecoderProbe {
   bool Decode(const Packet& packet, std::uint16_t start = 0) {
     return decoder.ProcessMsopPacket(packet.data(), packet.size(), start);
   }
+  void ListenToSamples() {
+    decoder.RegisterIMUCallBack([this] {
+      samples.push_back(*decoder.CurrentImuMsg());
+      frames_at_sample = frames.size();
+    });
+  }
   void Calibrate() { decoder.UpdateCheckParam(check.get()); }
 
   Decoder<Cloud> decoder;
@@ -51,6 +57,7 @@ struct DecoderProbe {
   std::vector<std::uint32_t> errors;  // level in front of the code; level 1 costs one packet
   std::vector<std::shared_ptr<Cloud>> frames;
   std::vector<lidar::ImuMsg> samples;  // none before an IMU message is installed
+  std::size_t frames_at_sample = 0;    // when the last one came
   std::uint16_t last_rings = 0;
 };
 

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "decoder/brantis/DecoderBrantis.h"
 
-#include <cstring>
 #include <utility>
 
 #include "decoder/brantis/BrantisModel.h"
 
 namespace orliq::lidar {
+namespace {
+
+constexpr double NO_TIME = 0.0;  // [s] of the frame
+
+}  // namespace
 
 template <typename T_PointCloud>
 DecoderBrantis<T_PointCloud>::DecoderBrantis(const DecoderParam& param)
@@ -28,16 +32,14 @@ bool DecoderBrantis<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* /*pkt*/,
 
 template <typename T_PointCloud>
 void DecoderBrantis<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+  this->EndFrame(NO_TIME);
 }
 
 template <typename T_PointCloud>
 bool DecoderBrantis<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                               std::uint16_t& start) {
-  if (pkt == nullptr || size < sizeof(BrantisMsop)) return false;
-  BrantisMsop msop;
-  std::memcpy(&msop, pkt, sizeof msop);
-  if (!IsNewFrame(msop.frame_counter)) return false;
+  const auto* const msop = PacketAs<BrantisMsop>(pkt, size);
+  if (msop == nullptr || !IsNewFrame(msop->frame_counter)) return false;
   start = 0;
   return true;
 }

@@ -22,6 +22,7 @@ constexpr double SAMPLE_STEP = 62.5;           // [0.01 deg] to the right
 constexpr double FIRST_LINE = -1500.0;         // [0.01 deg] depression
 constexpr double LINE_STEP = 53.5714286;       // [0.01 deg] downwards
 constexpr unsigned INTENSITY = 0x0FFF;         // its bits; what the others say is unknown
+constexpr double NO_TIME = 0.0;                // [s] of a frame that the end of the stream ends
 constexpr std::uint16_t SECOND_SAMPLE = 1;     // where playback enters a frame
 constexpr ImuUnits IMU_UNITS = {2.0345e-5,     // [pi rad/s] per count
                                 0.004788403};  // [m/s^2] per count
@@ -39,7 +40,7 @@ struct DecoderCorvik<T_PointCloud>::Impl {
   bool IsNewFrame(const std::uint16_t& line, const std::uint16_t& other);
   void MeasureRange(const CorvikSample* samples);
   void Locate(std::size_t start, SinCos elevation);
-  void Select(std::size_t start, std::int32_t line_inside);
+  void MarkInside(std::size_t start, std::int32_t line);
   void DecodeSamples(const CorvikMsop& msop, std::size_t start, double packet_time);
   void DecodeImu(const CorvikMsop& msop, double packet_time);
 
@@ -47,50 +48,48 @@ struct DecoderCorvik<T_PointCloud>::Impl {
   IMUBlock last_imu = {};
   std::uint8_t last_line = 0;  // of the packet before; nothing is below the 0 at first
 
-  // Directions, and whether the decoder's limits hold them (1 or 0).
+  // Directions, and whether the decoder's limits hold them (1 or 0): of the samples in lists of
+  // plain numbers, which the loops over a line read in a row, of the lines one a packet.
   float azimuth_sin[SAMPLES];
   float azimuth_cos[SAMPLES];
   std::int32_t azimuth_inside[SAMPLES];
-  SinCos elevation[LINES];
-  std::int32_t elevation_inside[LINES];
+  SinCos line_elevation[LINES];
+  std::int32_t line_inside[LINES];
 
   ReturnBatch<T_PointCloud, SAMPLES> batch = {};  // the returns that are being decoded
 };
 
 template <typename T_PointCloud>
 DecoderCorvik<T_PointCloud>::Impl::Impl(DecoderCorvik* decoder) : owner(decoder) {
-  const Trigon& trigon = owner->trigon_;
-  const DecoderParam& limits = owner->param_;
+  const Interval azimuths = owner->AzimuthLimits();
+  const Interval elevations = owner->ElevationLimits();
   for (std::size_t k = 0; k < SAMPLES; ++k) {
     const int angle = static_cast<int>(FIRST_SAMPLE - static_cast<double>(k) * SAMPLE_STEP);
-    const SinCos direction = LookUp(trigon, angle);
+    const SinCos direction = LookUp(owner->trigon_, angle);
     azimuth_sin[k] = direction.sin;
     azimuth_cos[k] = direction.cos;
-    const Interval range = {limits.min_azimuth, limits.max_azimuth};
-    azimuth_inside[k] = range.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
+    azimuth_inside[k] = azimuths.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
   }
   for (std::size_t line = 0; line < LINES; ++line) {
     const int angle = -static_cast<int>(static_cast<double>(line) * LINE_STEP + FIRST_LINE);
-    elevation[line] = LookUp(trigon, angle);
-    const Interval range = {limits.min_elevation, limits.max_elevation};
-    elevation_inside[line] = range.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
+    line_elevation[line] = LookUp(owner->trigon_, angle);
+    line_inside[line] = elevations.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
   }
 }
 
 template <typename T_PointCloud>
 bool DecoderCorvik<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                          std::uint16_t start) {
-  if (pkt == nullptr || size < sizeof(CorvikMsop)) return false;
-  const auto& msop = ViewAs<CorvikMsop>(pkt);
+  const auto* const packet = PacketAs<CorvikMsop>(pkt, size);
+  if (packet == nullptr) return false;
+  const CorvikMsop& msop = *packet;
   const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
   bool new_frame = false;
   if (start < SAMPLES) {
     new_frame = IsNewFrame(msop.line, 0);
     DecodeSamples(msop, start, packet_time);
   }
-  if (new_frame && owner->split_frame_cb_) {
-    owner->split_frame_cb_(owner->const_param_.LASER_NUM, packet_time);
-  }
+  if (new_frame && owner->split_frame_cb_) owner->EndFrame(packet_time);
   DecodeImu(msop, packet_time);
   return new_frame;
 }
@@ -109,9 +108,9 @@ void DecoderCorvik<T_PointCloud>::Impl::DecodeSamples(const CorvikMsop& msop, st
   const CorvikSample* const samples = msop.samples + start;
   batch.count = SAMPLES - start;
   MeasureRange(samples);
-  Locate(start, elevation[msop.line]);
+  Locate(start, line_elevation[msop.line]);
   if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
-  Select(start, elevation_inside[msop.line]);
+  MarkInside(start, line_inside[msop.line]);
   batch.Gate(owner->DistanceLimits());
   if (!owner->point_cloud_) return;
   const auto set_fields = [=, line = msop.line](PointType& point, std::size_t i) {
@@ -131,17 +130,17 @@ void DecoderCorvik<T_PointCloud>::Impl::MeasureRange(const CorvikSample* samples
 }
 
 template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::Locate(std::size_t start, SinCos line) {
+void DecoderCorvik<T_PointCloud>::Impl::Locate(std::size_t start, SinCos elevation) {
   for (std::size_t i = 0; i < batch.count; ++i) {
     const SinCos azimuth = {azimuth_sin[start + i], azimuth_cos[start + i]};
-    LocateAhead(batch.distance[i], {azimuth, line}, batch.x[i], batch.y[i], batch.z[i]);
+    LocateAhead(batch.distance[i], {azimuth, elevation}, batch.x[i], batch.y[i], batch.z[i]);
   }
 }
 
 template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::Select(std::size_t start, std::int32_t line_inside) {
+void DecoderCorvik<T_PointCloud>::Impl::MarkInside(std::size_t start, std::int32_t line) {
   for (std::size_t i = 0; i < batch.count; ++i) {
-    batch.inside[i] = azimuth_inside[start + i] & line_inside;
+    batch.inside[i] = azimuth_inside[start + i] & line;
   }
 }
 
@@ -175,14 +174,14 @@ bool DecoderCorvik<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std:
 
 template <typename T_PointCloud>
 void DecoderCorvik<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+  this->EndFrame(NO_TIME);
 }
 
 template <typename T_PointCloud>
 bool DecoderCorvik<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                              std::uint16_t& start) {
-  if (pkt == nullptr || size < sizeof(CorvikMsop)) return false;
-  if (!impl_->IsNewFrame(pkt[offsetof(CorvikMsop, line)], 0)) return false;
+  const auto* const msop = PacketAs<CorvikMsop>(pkt, size);
+  if (msop == nullptr || !impl_->IsNewFrame(msop->line, 0)) return false;
   start = SECOND_SAMPLE;
   return true;
 }

@@ -27,38 +27,33 @@ DecoderConstParam DecoderFennix<T_PointCloud>::GetConstParam() {
 template <typename T_PointCloud>
 bool DecoderFennix<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                    std::uint16_t start) {
-  if (pkt == nullptr || size < sizeof(FennixMsop) || start >= FennixMsop::kBlocks) return false;
-  const auto& msop = ViewAs<FennixMsop>(pkt);
+  const auto* const msop = PacketAs<FennixMsop>(pkt, size);
+  if (msop == nullptr || start >= FennixMsop::kBlocks) return false;
   bool new_frame = false;
   for (std::size_t k = start; k < FennixMsop::kBlocks; ++k) {
-    new_frame |= IsNewFrame(msop.blocks[k].row, msop.blocks[k].column);
+    new_frame |= IsFrameMarker(msop->blocks[k].column, msop->blocks[k].row);
   }
   if (this->point_cloud_) {
     AppendPoints(*this->point_cloud_, FennixMsop::kBlocks - start,
                  [](std::size_t) { return typename T_PointCloud::PointType(); });
   }
-  if (new_frame) EnableFinallyFrame();
+  if (new_frame) this->EndFrame(NO_TIME);
   return new_frame;
 }
 
 template <typename T_PointCloud>
 void DecoderFennix<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, NO_TIME);
+  this->EndFrame(NO_TIME);
 }
 
 template <typename T_PointCloud>
 bool DecoderFennix<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                              std::uint16_t& start) {
-  return pkt != nullptr && size >= sizeof(FennixMsop) && FindFrameMarker<FennixMsop>(pkt, start);
+  return FindFrameMarker(PacketAs<FennixMsop>(pkt, size), start);
 }
 
 template <typename T_PointCloud>
 void DecoderFennix<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
-
-template <typename T_PointCloud>
-bool DecoderFennix<T_PointCloud>::IsNewFrame(std::uint16_t row, std::uint16_t column) {
-  return row == 0xBF && column == 0x7F;
-}
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DecoderFennix<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

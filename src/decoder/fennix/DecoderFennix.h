@@ -26,8 +26,6 @@ class DecoderFennix final : public Decoder<T_PointCloud> {
 
   /// Does nothing: there is no range yet to correct.
   void UpdateCheckParam(CheckParam* param) override;
-
-  static bool IsNewFrame(std::uint16_t row, std::uint16_t column);
 };
 
 }  // namespace orliq::lidar

@@ -38,8 +38,6 @@ struct DecoderGlavor<T_PointCloud>::Impl {
   void CloseFrame();
   void UpdateCheckParam(const AngleCheckParam& param);
 
-  static bool IsNewFrame(std::uint8_t column, std::uint8_t row);
-  static bool IsConfident(const OrliqGlavorMsopBlock& block);
   BeamAngles GetAzimuthElevation(std::uint16_t position) const;
 
   void BuildBeams();
@@ -59,8 +57,9 @@ struct DecoderGlavor<T_PointCloud>::Impl {
 template <typename T_PointCloud>
 bool DecoderGlavor<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                          std::uint16_t start) {
-  if (pkt == nullptr || size < sizeof(GlavorMsop)) return false;
-  const auto& msop = ViewAs<GlavorMsop>(pkt);
+  const auto* const packet = PacketAs<GlavorMsop>(pkt, size);
+  if (packet == nullptr) return false;
+  const GlavorMsop& msop = *packet;
   const bool marker = DecodeBlocks(msop, start);
   if (marker && owner->split_frame_cb_) {
     if (owner->point_cloud_) StoreFrameHeader(msop, *owner->point_cloud_);
@@ -116,20 +115,8 @@ void DecoderGlavor<T_PointCloud>::Impl::Append() const {
 
 template <typename T_PointCloud>
 void DecoderGlavor<T_PointCloud>::Impl::CloseFrame() {
-  owner->split_frame_cb_(owner->const_param_.LASER_NUM, NO_TIME);
+  owner->EndFrame(NO_TIME);
   frame_point_count = 0;
-}
-
-/// True for the block that ends a frame.
-template <typename T_PointCloud>
-bool DecoderGlavor<T_PointCloud>::Impl::IsNewFrame(std::uint8_t column, std::uint8_t row) {
-  return IsFrameMarker(column, row);
-}
-
-/// Reserved for a confidence rule of the sensor: no return is marked, decoding does not ask.
-template <typename T_PointCloud>
-bool DecoderGlavor<T_PointCloud>::Impl::IsConfident(const OrliqGlavorMsopBlock& /*block*/) {
-  return false;
 }
 
 /// Direction of a beam position: by the tables, beyond them by an even fan.
@@ -188,7 +175,7 @@ void DecoderGlavor<T_PointCloud>::EnableFinallyFrame() {
 template <typename T_PointCloud>
 bool DecoderGlavor<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                              std::uint16_t& start) {
-  return pkt != nullptr && size >= sizeof(GlavorMsop) && FindFrameMarker<GlavorMsop>(pkt, start);
+  return FindFrameMarker(PacketAs<GlavorMsop>(pkt, size), start);
 }
 
 template <typename T_PointCloud>

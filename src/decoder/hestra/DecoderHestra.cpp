@@ -4,6 +4,11 @@
 #include "decoder/hestra/HestraModel.h"
 
 namespace orliq::lidar {
+namespace {
+
+constexpr double NO_TIME = 0.0;  // [s] of the frame
+
+}  // namespace
 
 template <typename T_PointCloud>
 DecoderHestra<T_PointCloud>::DecoderHestra(const DecoderParam& param)
@@ -26,7 +31,7 @@ bool DecoderHestra<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* /*pkt*/,
 /// So that a frame which is requested from a capture always ends in a cloud, though an empty one.
 template <typename T_PointCloud>
 void DecoderHestra<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, 0.0);
+  this->EndFrame(NO_TIME);
 }
 
 template <typename T_PointCloud>
@@ -37,11 +42,6 @@ bool DecoderHestra<T_PointCloud>::SplitFrame(const std::uint8_t* /*pkt*/, std::s
 
 template <typename T_PointCloud>
 void DecoderHestra<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
-
-template <typename T_PointCloud>
-bool DecoderHestra<T_PointCloud>::IsNewFrame(std::uint16_t row, std::uint16_t column) {
-  return row == 0xBF && column == 0x7F;
-}
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DecoderHestra<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

@@ -24,9 +24,6 @@ class DecoderHestra final : public Decoder<T_PointCloud> {
 
   /// Does nothing: there is no range yet to correct.
   void UpdateCheckParam(CheckParam* param) override;
-
-  /// Reserved: decoding does not ask.
-  static bool IsNewFrame(std::uint16_t row, std::uint16_t column);
 };
 
 }  // namespace orliq::lidar

@@ -36,8 +36,9 @@ DecoderJuniq<T_PointCloud>::Impl::~Impl() = default;
 template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size,
                                                         std::uint16_t start) {
-  if (pkt == nullptr || size < sizeof(JuniqMsop)) return false;
-  const auto& msop = ViewAs<JuniqMsop>(pkt);
+  const auto* const packet = PacketAs<JuniqMsop>(pkt, size);
+  if (packet == nullptr) return false;
+  const JuniqMsop& msop = *packet;
   const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
   clock.Begin(packet_time);
   if (frame_time == 0.0) frame_time = packet_time;
@@ -115,7 +116,7 @@ void DecoderJuniq<T_PointCloud>::Impl::Append(const OrliqJuniqMsopBlock* blocks,
 
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::Impl::CloseFrame(double timestamp) {
-  owner->split_frame_cb_(owner->const_param_.LASER_NUM, timestamp);
+  owner->EndFrame(timestamp);
   clock.EndFrame();
   frame_time = 0.0;
   frame_point_count = 0;
@@ -183,7 +184,7 @@ void DecoderJuniq<T_PointCloud>::Impl::UpdateCheckParam(const OffsetCheckParam& 
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::Impl::BuildBeams() {
   beams.Fill(
-      trigon, [this](std::uint16_t position) { return GetAzimuthElevation(position); },
+      owner->trigon_, [this](std::uint16_t position) { return GetAzimuthElevation(position); },
       [this](std::uint16_t position) { return GetDistanceOffset(position); },
       [this](float azimuth, float elevation) { return owner->IsAngleRange(azimuth, elevation); });
 }
@@ -228,7 +229,7 @@ void DecoderJuniq<T_PointCloud>::EnableFinallyFrame() {
 template <typename T_PointCloud>
 bool DecoderJuniq<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                             std::uint16_t& start) {
-  return pkt != nullptr && size >= sizeof(JuniqMsop) && FindFrameMarker<JuniqMsop>(pkt, start);
+  return FindFrameMarker(PacketAs<JuniqMsop>(pkt, size), start);
 }
 
 template <typename T_PointCloud>

@@ -8,7 +8,6 @@
 #include "decoder/BeamTable.h"
 #include "decoder/BlockClock.h"
 #include "decoder/PulseBatch.h"
-#include "decoder/Trigon.h"
 #include "decoder/juniq/DecoderJuniq.h"
 #include "decoder/juniq/JuniqPacket.h"
 #include "filter/CloudFilter.h"
@@ -54,7 +53,6 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   /// Prints the elevation table, for a look at what was loaded.
   void Print() const;
 
-  Trigon trigon;                     // the model's own
   std::uint32_t last_imu_stamp = 0;  // 0: none yet
   DecoderJuniq* owner;
   OffsetCheckParam check_param;

@@ -44,6 +44,12 @@ std::size_t PlaceOf(std::uint8_t face) {
   return face >= 1 && face <= FACES ? face - 1U : 0U;
 }
 
+/// Null for a packet that is none or that the sensor wants to be ignored.
+const KelvaneMsop* Open(const std::uint8_t* pkt, std::size_t size) {
+  const auto* const msop = PacketAs<KelvaneMsop>(pkt, size);
+  return msop == nullptr || (msop->flags & IGNORE_PACKET) != 0 ? nullptr : msop;
+}
+
 }  // namespace
 
 /// Working state and the steps of decoding, in the order in which they run.
@@ -71,7 +77,7 @@ struct DecoderKelvane<T_PointCloud>::Impl {
 
 template <typename T_PointCloud>
 DecoderKelvane<T_PointCloud>::Impl::Impl(DecoderKelvane* decoder) : owner(decoder) {
-  const Interval limits = {owner->param_.min_elevation, owner->param_.max_elevation};
+  const Interval limits = owner->ElevationLimits();
   for (std::size_t face = 0; face < FACES; ++face) {
     for (std::size_t column = 0; column < COLUMNS; ++column) {
       const int angle = FIRST_COLUMN + COLUMN_STEP * static_cast<int>(column) + FACE_OFFSETS[face];
@@ -86,20 +92,18 @@ DecoderKelvane<T_PointCloud>::Impl::Impl(DecoderKelvane* decoder) : owner(decode
 template <typename T_PointCloud>
 bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
                                                           std::size_t size) {
-  if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
-  const auto& msop = ViewAs<KelvaneMsop>(pkt);
-  if ((msop.flags & IGNORE_PACKET) != 0) return false;
-  const bool new_frame = window.Take(msop.sequence) == SequenceWindow::Outcome::NewFrame;
-  if (new_frame) owner->split_frame_cb_(owner->const_param_.LASER_NUM, NO_TIME);
-  DecodeRecords(msop);
+  const KelvaneMsop* const msop = Open(pkt, size);
+  if (msop == nullptr) return false;
+  const bool new_frame = window.Take(msop->sequence) == SequenceWindow::Outcome::NewFrame;
+  if (new_frame) owner->EndFrame(NO_TIME);
+  DecodeRecords(*msop);
   return new_frame;
 }
 
 template <typename T_PointCloud>
 void DecoderKelvane<T_PointCloud>::Impl::DecodeRecords(const KelvaneMsop& msop) {
   const int azimuth = msop.azimuth;
-  const Interval limits = {owner->param_.min_azimuth, owner->param_.max_azimuth};
-  if (!limits.Holds(CentidegreesToDegrees(azimuth))) return;
+  if (!owner->AzimuthLimits().Holds(CentidegreesToDegrees(azimuth))) return;
   const Column* const face = columns[PlaceOf(msop.face)];
   const ColumnWalk walk(SequenceWindow::IndexOf(msop.sequence), msop.cycle_mode);
   MeasureRange(msop.records);
@@ -168,16 +172,15 @@ bool DecoderKelvane<T_PointCloud>::DecodeMsopPacket(const std::uint8_t* pkt, std
 
 template <typename T_PointCloud>
 void DecoderKelvane<T_PointCloud>::EnableFinallyFrame() {
-  this->split_frame_cb_(this->const_param_.LASER_NUM, NO_TIME);
+  this->EndFrame(NO_TIME);
 }
 
 template <typename T_PointCloud>
 bool DecoderKelvane<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t size,
                                               std::uint16_t& start) {
-  if (pkt == nullptr || size < sizeof(KelvaneMsop)) return false;
-  const auto& msop = ViewAs<KelvaneMsop>(pkt);
-  if ((msop.flags & IGNORE_PACKET) != 0) return false;
-  if (impl_->window.Take(msop.sequence) != SequenceWindow::Outcome::NewFrame) return false;
+  const KelvaneMsop* const msop = Open(pkt, size);
+  if (msop == nullptr) return false;
+  if (impl_->window.Take(msop->sequence) != SequenceWindow::Outcome::NewFrame) return false;
   start = 0;
   return true;
 }

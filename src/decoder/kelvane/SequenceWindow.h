@@ -9,6 +9,9 @@ namespace orliq::lidar {
 /// Follows the sequence numbers of a Kelvane sensor, which start again at 1 with every frame.
 /// Packets may be lost or overtake each other by up to ten places; a number further behind than that
 /// is a new frame, one further ahead is not believed. All numbers are modulo 65,536.
+///
+/// Not believed for good: when more than ten packets in a row are lost within the first eleven places
+/// of a frame, its end is not seen, and the next frame joins it.
 class SequenceWindow {
  public:
   enum class Outcome {
@@ -19,12 +22,15 @@ class SequenceWindow {
 
   Outcome Take(std::uint16_t sequence) {
     const std::uint16_t index = IndexOf(sequence);
-    const bool fallen = index < std::max(last_, kReach) - kReach;
+    if (index < std::max(last_, kReach) - kReach) {
+      last_ = index;
+      return Outcome::NewFrame;
+    }
     // As long as the last index is 0, any number ahead will do.
     const auto farthest = static_cast<std::uint16_t>(last_ + kReach);
-    const bool next = index >= last_ && (index <= farthest || last_ == 0);
-    if (fallen || next) last_ = index;
-    return fallen ? Outcome::NewFrame : next ? Outcome::Accepted : Outcome::Outside;
+    if (index < last_ || (index > farthest && last_ != 0)) return Outcome::Outside;
+    last_ = index;
+    return Outcome::Accepted;
   }
 
   /// Place of the packet in its frame, from 0 on.

@@ -48,6 +48,7 @@ TEST(CorvikPoints, ASampleLiesOnItsLineAtItsAzimuth) {
                                                 {35, -375.0}, {29, -53.0}, {255, -12160.0}};
   DecoderParam param;
   param.min_elevation = -180.0F;
+  param.transform_param = {0, 1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F};  // switched off
   for (const auto& [line, elevation] : lines) {
     Probe<PointSource> probe(param);
     probe.Decode(Packet(line));
@@ -63,30 +64,6 @@ TEST(CorvikPoints, ASampleLiesOnItsLineAtItsAzimuth) {
       EXPECT_EQ(std::uint16_t{p.ring}, line);
       EXPECT_EQ(double{p.timestamp}, kTime);
       EXPECT_EQ(std::int32_t{p.distance}, 0) << "never written";
-    }
-  }
-}
-
-TEST(CorvikPoints, LimitsHoldTheirOwnValueAndWhatTheyRefuseStaysAtTheOrigin) {
-  // On line 28, straight ahead in height, sample 191 measures 20.003125 m.
-  const std::tuple<float DecoderParam::*, float, float> limits[] = {
-      {&DecoderParam::min_distance, 20.003125F, 1e3F},
-      {&DecoderParam::max_distance, 20.003125F, 0.0F},
-      {&DecoderParam::min_azimuth, -59.37F, 1e3F},
-      {&DecoderParam::max_azimuth, -59.37F, -1e3F},
-      {&DecoderParam::min_elevation, -0.53F, 1e3F},
-      {&DecoderParam::max_elevation, -0.53F, -1e3F}};
-  for (const auto& [limit, value, inward] : limits) {
-    for (const bool held : {true, false}) {
-      DecoderParam param;
-      param.*limit = held ? value : std::nextafter(value, inward);
-      param.transform_param = {1, 100.0F, 0, 0, 0, 0, 0};
-      Probe<Point> probe(param);
-      probe.Decode(Packet(29));
-      const Point& p = probe.points()[191];
-      EXPECT_EQ(p.x > 100.0F, held) << value;
-      EXPECT_EQ(p.x == 0.0F, !held) << "not where the transform would put it";
-      EXPECT_EQ(p.intensity, 0x234);
     }
   }
 }
@@ -125,9 +102,10 @@ TEST(CorvikFrame, TestingAPacketAndDecodingItShareTheLastLine) {
   EXPECT_TRUE(probe.Decode(Packet(20))) << "below the line that was tested";
   EXPECT_TRUE(splits(10));
   EXPECT_EQ(start, 1);
-  EXPECT_FALSE(probe.Decode(Packet(10), start)) << "tested before";
+  EXPECT_FALSE(probe.Decode(Packet(10).Sample(1, 534, 5), start)) << "tested before";
   EXPECT_EQ(probe.points().size(), 191U);
-  const double left = 20.003125 * std::cos(Degrees(964)) * std::sin(Degrees(5937));
+  EXPECT_EQ(probe.points()[0].intensity, 5);
+  const double left = 3.00625 * std::cos(Degrees(964)) * std::sin(Degrees(5937));
   EXPECT_NEAR(probe.points()[0].y, left, 1e-5) << "the second sample";
   EXPECT_FALSE(probe.Decode(Packet(5), 192)) << "no sample, no frame";
   EXPECT_FALSE(splits(10)) << "nor a last line";
@@ -142,12 +120,13 @@ TEST(CorvikFrame, TestingAPacketAndDecodingItShareTheLastLine) {
 TEST(CorvikImu, ASampleIsHandedOutWhenItDiffersInTheAxesOfThePointFrame) {
   Probe<Point> probe;
   probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
-  probe.Decode(Packet(0));
+  probe.Decode(Packet(9));
   EXPECT_TRUE(probe.samples.empty()) << "all zero is how it begins";
   const auto& g = test::kImuCounts;
-  probe.Decode(Packet(1).Imu(g), 192);
-  probe.Decode(Packet(2).Imu(g));
+  probe.Decode(Packet(3).Imu(g));
+  probe.Decode(Packet(3).Imu(g));
   ASSERT_EQ(probe.samples.size(), 1U);
+  EXPECT_EQ(probe.frames_at_sample, 1U) << "behind the frame of the same packet";
   const ImuMsg& imu = probe.samples[0];
   EXPECT_EQ(imu.valid, 1);
   EXPECT_EQ(imu.timestamp, kTime);
@@ -155,13 +134,13 @@ TEST(CorvikImu, ASampleIsHandedOutWhenItDiffersInTheAxesOfThePointFrame) {
   for (std::size_t axis = 0; axis < 6; ++axis) {
     std::array<int, 6> other = g;
     ++other[axis];
-    probe.Decode(Packet(3).Imu(other));
-    probe.Decode(Packet(3).Imu(g));
+    probe.Decode(Packet(3).Imu(other), 192);
+    probe.Decode(Packet(3).Imu(g), 192);
   }
   EXPECT_EQ(probe.samples.size(), 13U) << "each of the six counts";
-  probe.decoder.InstallImuMsg(nullptr);
+  probe.decoder.RegisterIMUCallBack(nullptr);
   probe.Decode(Packet(3).Imu({}));
-  probe.decoder.InstallImuMsg(std::make_shared<ImuMsg>());
+  probe.ListenToSamples();
   probe.Decode(Packet(3).Imu({}));
   EXPECT_EQ(probe.samples.size(), 13U) << "used up while nobody took it";
   probe.Decode(Packet(3).Imu({0, 0, 0, 0, 0, 1}));

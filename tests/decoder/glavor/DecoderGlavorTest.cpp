@@ -68,6 +68,9 @@ TEST(GlavorPoints, AReturnBecomesACalibratedPointWithoutATime) {
   EXPECT_EQ(float{probe.points()[0].z}, 0.0F) << "beyond the azimuth limit: at the origin";
   // -0.3135 m less 0.05 - 0.0003135 m is a range as any other.
   EXPECT_NEAR(float{probe.points()[1].z}, 3.0F - 0.3631865F * 0.17364818F, 1e-5F);
+  probe.decoder.UpdateTransform({0, 1.0F, 2.0F, 3.0F, 0, 0, 0});
+  probe.Decode(packet);
+  EXPECT_NEAR(float{probe.points()[63].x}, 20.689856F, 1e-5F);
 }
 
 TEST(GlavorFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {

@@ -51,38 +51,6 @@ TEST(KelvanePoints, ARecordLiesInItsColumnAtThePacketsAzimuth) {
   EXPECT_EQ(std::int32_t{p.distance}, 0) << "never written";
 }
 
-TEST(KelvanePoints, LimitsHoldTheirOwnValueAndWhatTheyRefuseIsLeftOut) {
-  // limit, its value, which way is inward, columns left when it moves there by the smallest step
-  const std::tuple<float DecoderParam::*, float, float, std::size_t> limits[] = {
-      {&DecoderParam::min_distance, 20.0F, 1e3F, 0},
-      {&DecoderParam::max_distance, 20.0F, 0.0F, 0},
-      {&DecoderParam::min_azimuth, -59.37F, 1e3F, 0},
-      {&DecoderParam::max_azimuth, -59.37F, -1e3F, 0},
-      {&DecoderParam::min_elevation, -13.02F, 1e3F, 259},
-      {&DecoderParam::max_elevation, -0.07F, -1e3F, 259}};
-  for (const auto& [limit, value, inward, left] : limits) {
-    for (const bool held : {true, false}) {
-      DecoderParam param;
-      param.*limit = held ? value : std::nextafter(value, inward);
-      Probe<Point> probe(param);
-      probe.Decode(Packet(1).Azimuth(-5937).Face(2));
-      EXPECT_EQ(probe.points().size(), held ? 260 : left) << value;
-    }
-  }
-  DecoderParam param;
-  param.min_distance = 0.5F;
-  param.max_distance = 30.0F;
-  Probe<Point> probe(param);
-  probe.Decode(Packet(1).Record(0, 6001, 1).Record(100, 0, 2).Record(259, 6000, 3));
-  std::vector<unsigned> rings;
-  for (const Point& p : probe.points()) rings.push_back(p.ring);
-  ASSERT_EQ(rings.size(), 258U) << "two are left out";
-  EXPECT_EQ(rings.front(), 1U);
-  EXPECT_EQ(rings[98], 99U);
-  EXPECT_EQ(rings[99], 101U);
-  EXPECT_EQ(probe.points().back().intensity, 3);
-}
-
 TEST(KelvaneFrame, EndsWhenTheSequenceNumberFallsByMoreThanTen) {
   struct Row {
     const char* why;
@@ -114,7 +82,9 @@ TEST(KelvaneFrame, EndsWhenTheSequenceNumberFallsByMoreThanTen) {
     for (const unsigned n : row.before) {
       split.decoder.toSplite(Packet(n).data(), 1084, start);
       decode.Decode(Packet(n), 1);
-      EXPECT_FALSE(decode.Decode(Packet(row.sequence > 0 ? 65400 : 1).Flags(2))) << "ignored";
+      const Packet ignored = Packet(row.sequence > 0 ? 65400 : 1).Flags(2);
+      EXPECT_FALSE(decode.Decode(ignored));
+      EXPECT_FALSE(split.decoder.toSplite(ignored.data(), 1084, start));
     }
     start = 77;
     const std::size_t frames = decode.frames.size();

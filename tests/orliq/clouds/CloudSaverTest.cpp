@@ -35,31 +35,5 @@ TEST(CloudSaver, GivesUpACloudThatFindsTheQueueFullInsteadOfWaiting) {
   EXPECT_EQ(saver.Writer().Files(), CloudSaver::kRoom + 1) << "and writes the rest before it ends";
 }
 
-TEST(CloudSaver, GoesOnAfterACloudThatCannotBeWritten) {
-  const test::TempDir dir;
-  CloudSaver saver((dir / "f").string(), "pcd");
-  std::filesystem::create_directories(dir / "f/frame_000001.pcd/in_the_way");
-  const auto cloud = std::make_shared<Cloud>();
-  for (int i = 0; i < 3; ++i) saver.Save(cloud, View(*cloud), i);
-  saver.Finish();
-  EXPECT_EQ(saver.Found().faults, 1U);
-  EXPECT_NE(saver.Found().first_fault.find("frame_000001.pcd"), std::string::npos);
-  EXPECT_EQ(saver.Writer().Files(), 2U);
-  LiveCounts counts;
-  counts.not_written = {2, saver.Found().faults, ""};
-  EXPECT_NE(LiveStatusText({}, counts, 1.0).find(" unwritten:3 "), std::string::npos);
-}
-
-TEST(PointSpread, IsExactForFramesInAnyOrder) {
-  PointSpread spread;
-  EXPECT_EQ(spread.Min() + spread.Median() + spread.Max(), 0U);
-  for (const std::uint64_t points : {7, 9, 7, 3, 8}) spread.Add(points);
-  EXPECT_EQ(spread.Min(), 3U);
-  EXPECT_EQ(spread.Median(), 7U);
-  EXPECT_EQ(spread.Max(), 9U);
-  spread.Add(8);
-  EXPECT_EQ(spread.Median(), 8U) << "3 7 7 8 8 9: the larger one of the middle";
-}
-
 }  // namespace
 }  // namespace orliq::cli

@@ -69,18 +69,5 @@ TEST(PacketFaults, AreCountedAsAReceiverFindsThem) {
   }
 }
 
-TEST(PacketFaults, HitThePacketsThatTheSeedChoosesWhateverElseIsAskedFor) {
-  const auto arrived = [](const std::array<double, kPacketFaults>& rates, std::uint64_t seed) {
-    PacketFaults faults({rates}, seed, 768);
-    return Received(Arriving(faults)).numbers;
-  };
-  const auto lossy = arrived({0.3}, 7);
-  EXPECT_EQ(arrived({0.3, 0, 0.5, 0.5, 0.5, 0.5}, 7), lossy);
-  EXPECT_NE(arrived({0.3}, 8), lossy);
-  const std::vector<int> second_frame(lossy.lower_bound(768), lossy.lower_bound(778));
-  EXPECT_THAT(second_frame, testing::ElementsAre(768, 769, 770, 772, 774, 775))
-      << "for ever: old captures are made again";
-}
-
 }  // namespace
 }  // namespace orliq::sim

@@ -51,46 +51,5 @@ TEST(PcapWriter, RecordsAreDatagramsThatAReceiverWouldTake) {
   }
 }
 
-/// While it lives, no file of this process grows beyond so many bytes.
-struct FullDisk {
-  explicit FullDisk(rlim_t bytes) {
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {bytes, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before); }
-  rlimit before = {};
-};
-
-TEST(PcapWriter, WhatAFullDiskHasLostIsNeverCalledASuccess) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  const test::TempDir scratch;
-  std::string error;
-  const auto whole = PcapWriter::Create(scratch / "whole.pcap", {}, error);
-  const auto start = PcapWriter::Create(scratch / "start.pcap", {}, error);
-  for (const auto& writer : {whole.get(), start.get()}) {
-    EXPECT_TRUE(writer->Write(Bytes(1000), 1.0) && writer->Flush());
-    const FullDisk disk(2000);
-    EXPECT_TRUE(writer->Write(Bytes(1000), 2.0)) << "it waits in memory";
-    EXPECT_FALSE(writer->Flush());
-  }
-  {
-    const auto late = PcapWriter::Create(scratch / "late.pcap", {}, error);
-    EXPECT_TRUE(late->Write(Bytes(1000), 1.0));
-    const FullDisk disk(500);
-    EXPECT_FALSE(late->Close(error)) << "the last of it does not fit";
-  }
-  errno = 0;  // and there is room again
-  EXPECT_FALSE(whole->Flush());
-  EXPECT_EQ(errno, EFBIG) << "the fault that was";
-  EXPECT_FALSE(whole->Write(Bytes(1000), 3.0));
-  EXPECT_FALSE(whole->Close(error));
-  EXPECT_THAT(error, testing::HasSubstr("File too large"));
-  EXPECT_TRUE(start->CloseAtLastFlush(error)) << error;
-  EXPECT_EQ(std::filesystem::file_size(scratch / "start.pcap"), 24U + 16 + 42 + 1000);
-  const std::filesystem::directory_iterator files(scratch.path());
-  EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "nothing of the others";
-}
-
 }  // namespace
 }  // namespace orliq::sim

@@ -63,22 +63,6 @@ TEST(Sensors, WithFrameWordsSendTheFramesNumberTemperaturesAndStatus) {
   }
 }
 
-TEST(BeamMeter, NoiseIsOfTheSizeAskedForAndAnotherInEachFrame) {
-  BeamMeter meter(1, {0.02, 0.0}, {0.4, 230.0});
-  double before = 0.0;
-  for (std::uint64_t frame = 0; frame < 2; ++frame) {
-    meter.StartFrame(frame);
-    double squares = 0.0;
-    for (std::uint32_t i = 0; i < 10000; ++i) {
-      const double error = meter.Measure(i, {10.0, 0.5})->range_m - 10.0;
-      squares += error * error;
-    }
-    EXPECT_NEAR(std::sqrt(squares / 10000.0), 0.02, 0.001);
-    EXPECT_NE(squares, before);
-    before = squares;
-  }
-}
-
 // Gravity stands still while the mount turns, so the acceleration changes by its turning alone.
 TEST(ImuMotion, TurnsAboutEachAxisAsItsAccelerationTells) {
   constexpr double kStep = 1e-4;  // [s]

@@ -12,7 +12,8 @@ namespace orliq::sim {
 constexpr std::size_t kCorvikPacketBytes = 1236;
 constexpr std::size_t kCorvikSamplesPerPacket = 192;
 
-/// What a sample says of the light that came back.
+/// The high four bits of a sample's intensity. What a real unit says there is not known: these are
+/// there to show a decoder that takes them for intensity.
 enum class CorvikReturn : std::uint8_t { kNone = 0, kWeak = 1, kStrong = 2 };
 
 /// One sample on the wire. Default: nothing came back.

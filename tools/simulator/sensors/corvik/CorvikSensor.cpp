@@ -8,7 +8,7 @@ namespace {
 
 constexpr Reach kReach = {0.4, 230.0};
 
-// The scan, in hundredths of a degree, of which the sensor knows whole ones only.
+// The scan, in hundredths of a degree, cut to whole ones.
 constexpr double kFirstAzimuth = 6000.0;
 constexpr double kAzimuthStep = 62.5;  // to the right from sample to sample
 constexpr double kFirstElevation = 1500.0;
