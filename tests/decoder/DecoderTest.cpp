@@ -4,13 +4,10 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <functional>
 #include <iostream>
-#include <tuple>
 
 #include "common/WallClock.h"
 #include "decoder/DecoderFactory.h"
-#include "decoder/ImuSample.h"
 #include "decoder/Wire.h"
 #include "multi_driver/SensorModels.h"
 #include "support/DecoderProbe.h"

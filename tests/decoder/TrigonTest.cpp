@@ -5,9 +5,6 @@
 
 #include <climits>
 #include <cmath>
-#include <limits>
-
-#include "decoder/BeamTable.h"
 
 namespace orliq::lidar {
 namespace {

@@ -85,23 +85,6 @@ TEST_F(CaptureInput, DeliversTheDatagramsOfItsPortAndZeroForTheRest) {
   for (const int expected : {1206, 10, 0, 3, -1}) EXPECT_EQ(Read(), expected);
 }
 
-TEST_F(CaptureInput, ReturnsToARememberedRecordAlsoAfterTheEnd) {
-  // A record longer than the snap length is cut when it is read: its size in the file is another.
-  CaptureBuilder capture(100);
-  capture.Udp(Bytes{1}).Udp(Bytes(300, 2)).Udp(Bytes(3, 3)).Udp(Bytes(4, 4));
-  Open(capture);
-  std::vector<long> positions(4);
-  for (long& position : positions) EXPECT_GT(Read(&position, true), 0);
-  const long second = 24 + 16 + 42 + 1;  // file header; record header, packet headers, one byte
-  EXPECT_THAT(positions, ElementsAre(24, second, second + 16 + 342, second + 16 + 342 + 16 + 45));
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(Read(), -1) << "until a move back";
-  buffer_->data_offset = 5;
-  EXPECT_EQ(Read(&positions[2], false), 3);
-  EXPECT_EQ(buffer_->data[5], 3) << "written where the buffer's packet begins, which is then 0";
-  EXPECT_EQ(buffer_->data_offset, 0U);
-  EXPECT_EQ(Read(), 4) << "reading goes on from there";
-}
-
 // Interfaces are described anywhere before their packets, and numbered anew in each section.
 TEST_F(CaptureInput, MovesFromAnyRecordToAnyOtherThoughSectionsAndInterfacesStandBetween) {
   for (const bool big_endian : {false, true}) {

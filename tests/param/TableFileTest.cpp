@@ -4,13 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <clocale>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <locale>
-#include <random>
 
 #include "support/TempDir.h"
 
@@ -68,24 +64,6 @@ TEST(TableFile, NumbersMeanWhatTheCLibraryMakesOfThem) {
             (Floats{std::numeric_limits<float>::max(), -kInf}));
   // A double in between rounds to a tie first, and that to even.
   EXPECT_EQ(Read("1.00000005960464477539062500001"), Floats{1});
-}
-
-TEST(TableFile, ACommaLocaleOfTheProcessChangesNothing) {
-  struct Comma : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-  };
-  const test::TempDir folder;  // for a German locale of our own: a minimal system has none
-  const std::string make = "localedef -i de_DE -f UTF-8 " + (folder / "de_DE.UTF-8").string();
-  const bool made = std::system((make + " >/dev/null 2>&1").c_str()) == 0;
-  ::setenv("LOCPATH", folder.path().c_str(), 1);
-  const bool set = made && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
-  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
-  const Floats values = Read("1.5,-2.25,+1.5, 1.5,0x1.8p0\n");  // plain and unusual notations
-  std::locale::global(before);
-  std::setlocale(LC_ALL, "C");
-  ::unsetenv("LOCPATH");
-  EXPECT_EQ(values, (Floats{1.5F, -2.25F, 1.5F, 1.5F, 1.5F}));
-  if (!set) GTEST_SKIP() << "no German locale could be made; checked with a C++ locale only";
 }
 
 TEST(TableFile, OnlyRegularFilesOfBearableSizeAreReadAndOfTooManyNumbersTheRestIsCounted) {

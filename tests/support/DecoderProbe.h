@@ -74,6 +74,34 @@ inline void ExpectImuAxes(const lidar::ImuMsg& imu, double rate) {
   EXPECT_FLOAT_EQ(imu.linear_acceleration_z, 200 * 0.004788403F);
 }
 
+struct MarkedPacket {
+  std::size_t blocks, at;  // so many in a packet, and where its mark stands
+  double time;             // [s] of its frame
+};
+
+/// A plain packet and one with a mark and the frame header 0x1234, 26 and 0.0625 deg C, 0xA5 make a
+/// frame, which ends behind them and not at the mark.
+template <typename Probe, typename Packet>
+void ExpectMarkerClosesFrame(const Packet& plain, const Packet& marked, const MarkedPacket& facts) {
+  Probe probe;
+  EXPECT_FALSE(probe.Decode(plain));
+  EXPECT_TRUE(probe.Decode(marked));
+  ASSERT_EQ(probe.frames.size(), 1U);
+  const auto& frame = *probe.frames[0];
+  EXPECT_EQ(frame.points.size(), 2 * facts.blocks) << "what follows the mark belongs to it";
+  EXPECT_EQ(frame.timestamp, facts.time);
+  EXPECT_EQ(probe.last_rings, 192);
+  EXPECT_EQ(frame.frame_word, 0x1234);
+  EXPECT_EQ(frame.temperature_a, 26.0);
+  EXPECT_EQ(frame.temperature_b, 0.0625);
+  EXPECT_EQ(frame.status, 0xA5);
+  std::uint16_t start = 0;
+  EXPECT_TRUE(probe.decoder.toSplite(marked.data(), marked.size(), start));
+  EXPECT_EQ(start, facts.at + 1);
+  EXPECT_FALSE(probe.Decode(marked, start)) << "playback begins behind the mark";
+  EXPECT_EQ(probe.points().size(), facts.blocks - 1 - facts.at);
+}
+
 template <typename P>
 using JuniqProbe = DecoderProbe<lidar::DecoderJuniq, lidar::OffsetCheckParam, P>;
 

@@ -11,22 +11,13 @@
 namespace orliq::lidar {
 namespace {
 
+using test::kMarker;
 using test::SetTable;
+using Return = test::JuniqReturn;  // which has one field more
 
 template <typename P>
 using Probe = test::DecoderProbe<DecoderGlavor, AngleCheckParam, P>;
 
-/// One return as a test states it. The defaults measure about 24 m with full strength.
-struct Return {
-  unsigned column = 20;
-  unsigned row = 10;
-  unsigned tof = 6400;
-  unsigned width = 3000;
-  unsigned width_ref = 1500;
-  unsigned peak = 60000;
-};
-
-constexpr Return kMarker{0x7F, 0xBF};
 constexpr std::size_t kPosition = 20 + 256 * 10;  // of the default return
 
 struct Packet : test::PacketBytes<1360, Packet> {
@@ -75,25 +66,9 @@ TEST(GlavorPoints, AReturnBecomesACalibratedPointWithoutATime) {
 
 TEST(GlavorFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
   for (const std::size_t at : {0U, 10U, 31U}) {
-    Probe<PointTime> probe;
-    Packet packet = Packet().Block(at, kMarker).Put(1315, 2, 0x1234).Put(1317, 2, 1440);
-    packet.Put(1319, 2, 1025).Put(1333, 1, 0xA5);
-    EXPECT_FALSE(probe.Decode(Packet()));
-    EXPECT_TRUE(probe.Decode(packet));
-    ASSERT_EQ(probe.frames.size(), 1U);
-    const PointCloud<PointTime>& frame = *probe.frames[0];
-    EXPECT_EQ(frame.points.size(), 64U) << "blocks after the marker belong to the closing frame";
-    EXPECT_EQ(frame.timestamp, 0.0);
-    EXPECT_EQ(probe.last_rings, 192);
-    EXPECT_EQ(frame.frame_word, 0x1234);
-    EXPECT_EQ(frame.temperature_a, 26.0);
-    EXPECT_EQ(frame.temperature_b, 0.0625);
-    EXPECT_EQ(frame.status, 0xA5);
-    std::uint16_t start = 0;
-    EXPECT_TRUE(probe.decoder.toSplite(packet.data(), packet.size(), start));
-    EXPECT_EQ(start, at + 1);
-    EXPECT_FALSE(probe.Decode(packet, start)) << "playback begins behind the marker";
-    EXPECT_EQ(probe.points().size(), 31 - at);
+    Packet marked = Packet().Block(at, kMarker).Put(1315, 2, 0x1234).Put(1317, 2, 1440);
+    marked.Put(1319, 2, 1025).Put(1333, 1, 0xA5);
+    test::ExpectMarkerClosesFrame<Probe<PointTime>>(Packet(), marked, {32, at, 0.0});
   }
 }
 

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <limits>
 #include <tuple>
 
 #include "decoder/RangeChain.h"
@@ -117,24 +116,9 @@ TEST(JuniqGates, GatedAndNullPointsStayInTheCloudAtTheOriginAfterTheTransform) {
 
 TEST(JuniqFrame, TheMarkerClosesTheFrameAfterItsWholePacket) {
   for (const std::size_t at : {0U, 10U, 63U}) {
-    JuniqProbe<Point> probe;
-    const JuniqPacket packet = JuniqPacket().Block(at, kMarker).Header(0x1234, 1440, 1025, 0xA5);
-    EXPECT_FALSE(probe.Decode(JuniqPacket().Second(57)));
-    EXPECT_TRUE(probe.Decode(packet));
-    ASSERT_EQ(probe.frames.size(), 1U);
-    const PointCloud<Point>& frame = *probe.frames[0];
-    EXPECT_EQ(frame.points.size(), 128U) << "blocks after the marker belong to the closing frame";
-    EXPECT_EQ(frame.timestamp, kPacketTime - 1) << "time of the frame's first packet";
-    EXPECT_EQ(probe.last_rings, 192);
-    EXPECT_EQ(frame.frame_word, 0x1234);
-    EXPECT_EQ(frame.temperature_a, 26.0);
-    EXPECT_EQ(frame.temperature_b, 0.0625);
-    EXPECT_EQ(frame.status, 0xA5);
-    std::uint16_t start = 0;
-    EXPECT_TRUE(probe.decoder.toSplite(packet.data(), packet.size(), start));
-    EXPECT_EQ(start, at + 1);
-    EXPECT_FALSE(probe.Decode(packet, start)) << "playback begins behind the marker";
-    EXPECT_EQ(probe.points().size(), 63 - at);
+    test::ExpectMarkerClosesFrame<JuniqProbe<Point>>(
+        JuniqPacket().Second(57), JuniqPacket().Block(at, kMarker).Header(0x1234, 1440, 1025, 0xA5),
+        {64, at, kPacketTime - 1});  // the time of the frame's first packet
   }
 }
 
@@ -143,9 +127,6 @@ TEST(JuniqFrame, APacketWithoutMarkerHasNoSplit) {
   std::uint16_t start = 77;
   const JuniqPacket near_misses = JuniqPacket().Block(0, {0x7F, 0xBE}).Block(1, {0x7E, 0xBF});
   EXPECT_FALSE(probe.decoder.toSplite(near_misses.data(), near_misses.size(), start));
-  EXPECT_FALSE(probe.decoder.SplitFrame(nullptr, 1104, start));
-  EXPECT_FALSE(probe.decoder.DecodeMsopPacket(nullptr, 1104, 0));
-  EXPECT_FALSE(probe.decoder.DecodeMsopPacket(JuniqPacket().Block(0, kMarker).data(), 1103, 0));
   for (const unsigned behind : {64U, 65U, 65535U}) {
     probe.Decode(JuniqPacket(), static_cast<std::uint16_t>(behind));
   }

@@ -6,8 +6,6 @@
 #include <future>
 
 #include "orliq/clouds/CloudPool.h"
-#include "orliq/clouds/PointSpread.h"
-#include "orliq/verbs/LiveTally.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {

@@ -2,10 +2,7 @@
 #include "simulator/sending/PcapWriter.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <cerrno>
-#include <csignal>
 #include <fstream>
 
 #include "support/TempDir.h"

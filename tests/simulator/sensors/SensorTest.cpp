@@ -4,11 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "multi_driver/SensorModels.h"
-#include "simulator/sensors/BeamMeter.h"
-#include "simulator/sensors/ImuMotion.h"
 #include "support/SimulatedDecoding.h"
 #include "support/TempDir.h"
 
@@ -60,21 +57,6 @@ TEST(Sensors, WithFrameWordsSendTheFramesNumberTemperaturesAndStatus) {
     EXPECT_NEAR(decoding.cloud->temperature_a, 45.0, 2.1);
     EXPECT_NEAR(decoding.cloud->temperature_b, 40.0, 1.1);
     EXPECT_EQ(decoding.cloud->status, 1);
-  }
-}
-
-// Gravity stands still while the mount turns, so the acceleration changes by its turning alone.
-TEST(ImuMotion, TurnsAboutEachAxisAsItsAccelerationTells) {
-  constexpr double kStep = 1e-4;  // [s]
-  for (double t = 0.1; t < 20.0; t += 0.7) {
-    const auto& [w, a] = SwayAt(t);
-    const Vec3 before = SwayAt(t - kStep).acceleration;
-    const Vec3 after = SwayAt(t + kStep).acceleration;
-    EXPECT_NEAR((after.x - before.x) / (2 * kStep), w.z * a.y - w.y * a.z, 1e-6) << t;
-    EXPECT_NEAR((after.y - before.y) / (2 * kStep), w.x * a.z - w.z * a.x, 1e-6) << t;
-    EXPECT_NEAR((after.z - before.z) / (2 * kStep), w.y * a.x - w.x * a.y, 1e-6) << t;
-    EXPECT_NEAR(std::hypot(a.x, a.y, a.z), 9.81, 1e-9);
-    EXPECT_GT(a.z, 9.8) << "at rest along +z";
   }
 }
 
