@@ -90,8 +90,9 @@ class ORLIQ_API OrliqDriver {
   /// sensor.
   bool SetLocalFrame(const int& frame);
 
-  /// Whether a frame of a capture file that SetLocalFrame has asked for still plays. Once it does not,
-  /// the driver leaves the cloud that it fills alone until the next request. False for a live sensor.
+  /// Whether a frame of a capture file that SetLocalFrame has asked for still plays, or one of its
+  /// packets is still being decoded after GetLocalFileStatus or Stop. While it is false the driver
+  /// leaves the cloud that it fills alone, until the next request. False for a live sensor.
   bool IsLocalFramePlaying() const;
 
   /// Stores the number of frames of the capture file in `status` and ends a frame that is still

@@ -57,6 +57,7 @@ struct PcapManager<T>::Impl {
 
   int requested_frame = kNoFrame;    // accepted and not yet begun; guarded by mutex
   bool playing = false;              // a frame is requested or being decoded; guarded by mutex
+  std::atomic<bool> busy{false};     // a record is being decoded; set with mutex held
   unsigned generation = 0;           // of the last accepted request; guarded by mutex
   unsigned playing_generation = 0;   // of the frame being decoded; the worker's own
   int foreign_records = 0;           // in a row; the worker's own
@@ -141,6 +142,7 @@ void PcapManager<T>::Impl::PlayOn() {
   } else {
     PlayRecord();
   }
+  busy = false;
 }
 
 /// Waits until a frame plays; false when the worker shall stop. A frame that has not begun yet is
@@ -151,6 +153,7 @@ bool PcapManager<T>::Impl::WaitForFrame(std::optional<FramePosPackage>& requeste
   std::unique_lock<std::mutex> lock(mutex);
   wake.wait(lock, [this] { return playing || !worker.Running(); });
   if (!worker.Running()) return false;
+  busy = true;  // before anybody can end the frame that the record belongs to
   if (requested_frame == kNoFrame) return true;
   playing_generation = generation;
   requested = *frames[static_cast<std::size_t>(std::exchange(requested_frame, kNoFrame))];
@@ -290,7 +293,7 @@ bool PcapManager<T>::PlayLocalFileFrame(const int& index) {
 template <typename T>
 bool PcapManager<T>::IsLocalFramePlaying() const {
   const std::lock_guard<std::mutex> lock(impl_->mutex);
-  return impl_->playing;
+  return (impl_->playing && impl_->worker.Running()) || impl_->busy;
 }
 
 template <typename T>

@@ -36,8 +36,8 @@ class PcapManager final : public DriverManager<T> {
   /// manager.
   bool PlayLocalFileFrame(const int& index) override;
 
-  /// False between the frames, when the worker touches neither decoder nor cloud, unless
-  /// GetLocalFileStatus has ended the last one: a packet may then still be decoded.
+  /// True while a requested frame plays and while one of its packets is being decoded, although
+  /// GetLocalFileStatus or Stop has ended it. The worker touches no cloud while it is false.
   bool IsLocalFramePlaying() const override;
   bool GetCalibrationStatus(CalibrationStatus& status) const override;
   void Abandon() override;

@@ -127,7 +127,7 @@ TEST_F(PlaybackTest, AskingForTheStatusEndsAFrameInWhicheverCallbackItIs) {
       int frames = 0;
       EXPECT_TRUE(probe.driver->GetLocalFileStatus(frames));
       EXPECT_EQ(frames, 3);
-      EXPECT_FALSE(probe.driver->IsLocalFramePlaying());
+      EXPECT_TRUE(probe.driver->IsLocalFramePlaying()) << "its packet is still being decoded";
       EXPECT_TRUE(probe.driver->SetLocalFrame(2)) << "at once: the old frame is over";
     });
     hold.go.set_value();
@@ -151,6 +151,7 @@ TEST_F(PlaybackTest, ARestartIndexesFromWhereTheFileStands) {
   EXPECT_THAT(Runs(*probe.Play(3)), ElementsAre(std::pair(5, 64)));
   probe.driver->Stop();
   EXPECT_TRUE(probe.driver->SetLocalFrame(0)) << "accepted, but nobody is there to play it";
+  EXPECT_FALSE(probe.driver->IsLocalFramePlaying());
   ASSERT_TRUE(probe.driver->Start() && probe.Request(1) && probe.WaitFor(3));
   EXPECT_EQ(probe.frames[2]->points.size(), 181U) << "forgotten by the restart";
 }

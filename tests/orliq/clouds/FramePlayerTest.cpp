@@ -9,45 +9,53 @@
 #include "support/CaptureBuilder.h"
 #include "support/Playback.h"
 #include "support/TempDir.h"
+#include "support/TickingClock.h"
 
 namespace orliq::cli {
 namespace {
 
 using Cloud = PointCloud<Point>;
 
-/// A driver on its own gives 192 points, then the rest of the Corvik's first frame, and each later
-/// Kelvane frame the first packet of which stands in the cloud already.
+/// A driver on its own gives the first frame in two clouds, or nothing but the first of them when the
+/// capture's first packet is refused, or with the next one in it when the capture ends just behind a
+/// mark; and each later Kelvane frame with its first packet twice.
 TEST(FramePlayer, GivesAFrameOnceAndWholeWhateverWasPlayedBefore) {
   const struct {
     const char* model;
-    unsigned packets;                 // of a frame, numbered at the offset
-    std::size_t offset;               // of the number
+    int packets, offset;              // of a frame, and of the number in each
+    int begin, end, refused;          // packets from the first frame's start; of them, the first
     std::vector<std::size_t> points;  // of the frames
-  } rows[] = {{"kelvane", 20, 5, {20 * 260, 20 * 260, 20 * 260}},
-              {"corvik", 56, 24, {57 * 192, 57 * 192 - 1, 56 * 192 - 1}}};
+    std::optional<std::size_t> extra[2];  // ahead of the first that is played: frame 0, 1
+  } rows[] = {{"kelvane", 40, 5, 0, 120, 1, {39 * 260, 40 * 260, 40 * 260}, {}},
+              {"kelvane", 40, 5, 20, 85, 0, {20 * 260, 40 * 260, 5 * 260}, {}},
+              {"corvik", 56, 24, 0, 168, 0, {57 * 192, 57 * 192 - 1, 56 * 192 - 1}, {}},
+              {"corvik", 56, 24, 0, 112, 1, {56 * 192, 56 * 192 - 1}, {{}, 191}},
+              {"corvik", 56, 24, 0, 56, 0, {56 * 192}, {192}}};
+  const test::TickingClock clock;
   for (const auto& row : rows) {
     const Model& model = *lidar::FindSensorModel(row.model);
     test::CaptureBuilder capture;
-    for (unsigned i = 0; i < 3 * row.packets; ++i) {
+    for (int i = row.begin; i < row.end; ++i) {
       test::Bytes packet(model.packet_bytes);
       std::copy_n(model.identifier.begin(), model.identifier_bytes, packet.begin());
-      packet[row.offset] = static_cast<std::uint8_t>(1 + i % row.packets);
+      if (row.refused != 0 && i == 0) packet[0] = 0;
+      packet[static_cast<std::size_t>(row.offset)] = static_cast<std::uint8_t>(1 + i % row.packets);
       capture.Udp(packet);
     }
     const test::TempDir dir;
     auto param = test::Playback<Point>::Param(capture.Write(dir / "c.pcap"), "", model.type);
-    for (const int first : {0, 1}) {
-      FramePlayer<Cloud> player(model.frame_mark);
-      ASSERT_TRUE(player.Open(param, ""));
-      ASSERT_EQ(player.WaitForIndex(), 3);
+    const auto frames = static_cast<int>(row.points.size());
+    for (int first = 0; first < std::min(frames, 2); ++first) {
+      FramePlayer<Cloud> player(model);
+      ASSERT_EQ(player.Open(param, "") ? player.WaitForIndex() : -1, frames);
       std::vector<std::size_t> points(row.points.begin(), row.points.begin() + first);
-      test::MustEnd("the player", [&] {
-        player.Play(first, 3, [&](const FramePlayer<Cloud>::Frame& frame) {
-          EXPECT_EQ(frame.early_points.has_value(), frame.entry == first) << row.model;
-          points.push_back(frame.cloud->points.size());
-        });
-      });
+      const auto take = [&](const FramePlayer<Cloud>::Frame& frame) {
+        EXPECT_EQ(frame.early_points, frame.entry == first ? row.extra[first] : std::nullopt);
+        points.push_back(frame.cloud->points.size());
+      };
+      test::MustEnd("the player", [&] { player.Play(0, first, frames, take); });
       EXPECT_EQ(points, row.points) << row.model << " from frame " << first;
+      EXPECT_EQ(player.Faults()[0x42], row.refused * (2 - first)) << "indexing, and in frame 0";
     }
   }
 }

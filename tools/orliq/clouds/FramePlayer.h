@@ -21,11 +21,12 @@ namespace orliq::cli {
 
 /// Plays frames of a capture one after the other through the public driver.
 ///
-/// Models whose first packet bounds a frame need care, so that a frame is the same whatever was played
-/// before it: their decoders remember the packet before. After indexing that is the last one of the
-/// capture, and the first frame comes in two clouds, of which the first holds no more than its first
-/// packet: they are joined. After a frame it is the first packet of the next frame, which may stand in
-/// the new cloud already though it will be decoded once more: that cloud is emptied.
+/// The decoders that compare a packet with the one before need care, so that a frame is the same
+/// whatever was played before it. After indexing they know the last packet of the capture, by which a
+/// frame may end in its first packets or swallow the next one. So another entry is played ahead, for
+/// nothing, and leaves the first packet of the entry behind it. That packet may stand in the new cloud
+/// already though it will be decoded once more: the cloud is emptied. Where no entry ahead ends at a
+/// mark, as in a capture without one, the first frame may come in two clouds: they are joined.
 ///
 /// Threads: call it from one thread. Clouds arrive on the driver's thread and are handed on to the
 /// caller's; while the caller works on one frame, the driver decodes the next. At most kRoom clouds
@@ -44,7 +45,8 @@ class FramePlayer {
     std::optional<std::size_t> early_points;  ///< that the driver gave in a cloud ahead of this one
   };
 
-  explicit FramePlayer(lidar::FrameMark mark) : joins_(mark == lidar::FrameMark::First) {}
+  explicit FramePlayer(const lidar::SensorModel& model)
+      : remembers_(model.decodes_points && model.frame_mark == lidar::FrameMark::First) {}
   ~FramePlayer() { Stop(); }
   FramePlayer(const FramePlayer&) = delete;
   FramePlayer& operator=(const FramePlayer&) = delete;
@@ -55,8 +57,8 @@ class FramePlayer {
         [this](std::shared_ptr<Cloud> cloud) { Arrive(std::move(cloud)); },
         [this] { return EmptyCloud(); });
     driver_.RegisterExceptionCallBack([this](const lidar::Error& error) {
-      const std::lock_guard lock(faults_mutex_);
-      ++faults_[error.code];
+      const std::lock_guard lock(mutex_);
+      if (!discard_) ++faults_[error.code];
     });
     return driver_.SetSourceAddress(source) && driver_.InitDriver(param) && driver_.Start();
   }
@@ -73,26 +75,26 @@ class FramePlayer {
 
   /// Plays the entries `first` to before `last`, which must be there, and hands every cloud to
   /// `sink(frame)` in order; false when the user interrupted it. The driver has stopped when it
-  /// returns.
+  /// returns. A decoder that remembers plays `ahead` before, and nobody sees it.
   template <typename Sink>
-  bool Play(int first, int last, const Sink& sink) {
-    bool more = true;
+  bool Play(int ahead, int first, int last, const Sink& sink) {
+    bool more = !remembers_ || Request(ahead, true, sink);
     for (int entry = first; more && entry < last; ++entry) {
       more = Request(entry, false, sink);
       HandOn(sink, 0);
       more = more && WaitForCloud();
     }
-    // The driver takes a further request only once the last frame has ended, and a frame whose
-    // mark was lost ends later than its first cloud.
-    more = more && Request(first, true, sink);
+    // A frame whose mark was lost ends later than its first cloud.
+    more = more && Wait(sink, [this] { return Finish(); });
     Stop();
     HandOn(sink, 0);
     return more;
   }
 
-  /// Reports of refused packets by error code. The driver makes one in two seconds at most.
+  /// Reports of refused packets by error code, while indexing and of what was handed on. The driver
+  /// makes one in two seconds at most.
   std::map<std::uint32_t, std::uint64_t> Faults() {
-    const std::lock_guard lock(faults_mutex_);
+    const std::lock_guard lock(mutex_);
     return faults_;
   }
 
@@ -101,32 +103,40 @@ class FramePlayer {
   static constexpr auto kPoll = std::chrono::microseconds(200);
   static constexpr auto kInterruptPoll = std::chrono::milliseconds(50);
 
-  /// Asks until the driver is free; false when the user interrupts it. The lock spans request and
-  /// bookkeeping, so that no cloud of the new frame can arrive before `entry_` names it. A cloud
-  /// that waits alone stays, to be worked on while the driver decodes the new frame.
-  template <typename Sink>
-  bool Request(int entry, bool discard, const Sink& sink) {
+  /// Asks with mutex_ held until the answer is yes; false when the user interrupts it. A cloud that
+  /// waits alone stays, to be worked on while the driver decodes the next frame.
+  template <typename Sink, typename Ask>
+  bool Wait(const Sink& sink, const Ask& ask) {
     for (; !InterruptRequested(); std::this_thread::sleep_for(kPoll)) {
       HandOn(sink, 1);
       const std::lock_guard lock(mutex_);
+      if (ask()) return true;
+    }
+    return false;
+  }
+
+  /// Requests an entry once the driver is free; false when the user interrupts it. The lock spans
+  /// request and bookkeeping, so that no cloud of the new frame can arrive before `entry_` names it.
+  template <typename Sink>
+  bool Request(int entry, bool discard, const Sink& sink) {
+    return Wait(sink, [=] {
       const Clock::time_point now = Clock::now();
-      if (driver_.IsLocalFramePlaying()) continue;
-      if (joins_) FinishFrame();
-      if (!driver_.SetLocalFrame(entry)) continue;
+      if (!Finish() || !driver_.SetLocalFrame(entry)) return false;
       entry_ = entry;
       discard_ = discard;
       answered_ = false;
       since_ = now;
       return true;
-    }
-    return false;
+    });
   }
 
-  /// The driver is idle: its clouds of the last frame are complete, and the one to be filled next is
-  /// left alone. With mutex_ held.
-  void FinishFrame() {
+  /// False while the driver plays. Afterwards its clouds of the last frame are complete, and the one
+  /// to be filled next is left alone. With mutex_ held.
+  bool Finish() {
+    if (driver_.IsLocalFramePlaying()) return false;
     if (filling_) filling_->points.clear();
     if (joined_.cloud) arrived_.push_back(std::exchange(joined_, {}));
+    return true;
   }
 
   /// Until the frame that was requested last gave a cloud; false when the user interrupts it.
@@ -139,6 +149,7 @@ class FramePlayer {
   void Stop() {
     {
       const std::lock_guard lock(mutex_);
+      Finish();  // of an interrupted playback a whole frame may be left
       discard_ = true;
     }
     room_.notify_all();
@@ -154,7 +165,7 @@ class FramePlayer {
     since_ = Clock::now();
     answered_ = true;
     Frame frame = {entry_, std::move(cloud), seconds.count(), std::nullopt};
-    if (joins_) {
+    if (remembers_) {
       Join(std::move(frame));
     } else {
       arrived_.push_back(std::move(frame));
@@ -179,7 +190,7 @@ class FramePlayer {
     auto cloud = std::make_shared<Cloud>();
     cloud->points.reserve(usual_points_);
     const std::lock_guard lock(mutex_);
-    if (joins_) filling_ = cloud;
+    if (remembers_) filling_ = cloud;
     return cloud;
   }
 
@@ -195,19 +206,18 @@ class FramePlayer {
     for (const Frame& frame : frames) sink(frame);
   }
 
-  const bool joins_;  // one frame for all the clouds of a request
+  const bool remembers_;  // the decoder, the packet before: one frame for all clouds of a request
   std::mutex mutex_;
   std::condition_variable arrival_;
   std::condition_variable room_;
   std::vector<Frame> arrived_;      // guarded by mutex_
   Frame joined_ = {};               // of the request that plays; guarded by mutex_
-  std::shared_ptr<Cloud> filling_;  // the driver's, while joins_; guarded by mutex_
+  std::shared_ptr<Cloud> filling_;  // the driver's, if it remembers_; guarded by mutex_
   int entry_ = -1;                  // guarded by mutex_
   bool answered_ = false;           // guarded by mutex_
   bool discard_ = false;            // guarded by mutex_
   Clock::time_point since_;         // guarded by mutex_
-  std::mutex faults_mutex_;
-  std::map<std::uint32_t, std::uint64_t> faults_;  // guarded by faults_mutex_
+  std::map<std::uint32_t, std::uint64_t> faults_;  // guarded by mutex_
   std::size_t usual_points_ = 0;                   // of the driver's thread once it runs
   OrliqDriver<Cloud> driver_;  // last, so that its thread ends before anything it uses
 };

@@ -84,7 +84,7 @@ template <typename Cloud>
 class Playback {
  public:
   Playback(const PlayOptions& options, const Plan& plan, const Console& console)
-      : options_(options), plan_(plan), quiet_(console.Quiet()), player_(plan.model->frame_mark) {
+      : options_(options), plan_(plan), quiet_(console.Quiet()), player_(*plan.model) {
     tally_.model = plan.model;
     tally_.keep_partial = options.partial;
     tally_.marks = plan.survey.frames.empty() ? 0 : plan.survey.frames.size() - 1;
@@ -145,7 +145,20 @@ class Playback {
       // Of the frame itself further clouds may come.
       bar.Update(static_cast<std::uint64_t>(frame.entry - tally_.first));
     };
-    tally_.interrupted = !player_.Play(tally_.first, tally_.last, take);
+    tally_.interrupted = !player_.Play(EntryAhead(), tally_.first, tally_.last, take);
+  }
+
+  /// The entry before the first played one, at whose end the decoder knows the packet that comes. The
+  /// capture's beginning has none before it; the number that starts a frame is below all others, so
+  /// it follows well there. The entry with most packets has not lost its first.
+  int EntryAhead() const {
+    const auto& frames = plan_.survey.frames;
+    if (tally_.first > 0) return tally_.first - 1;
+    if (frames.size() < 2) return 0;
+    const auto fullest = std::max_element(
+        frames.begin() + 1, frames.end(),
+        [](const FrameRecords& a, const FrameRecords& b) { return a.packets < b.packets; });
+    return std::min(static_cast<int>(fullest - frames.begin()), tally_.entries) - 1;
   }
 
   void Take(const typename FramePlayer<Cloud>::Frame& frame) {
