@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "orliq/capture/FrameRemarks.h"
 #include "orliq/capture/SurveyText.h"
 #include "support/CaptureBuilder.h"
 #include "support/Playback.h"
@@ -107,6 +108,8 @@ TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
     std::vector<std::uint64_t> packets;
     int first, last;
     const char* model = "juniq";
+    std::size_t torn = 0;
+    const char* joined = "";  // beginning of the remark
   } rows[] = {
       {"begins with a frame's first packet", {768, 768, 768, 0}, 0, 3},
       {"begins one packet later", {767, 768, 768, 0}, 1, 3},
@@ -120,6 +123,10 @@ TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
       {"one mark between two whole frames", {56, 56}, 0, 2, "kelvane"},
       {"or behind a part of one", {55, 56}, 1, 2, "kelvane"},
       {"or before it", {56, 55}, 0, 1, "kelvane"},
+      {"one mark amid a frame of fixed length", {50, 50}, 1, 1, "corvik"},
+      {"and close to its end", {51, 3}, 0, 1, "corvik"},
+      {"packets of two sensors alternate", {9, 27, 28, 2, 28, 9}, 1, 5, "corvik", 2},
+      {"marks were lost", {200, 100, 151, 100, 150, 0}, 0, 5, "juniq", 0, "frames 0, 2 have"},
       {"a counter that fell bounds no frame", {9, 9, 9}, 0, 0, "brantis"},
   };
   for (const auto& row : rows) {
@@ -128,6 +135,9 @@ TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
     const WholeFrames whole = FindWholeFrames(frames, *lidar::FindSensorModel(row.model));
     EXPECT_EQ(whole.first, row.first) << row.why;
     EXPECT_EQ(whole.last, row.last) << row.why;
+    EXPECT_EQ(whole.torn.size(), row.torn) << row.why;
+    const std::string joined = JoinedText(frames, *lidar::FindSensorModel(row.model));
+    EXPECT_EQ(joined.substr(0, 16), row.joined) << row.why;
   }
 }
 
@@ -168,10 +178,11 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
     const char* model;
     std::size_t offset;
     std::vector<unsigned> numbers;
-    std::vector<std::uint64_t> packets;  // of the frames of each flow
-    std::vector<unsigned> late;          // of the second sensor
+    std::vector<std::int64_t> packets;  // of the frames of each flow; negative when falsely bound
+    std::vector<unsigned> late;         // of the second sensor
   } rows[] = {
       {"corvik", 24, {30, 55, 0, 1, 55, 0, 0}, {2, 3, 2}, {8, 9, 1, 2, 3, 0, 1}},
+      {"corvik", 24, {54, 0, 28, 1, 55, 27, 56, 0}, {1, -2, -2, -2, -1}, {}},
       {"kelvane", 5, {1, 2, 12, 1, 5, 12, 1}, {3, 3, 1}, {20, 29, 38, 3, 4, 12, 1}},
       {"brantis", 26, {5, 10, 20, 3, 10, 20, 4}, {3, 4}, {9, 8, 8, 9}},
       {"hestra", 24, {3, 2, 1}, {3}, {2, 1, 0}},
@@ -186,8 +197,10 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
       capture.Record(Patched(CaptureBuilder::Frame(late, 2368), 29, 201));
     }
     const auto survey = Survey(capture, 2368, 0, &model);
-    std::vector<std::uint64_t> packets;
-    for (const FrameRecords& frame : survey.flows.at(0).frames) packets.push_back(frame.packets);
+    std::vector<std::int64_t> packets;
+    for (const FrameRecords& frame : survey.flows.at(0).frames) {
+      packets.push_back(static_cast<std::int64_t>(frame.packets) * (frame.falsely_bound ? -1 : 1));
+    }
     EXPECT_EQ(packets, row.packets) << row.model;
     const test::TempDir dir;
     test::Playback<Point> playback;
@@ -198,10 +211,12 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
 
 TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
   for (const char* const name : {"glavor", "fennix", "corvik", "brantis", "hestra"}) {
-    const test::SimulatedCapture sensor(2, {}, name);
+    const test::SimulatedCapture sensor(4, {}, name);
     const Model& model = *lidar::FindSensorModel(name);
     const auto survey = SurveyCapture(sensor.capture, {}, {});
     EXPECT_EQ(survey.flows.at(0).hints.Find().model, &model) << name;
+    const auto advice = WhyNothingFits(survey, {}, lidar::FindSensorModel("kelvane"));
+    EXPECT_NE(advice.find(std::string("try --model ") + name), std::string::npos) << advice;
     for (const Model& other : lidar::SensorModels()) {
       if (other.packet_bytes != model.packet_bytes) continue;
       EXPECT_EQ(OtherModelText(survey, other).empty(), &other == &model) << name << other.name;
@@ -209,7 +224,7 @@ TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
   }
   std::mt19937 random(1);
   const Bytes corvik = test::SimulatedCapture(1, {}, "corvik").packets[0];
-  ModelHints blocks, noise, lines, leaps;
+  ModelHints blocks, noise, lines, leaps, undated, few, mixed;
   const auto add = [](ModelHints& hints, const Bytes& packet) {
     hints.Add(packet.data(), packet.size());
   };
@@ -221,9 +236,13 @@ TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
       add(size == 1236 ? noise : blocks, packet);
     }
     add(lines, Patched(corvik, 24, 56));  // one more than the sensor has
-    add(leaps, Numbered(*lidar::FindSensorModel("brantis"), 26 + i / 2 % 2, i));
+    const Model& brantis = *lidar::FindSensorModel("brantis");
+    add(leaps, Numbered(brantis, 26 + i / 2 % 2, i));
+    add(undated, Patched(Numbered(brantis, 26, i), 24, static_cast<std::uint8_t>(i % 56)));
+    add(few, Patched(Numbered(brantis, 26, i / 40), 99, 1));  // two steps, as damage makes
+    for (int k = 0; k < 3; ++k) add(mixed, i < 40 ? Numbered(brantis, 26, i) : corvik);
   }
-  for (const auto* const hints : {&blocks, &noise, &lines, &leaps}) {
+  for (const auto* const hints : {&blocks, &noise, &lines, &leaps, &undated, &few, &mixed}) {
     EXPECT_EQ(hints->Find().model, nullptr);
   }
 }
