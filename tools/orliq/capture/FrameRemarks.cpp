@@ -27,10 +27,9 @@ std::uint64_t UsualPackets(const std::vector<FrameRecords>& frames, const Model&
 std::string TornText(const std::vector<FrameRecords>& frames, const Model& model) {
   const std::size_t torn = FindWholeFrames(frames, model).torn.size();
   if (torn == 0) return {};
-  return Count(torn, "frame") + " of " + Grouped(frames.size()) + (torn == 1 ? " is" : " are") +
-         " no more than a piece: the packets come out of order, or are of two sensors, or most of "
-         "a "
-         "frame are lost";
+  return Grouped(torn) + " of " + Count(frames.size(), "frame") +
+         (torn == 1 ? " is a mere piece" : " are mere pieces") +
+         ": packets come out of order, are of two sensors, or too many of them are lost";
 }
 
 std::string JoinedText(const std::vector<FrameRecords>& frames, const Model& model) {
