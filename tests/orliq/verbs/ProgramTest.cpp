@@ -23,7 +23,6 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   dir_.Write("four/weight.csv", "a,1\n");
   CaptureBuilder().Write(dir_ / "empty.pcap");
   const test::Refusal rows[] = {
-      {"--quiet", 2, "name a verb"},
       {"--quiet robin", 2, "there is no verb robin"},
       {"play room.pcap --model robin", 2, "use one of juniq"},
       {"live --model hestra --port 9 --frames 3", 2, "use --duration"},
