@@ -32,8 +32,7 @@ std::set<int> FindTorn(const std::vector<FrameRecords>& frames, const Model& mod
 
 /// Packets that a whole frame has at least, judged by the frames between two marks: the fewest of
 /// them, where one that lost more than a tenth is no measure. With one mark there is no such frame,
-/// and nothing is certain: what follows the mark is the measure, or of a mark that comes first the
-/// larger part, unless the number is fixed.
+/// and nothing is certain: the larger of the two parts is the measure, unless the number is fixed.
 std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames, const Model& model,
                            const std::set<int>& torn) {
   std::vector<std::uint64_t> packets;
@@ -41,11 +40,7 @@ std::uint64_t LeastPackets(const std::vector<FrameRecords>& frames, const Model&
     if (torn.count(static_cast<int>(i)) == 0) packets.push_back(frames[i].packets);
   }
   if (packets.empty() && FixedPackets(model) > 0) return (9 * FixedPackets(model) + 9) / 10;
-  if (packets.empty()) {
-    const std::uint64_t behind = frames.back().packets;
-    const bool last = model.frame_mark == lidar::FrameMark::Last;
-    return last ? behind : std::max(behind, frames.front().packets);
-  }
+  if (packets.empty()) return std::max(frames.front().packets, frames.back().packets);
   std::sort(packets.begin(), packets.end());
   const std::uint64_t median = packets[packets.size() / 2];
   return *std::find_if(packets.begin(), packets.end(),

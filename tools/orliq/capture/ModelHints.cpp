@@ -75,9 +75,8 @@ void ModelHints::AddLine(const std::uint8_t* payload) {
   std::memcpy(&corvik, payload, sizeof corvik);
   lidar::BrantisMsop brantis;
   std::memcpy(&brantis, payload, sizeof brantis);
-  const bool dated = IsDate(corvik.utc);
-  if (corvik.line < kCorvikLines && dated) ++like_corvik_;
-  if (corvik.line < kCorvikLines && (dated || corvik.line > 0)) ++lines_;
+  if (corvik.line < kCorvikLines && IsDate(corvik.utc)) ++like_corvik_;
+  if (corvik.line < kCorvikLines && corvik.line > 0) ++lines_;
   if (std::all_of(payload + sizeof corvik.identifier, payload + sizeof corvik,
                   [](std::uint8_t byte) { return byte == 0; })) {
     ++empty_;
