@@ -101,11 +101,10 @@ TEST(CaptureSurvey, NamesTheReasonForEveryRecordThatCannotBePlayed) {
   EXPECT_TRUE(cooked.flows.empty());
 }
 
-/// So many packets a frame.
 TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
   const struct {
     const char* why;
-    std::vector<std::uint64_t> packets;
+    std::vector<std::uint64_t> packets;  // of each frame
     int first, last;
     const char* model = "juniq";
     const char* remark = "";  // how it begins
@@ -177,7 +176,7 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
     std::vector<unsigned> late;          // of the second sensor
   } rows[] = {
       {"corvik", 24, {30, 55, 0, 1, 55, 0, 0}, {2, 3, 2}, {8, 9, 1, 2, 3, 0, 1}},
-      {"corvik", 24, {54, 0, 28, 1, 55, 27, 56, 0}, {1, 0, 0, 0, 0}, {}},
+      {"corvik", 24, {28, 0, 27, 0, 56, 0}, {1, 0, 0, 0}, {}},
       {"kelvane", 5, {1, 2, 12, 1, 5, 12, 1}, {3, 3, 1}, {20, 29, 38, 3, 4, 12, 1}},
       {"brantis", 26, {5, 10, 20, 3, 10, 20, 4}, {3, 4}, {9, 8, 8, 9}},
       {"hestra", 24, {3, 2, 1}, {3}, {2, 1, 0}},
