@@ -119,7 +119,7 @@ TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
       {"one mark behind a part of a frame", {55, 56}, 1, 2, "kelvane"},
       {"or before it", {56, 55}, 0, 1, "kelvane"},
       {"nine tenths of a fixed number and less", {51, 50}, 0, 1, "corvik"},
-      {"packets of two sensors", {9, 27, 28, 2, 28, 9}, 1, 5, "corvik", "2 of 6 frames ar"},
+      {"packets of two sensors", {27, 27, 28, 2, 28, 27}, 1, 5, "corvik", "2 of 6 frames ar"},
       {"marks were lost", {200, 100, 151, 100, 150, 0}, 0, 5, "juniq", "frames 0, 2 have"},
       {"a counter that fell bounds no frame", {9, 9, 9}, 0, 0, "brantis"},
   };

@@ -13,13 +13,13 @@ namespace {
 
 using Factory = lidar::DecoderFactory<PointCloud<Point>>;
 
-/// Packets that a frame has if none is lost; 0 for models of which that is not fixed, or that cannot
-/// tear a frame. A Corvik sends a packet for each line.
+/// Packets that a frame has if none is lost: of a Corvik one for each line; 0 for the other models.
 std::uint64_t FixedPackets(const Model& model) {
   return model.type == lidar::LidarType::Corvik ? model.rings : 0;
 }
 
-/// Of two sensors whose packets alternate, the bounds look good and the frames have some packets only.
+/// Frames beside a false bound. Where the packets of two sensors alternate, bounds may look good, but
+/// the frames between them have few packets.
 std::set<int> FindTorn(const std::vector<FrameRecords>& frames, const Model& model) {
   std::set<int> torn;
   for (std::size_t i = 0; i < frames.size(); ++i) {

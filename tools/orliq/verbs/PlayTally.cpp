@@ -101,8 +101,9 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
     if (list.size() > kPartialShown) continue;
     text += (text.empty() ? "" : ", ") + std::to_string(frame) + " with " + Count(points, "point");
   }
-  if (list.size() > kPartialShown)
+  if (list.size() > kPartialShown) {
     text += ", and " + Grouped(list.size() - kPartialShown) + " more";
+  }
   report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list),
              (tally.keep_partial ? "kept: " : "left out: ") + text);
 }
