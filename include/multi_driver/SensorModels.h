@@ -29,11 +29,11 @@ struct ORLIQ_API SensorModel {
   std::array<std::uint8_t, 8> identifier;  ///< how every packet begins
   std::uint16_t rings;                     ///< channels
   std::uint16_t blocks;                    ///< data blocks in a packet
-  FrameMark frame_mark;
-  bool has_imu;             ///< its packets carry inertial samples
-  bool has_time;            ///< and the time; without it, that of all frames and points is 0.0
-  bool needs_tables;        ///< its points come from calibration tables
-  bool decodes_points;      ///< its packets become measured points
+  FrameMark frame_mark;                    ///< which packet of a frame tells its bound
+  bool has_imu;                            ///< its packets carry inertial samples
+  bool has_time;                           ///< its packets carry the time; else all times are 0.0
+  bool needs_tables;                       ///< its points come from calibration tables
+  bool decodes_points;                     ///< its packets become measured points
   bool delivers_frames;     ///< its packets end frames; else only the end of a capture does
   bool transforms_points;   ///< the extrinsic transform applies to them
   bool keeps_gated_points;  ///< returns outside the limits stay, at the origin; else left out

@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "orliq/capture/FrameRemarks.h"
 #include "orliq/capture/SurveyText.h"
 #include "support/CaptureBuilder.h"
 #include "support/Playback.h"
@@ -100,34 +101,37 @@ TEST(CaptureSurvey, NamesTheReasonForEveryRecordThatCannotBePlayed) {
   EXPECT_TRUE(cooked.flows.empty());
 }
 
-/// So many packets a frame.
 TEST(CaptureSurvey, LeavesOutOnlyFramesThatAreClearlyNotWhole) {
   const struct {
     const char* why;
-    std::vector<std::uint64_t> packets;
+    std::vector<std::uint64_t> packets;  // of each frame
     int first, last;
     const char* model = "juniq";
+    const char* remark = "";  // how it begins
   } rows[] = {
       {"begins with a frame's first packet", {768, 768, 768, 0}, 0, 3},
       {"begins one packet later", {767, 768, 768, 0}, 1, 3},
       {"lost as many as another frame", {760, 768, 760, 768, 9}, 0, 4},
       {"a frame that lost more than a tenth is no measure", {500, 768, 20, 768, 0}, 1, 4},
       {"a single mark: what follows it is a part of a frame", {300, 301}, 1, 1},
-      {"and no longer than a whole one", {301, 300}, 0, 1},
-      {"no mark at all", {500}, 0, 0},
+      {"no mark at all", {56}, 0, 0, "corvik"},
       {"ends with a frame's last packet", {1, 56, 55, 55}, 1, 4, "corvik"},
-      {"ends one packet earlier", {56, 56, 55}, 0, 2, "corvik"},
-      {"one mark between two whole frames", {56, 56}, 0, 2, "kelvane"},
-      {"or behind a part of one", {55, 56}, 1, 2, "kelvane"},
+      {"one mark behind a part of a frame", {55, 56}, 1, 2, "kelvane"},
       {"or before it", {56, 55}, 0, 1, "kelvane"},
+      {"nine tenths of a fixed number and less", {51, 50}, 0, 1, "corvik"},
+      {"packets of two sensors", {27, 27, 28, 2, 28, 27}, 1, 5, "corvik", "2 of 6 frames ar"},
+      {"marks were lost", {200, 100, 151, 100, 150, 0}, 0, 5, "juniq", "frames 0, 2 have"},
       {"a counter that fell bounds no frame", {9, 9, 9}, 0, 0, "brantis"},
   };
   for (const auto& row : rows) {
     std::vector<FrameRecords> frames(row.packets.size());
     for (std::size_t i = 0; i < frames.size(); ++i) frames[i].packets = row.packets[i];
-    const WholeFrames whole = FindWholeFrames(frames, *lidar::FindSensorModel(row.model));
+    const Model& model = *lidar::FindSensorModel(row.model);
+    const auto whole = FindWholeFrames(frames, model);
     EXPECT_EQ(whole.first, row.first) << row.why;
     EXPECT_EQ(whole.last, row.last) << row.why;
+    const std::string remark = TornText(frames, model) + JoinedText(frames, model);
+    EXPECT_EQ(remark.substr(0, 16), row.remark) << row.why;
   }
 }
 
@@ -168,10 +172,11 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
     const char* model;
     std::size_t offset;
     std::vector<unsigned> numbers;
-    std::vector<std::uint64_t> packets;  // of the frames of each flow
+    std::vector<std::uint64_t> packets;  // of the frames of each flow; 0 when falsely bound
     std::vector<unsigned> late;          // of the second sensor
   } rows[] = {
       {"corvik", 24, {30, 55, 0, 1, 55, 0, 0}, {2, 3, 2}, {8, 9, 1, 2, 3, 0, 1}},
+      {"corvik", 24, {28, 0, 27, 0, 56, 0}, {1, 0, 0, 0}, {}},
       {"kelvane", 5, {1, 2, 12, 1, 5, 12, 1}, {3, 3, 1}, {20, 29, 38, 3, 4, 12, 1}},
       {"brantis", 26, {5, 10, 20, 3, 10, 20, 4}, {3, 4}, {9, 8, 8, 9}},
       {"hestra", 24, {3, 2, 1}, {3}, {2, 1, 0}},
@@ -187,7 +192,8 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
     }
     const auto survey = Survey(capture, 2368, 0, &model);
     std::vector<std::uint64_t> packets;
-    for (const FrameRecords& frame : survey.flows.at(0).frames) packets.push_back(frame.packets);
+    const auto& frames = survey.flows.at(0).frames;
+    for (const auto& frame : frames) packets.push_back(frame.falsely_bound ? 0 : frame.packets);
     EXPECT_EQ(packets, row.packets) << row.model;
     const test::TempDir dir;
     test::Playback<Point> playback;
@@ -198,10 +204,12 @@ TEST(CaptureSurvey, FollowsTheFramesOfEachFlowByItselfAndOfAllAsTheDriver) {
 
 TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
   for (const char* const name : {"glavor", "fennix", "corvik", "brantis", "hestra"}) {
-    const test::SimulatedCapture sensor(2, {}, name);
+    const test::SimulatedCapture sensor(4, {}, name);
     const Model& model = *lidar::FindSensorModel(name);
     const auto survey = SurveyCapture(sensor.capture, {}, {});
     EXPECT_EQ(survey.flows.at(0).hints.Find().model, &model) << name;
+    const auto advice = WhyNothingFits(survey, {}, lidar::FindSensorModel("juniq"));
+    EXPECT_NE(advice.find(std::string("try --model ") + name), std::string::npos) << advice;
     for (const Model& other : lidar::SensorModels()) {
       if (other.packet_bytes != model.packet_bytes) continue;
       EXPECT_EQ(OtherModelText(survey, other).empty(), &other == &model) << name << other.name;
@@ -209,7 +217,7 @@ TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
   }
   std::mt19937 random(1);
   const Bytes corvik = test::SimulatedCapture(1, {}, "corvik").packets[0];
-  ModelHints blocks, noise, lines, leaps;
+  ModelHints blocks, noise, lines, leaps, undated, few;
   const auto add = [](ModelHints& hints, const Bytes& packet) {
     hints.Add(packet.data(), packet.size());
   };
@@ -221,11 +229,16 @@ TEST(CaptureSurvey, HintsAtTheModelThatAPacketsContentLooksLike) {
       add(size == 1236 ? noise : blocks, packet);
     }
     add(lines, Patched(corvik, 24, 56));  // one more than the sensor has
-    add(leaps, Numbered(*lidar::FindSensorModel("brantis"), 26 + i / 2 % 2, i));
+    const Model& brantis = *lidar::FindSensorModel("brantis");
+    add(leaps, Numbered(brantis, 26 + i / 2 % 2, i));
+    add(undated, Patched(Numbered(brantis, 26, i), 24, static_cast<std::uint8_t>(i % 56)));
+    add(few, Patched(Numbered(brantis, 26, i / 40), 99, 1));  // two steps, as damage makes
+    if (i % 2 == 0) add(blocks, corvik);
   }
-  for (const auto* const hints : {&blocks, &noise, &lines, &leaps}) {
+  for (const auto* const hints : {&blocks, &noise, &lines, &leaps, &undated, &few}) {
     EXPECT_EQ(hints->Find().model, nullptr);
   }
+  EXPECT_NE(blocks.FindLike(*lidar::FindSensorModel("corvik")).model, nullptr);
 }
 
 TEST(CaptureSurvey, DescribesAFlowByAddressesSizesAndFittingModels) {

@@ -23,7 +23,6 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   dir_.Write("four/weight.csv", "a,1\n");
   CaptureBuilder().Write(dir_ / "empty.pcap");
   const test::Refusal rows[] = {
-      {"--quiet", 2, "name a verb"},
       {"--quiet robin", 2, "there is no verb robin"},
       {"play room.pcap --model robin", 2, "use one of juniq"},
       {"live --model hestra --port 9 --frames 3", 2, "use --duration"},
@@ -105,8 +104,8 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
       {"fennix", 3, 0, "fff", 49151, 49183, "at the origin",
        "at the origin  no   no    no      no"},
       {"corvik", 3, 0, "fff", 10751, 10944, "no calibration", "yes  yes   no      yes"},
-      {"brantis", 0, 1, "f", 0, 0, "neither points nor frames", "none           no   no    no"},
-      {"hestra", 0, 1, "f", 0, 0, "neither points nor frames", "none           no   no    no"},
+      {"brantis", 0, 1, "e", 0, 0, "neither points nor frames", "none           no   no    no"},
+      {"hestra", 0, 1, "e", 0, 0, "neither points nor frames", "none           no   no    no"},
       {"kelvane", 3, 0, "fff", 312000, 312000, "--transform has no effect", "is left out"}};
   for (const auto& row : rows) {
     const bool tables = row.model == std::string("glavor");
@@ -145,14 +144,17 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
 // A script may name the same options for every model.
 TEST_F(Program, TakesBackWithARemarkWhatASimulatedSensorDoesNotNeed) {
   const auto outcome = Run(
-      "simulate --model kelvane --frames 1 --cycle 4 --out hall.pcap --check-folder offset --json "
+      "simulate --model kelvane --frames 2 --cycle 4 --out hall.pcap --check-folder offset --json "
       "--no-radius-filter");
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.err, HasSubstr("nothing is written to --check-folder"));
   EXPECT_THAT(outcome.err, HasSubstr("kelvane has no radius filter"));
-  EXPECT_THAT(outcome.out, HasSubstr("\"packets_written\": 2400"));
+  EXPECT_THAT(outcome.out, HasSubstr("\"packets_written\": 4800"));
   EXPECT_THAT(outcome.out, Not(HasSubstr("check_folder")));
   EXPECT_EQ(dir_.Files().count("offset"), 0U);
+  EXPECT_THAT(Run("info hall.pcap --model kelvane").err, HasSubstr("with one frame mark nothing"));
+  const test::Refusal far = {"play hall.pcap --model kelvane --min-distance 400", 3, "no point"};
+  EXPECT_THAT(ExpectRefusal(far).err, HasSubstr("no return lies within the limits"));
 }
 
 TEST_F(Program, LeavesNothingBehindWhenTheDiskRefusesTheRest) {

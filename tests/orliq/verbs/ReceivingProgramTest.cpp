@@ -122,7 +122,7 @@ TEST_F(Receiving, StopsAtTheLimitsOfARecording) {
   }
 }
 
-TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWrite) {
+TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWriteAndOfLimitsThatLeaveNothing) {
   Listen("live --out g" + tables_, "ulimit -f 800;");
   ASSERT_TRUE(test::SendAll(Sensor().packets, port_));
   const std::string told = "frame_000001.pcd: File too large";
@@ -130,6 +130,9 @@ TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWrite) {
   EXPECT_THAT(Finish(SIGTERM).out, HasSubstr("0 frames for a slow disk, 3 for faults"));
   const std::string err = dir_.Read("err");
   EXPECT_EQ(err.rfind("File too large"), err.find("File too large")) << "once";
+  Listen("live --model kelvane --frames 1 --min-distance 400");
+  ASSERT_TRUE(test::SendAll(test::SimulatedCapture(7, {}, "kelvane").packets, port_));
+  EXPECT_TRUE(test::Eventually([&] { return HasNoted("no return lies within the limits"); }));
 }
 
 TEST_F(Receiving, SaysWhatToCheckWhenNoPacketOfTheModelComes) {
@@ -160,7 +163,7 @@ TEST_F(Receiving, NamesTheSendersOfAPortAndTheModelsWhosePacketsTheySend) {
   const test::LoopbackSocket a, b(INADDR_LOOPBACK + 1);
   const std::string name_a = "127.0.0.1:" + std::to_string(a.port());
   const std::string name_b = "127.0.0.2:" + std::to_string(b.port());
-  const std::vector<std::uint8_t> packet(1236);
+  const auto packet = test::SimulatedCapture(1, {}, "hestra").packets[0];
   const auto send = [&] {
     for (const auto* const socket : {&a, &b, &b}) socket->Send(port_, packet.data(), 1236);
   };
@@ -183,6 +186,10 @@ TEST_F(Receiving, NamesTheSendersOfAPortAndTheModelsWhosePacketsTheySend) {
   EXPECT_THAT(chosen.err,
               HasSubstr("nothing arrived from 127.0.0.3, but 3 datagrams from " + name_a));
   EXPECT_THAT(chosen.err, testing::Not(HasSubstr("mixed")));
+  Listen("live --model corvik");
+  send();
+  ASSERT_TRUE(test::Eventually([&] { return HasNoted("mixed"); }));
+  EXPECT_THAT(Finish(SIGTERM).err, HasSubstr("no frame has ended in "));
 }
 
 TEST_F(Receiving, KeepsWhatWasRecordedWhenTheDiskIsFull) {

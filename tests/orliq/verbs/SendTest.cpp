@@ -85,7 +85,6 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
 TEST_F(Send, CtrlCIsALossUnlessTheSimulationWasEndless) {
   const json endless = RunAndReceive(
       "simulate --model Juniq --rate 1 --swap 0.5 --burst 7 --out a.pcap --check-folder a", 0, 100);
-  EXPECT_GE(received.size(), 100U);
   EXPECT_EQ(received, Recorded("a.pcap")) << "a complete capture";
   EXPECT_EQ(endless["sensor_packets"], received.size());
   const json sent = RunAndReceive("simulate --model juniq --rate 1 --frames 1000", 5, 100);
@@ -150,7 +149,6 @@ TEST_F(Send, ReplaysTheDatagramsOfACapture) {
   EXPECT_EQ(received, (std::vector<Bytes>{a, b, {}, c, a, b, {}, c}));
   EXPECT_GE(PlannedSeconds(whole), 0.0633) << "the first b to the last c";
   EXPECT_EQ(whole["skipped"]["other_port"], 1);
-  EXPECT_EQ(whole["skipped"]["not_udp"], 1);
 
   const Bytes head = CaptureBuilder::Frame({1}, 2368);
   capture.Record(CaptureBuilder::VlanTagged(head)).Record(head, 100).Write(dir_ / "c.pcap");

@@ -53,6 +53,7 @@ Json FlowJson(const Flow& flow, const Model* model) {
   FrameSums sums;
   sums.Add(flow.frames, *model);
   json["complete_frames"] = sums.whole;
+  json["torn_frames"] = sums.torn;
   json["packets_before_first_frame"] = sums.packets_before;
   json["packets_after_last_frame"] = sums.packets_after;
   return json;
@@ -80,21 +81,17 @@ struct Widths {
   }
 };
 
-}  // namespace
-
-namespace {
-
 /// Of a model that delivers none.
-std::string NoFramesText(const std::vector<FrameRecords>& frames, const Model& model) {
-  const std::string text = "cannot be counted: " + std::string(model.name) + " packets tell ";
-  if (model.frame_mark == lidar::FrameMark::None) return text + "nothing of them";
-  return text + "too little (" + Count(frames.size() - 1, "bound") + " for play)";
+std::string NoFramesText(const Model& model) {
+  const bool marks = model.frame_mark != lidar::FrameMark::None;
+  return "cannot be counted: " + std::string(model.name) + " packets tell " +
+         (marks ? "too little" : "nothing") + " of them";
 }
 
 }  // namespace
 
 std::string FramesText(const std::vector<FrameRecords>& frames, const Model& model) {
-  if (!model.delivers_frames) return NoFramesText(frames, model);
+  if (!model.delivers_frames) return NoFramesText(model);
   FrameSums sums;
   sums.Add(frames, model);
   if (frames.size() < 2) return "no frame mark in " + Count(sums.packets_after, "packet");
@@ -107,7 +104,9 @@ std::string FramesText(const std::vector<FrameRecords>& frames, const Model& mod
     return "1 " + std::string(model.name) + " frame, perhaps cut at its " +
            (first ? "beginning, " : "end, ") + outside;
   }
-  return Count(sums.whole, "complete " + std::string(model.name) + " frame") + ", " + outside;
+  const std::string torn = sums.torn > 0 ? ", " + Grouped(sums.torn) + " in pieces" : "";
+  return Count(sums.whole, "complete " + std::string(model.name) + " frame") + torn + ", " +
+         outside;
 }
 
 void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {

@@ -16,9 +16,11 @@ namespace {
 constexpr unsigned kBeamPositions = 49152;  // of the calibration tables
 constexpr unsigned kCorvikLines = 56;
 constexpr unsigned kCounterReach = 16;  // more than a counter moves on, lost packets included
+constexpr unsigned kFewestSteps = 3;    // of a counter: less may be a damaged packet
 
 /// Whether beam positions stand at the beginnings of the blocks: each within the tables, and all
-/// different, as no beam measures twice in a packet. What lies between the beginnings is no such list.
+/// different, as no beam measures twice in a packet. With blocks of another size the same bytes are
+/// pulses, which hardly pass for such a list.
 template <typename Msop>
 bool HoldsBeamPositions(const std::uint8_t* payload) {
   std::array<unsigned, Msop::kBlocks> positions;
@@ -42,6 +44,11 @@ bool IsDate(const lidar::UTCBlock& utc) {
 /// Nearly all: some packets may be damaged.
 bool Nearly(std::uint64_t part, std::uint64_t all) {
   return all > 0 && 100 * part >= 95 * all;
+}
+
+/// Hardly any: some packets may be damaged.
+bool Hardly(std::uint64_t part, std::uint64_t all) {
+  return 20 * part <= all;
 }
 
 Likely Hint(const char* model, const char* why) {
@@ -69,6 +76,7 @@ void ModelHints::AddLine(const std::uint8_t* payload) {
   lidar::BrantisMsop brantis;
   std::memcpy(&brantis, payload, sizeof brantis);
   if (corvik.line < kCorvikLines && IsDate(corvik.utc)) ++like_corvik_;
+  if (corvik.line < kCorvikLines && corvik.line > 0) ++lines_;
   if (std::all_of(payload + sizeof corvik.identifier, payload + sizeof corvik,
                   [](std::uint8_t byte) { return byte == 0; })) {
     ++empty_;
@@ -85,6 +93,15 @@ Likely ModelHints::Find() const {
   return of_blocks_ >= of_lines_ ? FindAmongBlocks() : FindAmongLines();
 }
 
+Likely ModelHints::FindLike(const Model& model) const {
+  const auto as_long_as = [&](lidar::LidarType type) {
+    return model.packet_bytes == lidar::FindSensorModel(type)->packet_bytes;
+  };
+  if (as_long_as(lidar::LidarType::Glavor)) return FindAmongBlocks();
+  if (as_long_as(lidar::LidarType::Corvik)) return FindAmongLines();
+  return {};
+}
+
 Likely ModelHints::FindAmongBlocks() const {
   const bool glavor = Nearly(like_glavor_, of_blocks_);
   const bool fennix = Nearly(like_fennix_, of_blocks_);
@@ -97,7 +114,7 @@ Likely ModelHints::FindAmongLines() const {
   if (Nearly(like_corvik_, of_lines_)) {
     return Hint("corvik", "line numbers below 56 and a date in the packets");
   }
-  if (count_ups_ > 0 && count_leaps_ * 20 <= count_ups_) {
+  if (Hardly(lines_, of_lines_) && count_ups_ >= kFewestSteps && Hardly(count_leaps_, count_ups_)) {
     return Hint("brantis", "a number that counts up, and no lines of a corvik");
   }
   if (Nearly(empty_, of_lines_)) {

@@ -26,7 +26,11 @@ class ModelHints {
   /// Takes the next whole datagram of the flow.
   void Add(const std::uint8_t* payload, std::size_t size);
 
+  /// Judges the packets of the length that most have.
   Likely Find() const;
+
+  /// Judges the packets as long as the model's.
+  Likely FindLike(const Model& model) const;
 
  private:
   void AddBlocks(const std::uint8_t* payload);
@@ -44,6 +48,7 @@ class ModelHints {
   // Packets of 1236 bytes.
   std::uint64_t of_lines_ = 0;
   std::uint64_t like_corvik_ = 0;         // line number and date make sense
+  std::uint64_t lines_ = 0;               // line number makes sense; a mere 0 does not count
   std::uint64_t empty_ = 0;               // zeros behind the identifier
   std::uint64_t count_ups_ = 0;           // the frame counter of a Brantis moved as one does
   std::uint64_t count_leaps_ = 0;         // or otherwise

@@ -140,11 +140,15 @@ std::string FitText(const Flow& flow) {
 std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
   for (const Flow& flow : survey.flows) {
     if (!IsReadable(flow, model)) continue;
-    const auto [likely, why] = flow.hints.Find();
+    const auto [likely, why] = flow.hints.FindLike(model);
     if (likely == nullptr || likely == &model) continue;
-    return "packets to port " + std::to_string(flow.port) + " look like those of " + likely->name +
-           ", not of " + model.name + " (" + why + "): nothing proves it, but try --model " +
-           likely->name;
+    const std::string name = likely->name;
+    const std::string sender = DottedAddress(flow.source);
+    const bool alone = Senders(survey, model, flow.port).size() == 1;
+    return "packets from " + sender + " to port " + std::to_string(flow.port) +
+           " look like those of " + name + ", not of " + model.name + " (" + why +
+           "): nothing proves it, but try --model " + name +
+           (alone ? "" : " with --source " + sender);
   }
   return {};
 }
@@ -187,8 +191,14 @@ std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const 
   });
   if (other == survey.flows.end()) return {};
   const auto names = FittingModels(*other);
-  return ", but those to port " + std::to_string(other->port) + " fit " + Listed(names, "or") +
-         ": try --model " + names.front();
+  const Likely likely = other->hints.Find();
+  const std::string fit =
+      ", but those to port " + std::to_string(other->port) + " fit " + Listed(names, "or") + ": ";
+  if (likely.model != nullptr && names.size() > 1) {
+    return fit + "most likely " + likely.model->name + ", try --model " + likely.model->name;
+  }
+  return fit +
+         (names.size() > 1 ? "nothing tells which sent them" : "try --model " + names.front());
 }
 
 }  // namespace

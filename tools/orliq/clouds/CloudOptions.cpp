@@ -9,8 +9,7 @@ namespace {
 
 constexpr char kLimits[] =
     "Limits (inclusive, of the point as the sensor sees it, before --transform; the table below "
-    "tells "
-    "what becomes of a point outside them)";
+    "tells what becomes of a point outside them)";
 
 void AddLimits(CLI::App& command, lidar::DecoderParam& limits) {
   const auto add = [&](const char* name, float& limit, const char* text) {

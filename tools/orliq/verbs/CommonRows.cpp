@@ -28,11 +28,11 @@ void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::
              Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
 }
 
-std::string NothingMeasuredText(const Model& model, std::uint64_t points, std::uint64_t non_zero) {
-  if (!model.decodes_points || points == 0 || non_zero > 0) return {};
+std::string NothingMeasuredText(const Model& model, std::uint64_t clouds, std::uint64_t non_zero) {
+  if (!model.decodes_points || clouds == 0 || non_zero > 0) return {};
   return "no return lies within the limits: if they are wide enough, the packets are perhaps not "
          "of " +
-         std::string(model.name) + " (orliq info tells what they look like)";
+         std::string(model.name) + " (orliq info tells what recorded ones look like)";
 }
 
 void AddRefusedRows(Report& report, const RefusedPackets& refused) {

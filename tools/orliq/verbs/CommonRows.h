@@ -34,8 +34,9 @@ void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
 /// points, one without its mark those of two. All are 0 without a frame.
 void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max);
 
-/// A remark on points that all lie at the origin though the model measures; else empty.
-std::string NothingMeasuredText(const Model& model, std::uint64_t points, std::uint64_t non_zero);
+/// A remark on clouds of a model that measures, when they hold no point but at the origin, or none at
+/// all; else empty.
+std::string NothingMeasuredText(const Model& model, std::uint64_t clouds, std::uint64_t non_zero);
 
 void AddRefusedRows(Report& report, const RefusedPackets& refused);
 

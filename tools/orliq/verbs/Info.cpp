@@ -2,6 +2,7 @@
 #include <memory>
 #include <optional>
 
+#include "orliq/capture/FrameRemarks.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/Interrupt.h"
@@ -60,6 +61,7 @@ void AddFrames(Report& report, const CaptureSurvey& survey, const Model& model) 
           : Count(sums.whole, "complete " + std::string(model.name) + " frame") + " in " +
                 Count(flows.size(), "flow");
   report.Add("complete_frames", "Frames", sums.whole, text);
+  report.Add("torn_frames", "", sums.torn, "");
   report.Add("packets_before_first_frame", "", sums.packets_before, "");
   report.Add("packets_after_last_frame", "", sums.packets_after, "");
   report.Add("frame_entries", "", entries, "");
@@ -114,6 +116,11 @@ const Model* ChosenModel(const Options& options) {
 void Advise(const CaptureSurvey& survey, const Model& model, const Console& console) {
   console.Note(NoPointsText(model));
   console.Note(OtherModelText(survey, model));
+  for (const Flow* const flow : FlowsWithFrames(survey)) {
+    console.Note(TornText(flow->frames, model));
+    console.Note(JoinedText(flow->frames, model));
+    console.Note(SingleMarkText(flow->frames, model));
+  }
   const auto ports = FittingPorts(survey, model);
   std::string names;
   for (const auto port : ports) {

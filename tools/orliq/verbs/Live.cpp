@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
 constexpr std::chrono::seconds kStatusPause{1};
+constexpr std::uint64_t kDoubtfulFrames = 5;  // without a measured point, until a remark says so
 
 struct Options {
   CloudOptions cloud;
@@ -67,8 +68,10 @@ void RequirePort(const ListenOptions& listen, const Console& console) {
 /// Gathers the counts of a source and times it from its first packet to its last.
 class Watcher {
  public:
-  Watcher(const Options& options, const LiveSource& source, const Console& console)
+  Watcher(const Options& options, const Model& model, const LiveSource& source,
+          const Console& console)
       : source_(source),
+        model_(model),
         console_(console),
         any_sender_(options.choice.source.empty()),
         time_(options.listen),
@@ -85,6 +88,14 @@ class Watcher {
     }
     WarnOfMixture();
     WarnOfFault();
+    WarnOfNothing(kDoubtfulFrames);
+  }
+
+  /// The last look, when the source has stopped.
+  void Conclude() {
+    Look();
+    WarnOfNothing(1);
+    WarnOfNoFrame();
   }
 
   void Show() {
@@ -123,11 +134,31 @@ class Watcher {
     console_.Note(counts_.not_written.first_fault);
   }
 
+  /// Empty frames are none that --frames counts: without a word the user would wait for ever.
+  void WarnOfNothing(std::uint64_t at_least) {
+    const std::uint64_t clouds = counts_.frames + counts_.empty_frames;
+    if (nothing_told_ || clouds < at_least) return;
+    const std::string text = NothingMeasuredText(model_, clouds, counts_.non_zero);
+    nothing_told_ = !text.empty();
+    console_.Note(text);
+  }
+
+  void WarnOfNoFrame() {
+    const std::uint64_t packets = counts_.packets.decoded;
+    const bool any = counts_.frames + counts_.empty_frames + counts_.partial_points > 0;
+    if (any || packets == 0 || !model_.delivers_frames) return;
+    console_.Note("no frame has ended in " + Count(packets, "packet") +
+                  ": they are too few, or perhaps not of " + model_.name +
+                  " (orliq info tells what recorded ones look like)");
+  }
+
   const LiveSource& source_;
+  const Model& model_;
   const Console& console_;
   bool any_sender_;  // no --source was given
   bool warned_ = false;
   bool fault_told_ = false;
+  bool nothing_told_ = false;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -140,14 +171,15 @@ class Watcher {
 };
 
 /// Looks at the counts until it is time to end.
-LiveTally Watch(const Options& options, LiveSource& source, const Console& console) {
-  Watcher watcher(options, source, console);
+LiveTally Watch(const Options& options, const Model& model, LiveSource& source,
+                const Console& console) {
+  Watcher watcher(options, model, source, console);
   while (!watcher.Over() && !WaitForInterrupt(kPass)) {
     watcher.Look();
     watcher.Show();
   }
   source.Stop();
-  watcher.Look();
+  watcher.Conclude();
   return watcher.Tally();
 }
 
@@ -180,7 +212,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   console.Note("listening on " + where + ", Ctrl-C ends it");
   console.Note(NoPointsText(model));
   console.Note(TransformRemark(options.cloud, model));
-  LiveTally tally = Watch(options, *source, console);
+  LiveTally tally = Watch(options, model, *source, console);
   tally.model = &model;
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
@@ -192,12 +224,6 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
 /// Says what the table's losses mean.
 void Explain(const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
-  console.Note(NothingMeasuredText(*tally.model, tally.counts.points, tally.counts.non_zero));
-  if (!tally.model->decodes_points) {
-    console.Note(
-        "other models send packets of this length: orliq record keeps them, and orliq info then "
-        "tells what they look like");
-  }
   if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(
@@ -245,8 +271,7 @@ Verb AddLive(CLI::App& app) {
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
-      "from "
-      "0, which is the partial one, and their files are named after that.\n\n"
+      "from 0, which is the partial one, and their files are named after that.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
       "      --out frames --format pcd");

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "orliq/capture/CaptureFile.h"
+#include "orliq/capture/FrameRemarks.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
@@ -202,16 +203,16 @@ PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console
   });
 }
 
-/// What few frame marks mean.
-void ExplainMarks(const PlayTally& tally, const Console& console) {
+/// What frame marks mean that are few, or stand where none is due.
+void ExplainMarks(const Plan& plan, const PlayTally& tally, const Console& console) {
   if (tally.marks == 0) {
     console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
   }
-  if (tally.marks == 1 && tally.model->frame_mark == lidar::FrameMark::First) {
-    console.Note("with one frame mark nothing tells whether the frames beside it are whole");
-  } else if (tally.marks == 1 && tally.first == 0) {
-    console.Note("with one frame mark nothing tells whether the frame before it is whole");
-  }
+  const auto& frames = plan.survey.frames;
+  const bool doubtful = tally.first == 0 || plan.model->frame_mark == lidar::FrameMark::First;
+  if (doubtful) console.Note(SingleMarkText(frames, *plan.model));
+  console.Note(TornText(frames, *plan.model));
+  console.Note(JoinedText(frames, *plan.model));
 }
 
 /// What the table means.
@@ -226,7 +227,7 @@ void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
         "packets of other kinds reached the decoder: orliq info shows the ports, --port "
         "chooses one");
   }
-  if (plan.model->delivers_frames) ExplainMarks(tally, console);
+  if (plan.model->delivers_frames) ExplainMarks(plan, tally, console);
   if (!unreadable.empty()) {
     console.Note("unreadable packets went to the sensor's port: their points are missing");
   }
@@ -256,6 +257,9 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
   };
   const auto& frames = tally.frames;
   if (std::any_of(frames.begin(), frames.end(), counts)) return;
+  const bool whole = std::any_of(frames.begin(), frames.end(),
+                                 [](const PlayedFrame& frame) { return !frame.partial; });
+  if (whole) throw Failure(ExitCode::kNoData, "the whole frames hold no point");
   const bool others = std::any_of(frames.begin(), frames.end(),
                                   [](const PlayedFrame& frame) { return frame.points > 0; });
   throw Failure(ExitCode::kNoData, std::string("no whole frame is there to be played") +

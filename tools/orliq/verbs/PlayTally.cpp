@@ -9,6 +9,8 @@
 namespace orliq::cli {
 namespace {
 
+constexpr std::size_t kPartialShown = 4;
+
 struct Sums {
   PointSpread spread;  ///< of each cloud that counts
   std::uint64_t empty = 0;
@@ -51,11 +53,11 @@ std::map<int, std::uint64_t> PartialFrames(const PlayTally& tally) {
   return points;
 }
 
-Json FrameJson(const PlayedFrame& frame) {
-  return {{"kind", "frame"},
+Json FrameJson(const PlayedFrame& frame, const Model& model) {
+  return {{"kind", model.delivers_frames ? "frame" : "end"},
           {"frame", frame.frame},
           {"part", frame.part},
-          {"partial", frame.partial},
+          {"partial", frame.partial && model.delivers_frames},
           {"timestamp", frame.timestamp},
           {"points", frame.points},
           {"non_zero_points", frame.non_zero},
@@ -70,7 +72,7 @@ Json CloudsJson(const PlayTally& tally) {
     if (frame.early_points) {
       list.push_back({{"kind", "extra"}, {"frame", frame.frame}, {"points", *frame.early_points}});
     }
-    list.push_back(FrameJson(frame));
+    list.push_back(FrameJson(frame, *tally.model));
   }
   return list;
 }
@@ -78,15 +80,16 @@ Json CloudsJson(const PlayTally& tally) {
 /// The driver gives a frame in two clouds when its decoder was left in the midst of another one.
 void AddExtraRow(Report& report, const PlayTally& tally) {
   std::uint64_t clouds = 0;
-  std::string text;
+  std::string text;  // of the first; there is mostly one
   for (const PlayedFrame& frame : tally.frames) {
     if (!frame.early_points) continue;
-    ++clouds;
+    if (++clouds > 1) continue;
     const std::string where = " ahead of frame " + std::to_string(frame.frame);
     text = *frame.early_points == 0
                ? "empty," + where
                : Count(*frame.early_points, "point") + where + ", joined to it";
   }
+  if (clouds > 1) text += ", and " + Grouped(clouds - 1) + " more";
   report.Add("extra_clouds", clouds > 0 ? "Extra cloud" : "", clouds, text);
 }
 
@@ -95,7 +98,11 @@ void AddPartialRows(Report& report, const PlayTally& tally) {
   Json list = Json::array();
   for (const auto& [frame, points] : PartialFrames(tally)) {
     list.push_back({{"frame", frame}, {"points", points}, {"kept", tally.keep_partial}});
+    if (list.size() > kPartialShown) continue;
     text += (text.empty() ? "" : ", ") + std::to_string(frame) + " with " + Count(points, "point");
+  }
+  if (list.size() > kPartialShown) {
+    text += ", and " + Grouped(list.size() - kPartialShown) + " more";
   }
   report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list),
              (tally.keep_partial ? "kept: " : "left out: ") + text);
@@ -171,7 +178,7 @@ PlayedPackets FindPackets(const std::vector<FrameRecords>& frames, int first, in
 
 std::string PlayTally::Doubt() const {
   const Sums sums = SumUp(*this);
-  return NothingMeasuredText(*model, sums.all_points, sums.non_zero);
+  return NothingMeasuredText(*model, sums.spread.Frames() + sums.empty, sums.non_zero);
 }
 
 Report PlayTally::MakeReport() const {
