@@ -144,11 +144,11 @@ std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
     if (likely == nullptr || likely == &model) continue;
     const std::string name = likely->name;
     const std::string sender = DottedAddress(flow.source);
+    std::string text = "packets from " + sender + " to port " + std::to_string(flow.port);
+    text += " look like those of " + name + ", not of " + model.name + " (" + why + ')';
+    text += ": nothing proves it, but try --model " + name;
     const bool alone = Senders(survey, model, flow.port).size() == 1;
-    return "packets from " + sender + " to port " + std::to_string(flow.port) +
-           " look like those of " + name + ", not of " + model.name + " (" + why +
-           "): nothing proves it, but try --model " + name +
-           (alone ? "" : " with --source " + sender);
+    return alone ? text : text + " with --source " + sender;
   }
   return {};
 }
