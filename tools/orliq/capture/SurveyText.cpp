@@ -145,10 +145,12 @@ std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
     const std::string name = likely->name;
     const std::string sender = DottedAddress(flow.source);
     std::string text = "packets from " + sender + " to port " + std::to_string(flow.port);
-    text += " look like those of " + name + ", not of " + model.name + " (" + why + ')';
-    text += ": nothing proves it, but try --model " + name;
-    const bool alone = Senders(survey, model, flow.port).size() == 1;
-    return alone ? text : text + " with --source " + sender;
+    text.append(" look like those of ").append(name).append(", not of ").append(model.name);
+    text.append(" (").append(why).append("): nothing proves it, but try --model ").append(name);
+    if (Senders(survey, model, flow.port).size() > 1) {
+      text.append(" with --source ").append(sender);
+    }
+    return text;
   }
   return {};
 }
