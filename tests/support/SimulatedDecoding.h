@@ -22,7 +22,7 @@ struct SimulatedDecoding {
       : decoder(lidar::DecoderFactory<PointCloud<P>>::CreateDecoder(
             lidar::FindSensorModel(model)->type, {})) {
     decoder->RegisterCallBack([](const lidar::Error&) {},
-                              [this](const std::uint16_t&, const double&) { ++frame_ends; });
+                              [](const std::uint16_t&, const double&) {});
     decoder->RegisterIMUCallBack([this] { samples.push_back(*decoder->CurrentImuMsg()); });
     decoder->InstallCloud(cloud);
     decoder->InstallImuMsg(std::make_shared<lidar::ImuMsg>());
@@ -48,7 +48,6 @@ struct SimulatedDecoding {
 
   std::shared_ptr<PointCloud<P>> cloud = std::make_shared<PointCloud<P>>();
   std::shared_ptr<lidar::Decoder<PointCloud<P>>> decoder;
-  int frame_ends = 0;
   std::vector<lidar::ImuMsg> samples;
 };
 

@@ -3,35 +3,37 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "decoder/brantis/BrantisPacket.h"
-#include "decoder/corvik/CorvikPacket.h"
+#include "decoder/corvik/CorvikModel.h"
 #include "decoder/fennix/FennixPacket.h"
 #include "decoder/glavor/GlavorPacket.h"
+#include "param/CheckParam.h"
 
 namespace orliq::cli {
 namespace {
 
-constexpr unsigned kBeamPositions = 49152;  // of the calibration tables
-constexpr unsigned kCorvikLines = 56;
+constexpr unsigned kCorvikLines = lidar::kCorvik.LASER_NUM;
 constexpr unsigned kCounterReach = 16;  // more than a counter moves on, lost packets included
 constexpr unsigned kFewestSteps = 3;    // of a counter: less may be a damaged packet
+
+/// A packet whose length has been found to be that of the model.
+template <typename Msop>
+const Msop& View(const std::uint8_t* payload) {
+  return *lidar::PacketAs<Msop>(payload, sizeof(Msop));
+}
 
 /// Whether beam positions stand at the beginnings of the blocks: each within the tables, and all
 /// different, as no beam measures twice in a packet. With blocks of another size the same bytes are
 /// pulses, which hardly pass for such a list.
 template <typename Msop>
-bool HoldsBeamPositions(const std::uint8_t* payload) {
+bool HoldsBeamPositions(const Msop& msop) {
   std::array<unsigned, Msop::kBlocks> positions;
-  const std::uint8_t* block = payload + offsetof(Msop, blocks);
-  for (unsigned& position : positions) {
-    position = block[0] + 256U * block[1];
-    if (position >= kBeamPositions) return false;
-    block += sizeof(Msop::blocks[0]);
-  }
+  std::transform(std::begin(msop.blocks), std::end(msop.blocks), positions.begin(),
+                 [](const auto& block) { return block.column + 256U * block.row; });
   std::sort(positions.begin(), positions.end());
-  return std::adjacent_find(positions.begin(), positions.end()) == positions.end();
+  return positions.back() < lidar::kBeamPositions &&
+         std::adjacent_find(positions.begin(), positions.end()) == positions.end();
 }
 
 /// A sensor whose clock was never set begins in 1970.
@@ -65,23 +67,20 @@ void ModelHints::Add(const std::uint8_t* payload, std::size_t size) {
 
 void ModelHints::AddBlocks(const std::uint8_t* payload) {
   ++of_blocks_;
-  if (HoldsBeamPositions<lidar::GlavorMsop>(payload)) ++like_glavor_;
-  if (HoldsBeamPositions<lidar::FennixMsop>(payload)) ++like_fennix_;
+  if (HoldsBeamPositions(View<lidar::GlavorMsop>(payload))) ++like_glavor_;
+  if (HoldsBeamPositions(View<lidar::FennixMsop>(payload))) ++like_fennix_;
 }
 
 void ModelHints::AddLine(const std::uint8_t* payload) {
   ++of_lines_;
-  lidar::CorvikMsop corvik;
-  std::memcpy(&corvik, payload, sizeof corvik);
-  lidar::BrantisMsop brantis;
-  std::memcpy(&brantis, payload, sizeof brantis);
+  const auto& corvik = View<lidar::CorvikMsop>(payload);
   if (corvik.line < kCorvikLines && IsDate(corvik.utc)) ++like_corvik_;
   if (corvik.line < kCorvikLines && corvik.line > 0) ++lines_;
   if (std::all_of(payload + sizeof corvik.identifier, payload + sizeof corvik,
                   [](std::uint8_t byte) { return byte == 0; })) {
     ++empty_;
   }
-  const std::uint16_t counter = brantis.frame_counter;
+  const std::uint16_t counter = View<lidar::BrantisMsop>(payload).frame_counter;
   if (counter_ && *counter_ != counter) {
     const auto step = static_cast<std::uint16_t>(counter - *counter_);
     ++(step <= kCounterReach ? count_ups_ : count_leaps_);
