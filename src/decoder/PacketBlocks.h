@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "decoder/Wire.h"
+#include "common/Wire.h"
 
 namespace orliq::lidar {
 

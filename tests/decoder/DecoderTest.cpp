@@ -7,8 +7,8 @@
 #include <iostream>
 
 #include "common/WallClock.h"
+#include "common/Wire.h"
 #include "decoder/DecoderFactory.h"
-#include "decoder/Wire.h"
 #include "multi_driver/SensorModels.h"
 #include "support/DecoderProbe.h"
 

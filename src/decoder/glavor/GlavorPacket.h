@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "decoder/Wire.h"
+#include "common/Wire.h"
 
 namespace orliq::lidar {
 
