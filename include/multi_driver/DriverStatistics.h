@@ -4,14 +4,9 @@
 #include <cstdint>
 
 #include "multi_driver/Export.h"
+#include "multi_driver/UploadStatistics.h"
 
 namespace orliq::lidar {
-
-/// Where datagrams come from.
-struct ORLIQ_API PacketSender {
-  std::uint32_t address = 0;  ///< IPv4, 192.168.1.200 as 0xC0A801C8; 0: nobody
-  std::uint16_t port = 0;
-};
 
 /// What became of the packets of a live sensor, counted from InitDriver on.
 ///
@@ -41,6 +36,7 @@ struct ORLIQ_API DriverStatistics {
   PacketSender first_sender;              ///< whose datagram came first, chosen or not
   PacketSender other_sender;              ///< the latest one that is not the first
   std::uint64_t of_other_senders = 0;     ///< datagrams, all of them, that are not of the first
+  UploadStatistics upload;                ///< of the calibration, when it comes from the sensor
 };
 
 }  // namespace orliq::lidar

@@ -65,17 +65,25 @@ class ORLIQ_API OrliqDriver {
   /// address of a sender.
   bool SetSourceAddress(const std::string& address);
 
+  /// Makes the upload of check parameters (`param_source` nonzero) robust: only replies of the
+  /// sensor's own address and port count, and of those only what has the marker of a reply and
+  /// exactly the bytes asked for; for all others the request is repeated. Without it, the state at
+  /// first, one wrong datagram may leave a hole in the tables. Not for a sensor that answers with
+  /// other lengths or from another port. Taken over by InitDriver, and holds for every later one.
+  void SetStrictUpload(const bool& strict);
+
   /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
-  /// initialisation. False when the model or the source is unknown, the source cannot be opened, or
-  /// a provider throws, and for check parameters from the sensor (`param_source` nonzero), which this
-  /// version does not fetch; the driver is then uninitialised.
+  /// initialisation. Check parameters from the sensor are fetched after Start, by a thread of their
+  /// own while packets are decoded without them; GetStatistics tells how far they are. False when the
+  /// model or the source is unknown, the source cannot be opened, the port for the upload cannot be
+  /// bound, or a provider throws; the driver is then uninitialised.
   bool InitDriver(const orliq::lidar::DriverParam& param);
 
   /// Starts the worker threads; a capture file is indexed first. True when they run, also when they
   /// ran already. False without a successful InitDriver.
   bool Start();
 
-  /// Stops and joins the worker threads. Called from inside a live sensor's callback, that one is the
+  /// Stops and joins the worker threads; an upload under way goes on with the next Start. Called from inside a live sensor's callback, that one is the
   /// last until Start: a frame or sample that was about to follow it is not handed over. A capture
   /// still asks for the cloud of the next frame. Does nothing without a successful InitDriver.
   void Stop();

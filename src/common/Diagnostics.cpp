@@ -74,12 +74,12 @@ void WrongInputType() {
 void CheckFolderLoaded(bool loaded) {
   Line(loaded ? "LoadCheckFolder success!" : "LoadCheckFolder failed!");
 }
-void ParamUploadMissing() {
-  Line("Check parameters from the sensor are not available in this version.");
-}
 
 void SocketCreationFailed() {
   SystemErrorLine("socket creation failed");
+}
+void SocketOptionFailed() {
+  SystemErrorLine("setsockopt failed");
 }
 void BindFailed() {
   SystemErrorLine("bind failed");
@@ -113,6 +113,16 @@ void AngleTable(const std::string& name) {
 }
 void AngleTableSize(std::size_t found, std::size_t needed) {
   Line("list.size():" + std::to_string(found) + " size:" + std::to_string(needed));
+}
+
+void ParamReplyRefused() {
+  Line("data is erorr!");
+}
+void ParamImageCut(std::size_t pieces) {
+  Line("check_buffers size:" + std::to_string(pieces));
+}
+void ParamPieceFound(const std::string& marker) {
+  Line("find " + marker);
 }
 
 void Dump(const std::string& text) {

@@ -18,10 +18,10 @@ void WrongLidarType();
 void WrongInputType();
 
 void CheckFolderLoaded(bool loaded);
-void ParamUploadMissing();
 
-/// Both add the text of errno, on standard error.
+/// All three add the text of errno, on standard error.
 void SocketCreationFailed();
+void SocketOptionFailed();
 void BindFailed();
 
 void CaptureOpened(const std::string& path);
@@ -35,6 +35,10 @@ void FilterMaskMismatch();
 void FolderEntry(const std::string& path);
 void AngleTable(const std::string& name);
 void AngleTableSize(std::size_t found, std::size_t needed);
+
+void ParamReplyRefused();
+void ParamImageCut(std::size_t pieces);
+void ParamPieceFound(const std::string& marker);
 
 /// Prints a block of text as it stands, for the debug dumps of the decoders.
 void Dump(const std::string& text);

@@ -27,6 +27,12 @@ struct Le {
     for (std::size_t i = 2; i < N; ++i) value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
     return static_cast<T>(value);
   }
+
+  constexpr void Set(T value) {
+    for (std::size_t i = 0; i < N; ++i) {
+      bytes[i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(value) >> (8 * i));
+    }
+  }
 };
 
 /// Big-endian integer of N bytes, otherwise as Le.

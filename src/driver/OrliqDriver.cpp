@@ -39,6 +39,7 @@ struct OrliqDriver<T>::Impl {
     Release();
     const auto created = CreateManager<T>(param.input_type);
     created->SetSource(source);
+    created->SetStrictUpload(strict_upload);
     created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
     created->RegisterImuCallBack(put_imu, get_imu);
     created->RegisterExceptionCallBack(exception_callback);
@@ -54,6 +55,7 @@ struct OrliqDriver<T>::Impl {
   PutImu put_imu;
   GetImu get_imu;
   std::uint32_t source = 0;  // of SetSourceAddress, network byte order
+  bool strict_upload = false;
 };
 
 template <typename T>
@@ -86,6 +88,11 @@ bool OrliqDriver<T>::SetSourceAddress(const std::string& address) {
   if (!address.empty() && !IsSender(address, source)) return false;
   impl->source = source.s_addr;
   return true;
+}
+
+template <typename T>
+void OrliqDriver<T>::SetStrictUpload(const bool& strict) {
+  impl->strict_upload = strict;
 }
 
 template <typename T>

@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "input/InputSock.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <new>
@@ -33,13 +28,12 @@ InputSock::~InputSock() {
 }
 
 bool InputSock::Init() {
-  Close();
-  if (!Open()) {
+  if (!sock_.Open()) {
     diagnostics::SocketCreationFailed();
     return false;
   }
   SetOptions();
-  if (!Bind()) {
+  if (!sock_.Bind(local_ip_, port_)) {
     diagnostics::BindFailed();
     Close();
     return false;
@@ -51,34 +45,12 @@ bool InputSock::Init() {
   return true;
 }
 
-bool InputSock::Open() {
-  sockfd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  return sockfd_ >= 0;
-}
-
 void InputSock::SetOptions() const {
-  const struct {
-    int name;
-    int value;
-  } options[] = {{SO_REUSEADDR, 1},
-                 {SO_REUSEPORT, 1},
-                 {SO_RCVBUF, kReceiveBufferBytes},
-                 {SO_SNDBUF, kSendBufferBytes},
-                 {SO_BUSY_POLL, kBusyPollUs}};
-  for (const auto& option : options) {
-    ::setsockopt(sockfd_, SOL_SOCKET, option.name, &option.value, sizeof option.value);
-  }
-}
-
-bool InputSock::Bind() const {
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port_);
-  if (!local_ip_.empty() && ::inet_pton(AF_INET, local_ip_.c_str(), &address.sin_addr) != 1) {
-    errno = EINVAL;  // never any address instead of the one that was meant
-    return false;
-  }
-  return ::bind(sockfd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  sock_.SetOption(SO_REUSEADDR, 1);
+  sock_.SetOption(SO_REUSEPORT, 1);
+  sock_.SetOption(SO_RCVBUF, kReceiveBufferBytes);
+  sock_.SetOption(SO_SNDBUF, kSendBufferBytes);
+  sock_.SetOption(SO_BUSY_POLL, kBusyPollUs);
 }
 
 bool InputSock::InitBatchRecv() {
@@ -111,9 +83,7 @@ int InputSock::ReceiveOrWait(Buffer& buffer, std::size_t room) {
 /// then there is nothing.
 int InputSock::Receive(Buffer& buffer, std::size_t room) {
   sockaddr_in sender = {};
-  socklen_t sender_size = sizeof sender;
-  const auto count = static_cast<int>(::recvfrom(
-      sockfd_, buffer.data, room, 0, reinterpret_cast<sockaddr*>(&sender), &sender_size));
+  const int count = sock_.Receive(buffer.data, room, sender);
   if (count < 0) return errno == EAGAIN ? kNothing : -1;
   NoteSender(sender);
   const bool wanted = IsSource(sender.sin_addr.s_addr);
@@ -128,7 +98,7 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) {
 
 int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count,
                                 unsigned size) {
-  if (max_count < 1 || sockfd_ < 0 || !batch_ready_) return -1;
+  if (max_count < 1 || !sock_.IsOpen() || !batch_ready_) return -1;
   if (!WaitReadEvent(kSelectTimeoutUs)) return 0;
   const std::size_t batch = std::min({static_cast<std::size_t>(max_count), kBatch, buffers.size()});
   for (std::size_t i = 0; i < batch; ++i) {
@@ -140,8 +110,8 @@ int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, i
     header.msg_name = &addrs_[i];
     header.msg_namelen = sizeof addrs_[i];
   }
-  const int count =
-      ::recvmmsg(sockfd_, msgs_.get(), static_cast<unsigned>(batch), MSG_DONTWAIT, nullptr);
+  const int count = ::recvmmsg(sock_.Descriptor(), msgs_.get(), static_cast<unsigned>(batch),
+                               MSG_DONTWAIT, nullptr);
   if (count < 0) return errno == EAGAIN ? 0 : count;
   for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
     buffers[i]->data_offset = 0;
@@ -170,29 +140,19 @@ Input::Senders InputSock::SeenSenders() const {
 }
 
 bool InputSock::SetNonblock() const {
-  const int flags = ::fcntl(sockfd_, F_GETFL);
-  return flags >= 0 && ::fcntl(sockfd_, F_SETFL, flags | O_NONBLOCK) == 0;
+  return sock_.SetNonblock();
 }
 
 bool InputSock::WaitReadEvent(const int& timeout_us) const {
-  return WaitEvent(POLLIN, timeout_us);
+  return sock_.WaitRead(std::chrono::microseconds(timeout_us));
 }
 
 bool InputSock::WaitWriteEvent(const int& timeout_us) const {
-  return WaitEvent(POLLOUT, timeout_us);
-}
-
-/// A process with more than a thousand descriptors is beyond what select can name, so it is ppoll.
-bool InputSock::WaitEvent(short event, int timeout_us) const {
-  if (sockfd_ < 0) return false;
-  pollfd descriptor = {sockfd_, event, 0};
-  const timespec timeout = {timeout_us / 1'000'000, timeout_us % 1'000'000 * 1000L};
-  return ::ppoll(&descriptor, 1, &timeout, nullptr) == 1;
+  return sock_.WaitWrite(std::chrono::microseconds(timeout_us));
 }
 
 void InputSock::Close() {
-  if (sockfd_ >= 0) ::close(sockfd_);
-  sockfd_ = -1;
+  sock_.Close();
 }
 
 void InputSock::CleanupBatchRecv() {
@@ -203,11 +163,11 @@ void InputSock::CleanupBatchRecv() {
 }
 
 std::uint64_t InputSock::DroppedDatagrams() const {
-  return lidar::DroppedDatagrams(sockfd_);
+  return lidar::DroppedDatagrams(sock_.Descriptor());
 }
 
 std::uint64_t InputSock::SocketBufferBytes() const {
-  return GrantedBufferBytes(sockfd_);
+  return GrantedBufferBytes(sock_.Descriptor());
 }
 
 }  // namespace orliq::lidar

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/Counter.h"
+#include "common/UdpSocket.h"
 #include "input/Input.h"
 #include "multi_driver/DriverParam.h"
 
@@ -69,22 +70,19 @@ class InputSock final : public Input {
   Senders SeenSenders() const override;
 
  private:
-  bool Open();
   void SetOptions() const;
-  bool Bind() const;
   bool InitBatchRecv();
   int Receive(Buffer& buffer, std::size_t room);
   int ReceiveOrWait(Buffer& buffer, std::size_t room);
   void NoteSender(const sockaddr_in& sender);
-  bool WaitEvent(short event, int timeout_us) const;
 
   std::string local_ip_;   // empty: any address
   std::uint16_t port_;     // host byte order
   std::string pcap_file_;  // not used by this source
-  int sockfd_ = -1;        // -1: closed
-  Counter other_source_;   // of the receiving thread
-  Counter empty_;          // likewise, as the next three
-  Counter first_sender_;   // address << 16 | port, host byte order; 0: none yet
+  UdpSocket sock_;
+  Counter other_source_;  // of the receiving thread
+  Counter empty_;         // likewise, as the next three
+  Counter first_sender_;  // address << 16 | port, host byte order; 0: none yet
   Counter other_sender_;
   Counter of_other_senders_;
   std::unique_ptr<iovec[]> iovecs_;

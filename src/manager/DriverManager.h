@@ -57,6 +57,9 @@ class DriverManager {
   /// The sender whose packets count, from the next Init on; see Input::SetSource.
   void SetSource(std::uint32_t address) { source = address; }
 
+  /// Whether the calibration from a sensor is taken from nobody else; see ParamLoader. Likewise.
+  void SetStrictUpload(bool strict) { strict_upload = strict; }
+
  protected:
   void GiveCallbacks(ApplicationCallbacks<T>& callbacks) const;
 
@@ -66,6 +69,7 @@ class DriverManager {
   std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
   std::uint32_t source = 0;  // network byte order
+  bool strict_upload = false;
 };
 
 }  // namespace orliq::lidar

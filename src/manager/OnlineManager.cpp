@@ -16,6 +16,7 @@
 #include "manager/PacketFlow.h"
 #include "multi_driver/PointCloud.h"
 #include "param/Calibration.h"
+#include "param/ParamLoader.h"
 
 namespace orliq::lidar {
 namespace {
@@ -30,13 +31,15 @@ std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all poi
 
 template <typename T>
 struct OnlineManager<T>::Impl {
-  bool Init(const DriverParam& param, std::uint32_t source);
+  bool Init(const DriverParam& param, std::uint32_t source, bool strict_upload);
+  bool Calibrate(const DriverParam& param, bool strict_upload);
   bool MakeDecoder(const DriverParam& param);
   void Release();
   bool Start(const std::shared_ptr<Impl>& self);
   void Stop();
   void Receive();
   void Decode();
+  void UseUploadedTables();
   bool DecodePacket();
   void Pause() const;
   void SplitFrame(const unsigned short& rings, const double& timestamp);
@@ -46,11 +49,14 @@ struct OnlineManager<T>::Impl {
 
   ApplicationCallbacks<T> callbacks;
   const std::uint32_t instance_id = ++g_load_count;
+  LidarType lidar_type = {};
   int loop_sleep_us = 1;
   std::shared_ptr<Input> input;
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
-  CalibrationStatus calibration;
+  std::shared_ptr<UDPSelect> udp_select;  // with the next, only for tables from the sensor
+  std::shared_ptr<ParamLoader> loader;
+  CalibrationStatus calibration;  // from a folder
   PacketFlow packets;
 
   Worker receiver;  // last: their threads use everything above
@@ -58,18 +64,16 @@ struct OnlineManager<T>::Impl {
 };
 
 template <typename T>
-bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source) {
+bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source,
+                                  bool strict_upload) {
   Release();
+  lidar_type = param.lidar_type;
   if (!MakeDecoder(param)) return false;
   param_service = std::make_shared<ParamService>();
-  if (param.param_source != 0) {
-    diagnostics::ParamUploadMissing();
+  if (!Calibrate(param, strict_upload)) {
     Release();
     return false;
   }
-  calibration = LoadCalibration(param, *param_service);
-  diagnostics::CheckFolderLoaded(calibration.loaded);
-  if (calibration.loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
   input = InputFactory::CreateInput(param.input_type, param.input_param);
   if (input) input->SetSource(source);
   if (!input || !input->Init()) {
@@ -80,6 +84,21 @@ bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source
   loop_sleep_us = param.lidar_type == LidarType::Kelvane ? 0 : 1;
   AskForCloud();
   AskForMessage();
+  return true;
+}
+
+/// From the sensor the tables come later, while it is decoded.
+template <typename T>
+bool OnlineManager<T>::Impl::Calibrate(const DriverParam& param, bool strict_upload) {
+  if (param.param_source != 0) {
+    udp_select = std::make_shared<UDPSelect>(param.calibration_param);
+    if (!udp_select->Init()) return false;
+    loader = std::make_shared<ParamLoader>(lidar_type, param_service, udp_select, strict_upload);
+    return true;
+  }
+  calibration = LoadCalibration(param, *param_service);
+  diagnostics::CheckFolderLoaded(calibration.loaded);
+  if (calibration.loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(lidar_type));
   return true;
 }
 
@@ -97,9 +116,12 @@ bool OnlineManager<T>::Impl::MakeDecoder(const DriverParam& param) {
 
 template <typename T>
 void OnlineManager<T>::Impl::Release() {
+  loader.reset();
+  udp_select.reset();
   input.reset();
   decoder.reset();
   param_service.reset();
+  calibration = {};
 }
 
 template <typename T>
@@ -107,8 +129,11 @@ bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
   if (!input) return false;
   if (decoding.OnOwnThread()) callbacks.stopped = false;
   const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
-  if (!receiver.Start("orliq-recv-" + id, self, [this] { Receive(); })) return false;
-  if (decoding.Start("orliq-dec-" + id, self, [this] { Decode(); })) return true;
+  if (loader && !loader->StartLoad("orliq-load-" + id, self)) return false;
+  if (receiver.Start("orliq-recv-" + id, self, [this] { Receive(); }) &&
+      decoding.Start("orliq-dec-" + id, self, [this] { Decode(); })) {
+    return true;
+  }
   Stop();  // a queue that nobody empties would only grow
   return false;
 }
@@ -116,6 +141,7 @@ bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
 template <typename T>
 void OnlineManager<T>::Impl::Stop() {
   if (decoding.OnOwnThread()) callbacks.stopped = true;  // for the rest of this packet
+  if (loader) loader->StopLoad();
   receiver.RequestStop();
   receiver.Join();
   decoding.RequestStop();
@@ -148,9 +174,17 @@ void OnlineManager<T>::Impl::Decode() {
   }
 }
 
+/// Between two packets, so that no packet is decoded with half of the tables.
+template <typename T>
+void OnlineManager<T>::Impl::UseUploadedTables() {
+  if (!loader || !loader->UseTables(decoder->Counts().decoded.Value())) return;
+  decoder->UpdateCheckParam(param_service->GetCheckParam(lidar_type));
+}
+
 /// False when none is waiting.
 template <typename T>
 bool OnlineManager<T>::Impl::DecodePacket() {
+  UseUploadedTables();
   const std::shared_ptr<Buffer> buffer = packets.Take();
   if (!buffer) return false;
   decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
@@ -202,7 +236,8 @@ template <typename T>
 void OnlineManager<T>::Abandon() {
   if (impl_->decoding.OnOwnThread()) impl_->callbacks.abandoned = true;
   Stop();
-  impl_->input.reset();  // the port is free, though a callback may still be running
+  if (impl_->udp_select) impl_->udp_select->Close();
+  impl_->input.reset();  // both ports are free, though a callback may still be running
   impl_->decoding.DetachIfOwnThread();
 }
 
@@ -212,7 +247,7 @@ bool OnlineManager<T>::Init(const DriverParam& param) {
   this->GiveCallbacks(impl_->callbacks);
   impl_->callbacks.stopped = false;
   const auto keep = impl_;  // the provider may end the manager
-  return keep->Init(param, this->source);
+  return keep->Init(param, this->source, this->strict_upload);
 }
 
 template <typename T>
@@ -249,6 +284,7 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.other_sender = senders.other;
   statistics.of_other_senders = senders.of_others;
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
+  if (impl.loader) impl.loader->Count(statistics.upload);
   return true;
 }
 
@@ -260,7 +296,16 @@ void OnlineManager<T>::SetQueueLimit(std::uint64_t packets) {
 template <typename T>
 bool OnlineManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
   if (!impl_->input) return false;
-  status = impl_->calibration;
+  const Impl& impl = *impl_;
+  if (!impl.loader) {
+    status = impl.calibration;
+    return true;
+  }
+  UploadStatistics upload;
+  impl.loader->Count(upload);
+  const bool complete = upload.state >= UploadState::Received;
+  status = UploadedCalibration(complete ? impl.param_service.get() : nullptr,
+                               upload.state == UploadState::InUse);
   return true;
 }
 

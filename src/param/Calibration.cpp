@@ -38,6 +38,17 @@ RefusedTable Refused(const TableLoad& load, TableFault fault) {
   return {load.table, load.path, load.found, load.needed, fault, Text(load, fault)};
 }
 
+RefusedTable Refused(const TableUpload& upload) {
+  const std::string of = "the sensor's calibration ";
+  const std::string text =
+      upload.marked ? of + "holds " + std::to_string(upload.found) + " numbers behind the marker " +
+                          upload.marker + ", the " + upload.table + " table needs " +
+                          std::to_string(upload.needed)
+                    : of + "has no " + upload.table + " table (marker " + upload.marker + ")";
+  const TableFault fault = upload.marked ? TableFault::Short : TableFault::Missing;
+  return {upload.table, {}, upload.found, upload.needed, fault, text};
+}
+
 /// A file is taken for the first table whose word its whole path holds.
 std::string WhyMissing(const TableLoad& wanted, const std::vector<TableLoad>& files) {
   for (const TableLoad& file : files) {
@@ -80,6 +91,19 @@ CalibrationStatus LoadCalibration(const DriverParam& param, ParamService& servic
   for (const TableLoad& table : service.LastTables()) {
     Describe(table, service.LastLoad(), status.refused);
   }
+  return status;
+}
+
+CalibrationStatus UploadedCalibration(const ParamService* service, bool in_use) {
+  CalibrationStatus status;
+  status.source = CalibrationSource::Sensor;
+  if (service == nullptr) return status;
+  bool any = false;
+  for (const TableUpload& table : service->UploadedTables()) {
+    any |= table.Accepted();
+    if (!table.Accepted()) status.refused.push_back(Refused(table));
+  }
+  status.loaded = in_use && any;
   return status;
 }
 

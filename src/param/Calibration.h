@@ -10,4 +10,8 @@ namespace orliq::lidar {
 /// it. The tables are to be handed to the decoder when they loaded.
 CalibrationStatus LoadCalibration(const DriverParam& param, ParamService& service);
 
+/// What became of the tables that the sensor has sent, once all of them are here; `in_use` tells
+/// whether the decoder has taken them over. Before, with null, nothing but their source.
+CalibrationStatus UploadedCalibration(const ParamService* service, bool in_use);
+
 }  // namespace orliq::lidar

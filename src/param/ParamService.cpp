@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 
 #include "common/Diagnostics.h"
+#include "common/Wire.h"
+#include "param/CheckImage.h"
 #include "param/SearchFiles.h"
 
 namespace orliq::lidar {
@@ -30,22 +33,25 @@ struct ModelTables {
   LidarType type;
   std::size_t sets;          ///< minimum of every table, in multiples of what is copied
   bool offset;               ///< has an offset table
+  bool uploads;              ///< its tables are taken from an image that the sensor sends
+  bool piece_lines;          ///< prints which pieces of the image are taken
   bool exactly_four;         ///< else more than 3 accepted files are enough
   bool azimuth_size_line;    ///< prints how many numbers were read
   bool elevation_size_line;  ///< likewise
 };
 
 constexpr std::array<ModelTables, 4> kModels = {{
-    // type            sets offset exactly_four size lines
-    {LidarType::Fennix, 4, false, true, false, true},
-    {LidarType::Hestra, 4, false, true, false, false},
-    {LidarType::Glavor, 1, false, true, true, true},
-    {LidarType::Juniq, 1, true, false, true, true},
+    // type            sets offset uploads piece_lines exactly_four size lines
+    {LidarType::Fennix, 4, false, true, false, true, false, true},
+    {LidarType::Hestra, 4, false, false, false, true, false, false},
+    {LidarType::Glavor, 1, false, true, false, true, true, true},
+    {LidarType::Juniq, 1, true, true, true, false, true, true},
 }};
 
 /// One table of a model: how its files are recognised and read, and where its numbers go.
 struct Table {
   const char* word;       ///< key word in the path
+  const char* marker;     ///< before it in an image that the sensor sends
   void* destination;      ///< not aligned for floats
   std::size_t copied;     ///< numbers of the field
   std::size_t needed;     ///< numbers a file must hold
@@ -59,19 +65,26 @@ std::vector<Table> TablesOf(const ModelTables& model, CheckParam& record) {
   auto& angles = static_cast<AngleCheckParam&>(record);
   const std::size_t sets = model.sets;
   std::vector<Table> tables = {
-      {"azimuth", &angles.azimuth, kBeamPositions, sets * kBeamPositions, 0, true,
+      {"azimuth", "AAAA", &angles.azimuth, kBeamPositions, sets * kBeamPositions, 0, true,
        model.azimuth_size_line},
-      {"elevation", &angles.elevation, kBeamPositions, sets * kBeamPositions, 0, true,
+      {"elevation", "BBBB", &angles.elevation, kBeamPositions, sets * kBeamPositions, 0, true,
        model.elevation_size_line},
-      {"weight", &angles.weight, kWeights, sets * kWeights, 1, false, false},
-      {"near_filter", &angles.near_filter, kNearFilters, sets * kNearFilters, 0, false, false},
+      {"weight", "CCCC", &angles.weight, kWeights, sets * kWeights, 1, false, false},
+      {"near_filter", "DDDD", &angles.near_filter, kNearFilters, sets * kNearFilters, 0, false,
+       false},
   };
   if (model.offset) {
     auto& offsets = static_cast<OffsetCheckParam&>(record);
-    tables.push_back(
-        {"offset", &offsets.offset, kBeamPositions, sets * kBeamPositions, 0, false, false});
+    tables.push_back({"offset", "EEEE", &offsets.offset, kBeamPositions, sets * kBeamPositions, 0,
+                      false, false});
   }
   return tables;
+}
+
+const ModelTables* FindModel(const LidarType& type) {
+  const auto* const model = std::find_if(kModels.begin(), kModels.end(),
+                                         [&](const ModelTables& row) { return row.type == type; });
+  return model == kModels.end() ? nullptr : model;
 }
 
 TableLoad LoadTable(Storage& impl, const std::string& path, const Table& table) {
@@ -84,6 +97,27 @@ TableLoad LoadTable(Storage& impl, const std::string& path, const Table& table) 
   return {path, table.word, read.found, table.needed, accepted, read.readable};
 }
 
+/// Start of every reply of the sensor; its payload and three bytes more follow.
+struct ParamReply {
+  std::uint8_t marker[4];  ///< "ZZZZ"
+  Le<4> total;             ///< [bytes] of the whole image, and kExtraTotal
+  std::uint8_t pad_8[28];
+};
+constexpr int kReplyHeader = 36;
+constexpr int kReplyTrailer = 3;
+constexpr int kNoPayload = kReplyHeader + kReplyTrailer;
+constexpr std::int64_t kExtraTotal = 32;
+static_assert(sizeof(ParamReply) == kReplyHeader);
+
+// A hundred times what the largest calibration has: more is none, and would fill the memory.
+constexpr std::int64_t kLargestTotal = std::int64_t{64} << 20U;
+
+/// The image that the first reply announces [bytes]; with the sign bit set less than nothing.
+std::int64_t AnnouncedTotal(const signed char* reply) {
+  const auto total = std::uint32_t{reinterpret_cast<const ParamReply*>(reply)->total};
+  return std::int64_t{static_cast<std::int32_t>(total)} - kExtraTotal;
+}
+
 }  // namespace
 
 ParamService::ParamService() : impl_(std::make_shared<Impl>()) {}
@@ -92,9 +126,8 @@ ParamService::~ParamService() = default;
 bool ParamService::LoadCheckFolder(const LidarType& type, const std::string& folder) {
   last_load_.clear();
   last_tables_.clear();
-  const auto model = std::find_if(kModels.begin(), kModels.end(),
-                                  [&](const ModelTables& row) { return row.type == type; });
-  if (model == kModels.end()) return false;
+  const ModelTables* const model = FindModel(type);
+  if (model == nullptr) return false;
 
   std::vector<std::string> files;
   SearchFiles(folder, files);
@@ -112,6 +145,80 @@ bool ParamService::LoadCheckFolder(const LidarType& type, const std::string& fol
     if (last_load_.back().accepted) ++accepted;
   }
   return model->exactly_four ? accepted == 4 : accepted > 3;
+}
+
+int ParamService::PushData(const LidarType& type, const signed char* reply, const int& length,
+                           bool& last, bool& done) {
+  Impl& upload = *impl_;
+  reply_fault_ = upload.Examine(reply, length);
+  if (reply_fault_ != ReplyFault::None) {
+    diagnostics::ParamReplyRefused();
+    return -1;
+  }
+  upload.Append(reply, length);
+  if (upload.received_size < upload.total_size) {
+    const std::int32_t remaining = upload.total_size - upload.received_size;
+    const std::int32_t payload = length - kNoPayload;
+    last = remaining <= payload;
+    return std::min(remaining, payload);
+  }
+  uploaded_tables_ = upload.CutUp(type, GetCheckParam(type));
+  done = true;
+  return 0;
+}
+
+bool ParamService::IsWhole(const signed char* reply, int length, int asked) const {
+  if (impl_->Examine(reply, length) != ReplyFault::None) return true;
+  const std::int64_t total =
+      impl_->total_size == 0 ? AnnouncedTotal(reply) : std::int64_t{impl_->total_size};
+  return length - kNoPayload == std::min<std::int64_t>(asked, total - impl_->received_size);
+}
+
+std::int32_t ParamService::TotalSize() const {
+  return impl_->total_size;
+}
+
+std::int32_t ParamService::ReceivedSize() const {
+  return impl_->received_size;
+}
+
+ReplyFault ParamService::Impl::Examine(const signed char* reply, int length) const {
+  if (length < kNoPayload) return ReplyFault::Short;
+  if (std::memcmp(reply, marker, sizeof marker) != 0) return ReplyFault::Marker;
+  if (total_size == 0 && AnnouncedTotal(reply) > kLargestTotal) return ReplyFault::Total;
+  return ReplyFault::None;
+}
+
+/// A complete image stays as it is: it never grows beyond what was announced by more than a reply.
+void ParamService::Impl::Append(const signed char* reply, int length) {
+  if (!check_buffer.empty() && received_size >= total_size) return;
+  if (total_size == 0) {
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int32_t>::min();
+    total_size = static_cast<std::int32_t>(std::max(AnnouncedTotal(reply), kLeast));
+  }
+  check_buffer.insert(check_buffer.end(), reply + kReplyHeader, reply + length - kReplyTrailer);
+  received_size += length - kNoPayload;
+}
+
+/// Fills the record with the pieces that are long enough.
+std::vector<TableUpload> ParamService::Impl::CutUp(const LidarType& type, CheckParam* record) {
+  const auto markers = FindFlags(check_buffer, received_size, GetFlags(type));
+  const auto pieces = CutImage(check_buffer, markers, total_size);
+  const ModelTables* const model = FindModel(type);
+  if (model == nullptr || !model->uploads) return {};
+  if (model->piece_lines) diagnostics::ParamImageCut(pieces.size());
+  std::vector<TableUpload> tables;
+  for (const Table& table : TablesOf(*model, *record)) {
+    const auto piece = pieces.find(table.marker);
+    tables.push_back({table.word, table.marker, 0, table.copied, piece != pieces.end()});
+    if (!tables.back().marked) continue;
+    const std::vector<std::uint8_t>& bytes = piece->second.bytes;
+    tables.back().found = bytes.size() / sizeof(float);
+    if (!tables.back().Accepted()) continue;
+    if (model->piece_lines) diagnostics::ParamPieceFound(table.marker);
+    std::memcpy(table.destination, bytes.data(), table.copied * sizeof(float));
+  }
+  return tables;
 }
 
 CheckParam* ParamService::GetCheckParam(const LidarType& type) {
