@@ -66,7 +66,16 @@ struct Exchange {
   }
   /// Requests for single bytes, the first of them at `begin`.
   void AskForBytes(std::uint32_t begin, std::uint32_t end) {
-    for (std::uint32_t i = begin; i < end; ++i) Send(Request(i, 1));
+    for (std::uint32_t i = begin; i < end; ++i) {
+      Send(Request(i, 1));
+      if (i % 100 == 99) AwaitTaken();  // a socket's buffer holds some 250
+    }
+  }
+  void AwaitTaken() const {
+    EXPECT_TRUE(Await([&] {
+      const auto counts = server->Counts();
+      return counts.requests + counts.invalid == sent;
+    }));
   }
   Bytes Ask(std::uint32_t offset, unsigned length) {
     Send(Request(offset, length));
@@ -74,10 +83,7 @@ struct Exchange {
   }
   /// All that has come when the server has taken every datagram and ended.
   std::vector<Bytes> Finish() {
-    EXPECT_TRUE(Await([&] {
-      const auto counts = server->Counts();
-      return counts.requests + counts.invalid == sent;
-    }));
+    AwaitTaken();
     server->Stop();
     std::vector<Bytes> datagrams;
     while (auto datagram = socket.Receive(milliseconds(0))) datagrams.push_back(*datagram);
