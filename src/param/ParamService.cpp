@@ -182,6 +182,11 @@ std::int32_t ParamService::ReceivedSize() const {
   return impl_->received_size;
 }
 
+bool ParamService::TakesUpload(const LidarType& type) {
+  const ModelTables* const model = FindModel(type);
+  return model != nullptr && model->uploads;
+}
+
 ReplyFault ParamService::Impl::Examine(const signed char* reply, int length) const {
   if (length < kNoPayload) return ReplyFault::Short;
   if (std::memcmp(reply, marker, sizeof marker) != 0) return ReplyFault::Marker;

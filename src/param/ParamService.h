@@ -90,6 +90,9 @@ class ParamService {
   /// The tables of the complete image; none before, and for a model that takes none from an image.
   const std::vector<TableUpload>& UploadedTables() const { return uploaded_tables_; }
 
+  /// Whether the tables of `type` are taken from an image that its sensor sends.
+  static bool TakesUpload(const LidarType& type);
+
   /// The record of `type`, to be copied as one block; null for a model that has none.
   CheckParam* GetCheckParam(const LidarType& type);
 
