@@ -195,7 +195,7 @@ Report MakeReport(const Model& model, const Fetched& fetched) {
   return report;
 }
 
-void RequireAll(const UploadRequest& request, const Fetched& fetched) {
+void RequireAll(const UploadRequest& request, const Model& model, const Fetched& fetched) {
   if (!fetched.Complete()) {
     const std::string nothing = ", so no file was written";
     if (fetched.interrupted && fetched.upload.state == lidar::UploadState::Asking) {
@@ -206,7 +206,8 @@ void RequireAll(const UploadRequest& request, const Fetched& fetched) {
         (fetched.interrupted ? "interrupted" : "--time-limit gives it longer") + nothing);
   }
   if (fetched.missing.empty()) return;
-  std::string text = "the tables are not all there, so no file was written:";
+  std::string text = "the sensor does not send every table of a " + std::string(model.name) +
+                     " (--model), so no file was written:";
   for (const std::string& sentence : fetched.missing) text += "\n  " + sentence;
   throw Failure(ExitCode::kFileFault, text);
 }
@@ -235,7 +236,7 @@ ExitCode Run(const Options& options, Console& console) {
   Fetched fetched = fetch.Run();
   if (fetched.Complete()) Keep(model, options, folder, fetch.Service(), fetched);
   console.Print(MakeReport(model, fetched));
-  RequireAll(request, fetched);
+  RequireAll(request, model, fetched);
   RequireSame(fetched);
   return ExitCode::kDone;
 }

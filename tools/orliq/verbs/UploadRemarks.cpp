@@ -60,7 +60,7 @@ std::string RequestsText(const UploadStatistics& upload) {
     if (count > 0) text += ", " + Grouped(count) + ' ' + what;
   };
   add(upload.send_errors, "not sent");
-  add(upload.discarded, "replies discarded");
+  add(upload.discarded, upload.discarded == 1 ? "reply discarded" : "replies discarded");
   add(upload.wrong_marker, "with a wrong marker");
   add(upload.unusable, "of a wrong length");
   add(upload.other_source, "from elsewhere");
@@ -74,11 +74,12 @@ std::string WhatCame(const UploadRequest& request, const UploadStatistics& uploa
     if (count > 0) text += "\n  " + Count(count, "datagram") + ' ' + what;
   };
   add(upload.other_source,
-      "from another address or port: if the sensor answers from there, --lenient takes them");
+      "from another address or port than asked: if the sensor answers from there, --lenient takes "
+      "them");
   add(upload.wrong_marker, request.lenient
-                               ? "began with a wrong marker and left holes in the tables: without "
-                                 "--lenient they are asked for again"
-                               : "began with other bytes than a reply: is " +
+                               ? "with a wrong marker, which left holes in the tables: without "
+                                 "--lenient those are asked for again"
+                               : "that begin with other bytes than a reply: is " +
                                      std::to_string(request.sensor.port) +
                                      " the sensor's port for its calibration?");
   add(upload.unusable,
@@ -136,10 +137,10 @@ std::string UploadAdvice(const UploadRequest& request, const UploadStatistics& u
            ": check the address, and that this machine has a way to its network";
   }
   const std::string came = WhatCame(request, upload);
-  const std::string vain = "no reply of " + request.sensor.text + " to " +
-                           Count(upload.requests, "request") + " for its calibration";
-  if (!came.empty()) return vain + " could be used, but there came" + came;
-  return vain + ". Check that" + WhySilent(request);
+  const std::string vain = " reply of " + request.sensor.text + " to " +
+                           Count(upload.requests, "request") + " for its calibration. ";
+  if (!came.empty()) return "no usable" + vain + "There came" + came;
+  return "no" + vain + "Check that" + WhySilent(request);
 }
 
 Failure UploadFailure(const UploadRequest& request, const UploadStatistics& upload, double seconds,
