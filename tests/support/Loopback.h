@@ -48,11 +48,14 @@ class LoopbackSocket {
   }
 
   /// The next datagram (up to 65536 bytes); nothing when none came within that time.
-  std::optional<std::vector<std::uint8_t>> Receive(std::chrono::milliseconds time) const {
+  std::optional<std::vector<std::uint8_t>> Receive(std::chrono::milliseconds time,
+                                                   sockaddr_in* sender = nullptr) const {
     pollfd wanted = {descriptor_, POLLIN, 0};
     if (::poll(&wanted, 1, static_cast<int>(time.count())) < 1) return std::nullopt;
     std::vector<std::uint8_t> bytes(65536);
-    const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    socklen_t length = sizeof *sender;
+    const ssize_t size = ::recvfrom(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT,
+                                    reinterpret_cast<sockaddr*>(sender), &length);
     if (size < 0) return std::nullopt;
     bytes.resize(static_cast<std::size_t>(size));
     return bytes;

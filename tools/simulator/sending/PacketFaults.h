@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "simulator/sending/PerFault.h"
 #include "simulator/sensors/Random.h"
 #include "simulator/sensors/Sensor.h"
 
@@ -24,16 +24,8 @@ enum class PacketFault : std::size_t {
 };
 constexpr std::size_t kPacketFaults = 6;
 
-/// One number for each PacketFault.
 template <typename Number>
-struct PerPacketFault {
-  std::array<Number, kPacketFaults> values{};
-
-  Number& operator[](PacketFault fault) { return values[static_cast<std::size_t>(fault)]; }
-  const Number& operator[](PacketFault fault) const {
-    return values[static_cast<std::size_t>(fault)];
-  }
-};
+using PerPacketFault = PerFault<PacketFault, kPacketFaults, Number>;
 using PacketFaultRates = PerPacketFault<double>;          ///< share of packets, 0 to 1
 using PacketFaultCounts = PerPacketFault<std::uint64_t>;  ///< a swapped pair counts once
 

@@ -12,6 +12,7 @@ constexpr std::uint64_t kCalibrationStream = 1;
 constexpr std::uint64_t kNoiseStream = 2;
 constexpr std::uint64_t kFalseReturnStream = 3;
 constexpr std::uint64_t kPacketFaultStreams = 100;  // and the numbers that follow
+constexpr std::uint64_t kReplyFaultStreams = 200;   // likewise
 
 /// Random numbers that are the same with every compiler and standard library: the engine is fixed
 /// by the language, its distributions are not, so they are made here from whole numbers alone.
