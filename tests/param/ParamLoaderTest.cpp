@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "simulator/sending/ParamServer.h"
 #include "support/CheckImageBytes.h"
 #include "support/Loopback.h"
 #include "support/Playback.h"
@@ -165,6 +166,52 @@ TEST(ParamLoader, GoesOnWhereItWasStopped) {
   upload.Start();
   EXPECT_EQ(upload.NextAfter({0, 1000, 1000}), Asked(1, 2000, 1000));
   EXPECT_EQ(upload.Count().received_bytes, 2000U);
+}
+
+/// Whatever comes a second time, too late or out of order would leave the end of the image, with its
+/// last table, behind.
+TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
+  using sim::ReplyFault;
+  const struct {
+    const char* why;
+    ReplyFault fault;
+    double share;
+    bool strict;
+  } rows[] = {
+      {"every reply later than the next request", ReplyFault::kDelayed, 1.0, false},
+      {"some later", ReplyFault::kDelayed, 0.4, false},
+      {"a third lost", ReplyFault::kLost, 0.33, false},
+      {"all doubled", ReplyFault::kDuplicated, 1.0, false},
+      {"one behind the next", ReplyFault::kSwapped, 0.4, false},
+      {"too short", ReplyFault::kShort, 0.4, false},
+      {"silent for a second", ReplyFault::kSilence, 0.1, false},
+      {"wrong markers", ReplyFault::kWrongMarker, 0.4, true},
+      {"a restart, and an unknown sensor", ReplyFault::kLost, 0.0, true},
+  };
+  using test::Piece;
+  const Bytes image = Piece("CCCC", 16) + Bytes(5000, 1) + Piece("DDDD", 36);
+  std::vector<std::unique_ptr<sim::ParamServer>> sensors;
+  std::vector<std::unique_ptr<Exchange>> uploads;  // all at once
+  for (const auto& row : rows) {
+    sim::ParamServerOptions options;
+    options.rates[row.fault] = row.share;
+    if (row.share == 0.0) options.restart_after = 3;
+    std::error_code error;
+    sensors.push_back(sim::ParamServer::Create(options, image, error));
+    uploads.push_back(std::make_unique<Exchange>(row.strict, false, LidarType::Glavor));
+    ASSERT_TRUE(sensors.back()->Greet("127.0.0.1", uploads.back()->port)) << row.why;
+  }
+  for (std::size_t i = 0; i < uploads.size(); ++i) {
+    const Exchange& upload = *uploads[i];
+    ASSERT_TRUE(Eventually([&] { return upload.loader->IsFinished(); })) << rows[i].why;
+    const auto tables = upload.service->UploadedTables();
+    EXPECT_TRUE(tables.at(2).Accepted() && tables.at(3).Accepted()) << rows[i].why;
+    EXPECT_EQ(sensors[i]->Counts().faults[rows[i].fault] > 0, rows[i].share > 0.0) << rows[i].why;
+    const auto* record =
+        reinterpret_cast<const std::uint8_t*>(upload.service->GetCheckParam(LidarType::Glavor));
+    const Bytes near_filter(record + 393233, record + 393269);
+    EXPECT_EQ(Bytes({'D', 'D', 'D', 'D'}) + near_filter, Piece("DDDD", 36)) << rows[i].why;
+  }
 }
 
 TEST(ParamLoader, ChecksumsOfAnyLength) {
