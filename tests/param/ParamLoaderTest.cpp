@@ -136,6 +136,33 @@ TEST(ParamLoader, AStrictOneTakesOnlyThePieceItAskedForFromWhomItAsked) {
       << "there is no more than that";
 }
 
+TEST(UDPSelect, FillsInWhatIsNotKnownOfTheSensor) {
+  const test::LoopbackSocket sensor;
+  const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
+  std::uint8_t bytes[4] = {};
+  const std::uint16_t port = test::FreePort();
+  UDPSelect any_host({port, "127.0.0.1", 7, "", ""});
+  ASSERT_TRUE(any_host.Init());
+  EXPECT_TRUE(!any_host.KnowsRemote() && !any_host.SendData(bytes, 4));
+  EXPECT_EQ(any_host.RecvData(bytes, 4), 0);
+  sensor.Send(port, "12345", 5);
+  EXPECT_EQ(any_host.RecvData(bytes, 4), 4);
+  EXPECT_EQ(bytes[3], '4');
+  EXPECT_TRUE(any_host.Remote().address == INADDR_LOOPBACK && any_host.Remote().port == 7);
+  other.Send(port, "", 0);
+  EXPECT_EQ(any_host.RecvData(bytes, 4), -1);
+  EXPECT_EQ(any_host.Remote().address, INADDR_LOOPBACK) << "the first one counts";
+  any_host.Close();
+
+  UDPSelect any_port({port, "127.0.0.1", 0, "127.0.0.1", ""});
+  any_port.AcceptOnlyRemote();
+  ASSERT_TRUE(any_port.Init());
+  other.Send(port, bytes, 4);
+  sensor.Send(port, bytes, 4);
+  EXPECT_EQ(any_port.RecvData(bytes, 4), 4);
+  EXPECT_TRUE(any_port.OtherSenders() == 1 && any_port.Remote().port == sensor.port());
+}
+
 TEST(ParamLoader, LearnsTheSensorFromTheFirstDatagram) {
   Exchange upload(false, false);
   upload.Answer(Reply(2532, Bytes(1000)));
