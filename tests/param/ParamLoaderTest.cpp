@@ -55,7 +55,7 @@ struct Exchange {
   /// The next request that differs from that one.
   Asked NextAfter(const Asked& same) {
     Asked asked = same;
-    while (asked == same && !testing::Test::HasFailure()) asked = Next();
+    for (int i = 0; i < 50 && asked == same; ++i) asked = Next();
     return asked;
   }
 
