@@ -144,8 +144,8 @@ void ServedCalibration::Finish(Report& report) {
   report.Add("images_served", "Images", counts.images,
              Grouped(counts.images) + " served completely, of " + Megabytes(image_bytes_));
   report.Add("requests", "Requests", counts.requests,
-             Grouped(counts.requests) + ", and " + Count(counts.invalid, "datagram") +
-                 (counts.invalid == 1 ? " that is none" : " that are none"));
+             Grouped(counts.requests) +
+                 (counts.invalid > 0 ? ", and " + Count(counts.invalid, "other datagram") : ""));
   report.Add("invalid_requests", "", counts.invalid, "");
   report.Add("replies", "Replies", counts.replies,
              Grouped(counts.replies) + ", " + Megabytes(counts.bytes));
