@@ -6,10 +6,10 @@
 
 #include <cstring>
 #include <numeric>
-#include <thread>
 
 #include "simulator/sensors/CheckImage.h"
 #include "simulator/sensors/Sensor.h"
+#include "support/GentleSender.h"
 #include "support/Loopback.h"
 
 namespace orliq::sim {
@@ -45,16 +45,6 @@ std::uint32_t Total(const Bytes& reply) {
   return reply[4] | reply[5] << 8 | reply[6] << 16 | std::uint32_t{reply[7]} << 24;
 }
 
-template <typename Condition>
-bool Await(const Condition& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  bool met = condition();
-  for (; !met && std::chrono::steady_clock::now() < deadline; met = condition()) {
-    std::this_thread::yield();
-  }
-  return met;
-}
-
 /// A server of the image and one who asks it.
 struct Exchange {
   explicit Exchange(const ParamServerOptions& options, const Bytes& image = Numbered())
@@ -72,11 +62,9 @@ struct Exchange {
     }
   }
   void AwaitTaken() const {
-    EXPECT_TRUE(Await([&] {
-      const auto counts = server->Counts();
-      return counts.requests + counts.invalid == sent;
-    }));
+    EXPECT_TRUE(test::Eventually([&] { return Counts().requests + Counts().invalid == sent; }));
   }
+  ParamServerCounts Counts() const { return server->Counts(); }
   Bytes Ask(std::uint32_t offset, unsigned length) {
     Send(Request(offset, length));
     return socket.Receive(std::chrono::seconds(20)).value_or(Bytes(39));
@@ -87,14 +75,13 @@ struct Exchange {
     server->Stop();
     std::vector<Bytes> datagrams;
     while (auto datagram = socket.Receive(milliseconds(0))) datagrams.push_back(*datagram);
-    EXPECT_GE(server->Counts().replies, datagrams.size());
     return datagrams;
   }
   std::vector<Bytes> AnswersTo(std::uint32_t requests) {
     AskForBytes(0, requests);
     return Finish();
   }
-  std::uint64_t Count(ReplyFault fault) const { return server->Counts().faults[fault]; }
+  std::uint64_t Count(ReplyFault fault) const { return Counts().faults[fault]; }
 
   std::error_code error;
   const test::LoopbackSocket socket;
@@ -139,7 +126,7 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
       EXPECT_EQ(std::memcmp(place + 4, tables[i].values.data(), bytes), 0) << tables[i].word;
       place += 4 + bytes;
     }
-    const auto counts = exchange.server->Counts();
+    const auto counts = exchange.Counts();
     EXPECT_EQ(counts.requests, (size + 999) / 1000 + 1) << "the last one beyond the end";
     EXPECT_EQ(counts.bytes, size + 39 * counts.requests);
     EXPECT_EQ(counts.images, size > 0 ? 1 : 0);
@@ -149,20 +136,16 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
 
 TEST(ParamServer, CountsAnImageOnceEveryByteHasLeftUndamaged) {
   Exchange exchange(With({{ReplyFault::kWrongTotal, 0.3}}));
-  const auto images = [&] { return exchange.server->Counts().images; };
   const auto fetch = [&](std::uint32_t offset, unsigned length) {
     while (Total(exchange.Ask(offset, length)) != 332) {
     }
+    return exchange.Counts();
   };
   fetch(0, 100);
-  fetch(200, 100);
-  EXPECT_EQ(images(), 0U) << "100 bytes are missing";
-  fetch(100, 150);
-  EXPECT_EQ(exchange.server->Counts().image_bytes_served, 250U);
-  for (int repeated = 0; repeated < 3; ++repeated) fetch(200, 100);
-  EXPECT_EQ(images(), 1U);
-  fetch(0, 300);
-  EXPECT_EQ(images(), 2U);
+  EXPECT_EQ(fetch(200, 100).images, 0U) << "100 bytes are missing";
+  EXPECT_EQ(fetch(100, 150).image_bytes_served, 250U);
+  for (int repeated = 0; repeated < 3; ++repeated) EXPECT_EQ(fetch(200, 100).images, 1U);
+  EXPECT_EQ(fetch(0, 300).images, 2U);
   EXPECT_GT(exchange.Count(ReplyFault::kWrongTotal), 0U);
 }
 
@@ -187,27 +170,24 @@ TEST(ParamServer, AnswersEveryRequestAndNothingElse) {
     exchange.Send(datagram);
   }
   EXPECT_THAT(exchange.Finish(), SizeIs(0));
-  EXPECT_EQ(exchange.server->Counts().invalid, 10U);
+  EXPECT_EQ(exchange.Counts().invalid, 10U);
 }
 
 TEST(ParamServer, DamagesRepliesWhereItIsAskedTo) {
   const Bytes right = Exchange({}).Ask(0, 1);
-  const struct {
-    ReplyFault fault;
-    std::size_t begin, end;  // bytes that may differ
-  } rows[] = {{ReplyFault::kWrongMarker, 0, 4}, {ReplyFault::kWrongTotal, 4, 8}};
-  for (const auto& row : rows) {
-    Exchange exchange(With({{row.fault, 1.0}}));
+  for (const auto& [fault, first] :
+       {std::pair(ReplyFault::kWrongMarker, 0), {ReplyFault::kWrongTotal, 4}}) {
+    Exchange exchange(With({{fault, 1.0}}));
     std::set<Bytes> kinds;
     for (int i = 0; i < 30; ++i) {
       Bytes reply = exchange.Ask(0, 1);
       kinds.insert(reply);
       EXPECT_NE(reply, right);
-      std::copy(&right[row.begin], &right[row.end], &reply[row.begin]);
-      EXPECT_EQ(reply, right);
+      std::copy_n(&right[first], 4, &reply[first]);
+      EXPECT_EQ(reply, right) << "in no other field";
     }
     EXPECT_GT(kinds.size(), 5U);
-    EXPECT_EQ(exchange.Count(row.fault), 30U);
+    EXPECT_EQ(exchange.Count(fault), 30U);
   }
   ParamServerOptions options = With({{ReplyFault::kWrongTotal, 1.0}});
   options.wrong_total = 0x89ABCDEF;
@@ -245,7 +225,7 @@ TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
   options.delay = milliseconds(500);
   Exchange exchange(options);
   exchange.AskForBytes(0, 100);
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().replies == 100; }));
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 100; }));
   const Bytes numbers = Numbers(exchange.Finish());
   const auto late = std::is_sorted_until(numbers.begin(), numbers.end());
   EXPECT_EQ(numbers.end() - late, static_cast<int>(exchange.Count(ReplyFault::kDelayed)));
@@ -275,26 +255,17 @@ TEST(ParamServer, DecidesTheSameWithTheSameSeed) {
   EXPECT_EQ(std::set<int>(both.begin(), both.end()), std::set<int>(spared.begin(), spared.end()));
 }
 
-TEST(ParamServer, ComesBackOnItsPortAndHasForgottenWhatWaited) {
+TEST(ParamServer, ForgetsInARestartWhatWaited) {
   ParamServerOptions options = With({{ReplyFault::kDelayed, 0.5}});
   options.delay = milliseconds(500);
   options.restart_after = 2;
   options.down = milliseconds(0);
   Exchange exchange(options);
-  ParamServerOptions same_port;
-  same_port.port = exchange.server->Port();
-  std::error_code error;
-  EXPECT_EQ(ParamServer::Create(same_port, {}, error), nullptr);
-  EXPECT_EQ(error, std::errc::address_in_use);
-  same_port.address = "127.0.0";
-  EXPECT_EQ(ParamServer::Create(same_port, {}, error), nullptr);
-  EXPECT_EQ(error, std::errc::invalid_argument);
-
   exchange.AskForBytes(0, 4);
-  ASSERT_TRUE(Await([&] { return exchange.server->Counts().restarts == 1; }));
+  ASSERT_TRUE(test::Eventually([&] { return exchange.Counts().restarts == 1; }));
   ASSERT_EQ(exchange.Count(ReplyFault::kDelayed), 2U) << "of the first four with this seed";
   exchange.AskForBytes(100, 120);
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().replies == 22; }));
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 22; }));
   Bytes numbers = Numbers(exchange.Finish());
   std::sort(numbers.begin(), numbers.end());
   Bytes expected(22, 3);
@@ -303,26 +274,38 @@ TEST(ParamServer, ComesBackOnItsPortAndHasForgottenWhatWaited) {
   EXPECT_EQ(numbers, expected);
 }
 
-TEST(ParamServer, LeavesItsPortWhileItIsDown) {
+TEST(ParamServer, HoldsItsPortAloneUnlessItIsDown) {
   ParamServerOptions options;
   options.restart_after = 1;
   options.down = milliseconds(300);
   Exchange exchange(options);
-  exchange.Ask(0, 1);
+  const auto greet = [&](const char* address) {
+    return exchange.server->Greet(address, exchange.socket.port());
+  };
   options.port = exchange.server->Port();
   std::unique_ptr<ParamServer> other;
   std::error_code error;
-  EXPECT_TRUE(Await([&] { return (other = ParamServer::Create(options, {}, error)) != nullptr; }));
-  EXPECT_FALSE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
+  const auto takes_port = [&] {
+    other = ParamServer::Create(options, {}, error);
+    return other != nullptr;
+  };
+  EXPECT_FALSE(takes_port());
+  EXPECT_EQ(error, std::errc::address_in_use);
+  exchange.Ask(0, 1);
+  EXPECT_TRUE(test::Eventually(takes_port));
+  EXPECT_FALSE(greet("127.0.0.1"));
   other.reset();
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().restarts == 1; }));
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().restarts == 1; }));
 
-  EXPECT_TRUE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
+  EXPECT_TRUE(greet("127.0.0.1"));
   sockaddr_in sender = {};
   const auto greeting = exchange.socket.Receive(std::chrono::seconds(20), &sender);
-  EXPECT_THAT(greeting.value_or(Bytes(39)), SizeIs(testing::Lt(39U)));
+  EXPECT_THAT(greeting.value_or(Bytes(39)), SizeIs(testing::Lt(39U))) << "no reply";
   EXPECT_EQ(ntohs(sender.sin_port), exchange.server->Port());
-  EXPECT_FALSE(exchange.server->Greet("127.0.0", exchange.socket.port()));
+  EXPECT_FALSE(greet("127.0.0"));
+  options.address = "127.0.0";
+  EXPECT_FALSE(takes_port());
+  EXPECT_EQ(error, std::errc::invalid_argument);
 }
 
 }  // namespace
