@@ -44,10 +44,13 @@ void AddOptions(CLI::App& command, Options& options) {
       ->transform(LowerCase())
       ->required();
   command.add_option("--out", options.out, "check folder to write")->required()->check(NotEmpty());
-  command.add_option("--time-limit", options.time_limit, "[s] give up when not all has come")
+  command
+      .add_option("--time-limit", options.time_limit, "[s] give up when not all has come by then")
       ->check(Within(0.1, kLongestTime))
       ->capture_default_str();
-  command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
+  command
+      .add_option("--wait", options.wait,
+                  "[s] give up when nothing has come by then; 0: only the limit counts")
       ->check(Within(0.0, kLongestTime))
       ->capture_default_str();
   command
