@@ -232,13 +232,11 @@ TEST_F(UploadingLive, TakesTheFirstFrameWhenTheTablesWereThereBeforeAnyPacket) {
 }
 
 TEST_F(UploadingLive, SaysWhyTheTablesNeverCame) {
-  Listen(" --partial --out live");
-  Send(0, 768 + 300);
+  Listen("");
+  Send(0, 10);
   const auto silent = Finish(SIGINT);
   EXPECT_EQ(silent.code, 3);
   EXPECT_THAT(silent.err, HasSubstr("for its calibration. Check that"));
-  EXPECT_THAT(silent.out, HasSubstr("left out: 1 frame\n"));
-  EXPECT_TRUE(dir_.Files("live").empty());
   ServeSome();
   Listen("");
   ASSERT_TRUE(test::Eventually([&] { return server_->Counts().replies == 40; }));
