@@ -165,7 +165,8 @@ TEST(PushData, NoSequenceOfRepliesGrowsTheImageBeyondItsSize) {
   for (int round = 0; round < 300; ++round) {
     ParamService service;
     const auto& model = SensorModels()[random() % kSensorModels];
-    const std::uint32_t total = random() % 3 == 0 ? random() : random() % 9000;
+    const auto total =
+        static_cast<std::uint32_t>(random() % (random() % 3 == 0 ? 1UL << 32U : 9000));
     for (int i = 0; i < 12; ++i) {
       // Letters only, so that markers come up everywhere.
       Bytes reply(random() % kLongest);
