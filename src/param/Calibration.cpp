@@ -63,7 +63,10 @@ void Describe(const TableLoad& wanted, const std::vector<TableLoad>& files,
       refused.push_back(Refused(file, file.readable ? TableFault::Short : TableFault::Unreadable));
       continue;
     }
-    if (taken != nullptr) refused.push_back(Refused(*taken, TableFault::Replaced));
+    if (taken != nullptr) {
+      refused.push_back(Refused(*taken, TableFault::Replaced));
+      refused.back().text += ": " + file.path;
+    }
     taken = &file;
   }
   if (seen) return;

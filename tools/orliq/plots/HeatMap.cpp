@@ -155,8 +155,9 @@ void DrawMap(Svg& svg, double x, double y, const CheckedTable& table, const Scal
   svg.Image(x, y, kMapWidth, kMapHeight, MapPng(table, scale));
   if (scale.faulty_beams.size() > kMostRings) return;
   for (const std::uint32_t beam : scale.faulty_beams) {
-    svg.Ring(x + kCell * (beam % kColumns + 0.5), y + kCell * (beam / kColumns + 0.5), 8.0,
-             ColourText(BeamPalette()[kLoud]));
+    const std::size_t column = beam % kColumns, row = beam / kColumns;
+    svg.Ring(x + kCell * (static_cast<double>(column) + 0.5),
+             y + kCell * (static_cast<double>(row) + 0.5), 8.0, ColourText(BeamPalette()[kLoud]));
   }
 }
 

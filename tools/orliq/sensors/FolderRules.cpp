@@ -80,19 +80,18 @@ void AddCount(const std::vector<CheckedTable>& tables, const std::vector<TableLo
 
 std::vector<std::string> FolderRules(const Model& model, const std::vector<CheckedTable>& tables) {
   const bool fourfold = tables.front().needed > Used(tables.front());
-  return {
-      "Every file that lies directly in the folder is looked at; folders in it are not.",
-      "A file is taken for the first of " + Words(tables) +
-          " whose word is anywhere in its whole path, tried in this order and in lower case.",
-      "So the path of the folder itself must hold none of these words.",
-      "A file must hold at least: " + NeedsText(tables) + " numbers" +
-          (fourfold ? std::string(", four times what ") + model.name + " uses." : "."),
-      "The first field of each line of a weight file is a label and no number.",
-      std::string("Files are counted, not tables: ") +
-          (HasOffset(tables) ? "more than three must be good." : "exactly four must be good.") +
-          " A copy such as azimuth.csv~ counts too.",
-      "Of two files for one table the later one is used, in the order in which the system lists "
-      "the folder."};
+  const std::string end =
+      fourfold ? std::string(", four times what ") + model.name + " uses." : ".";
+  const char* const count = HasOffset(tables) ? "more than three" : "exactly four";
+  return {"Every file that lies directly in the folder is looked at; folders in it are not.",
+          "A file is taken for the first of " + Words(tables) + " whose word its whole path holds.",
+          "Words are tried in this order, and in lower case only.",
+          "So the path of the folder itself must hold none of these words.",
+          "A file must hold at least: " + NeedsText(tables) + " numbers" + end,
+          "The first field of each line of a weight file is a label and no number.",
+          std::string("Files are counted, not tables: ") + count + " must be good.",
+          "A copy such as azimuth.csv~ counts, too. Of two files for one table the later is used.",
+          "Files come in the order in which the system lists them, which is none to rely on."};
 }
 
 std::vector<std::string> FolderHints(const Model& model, const std::vector<CheckedTable>& tables,

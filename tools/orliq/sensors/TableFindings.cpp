@@ -91,6 +91,16 @@ void AddTwins(const std::vector<CheckedTable>& tables, std::vector<Finding>& fin
   }
 }
 
+/// Its files may be those of a Juniq, whose folder loads for other models too.
+void AddOtherModel(const std::vector<TableLoad>& files, std::vector<Finding>& findings) {
+  for (const TableLoad& file : files) {
+    const std::string name = FileName(file);
+    if (!file.table.empty() || name.find("offset") == std::string::npos) continue;
+    const std::string text = " is not used by this model: is the folder that of a juniq?";
+    findings.push_back({"other_model", "offset", PlainText(name) + text, {}});
+  }
+}
+
 }  // namespace
 
 std::vector<Finding> FindSuspicious(const std::vector<CheckedTable>& tables,
@@ -103,21 +113,13 @@ std::vector<Finding> FindSuspicious(const std::vector<CheckedTable>& tables,
     if (table.HasBeams()) {
       auto more = FindInBeams(table);
       std::move(more.begin(), more.end(), std::back_inserter(findings));
-    } else {
-      AddNumbers(table, findings);
+      continue;
     }
+    AddNumbers(table, findings);
     if (has_offsets && table.word == "near_filter") AddRadiusFilter(table, findings);
   }
   AddTwins(tables, findings);
-  for (const TableLoad& file : files) {
-    if (has_offsets || !file.table.empty()) continue;
-    if (FileName(file).find("offset") == std::string::npos) continue;
-    findings.push_back(
-        {"other_model",
-         "offset",
-         PlainText(FileName(file)) + " is not used by this model: is the folder that of a juniq?",
-         {}});
-  }
+  if (!has_offsets) AddOtherModel(files, findings);
   return findings;
 }
 
