@@ -193,28 +193,47 @@ class Picture {
     EXPECT_EQ(at, png_.size());
     EXPECT_EQ(Number(16), 512U);
     EXPECT_EQ(Number(20), 384U);
+    ExpectWholeStream();
   }
 
-  /// Behind header, palette and the head of the stream stand lines of a filter byte and 512 pixels,
-  /// cut into blocks of up to 65,535 bytes.
+  /// Blocks with their length and its complement, the last one marked; then the sum of all bytes.
+  void ExpectWholeStream() const {
+    std::size_t at = kStream;
+    std::uint32_t left = 513 * 384, a = 1, b = 0;
+    while (left > 0) {
+      const std::uint32_t size = std::min(left, 65535U);
+      const std::uint32_t low = size & 0xFFU, high = size >> 8U;
+      EXPECT_EQ(png_.at(at), left == size ? 1 : 0);
+      EXPECT_EQ(Number(at + 1), low << 24U | high << 16U | (low ^ 0xFFU) << 8U | (high ^ 0xFFU));
+      for (std::uint32_t i = 0; i < size; ++i) {
+        a = (a + static_cast<std::uint8_t>(png_[at + 5 + i])) % 65521;
+        b = (b + a) % 65521;
+      }
+      at += 5 + size;
+      left -= size;
+    }
+    EXPECT_EQ(Number(at), b << 16U | a);
+  }
+
+  /// Lines of a filter byte and 512 pixels, cut into blocks of up to 65,535 bytes.
   int At(std::size_t x, std::size_t y) const {
     const std::size_t offset = y * 513 + 1 + x;
-    return static_cast<std::uint8_t>(
-        png_.at(8 + 25 + 780 + 8 + 2 + offset + 5 * (offset / 65535 + 1)));
+    return static_cast<std::uint8_t>(png_.at(kStream + offset + 5 * (offset / 65535 + 1)));
   }
   std::string ColourOf(int shade) const { return png_.substr(8 + 25 + 8 + 3 * shade, 3); }
 
  private:
+  static constexpr std::size_t kStream = 8 + 25 + 780 + 8 + 2;  // behind header, palette, its head
   std::string png_;
 };
 
 TEST_F(CheckParams, PicturesShowEveryBeamInItsPlace) {
   WriteFolder({{"azimuth.csv", ""},
-               {"azimuth<&\x1B.csv", RampBut(200, 100, "nan")},
+               {"azimuth<&\x1B.csv", RampBut(200, 100, "500")},
                {"offset.csv", RampBut(3, 190, "nan")}});
   ASSERT_EQ(Run("check-params room --model juniq --plot p.svg").code, 5);
   const std::string svg = dir_.Read("p.svg");
-  EXPECT_THAT(svg, HasSubstr(">azimuth&lt;&amp;?.csv: -51 to 51 deg<"));
+  EXPECT_THAT(svg, HasSubstr(">azimuth&lt;&amp;?.csv: -51 to 500 deg<"));
   EXPECT_THAT(svg, HasSubstr(">1500</text>"));
   std::vector<Picture> pictures;
   const std::string uri = "\"data:image/png;base64,";
@@ -225,7 +244,8 @@ TEST_F(CheckParams, PicturesShowEveryBeamInItsPlace) {
   const Picture &azimuth = pictures[0], &elevation = pictures[2], &offset = pictures[4];
   azimuth.ExpectWhole();
   EXPECT_EQ(azimuth.ColourOf(255), "\xFF" + std::string("\0\xFF", 2)) << "loud";
-  for (const int i : {0, 1}) EXPECT_EQ(azimuth.At(400 + i, 200 + i), 255) << "the beam without one";
+  for (const int i : {0, 1}) EXPECT_EQ(azimuth.At(400 + i, 200 + i), 255) << "beyond the limits";
+  EXPECT_EQ(elevation.At(400, 200), 121) << "(-0.8 + 19) / 38.2 of 254";
   for (const int y : {0, 127, 128, 383}) {
     EXPECT_EQ(azimuth.At(0, y), 0);
     EXPECT_EQ(azimuth.At(402, y), 200) << "254 * 201 / 255, rounded";

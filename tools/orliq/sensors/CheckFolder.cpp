@@ -91,7 +91,8 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
   if (!report.complete) {
     throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
-                                            "\norliq check-params tells more, and the rules");
+                                            "\norliq check-params DIR --model " + model.name +
+                                            " tells more, and the rules");
   }
   for (const std::string& remark : report.remarks) console.Note(remark);
 }
