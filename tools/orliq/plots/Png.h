@@ -10,8 +10,11 @@
 
 namespace orliq::cli {
 
-/// A PNG file of palette numbers, row by row from the top. Its data are stored, not compressed, so
-/// that no library is needed.
+/// Whether this program was built with the library that writes pictures.
+bool CanWritePng();
+
+/// A PNG file of palette numbers, row by row from the top. Throws Failure without that library, or
+/// when it reports an error.
 std::string IndexedPng(std::size_t width, const std::vector<std::uint8_t>& pixels,
                        const Palette& palette);
 

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "orliq/plots/Png.h"
 #include "orliq/plots/TablePlot.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/sensors/CheckTables.h"
@@ -185,6 +186,9 @@ Report MakeReport(const Options& options, const Check& check) {
 
 /// Refused before any table is read. A picture in the folder itself must not be taken for a table.
 void RequirePlotFile(const Options& options) {
+  if (!CanWritePng()) {
+    throw Failure(ExitCode::kUsage, "--plot: this orliq was built without libpng");
+  }
   const fs::path plot = options.plot;
   std::error_code ignored;
   if (plot.extension() != ".svg") {
