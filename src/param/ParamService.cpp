@@ -94,7 +94,7 @@ TableLoad LoadTable(Storage& impl, const std::string& path, const Table& table) 
   if (table.size_line) diagnostics::AngleTableSize(read.found, table.needed);
   const bool accepted = read.found >= table.needed;
   if (accepted) std::memcpy(table.destination, values.data(), table.copied * sizeof(float));
-  return {path, table.word, read.found, table.needed, accepted, read.readable};
+  return {path, table.word, read.found, table.needed, accepted, read.readable, read.text};
 }
 
 /// Start of every reply of the sensor; its payload and three bytes more follow.

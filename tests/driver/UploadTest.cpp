@@ -48,6 +48,7 @@ TEST(Upload, ARunningDriverTakesTheSensorsTablesAndLosesNoPacket) {
   ASSERT_TRUE(folder.driver->InitDriver(param) && folder.driver->Start());
   send_frames(folder);
   folder.WaitForDecoded(capture.packets.size());
+  folder.driver->Stop();
 
   sim::ParamServerOptions options;
   for (const auto fault : {ReplyFault::kLost, ReplyFault::kDelayed, ReplyFault::kShort,

