@@ -236,10 +236,12 @@ TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
     ReplyFault fault;
     double share;
     bool strict;
+    bool one_number = true;
   } rows[] = {
       {"every reply later than the next request", ReplyFault::kDelayed, 1.0, false},
       {"some later", ReplyFault::kDelayed, 0.4, false},
-      {"all later, and known", ReplyFault::kDelayed, 1.0, true},
+      {"all later, and known", ReplyFault::kDelayed, 1.0, true, false},
+      {"all later, of one number", ReplyFault::kDelayed, 1.0, true},
       {"a third lost", ReplyFault::kLost, 0.33, false},
       {"all doubled", ReplyFault::kDuplicated, 1.0, false},
       {"one behind the next", ReplyFault::kSwapped, 0.4, false},
@@ -258,7 +260,7 @@ TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
     options.rates[row.fault] = row.share;
     if (row.share == 0.0) options.restart_after = 3;
     std::error_code error;
-    sensors.push_back(sim::ParamServer::Create(options, row.strict ? image : uniform, error));
+    sensors.push_back(sim::ParamServer::Create(options, row.one_number ? uniform : image, error));
     uploads.push_back(std::make_unique<Exchange>(row.strict, false, LidarType::Glavor));
     ASSERT_TRUE(sensors.back()->Greet("127.0.0.1", uploads.back()->port)) << row.why;
   }
