@@ -135,10 +135,6 @@ TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
       EXPECT_EQ(sums["reply_faults"][options[i].second], counts.values[i]) << options[i].first;
     }
     EXPECT_GT(sums["reply_faults"]["swapped"], 0);
-    const std::uint64_t unanswered = counts.values[0] + counts.values[1];
-    EXPECT_GT(sums["replies"].get<std::uint64_t>() + unanswered - counts.values[6] + 9,
-              sums["requests"])
-        << "delayed";
     EXPECT_EQ(sums["restarts"], 1);
     EXPECT_EQ(sums.value("packets_written", 0), packets.empty() ? 0 : 768);
   }
