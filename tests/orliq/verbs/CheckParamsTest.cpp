@@ -38,6 +38,13 @@ std::string RampBut(int column, int row, const std::string& number) {
   });
 }
 
+/// The same azimuths, each `by` numbers further on from `first_row` on.
+std::string Moved(int by, int first_row = 0) {
+  return Beams([=](int column, int row) {
+    return std::to_string((row < first_row ? column : (column + 256 - by) % 256) * 0.4 - 51);
+  });
+}
+
 /// Elevations of 0.2 degrees a row; one row has exactly 0.
 std::string Fall(int rows = 192) {
   return Beams([=](int, int row) { return std::to_string(row < rows ? (96 - row) * 0.2 : 0.0); });
@@ -107,6 +114,17 @@ TEST_F(CheckParams, NamesWhatIsSuspiciousAndNothingElse) {
       {"a heading",
        {{kElevation, "up\n" + Fall()}},
        "elevation text, elevation length, elevation lone 1@0"},
+      {"shifted by 7", {{kAzimuth, Moved(7)}}, "azimuth seam"},
+      {"its halves exchanged", {{kAzimuth, Moved(128)}}, "azimuth seam"},
+      {"250 numbers twice", {{kAzimuth, Moved(250, 96)}}, "azimuth stray 576@24826, azimuth seam"},
+      {"upper half negated",
+       {{kElevation, Beams([](int, int r) { return std::to_string(std::abs(r - 95.5) * -0.2); })}},
+       "elevation seam"},
+      {"a block of zeros",
+       {{kAzimuth, Beams([](int c, int r) {
+           return c > 9 && c < 30 && r > 9 && r < 30 ? "0" : std::to_string((c - 127.5) * 0.4);
+         })}},
+       "azimuth stray 400@2570"},
       {"no weights", {{kWeight, "a,0,0,0,0\n"}}, "weight constant"},
       {"a weight that is none", {{kWeight, "a,1,2,inf,4\n"}}, "weight not_finite"},
       {"half switched on", {{kFilter, "0,0,0,0,0.5,0.5,2,0,0\n"}}, "near_filter switch"},

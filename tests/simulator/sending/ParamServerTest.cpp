@@ -108,7 +108,10 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
       EXPECT_EQ(Total(reply), size + 32);
       image.insert(image.end(), reply.begin() + 36, reply.end() - 3);
     }
-    EXPECT_TRUE(image == whole);
+    ASSERT_TRUE(image == whole);
+    const std::pair<std::size_t, char> markers[] = {
+        {0, 'A'}, {196612, 'B'}, {393224, 'C'}, {393244, 'D'}};
+    for (const auto& [place, letter] : markers) EXPECT_EQ(image[place], letter);
     const auto counts = exchange.Counts();
     EXPECT_EQ(counts.requests, (size + 999) / 1000 + 1) << "the last one beyond the end";
     EXPECT_EQ(counts.bytes, size + 39 * counts.requests);
@@ -223,6 +226,12 @@ TEST(ParamServer, DecidesTheSameWithTheSameSeed) {
   EXPECT_EQ(Exchange(options).AnswersTo(100), first);
   options.seed = 2;
   EXPECT_NE(Numbers(Exchange(options).AnswersTo(100)), Numbers(first));
+  ReplyFaults one(With({{ReplyFault::kDuplicated, 0.5}}).rates, 1);
+  ReplyFaults two(With({{ReplyFault::kLost, 0.2}, {ReplyFault::kDuplicated, 0.5}}).rates, 1);
+  for (int i = 0; i < 100; ++i) {
+    const auto alone = one.Next().fault, fault = two.Next().fault;
+    EXPECT_TRUE(fault == alone || fault == ReplyFault::kLost) << i;
+  }
 }
 
 TEST(ParamServer, LeavesItsPortInARestartAndForgetsWhatWaited) {

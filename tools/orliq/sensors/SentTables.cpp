@@ -4,12 +4,11 @@
 #include <cstring>
 
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/CheckTables.h"
 #include "orliq/terminal/ExitCode.h"
 
 namespace orliq::cli {
 namespace {
-
-constexpr std::size_t kBeamsOfARow = 256;
 
 /// The fields of the record, one behind the other from its second byte on, are the tables in order.
 const char* FirstField(const Model& model, lidar::ParamService& service) {
@@ -19,7 +18,7 @@ const char* FirstField(const Model& model, lidar::ParamService& service) {
 
 sim::CheckTable Layout(const std::string& word, std::size_t numbers) {
   const bool labelled = word == "weight";
-  const std::size_t per_line = labelled ? 1 : std::min(numbers, kBeamsOfARow);
+  const std::size_t per_line = labelled ? 1 : std::min<std::size_t>(numbers, kBeamColumns);
   return {word, std::vector<float>(numbers), per_line, labelled};
 }
 
