@@ -125,6 +125,9 @@ TEST_F(CheckParams, NamesWhatIsSuspiciousAndNothingElse) {
            return c > 9 && c < 30 && r > 9 && r < 30 ? "0" : std::to_string((c - 127.5) * 0.4);
          })}},
        "azimuth stray 400@2570"},
+      {"azimuths at random",
+       {{kAzimuth, Beams([](int c, int r) { return std::to_string((c * 37 + r * 61) % 89 + 1); })}},
+       "azimuth pattern"},
       {"no weights", {{kWeight, "a,0,0,0,0\n"}}, "weight constant"},
       {"a weight that is none", {{kWeight, "a,1,2,inf,4\n"}}, "weight not_finite"},
       {"half switched on", {{kFilter, "0,0,0,0,0.5,0.5,2,0,0\n"}}, "near_filter switch"},
@@ -150,6 +153,7 @@ TEST_F(CheckParams, SaysWhetherTheFolderLoadsAndByWhichRuleNot) {
       {"glavor", {}, 5, "is the folder that of a juniq"},
       {"juniq", {{"offset.csv", ""}}, 5, "no file is taken for the offset table"},
       {"juniq", {{"azimuth.bak", "1,2"}}, 5, "azimuth.bak holds 2 numbers"},
+      {"juniq", {{"weight.csv", "a,0,02\nb,0,02\nc,-0,004\nd,0,01"}}, 5, "decimal commas in it"},
       {"juniq", {{"offset.csv", ""}, {"weight.csv", "1,2,3,4"}}, 4, "lack the label that begins"},
       {"juniq", {{"offset.csv", ""}, {"elevation.csv", ""}}, 4, "more than three must be good"},
       {"glavor", {{"azimuth.csv~", Ramp(0.4)}}, 4, "5 files are good, but there must be exactly"},
@@ -165,6 +169,9 @@ TEST_F(CheckParams, SaysWhetherTheFolderLoadsAndByWhichRuleNot) {
     EXPECT_THAT(row.code == 4 ? outcome_.err : report.dump(), HasSubstr(row.sentence));
     EXPECT_EQ(report["rules"].empty(), row.code != 4) << row.sentence;
   }
+  WriteFolder({});
+  std::filesystem::rename(dir_ / "room", dir_ / "azimuth");
+  EXPECT_EQ(Findings(RunJson("check-params azimuth --model fennix", 4)), "") << "none is meant";
   for (const char* const model : {"juniq", "glavor"}) {
     const std::string name = std::string(model) + " --check-folder " + model;
     Run("simulate --frames 1 --out c.pcap --model " + name);

@@ -179,6 +179,8 @@ TEST_F(Send, SimulateReplacesOnlyWhatASimulationWrote) {
   EXPECT_EQ(dir_.Read("a/unfinished.tmp"), line);
   const std::string inside = "simulate --model juniq --frames 1 --check-folder b/ --out b/";
   ExpectRefusal({inside + "offset.pcap", 4, "no name for a capture"});
+  EXPECT_EQ(Run("simulate --model juniq --out c --check-folder .", "mkdir weight; cd weight;").code,
+            2);
   EXPECT_EQ(Run(inside + "c.pcap").code, 0);
   EXPECT_EQ(Run(inside + "c.pcap").code, 0) << "the capture is no other file";
 }

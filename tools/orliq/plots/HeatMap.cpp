@@ -26,7 +26,6 @@ constexpr double kTick = 5.0;
 constexpr double kLineHeight = 18.0;
 constexpr std::size_t kLineLetters = 92;  // of a finding, that fit the panel
 constexpr std::size_t kMostRings = 40;    // more beams show without
-constexpr char kFaultColour[] = "#b00000";
 
 /// The faulty beams of a table, and the numbers that its colours stand for.
 struct Scale {

@@ -64,6 +64,16 @@ void AddCapitals(const CheckedTable& table, const std::vector<TableLoad>& files,
   }
 }
 
+/// "0,5" counts as two numbers.
+void AddCommas(const CheckedTable& table, std::vector<std::string>& hints) {
+  for (const TableLoad& file : table.files) {
+    if (file.found * 10 < table.needed * 19 || file.found * 10 > table.needed * 21) continue;
+    hints.push_back(PlainText(FileName(file)) +
+                    " holds twice the numbers: are there decimal commas in it? The decimal sign is "
+                    "a point");
+  }
+}
+
 bool IsForAnotherModel(const CheckedTable& table, const TableLoad& file) {
   return !file.accepted && file.found >= Used(table);
 }
@@ -111,6 +121,7 @@ std::vector<std::string> FolderHints(const Model& model, const std::vector<Check
                         " times the numbers that it uses");
       }
     }
+    AddCommas(table, hints);
     AddCapitals(table, files, hints);
   }
   return hints;

@@ -206,7 +206,7 @@ void RequirePlotFile(const Options& options) {
 }
 
 void WritePlot(const Options& options, const Check& check) {
-  const std::string title = PlainText(options.folder) + ' ' + Verdict(check);
+  const std::string title = PlainText(options.folder) + ": " + Verdict(check);
   const std::string picture = DrawTables(title, check.tables, check.findings);
   AtomicFile file(options.plot);
   file.Write(picture.data(), picture.size());

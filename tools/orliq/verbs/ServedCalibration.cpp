@@ -22,12 +22,6 @@ constexpr double kLongestTime = 3600.0;  // [s]
 constexpr std::chrono::seconds kStatusPause{1};
 constexpr std::chrono::milliseconds kLook{100};  // for a signal and the time of a status line
 
-/// Without a host, calibration is for programs of this machine.
-HostPort ParseServed(const std::string& at) {
-  const bool has_host = at.find(':') != std::string::npos;
-  return ParseHostPort("--serve-params", has_host ? at : "127.0.0.1:" + at);
-}
-
 std::string WhyNotServed(const HostPort& where, const std::error_code& error) {
   const std::string port = std::to_string(where.port);
   if (error == std::errc::address_in_use) {
@@ -111,9 +105,23 @@ void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string
   seconds("--down-time", options.down, "[s] during which nobody answers then");
 }
 
+HostPort ServedAt(const ServeOptions& options) {
+  const std::string option = "--serve-params";
+  std::string at = *options.at;
+  if (at.find(':') != std::string::npos) return ParseHostPort(option, at);
+  const bool digits = at.find_first_not_of("0123456789") == std::string::npos;
+  if (!digits || !Within(1, 65535)(at).empty()) {
+    throw Failure(ExitCode::kUsage, option + ' ' + (at.empty() ? "\"\"" : at) +
+                                        ": write a port from 1 to 65535, or an address, a colon "
+                                        "and a port, such as 127.0.0.1:2400");
+  }
+  // Without a host, calibration is for programs of this machine.
+  return ParseHostPort(option, "127.0.0.1:" + at);
+}
+
 ServedCalibration::ServedCalibration(const ServeOptions& options, const sim::Sensor& sensor,
                                      std::uint64_t seed, const Console& console)
-    : where_(ParseServed(*options.at)) {
+    : where_(ServedAt(options)) {
   auto image = sim::CheckImage(sensor.Tables());
   image_bytes_ = image.size();
   server_ = Serve(options, where_, seed, std::move(image));
