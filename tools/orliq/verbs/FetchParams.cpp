@@ -173,8 +173,7 @@ void Keep(const Model& model, const Options& options, const FetchedFolder& folde
 
 void AddTables(Report& report, const std::vector<sim::CheckTable>& tables) {
   Json list = Json::array();
-  Table shown = {
-      "Tables", {"table", "numbers", "lowest", "highest"}, {false, true, true, true}, {}};
+  Table shown = {"Tables", {"Table", "Numbers", "Min", "Max"}, {false, true, true, true}, {}};
   for (const auto& [word, values, per_line, labelled] : tables) {
     std::vector<float> finite;
     std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
