@@ -303,9 +303,9 @@ bool OnlineManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
     return true;
   }
   const UploadState state = impl.loader->State();
-  const bool complete = impl.loader->IsFinished();
+  const bool complete = state >= UploadState::Received;
   status = UploadedCalibration(complete ? impl.param_service.get() : nullptr,
-                               complete && state == UploadState::InUse);
+                               state == UploadState::InUse);
   return true;
 }
 

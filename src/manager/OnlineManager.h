@@ -32,8 +32,9 @@ class OnlineManager final : public DriverManager<T> {
   /// that was being filled: the first frame after a restart is a mixed one.
   bool Start() override;
 
-  /// Stops the threads, the loading one first. The queue keeps its packets. From inside a callback, no other one is called
-  /// until Start, which then asks for a cloud and a message where none is left.
+  /// Stops the threads, the loading one first. The queue keeps its packets. From inside a callback,
+  /// no other one is called until Start, which then asks for a cloud and a message where none is
+  /// left.
   void Stop() override;
   void UpdateTransform(const TransformParam& transform) override;
   bool GetStatistics(DriverStatistics& statistics) const override;
