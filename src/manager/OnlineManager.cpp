@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -36,6 +37,8 @@ struct OnlineManager<T>::Impl {
   bool MakeDecoder(const DriverParam& param);
   void Release();
   bool Start(const std::shared_ptr<Impl>& self);
+  bool StartThreads(const std::shared_ptr<Impl>& self);
+  void AwaitStart();
   void Stop();
   void Receive();
   void Decode();
@@ -58,6 +61,8 @@ struct OnlineManager<T>::Impl {
   std::shared_ptr<ParamLoader> loader;
   CalibrationStatus calibration;  // from a folder
   PacketFlow packets;
+
+  std::mutex starting;  // held while threads are started
 
   Worker receiver;  // last: their threads use everything above
   Worker decoding;
@@ -128,14 +133,27 @@ template <typename T>
 bool OnlineManager<T>::Impl::Start(const std::shared_ptr<Impl>& self) {
   if (!input) return false;
   if (decoding.OnOwnThread()) callbacks.stopped = false;
-  const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
-  if (loader && !loader->StartLoad("orliq-load-" + id, self)) return false;
-  if (receiver.Start("orliq-recv-" + id, self, [this] { Receive(); }) &&
-      decoding.Start("orliq-dec-" + id, self, [this] { Decode(); })) {
-    return true;
-  }
+  if (StartThreads(self)) return true;
   Stop();  // a queue that nobody empties would only grow
   return false;
+}
+
+template <typename T>
+bool OnlineManager<T>::Impl::StartThreads(const std::shared_ptr<Impl>& self) {
+  const std::lock_guard<std::mutex> not_yet(starting);
+  const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
+  if (loader && !loader->StartLoad("orliq-load-" + id, self, [this] { AwaitStart(); })) return false;
+  return receiver.Start("orliq-recv-" + id, self, [this] { Receive(); }) &&
+         decoding.Start("orliq-dec-" + id, self, [this] {
+           AwaitStart();
+           Decode();
+         });
+}
+
+/// What a thread calls back may destroy the driver: not before Start has started them all.
+template <typename T>
+void OnlineManager<T>::Impl::AwaitStart() {
+  const std::lock_guard<std::mutex> through(starting);
 }
 
 template <typename T>

@@ -28,8 +28,12 @@ ParamLoader::ParamLoader(const LidarType& type, std::shared_ptr<ParamService> se
   if (strict_) channel_->AcceptOnlyRemote();
 }
 
-bool ParamLoader::StartLoad(const std::string& name, const std::shared_ptr<void>& owner) {
-  return worker_.Start(name, owner, [this] { Load(); });
+bool ParamLoader::StartLoad(const std::string& name, const std::shared_ptr<void>& owner,
+                            const std::function<void()>& begin) {
+  return worker_.Start(name, owner, [this, begin] {
+    begin();
+    Load();
+  });
 }
 
 void ParamLoader::StopLoad() {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -52,9 +53,10 @@ class ParamLoader {
   ParamLoader(const LidarType& type, std::shared_ptr<ParamService> service,
               std::shared_ptr<UDPSelect> channel, bool strict);
 
-  /// Starts the thread, named `name`, unless it runs; `owner` is kept alive while it does. Whether it
-  /// runs.
-  bool StartLoad(const std::string& name, const std::shared_ptr<void>& owner);
+  /// Starts the thread, named `name`, unless it runs; `owner` is kept alive while it does. Before
+  /// anything else the thread calls `begin`. Whether it runs.
+  bool StartLoad(const std::string& name, const std::shared_ptr<void>& owner,
+                 const std::function<void()>& begin = [] {});
 
   /// Ends the thread within 250 ms.
   void StopLoad();
