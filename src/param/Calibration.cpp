@@ -19,6 +19,10 @@ std::string FolderFault(const std::string& folder) {
   return error ? folder + " cannot be listed: " + error.message() : std::string();
 }
 
+std::string NumbersText(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " number" : " numbers");
+}
+
 std::string Text(const TableLoad& load, TableFault fault) {
   switch (fault) {
     case TableFault::Missing:
@@ -26,7 +30,7 @@ std::string Text(const TableLoad& load, TableFault fault) {
     case TableFault::Unreadable:
       return load.path + " cannot be read";
     case TableFault::Short:
-      return load.path + " holds " + std::to_string(load.found) + " numbers, the " + load.table +
+      return load.path + " holds " + NumbersText(load.found) + ", the " + load.table +
              " table needs " + std::to_string(load.needed);
     case TableFault::Replaced:
       break;
@@ -70,7 +74,10 @@ void Describe(const TableLoad& wanted, const std::vector<TableLoad>& files,
       refused.push_back(Refused(file, file.readable ? TableFault::Short : TableFault::Unreadable));
       continue;
     }
-    if (taken != nullptr) refused.push_back(Refused(*taken, TableFault::Replaced));
+    if (taken != nullptr) {
+      refused.push_back(Refused(*taken, TableFault::Replaced));
+      refused.back().text += ": " + file.path;
+    }
     taken = &file;
   }
   if (seen) return;

@@ -94,7 +94,7 @@ TableLoad LoadTable(Storage& impl, const std::string& path, const Table& table) 
   if (table.size_line) diagnostics::AngleTableSize(read.found, table.needed);
   const bool accepted = read.found >= table.needed;
   if (accepted) std::memcpy(table.destination, values.data(), table.copied * sizeof(float));
-  return {path, table.word, read.found, table.needed, accepted, read.readable};
+  return {path, table.word, read.found, table.needed, accepted, read.readable, read.text};
 }
 
 /// Start of every reply of the sensor; its payload and three bytes more follow.
@@ -180,6 +180,11 @@ std::int32_t ParamService::TotalSize() const {
 
 std::int32_t ParamService::ReceivedSize() const {
   return impl_->received_size;
+}
+
+bool ParamService::TakesUpload(const LidarType& type) {
+  const ModelTables* const model = FindModel(type);
+  return model != nullptr && model->uploads;
 }
 
 ReplyFault ParamService::Impl::Examine(const signed char* reply, int length) const {

@@ -21,6 +21,7 @@ struct TableLoad {
   std::size_t needed = 0;  ///< numbers the model asks for at least; 0 when the file is no table
   bool accepted = false;   ///< copied into the record
   bool readable = false;   ///< opened and read to its end; not tried when the file is no table
+  std::size_t text = 0;    ///< fields among the numbers that hold none, and count as 0
 };
 
 /// One table of an image that a sensor has uploaded.
@@ -89,6 +90,9 @@ class ParamService {
 
   /// The tables of the complete image; none before, and for a model that takes none from an image.
   const std::vector<TableUpload>& UploadedTables() const { return uploaded_tables_; }
+
+  /// Whether the tables of `type` are taken from an image that its sensor sends.
+  static bool TakesUpload(const LidarType& type);
 
   /// The record of `type`, to be copied as one block; null for a model that has none.
   CheckParam* GetCheckParam(const LidarType& type);

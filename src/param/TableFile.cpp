@@ -74,10 +74,10 @@ class TableText {
     end_ = next_ + bytes.size();
   }
 
-  /// Reads all lines; the number of fields in the chosen columns.
-  std::size_t Read() {
+  /// Reads all lines.
+  TableRead Read() {
     while (next_ < end_ - 1) ReadLine();
-    return found_;
+    return {true, found_, text_};
   }
 
  private:
@@ -115,7 +115,9 @@ class TableText {
     const char separator = *stop;
     *stop = '\0';
     // Without memory for a locale, 0 as for text that is no number.
-    const double number = locale == nullptr ? 0.0 : ::strtod_l(next_, nullptr, locale);
+    char* rest = next_;
+    const double number = locale == nullptr ? 0.0 : ::strtod_l(next_, &rest, locale);
+    if (rest == next_) ++text_;
     *stop = separator;
     next_ = stop;
     return number;
@@ -127,6 +129,7 @@ class TableText {
   std::size_t keep_;
   std::vector<float>& values_;
   std::size_t found_ = 0;
+  std::size_t text_ = 0;
   char* next_;
   char* end_;
 };
@@ -137,7 +140,7 @@ TableRead ReadTableFile(const std::string& path, TableColumns columns, std::size
                         std::vector<float>& values) {
   std::string bytes;
   if (!ReadRegularFile(path, bytes)) return {};
-  return {true, TableText(bytes, columns, keep, values).Read()};
+  return TableText(bytes, columns, keep, values).Read();
 }
 
 }  // namespace orliq::lidar

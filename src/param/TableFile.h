@@ -17,6 +17,7 @@ struct TableColumns {
 struct TableRead {
   bool readable = false;  ///< a regular file of bearable size that could be read to its end
   std::size_t found = 0;  ///< numbers in the chosen columns, also those that were not kept
+  std::size_t text = 0;   ///< of those kept: fields that hold no number, which count as 0
 };
 
 /// Appends the first `keep` numbers in the chosen columns of a text file to `values` and counts

@@ -35,10 +35,12 @@ TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
     return std::make_shared<ImuMsg>();
   };
   const auto descriptors = CountEntries("/proc/self/fd");
-  std::vector<DriverParam> bad(2, sensor.Param());
+  std::vector<DriverParam> bad(3, sensor.Param());
   bad[0].input_param.local_ip = "nowhere";
   bad[1].param_source = 1;
   bad[1].calibration_param.local_port = 65536;
+  bad[2].input_param.local_ip = "nowhere";
+  bad[2].param_source = 1;
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   CalibrationStatus status;
@@ -47,9 +49,11 @@ TEST(Live, TheApplicationIsAskedLastAndOnlyForAPortThatIsBound) {
   EXPECT_EQ(CountEntries("/proc/self/fd"), descriptors + 2) << "the two of the capturing";
   EXPECT_TRUE(sensor.driver->InitDriver(sensor.Param()));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "bind failed: Invalid argument\nbind failed: Invalid argument\n");
+            "bind failed: Invalid argument\nbind failed: Invalid argument\n"
+            "bind failed: Invalid argument\n");
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "type:64\nLoadCheckFolder failed!\n"
+            "type:64\n"
             "type:64\n"
             "type:64\nLoadCheckFolder failed!\ncloud\nimu\n");
   EXPECT_TRUE(sensor.driver->GetCalibrationStatus(status));

@@ -48,6 +48,7 @@ TEST(Upload, ARunningDriverTakesTheSensorsTablesAndLosesNoPacket) {
   ASSERT_TRUE(folder.driver->InitDriver(param) && folder.driver->Start());
   send_frames(folder);
   folder.WaitForDecoded(capture.packets.size());
+  folder.driver->Stop();
 
   sim::ParamServerOptions options;
   for (const auto fault : {ReplyFault::kLost, ReplyFault::kDelayed, ReplyFault::kShort,
@@ -127,11 +128,13 @@ TEST(Upload, AnUnansweredDriverDecodesAndStops) {
   silent.rates[ReplyFault::kLost] = 1.0;
   const auto server = Serve(silent, {});
   ASSERT_TRUE(sensor.driver->InitDriver(UploadParam(sensor, *server, LidarType::Juniq)));
+  const auto threads = test::ThreadsAtRest();
   ASSERT_TRUE(sensor.driver->Start());
   sensor.Send(test::JuniqPacket(), 3);
   sensor.WaitForDecoded(3);
   EXPECT_TRUE(Eventually([&] { return sensor.Statistics().upload.repeated > 1; }));
   test::MustEnd("Stop", [&] { sensor.driver->Stop(); });
+  EXPECT_EQ(test::ThreadsAtRest(), threads);
   const UploadStatistics s = sensor.Statistics().upload;
   EXPECT_TRUE(s.state == UploadState::Asking && s.replies == 0 && s.duration_s < 0.0);
   EXPECT_TRUE(Eventually([&] { return server->Counts().requests == s.requests; }));

@@ -55,7 +55,7 @@ struct Exchange {
   /// The next request that differs from that one.
   Asked NextAfter(const Asked& same) {
     Asked asked = same;
-    while (asked == same && !testing::Test::HasFailure()) asked = Next();
+    for (int i = 0; i < 50 && asked == same; ++i) asked = Next();
     return asked;
   }
 
@@ -69,6 +69,7 @@ struct Exchange {
 const Asked kFirst = {0, 0, 1000};
 
 TEST(ParamLoader, AsksPieceByPieceAndAgainWithoutAnAnswer) {
+  const auto begin = std::chrono::steady_clock::now();
   Exchange upload;
   EXPECT_EQ(upload.sensor.Receive(5s),
             (Bytes{0xA5, 0xA5, 0xA5, 0xA5, 0, 0, 0, 0, 0, 0xE8, 0x03, 0x7F}));
@@ -93,7 +94,9 @@ TEST(ParamLoader, AsksPieceByPieceAndAgainWithoutAnAnswer) {
   EXPECT_EQ(s.state, UploadState::InUse);
   EXPECT_TRUE(s.total_bytes == 2500 && s.received_bytes == 2500 && s.replies == 3);
   EXPECT_TRUE(s.repeated >= 1 && s.requests == 3 + s.repeated && s.send_errors == 0);
-  EXPECT_TRUE(s.decoded_before_use == 7 && s.duration_s > 0.0);
+  EXPECT_EQ(s.decoded_before_use, 7U);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+  EXPECT_TRUE(s.duration_s > 0.0 && s.duration_s < elapsed.count());
   EXPECT_TRUE(s.sensor.address == INADDR_LOOPBACK && s.sensor.port == upload.sensor.port());
 }
 

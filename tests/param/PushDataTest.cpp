@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 
+#include "multi_driver/SensorModels.h"
 #include "param/CheckImage.h"
 #include "param/ParamService.h"
 #include "support/CheckImageBytes.h"
@@ -12,6 +15,7 @@ namespace {
 
 using test::Bytes;
 using test::Piece;
+using test::PutWord;
 using test::Reply;
 using test::operator+;
 
@@ -153,6 +157,26 @@ TEST(PushData, CutsTheImageAtItsMarkers) {
   }
   EXPECT_THAT(GetFlags(LidarType::Brantis), testing::ElementsAre("AAAA"));
   EXPECT_TRUE(GetFlags(LidarType::Hestra).size() == 4 && GetFlags(LidarType::Corvik).size() == 5);
+}
+
+TEST(PushData, NoSequenceOfRepliesGrowsTheImageBeyondItsSize) {
+  constexpr std::size_t kLongest = 2048;
+  std::mt19937 random(1);
+  for (int round = 0; round < 300; ++round) {
+    ParamService service;
+    const auto& model = SensorModels()[random() % kSensorModels];
+    const auto total =
+        static_cast<std::uint32_t>(random() % (random() % 3 == 0 ? 1UL << 32U : 9000));
+    for (int i = 0; i < 12; ++i) {
+      // Letters only, so that markers come up everywhere.
+      Bytes reply(random() % kLongest);
+      for (auto& byte : reply) byte = "ABCDEZ"[random() % 6 * (random() % 2)];
+      if (reply.size() >= 8) PutWord(reply, 4, total);
+      for (std::size_t at = 0; at < std::min<std::size_t>(4, reply.size()); ++at) reply[at] = 'Z';
+      Push(service, reply, model.type);
+      ASSERT_LE(service.ReceivedSize(), std::max(service.TotalSize(), 0) + int{kLongest});
+    }
+  }
 }
 
 }  // namespace

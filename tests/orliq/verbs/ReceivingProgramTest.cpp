@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs live and record as a user's shell does, with a simulated sensor on the loopback interface.
-#include <future>
-
 #include "orliq/network/UdpReceiver.h"
 #include "support/GentleSender.h"
-#include "support/Program.h"
+#include "support/RunningProgram.h"
 #include "support/SimulatedCapture.h"
 
 namespace orliq::cli {
 namespace {
 
 using nlohmann::json;
-using test::Outcome;
 using testing::HasSubstr;
 using Packets = std::vector<std::vector<std::uint8_t>>;
 
@@ -25,42 +22,17 @@ Packets SensorPackets(std::ptrdiff_t from, std::ptrdiff_t to) {
   return {Sensor().packets.begin() + from, Sensor().packets.begin() + to};
 }
 
-class Receiving : public test::Program {
+class Receiving : public test::RunningProgram {
  protected:
-  ~Receiving() override {
-    if (program_.valid()) Signal(SIGKILL);
-  }
-
   /// Starts "orliq ARGUMENTS" with a port and waits until it listens.
   void Listen(const std::string& arguments, const std::string& before = "") {
-    std::filesystem::remove(dir_ / "err");
-    program_ = std::async(std::launch::async,
-                          [=] { return Run(arguments + port_option_, before + kReachable); });
+    Start(arguments + port_option_, before);
     ASSERT_TRUE(test::Eventually([&] { return HasNoted("listening on"); })) << dir_.Read("err");
-  }
-
-  bool HasNoted(const char* words) const {
-    return dir_.Read("err").find(words) != std::string::npos;
-  }
-
-  Outcome Finish(int signal = 0) {
-    for (int i = 0; i < 2; ++i) Signal(signal);  // twice, as the program timeout does; 0: none
-    if (program_.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-      ADD_FAILURE() << "it does not end";
-      Signal(SIGKILL);
-    }
-    return program_.get();
-  }
-
-  bool Same(const std::string& a, const std::string& b) const {
-    const std::string folder = dir_.path();
-    return std::system(("cd '" + folder + "' && diff -r " + a + ' ' + b).c_str()) == 0;
   }
 
   const std::uint16_t port_ = test::FreePort();
   const std::string port_option_ = " --port " + std::to_string(port_);
   const std::string tables_ = " --model juniq --check-folder " + Sensor().check_folder;
-  std::future<Outcome> program_;
 };
 
 TEST_F(Receiving, RecordsWhatPlayDecodesToTheVerySameFrames) {

@@ -6,8 +6,10 @@
 #include <thread>
 
 #include "orliq/capture/CaptureFile.h"
+#include "simulator/sending/ReplyFaults.h"
 #include "support/CaptureBuilder.h"
 #include "support/Loopback.h"
+#include "support/Playback.h"
 #include "support/Program.h"
 
 namespace orliq::cli {
@@ -91,6 +93,60 @@ TEST_F(Send, CtrlCIsALossUnlessTheSimulationWasEndless) {
   EXPECT_THAT(outcome_.err, HasSubstr("interrupted after 0 of 1,000 frames"));
   const double now = static_cast<double>(std::time(nullptr));
   EXPECT_NEAR(sent["start_time_s"].get<double>(), now, 60.0);
+}
+
+TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
+  const std::pair<const char*, const char*> options[] = {// in the order of sim::ReplyFault
+                                                         {" --drop-replies ", "lost"},
+                                                         {" --silence ", "silent"},
+                                                         {" --short-replies ", "short"},
+                                                         {" --wrong-marker ", "wrong_marker"},
+                                                         {" --wrong-total ", "wrong_total"},
+                                                         {" --delay-replies ", "delayed"},
+                                                         {" --duplicate-replies ", "duplicated"},
+                                                         {" --swap-replies ", "swapped"}};
+  std::string faults = " --seed 3 --silence-time 0 --reply-delay 0 --restart-after 9 --down-time 0";
+  sim::ReplyFaultRates rates;
+  for (std::size_t i = 0; i < sim::kReplyFaults; ++i) {
+    rates.values[i] = 0.02 * static_cast<double>(1 + i);
+    faults += options[i].first + std::to_string(rates.values[i]);
+  }
+  const std::string serve = "simulate --model juniq --serve-params ";
+  const Bytes request = {0xA5, 0xA5, 0xA5, 0xA5, 0, 0, 0, 0, 0, 1, 0, 0x95};
+  for (const std::string packets : {"", " --frames 1 --out a.pcap"}) {
+    const std::uint16_t port = test::FreePort();
+    std::thread user([&] {
+      const test::LoopbackSocket socket;
+      EXPECT_TRUE(test::Eventually([&, replies = 0]() mutable {
+        socket.Send(port, request.data(), request.size());
+        if (socket.Receive(std::chrono::milliseconds(20))) ++replies;
+        return replies > 100 && (packets.empty() || exists(dir_ / "a.pcap"));
+      }));
+      Signal(SIGINT);
+    });
+    const json sums = RunJson(serve + std::to_string(port) + packets + faults);
+    user.join();
+    sim::ReplyFaults chance(rates, 3);
+    sim::ReplyFaultCounts counts;
+    for (std::size_t i = 0; i < sums["requests"]; ++i) {
+      if (const auto fault = chance.Next().fault) ++counts[*fault];
+    }
+    for (std::size_t i = 0; i + 1 < sim::kReplyFaults; ++i) {
+      EXPECT_EQ(sums["reply_faults"][options[i].second], counts.values[i]) << options[i].first;
+    }
+    EXPECT_GT(sums["reply_faults"]["swapped"], 0);
+    const std::uint64_t unanswered = counts.values[0] + counts.values[1];
+    EXPECT_GT(sums["replies"].get<std::uint64_t>() + unanswered - counts.values[6] + 9,
+              sums["requests"])
+        << "delayed";
+    EXPECT_EQ(sums["restarts"], 1);
+    EXPECT_EQ(sums.value("packets_written", 0), packets.empty() ? 0 : 768);
+  }
+  const test::LoopbackSocket other;
+  ExpectRefusal({serve + std::to_string(other.port()), 4, "another program holds UDP port"});
+  const json sums =
+      RunJson(serve + std::to_string(test::FreePort()) + " --frames 1 --to 127.0.0.1:9");
+  EXPECT_EQ(sums["image_bytes"], 589896) << "ends with the packets";
 }
 
 TEST_F(Send, SimulateReplacesOnlyWhatASimulationWrote) {

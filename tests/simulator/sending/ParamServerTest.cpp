@@ -6,53 +6,37 @@
 
 #include <cstring>
 #include <numeric>
-#include <thread>
 
 #include "simulator/sensors/CheckImage.h"
 #include "simulator/sensors/Sensor.h"
+#include "support/GentleSender.h"
 #include "support/Loopback.h"
 
 namespace orliq::sim {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using std::chrono::hours;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-Bytes Request(std::uint32_t offset, unsigned length) {
-  Bytes bytes = {0xA5, 0xA5, 0xA5, 0xA5, 0, 0, 0, 0, 0, 0, 0, 0};
-  for (unsigned i = 0; i < 4; ++i) bytes[5 + i] = static_cast<std::uint8_t>(offset >> (8 * i));
-  bytes[9] = static_cast<std::uint8_t>(length);
-  bytes[10] = static_cast<std::uint8_t>(length >> 8);
+Bytes Request(std::uint32_t at, std::uint32_t length) {
+  const std::uint32_t fields[] = {0xA5,    0xA5,     0xA5,     0xA5,   0,           at,
+                                  at >> 8, at >> 16, at >> 24, length, length >> 8, 0};
+  Bytes bytes(std::begin(fields), std::end(fields));
   bytes[11] = static_cast<std::uint8_t>(std::accumulate(bytes.begin(), bytes.end(), 0));
   return bytes;
 }
 
-/// Of 300 bytes, each of which tells where it stands.
+/// Each byte tells where it stands.
 Bytes Numbered() {
   Bytes image(300);
-  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(i % 251);
+  std::iota(image.begin(), image.end(), std::uint8_t{0});
   return image;
-}
-
-Bytes Piece(const Bytes& reply) {
-  return {reply.begin() + 36, reply.end() - 3};
 }
 
 std::uint32_t Total(const Bytes& reply) {
   return reply[4] | reply[5] << 8 | reply[6] << 16 | std::uint32_t{reply[7]} << 24;
-}
-
-template <typename Condition>
-bool Await(const Condition& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  bool met = condition();
-  for (; !met && std::chrono::steady_clock::now() < deadline; met = condition()) {
-    std::this_thread::yield();
-  }
-  return met;
 }
 
 /// A server of the image and one who asks it.
@@ -66,29 +50,32 @@ struct Exchange {
   }
   /// Requests for single bytes, the first of them at `begin`.
   void AskForBytes(std::uint32_t begin, std::uint32_t end) {
-    for (std::uint32_t i = begin; i < end; ++i) Send(Request(i, 1));
+    for (std::uint32_t i = begin; i < end; ++i) {
+      Send(Request(i, 1));
+      if (i % 100 == 99) AwaitTaken();  // a socket's buffer holds some 250
+    }
   }
+  void AwaitTaken() const {
+    EXPECT_TRUE(test::Eventually([&] { return Counts().requests + Counts().invalid == sent; }));
+  }
+  ParamServerCounts Counts() const { return server->Counts(); }
   Bytes Ask(std::uint32_t offset, unsigned length) {
     Send(Request(offset, length));
     return socket.Receive(std::chrono::seconds(20)).value_or(Bytes(39));
   }
   /// All that has come when the server has taken every datagram and ended.
   std::vector<Bytes> Finish() {
-    EXPECT_TRUE(Await([&] {
-      const auto counts = server->Counts();
-      return counts.requests + counts.invalid == sent;
-    }));
+    AwaitTaken();
     server->Stop();
     std::vector<Bytes> datagrams;
     while (auto datagram = socket.Receive(milliseconds(0))) datagrams.push_back(*datagram);
-    EXPECT_GE(server->Counts().replies, datagrams.size());
     return datagrams;
   }
   std::vector<Bytes> AnswersTo(std::uint32_t requests) {
     AskForBytes(0, requests);
     return Finish();
   }
-  std::uint64_t Count(ReplyFault fault) const { return server->Counts().faults[fault]; }
+  std::uint64_t Count(ReplyFault fault) const { return Counts().faults[fault]; }
 
   std::error_code error;
   const test::LoopbackSocket socket;
@@ -122,8 +109,7 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
       reply = exchange.Ask(static_cast<std::uint32_t>(image.size()), 1000);
       EXPECT_EQ(Bytes(reply.begin(), reply.begin() + 4), Bytes(4, 'Z'));
       EXPECT_EQ(Total(reply), size + 32);
-      const Bytes piece = Piece(reply);
-      image.insert(image.end(), piece.begin(), piece.end());
+      image.insert(image.end(), reply.begin() + 36, reply.end() - 3);
     }
     ASSERT_THAT(image, SizeIs(size));
     const std::uint8_t* place = image.data();
@@ -133,7 +119,7 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
       EXPECT_EQ(std::memcmp(place + 4, tables[i].values.data(), bytes), 0) << tables[i].word;
       place += 4 + bytes;
     }
-    const auto counts = exchange.server->Counts();
+    const auto counts = exchange.Counts();
     EXPECT_EQ(counts.requests, (size + 999) / 1000 + 1) << "the last one beyond the end";
     EXPECT_EQ(counts.bytes, size + 39 * counts.requests);
     EXPECT_EQ(counts.images, size > 0 ? 1 : 0);
@@ -142,22 +128,17 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
 }
 
 TEST(ParamServer, CountsAnImageOnceEveryByteHasLeftUndamaged) {
-  Exchange exchange(With({{ReplyFault::kWrongTotal, 0.3}}));
-  const auto images = [&] { return exchange.server->Counts().images; };
-  const auto fetch = [&](std::uint32_t offset, unsigned length) {
-    while (Total(exchange.Ask(offset, length)) != 332) {
-    }
+  const auto fetch = [](Exchange& exchange, std::uint32_t offset, unsigned length) {
+    exchange.Ask(offset, length);
+    return exchange.Counts();
   };
-  fetch(0, 100);
-  fetch(200, 100);
-  EXPECT_EQ(images(), 0U) << "100 bytes are missing";
-  fetch(100, 150);
-  EXPECT_EQ(exchange.server->Counts().image_bytes_served, 250U);
-  for (int repeated = 0; repeated < 3; ++repeated) fetch(200, 100);
-  EXPECT_EQ(images(), 1U);
-  fetch(0, 300);
-  EXPECT_EQ(images(), 2U);
-  EXPECT_GT(exchange.Count(ReplyFault::kWrongTotal), 0U);
+  Exchange damaged(With({{ReplyFault::kWrongTotal, 1.0}})), good({});
+  EXPECT_EQ(fetch(damaged, 0, 300).images, 0U);
+  fetch(good, 0, 100);
+  EXPECT_EQ(fetch(good, 200, 100).images, 0U) << "100 bytes are missing";
+  EXPECT_EQ(fetch(good, 100, 150).image_bytes_served, 250U);
+  for (int repeated = 0; repeated < 3; ++repeated) EXPECT_EQ(fetch(good, 200, 100).images, 1U);
+  EXPECT_EQ(fetch(good, 0, 300).images, 2U);
 }
 
 TEST(ParamServer, AnswersEveryRequestAndNothingElse) {
@@ -181,44 +162,36 @@ TEST(ParamServer, AnswersEveryRequestAndNothingElse) {
     exchange.Send(datagram);
   }
   EXPECT_THAT(exchange.Finish(), SizeIs(0));
-  EXPECT_EQ(exchange.server->Counts().invalid, 10U);
+  EXPECT_EQ(exchange.Counts().invalid, 10U);
 }
 
-TEST(ParamServer, DamagesRepliesWhereItIsAskedTo) {
+TEST(ParamServer, DamagesRepliesOnlyWhereItIsAskedTo) {
   const Bytes right = Exchange({}).Ask(0, 1);
-  const struct {
-    ReplyFault fault;
-    std::size_t begin, end;  // bytes that may differ
-  } rows[] = {{ReplyFault::kWrongMarker, 0, 4}, {ReplyFault::kWrongTotal, 4, 8}};
-  for (const auto& row : rows) {
-    Exchange exchange(With({{row.fault, 1.0}}));
-    std::set<Bytes> kinds;
+  ParamServerOptions wrong = With({{ReplyFault::kWrongTotal, 1.0}});
+  wrong.wrong_total = 0x89ABCDEF;
+  EXPECT_EQ(Total(Exchange(wrong).Ask(0, 1)), 0x89ABCDEF);
+  Exchange marker(With({{ReplyFault::kWrongMarker, 1.0}}));
+  Exchange total(With({{ReplyFault::kWrongTotal, 1.0}}));
+  for (auto [exchange, first] : {std::pair(&marker, 0), {&total, 4}}) {
     for (int i = 0; i < 30; ++i) {
-      Bytes reply = exchange.Ask(0, 1);
-      kinds.insert(reply);
+      Bytes reply = exchange->Ask(0, 1);
       EXPECT_NE(reply, right);
-      std::copy(&right[row.begin], &right[row.end], &reply[row.begin]);
+      std::copy_n(&right[first], 4, &reply[first]);
       EXPECT_EQ(reply, right);
     }
-    EXPECT_GT(kinds.size(), 5U);
-    EXPECT_EQ(exchange.Count(row.fault), 30U);
   }
-  ParamServerOptions options = With({{ReplyFault::kWrongTotal, 1.0}});
-  options.wrong_total = 0x89ABCDEF;
-  EXPECT_EQ(Total(Exchange(options).Ask(0, 1)), 0x89ABCDEF);
   std::set<std::size_t> sizes;
   for (const Bytes& reply : Exchange(With({{ReplyFault::kShort, 1.0}})).AnswersTo(200)) {
     sizes.insert(reply.size());
   }
-  EXPECT_EQ(*sizes.rbegin(), 38U);
-  EXPECT_GT(sizes.size(), 30U);
+  EXPECT_THAT(sizes, testing::AllOf(SizeIs(39), testing::Contains(0), testing::Contains(38)));
 }
 
 TEST(ParamServer, LosesRepeatsAndSwapsReplies) {
   Exchange lost(With({{ReplyFault::kLost, 0.2}}));
   const auto left = lost.AnswersTo(100);
   EXPECT_EQ(left.size(), 100 - lost.Count(ReplyFault::kLost));
-  EXPECT_NEAR(static_cast<double>(left.size()), 80.0, 15.0);
+  EXPECT_LT(left.size(), 100U);
   EXPECT_THAT(Numbers(Exchange(With({{ReplyFault::kDuplicated, 1.0}})).AnswersTo(3)),
               ElementsAre(0, 0, 1, 1, 2, 2));
   Exchange swapped(With({{ReplyFault::kSwapped, 1.0}}));
@@ -226,7 +199,7 @@ TEST(ParamServer, LosesRepeatsAndSwapsReplies) {
   EXPECT_EQ(swapped.Count(ReplyFault::kSwapped), 2U);
 
   ParamServerOptions options = With({{ReplyFault::kSilence, 0.05}});
-  options.silence = hours(1);
+  options.silence = std::chrono::hours(1);
   Exchange silent(options);
   const std::size_t answered = silent.AnswersTo(100).size();
   EXPECT_EQ(answered + silent.Count(ReplyFault::kSilence), 100U);
@@ -239,14 +212,14 @@ TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
   options.delay = milliseconds(500);
   Exchange exchange(options);
   exchange.AskForBytes(0, 100);
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().replies == 100; }));
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 100; }));
   const Bytes numbers = Numbers(exchange.Finish());
   const auto late = std::is_sorted_until(numbers.begin(), numbers.end());
   EXPECT_EQ(numbers.end() - late, static_cast<int>(exchange.Count(ReplyFault::kDelayed)));
   EXPECT_TRUE(std::is_sorted(late, numbers.end()));
 
   options = With({{ReplyFault::kDelayed, 1.0}});
-  options.delay = hours(1);
+  options.delay = std::chrono::hours(1);
   Exchange flooded(options);
   EXPECT_THAT(flooded.AnswersTo(300), SizeIs(0)) << "and ends without waiting for them";
   EXPECT_EQ(flooded.Count(ReplyFault::kDelayed), 256U);
@@ -254,69 +227,58 @@ TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
 }
 
 TEST(ParamServer, DecidesTheSameWithTheSameSeed) {
-  ParamServerOptions options;
-  for (const ReplyFault fault : {ReplyFault::kLost, ReplyFault::kShort, ReplyFault::kWrongMarker,
-                                 ReplyFault::kWrongTotal, ReplyFault::kDuplicated}) {
-    options.rates[fault] = 0.2;
-  }
+  ParamServerOptions options = With({{ReplyFault::kLost, 0.2},
+                                     {ReplyFault::kShort, 0.2},
+                                     {ReplyFault::kWrongMarker, 0.2},
+                                     {ReplyFault::kWrongTotal, 0.2},
+                                     {ReplyFault::kDuplicated, 0.2}});
   const auto first = Exchange(options).AnswersTo(100);
   EXPECT_EQ(Exchange(options).AnswersTo(100), first);
   options.seed = 2;
-  EXPECT_NE(Exchange(options).AnswersTo(100), first);
-  const Bytes spared = Numbers(Exchange(With({{ReplyFault::kLost, 0.2}})).AnswersTo(100));
-  const Bytes both = Numbers(
-      Exchange(With({{ReplyFault::kLost, 0.2}, {ReplyFault::kDuplicated, 0.2}})).AnswersTo(100));
-  EXPECT_EQ(std::set<int>(both.begin(), both.end()), std::set<int>(spared.begin(), spared.end()));
+  EXPECT_NE(Numbers(Exchange(options).AnswersTo(100)), Numbers(first));
+  const auto doubled = [](double lost) {
+    const auto rates = With({{ReplyFault::kLost, lost}, {ReplyFault::kDuplicated, 0.5}});
+    const Bytes numbers = Numbers(Exchange(rates).AnswersTo(100));
+    return std::multiset<int>(numbers.begin(), numbers.end());
+  };
+  const auto all = doubled(0.0), some = doubled(0.2);
+  for (const int number : some) EXPECT_EQ(some.count(number), all.count(number));
+  EXPECT_LT(some.size(), all.size());
 }
 
-TEST(ParamServer, ComesBackOnItsPortAndHasForgottenWhatWaited) {
+TEST(ParamServer, LeavesItsPortInARestartAndForgetsWhatWaited) {
   ParamServerOptions options = With({{ReplyFault::kDelayed, 0.5}});
   options.delay = milliseconds(500);
   options.restart_after = 2;
-  options.down = milliseconds(0);
+  options.down = milliseconds(200);
   Exchange exchange(options);
-  ParamServerOptions same_port;
-  same_port.port = exchange.server->Port();
-  std::error_code error;
-  EXPECT_EQ(ParamServer::Create(same_port, {}, error), nullptr);
-  EXPECT_EQ(error, std::errc::address_in_use);
-  same_port.address = "127.0.0";
-  EXPECT_EQ(ParamServer::Create(same_port, {}, error), nullptr);
-  EXPECT_EQ(error, std::errc::invalid_argument);
-
-  exchange.AskForBytes(0, 4);
-  ASSERT_TRUE(Await([&] { return exchange.server->Counts().restarts == 1; }));
-  ASSERT_EQ(exchange.Count(ReplyFault::kDelayed), 2U) << "of the first four with this seed";
-  exchange.AskForBytes(100, 120);
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().replies == 22; }));
-  Bytes numbers = Numbers(exchange.Finish());
-  std::sort(numbers.begin(), numbers.end());
-  Bytes expected(22, 3);
-  expected[0] = 0;
-  std::iota(expected.begin() + 2, expected.end(), 100);
-  EXPECT_EQ(numbers, expected);
-}
-
-TEST(ParamServer, LeavesItsPortWhileItIsDown) {
-  ParamServerOptions options;
-  options.restart_after = 1;
-  options.down = milliseconds(300);
-  Exchange exchange(options);
-  exchange.Ask(0, 1);
   options.port = exchange.server->Port();
   std::unique_ptr<ParamServer> other;
-  std::error_code error;
-  EXPECT_TRUE(Await([&] { return (other = ParamServer::Create(options, {}, error)) != nullptr; }));
-  EXPECT_FALSE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
+  const auto takes_port = [&] {
+    return (other = ParamServer::Create(options, {}, exchange.error)) != nullptr;
+  };
+  EXPECT_FALSE(takes_port());
+  EXPECT_EQ(exchange.error, std::errc::address_in_use);
+  exchange.AskForBytes(0, 4);
+  EXPECT_TRUE(test::Eventually(takes_port));
+  EXPECT_FALSE(exchange.server->Greet("127.0.0.1", exchange.socket.port())) << "while down";
   other.reset();
-  EXPECT_TRUE(Await([&] { return exchange.server->Counts().restarts == 1; }));
+  ASSERT_TRUE(test::Eventually([&] { return exchange.Counts().restarts == 1; }));
+  ASSERT_EQ(exchange.Count(ReplyFault::kDelayed), 2U) << "of the first four with this seed";
+  exchange.AskForBytes(100, 120);
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 22; }));
+  Bytes numbers = Numbers(exchange.Finish());
+  ASSERT_THAT(numbers, SizeIs(22));
+  std::nth_element(numbers.begin(), numbers.begin() + 2, numbers.end());
+  EXPECT_EQ(numbers[2], 100) << "only two of those before";
+}
 
-  EXPECT_TRUE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
+TEST(ParamServer, GreetsFromItsPort) {
+  Exchange exchange({});
   sockaddr_in sender = {};
-  const auto greeting = exchange.socket.Receive(std::chrono::seconds(20), &sender);
-  EXPECT_THAT(greeting.value_or(Bytes(39)), SizeIs(testing::Lt(39U)));
+  EXPECT_TRUE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
+  EXPECT_EQ(exchange.socket.Receive(std::chrono::seconds(20), &sender), Bytes(1)) << "no reply";
   EXPECT_EQ(ntohs(sender.sin_port), exchange.server->Port());
-  EXPECT_FALSE(exchange.server->Greet("127.0.0", exchange.socket.port()));
 }
 
 }  // namespace

@@ -25,6 +25,8 @@ struct LiveCounts {
   double frames_span = 0.0;  ///< [s] from the first of them to the last
   std::uint64_t empty_frames = 0;
   std::uint64_t partial_points = 0;  ///< of the first one, which had begun before
+  std::uint64_t frames_before_tables =
+      0;  ///< decoded without them in whole or part; none of the above
   std::uint64_t points = 0;
   std::uint64_t min_points = 0;  ///< of a frame
   std::uint64_t median_points = 0;
@@ -40,6 +42,7 @@ struct FrameChoice {
   std::optional<std::uint64_t> frames;  ///< so many and no more; nothing: all
   bool partial = false;                 ///< the first one too, which had begun before
   std::string source;                   ///< IPv4 address of the sensor; empty: any sender
+  bool lenient = false;                 ///< replies with its calibration are taken as they come
 };
 
 /// A live sensor, whatever its point type.
@@ -57,6 +60,9 @@ class LiveSource {
   /// Whether all the frames that were asked for are here.
   virtual bool Complete() const = 0;
   virtual LiveCounts Counts() const = 0;
+
+  /// Where its calibration comes from, and which tables are not in use.
+  virtual lidar::CalibrationStatus Calibration() const = 0;
 };
 
 /// Receives through the public driver. The counting happens on the driver's decoding thread.
@@ -75,6 +81,8 @@ class DriverSource : public LiveSource {
         [this] { return pool_->Take(); });
     driver_.RegisterImuCallBack([this](const std::shared_ptr<lidar::ImuMsg>&) { TakeImu(); },
                                 [] { return std::make_shared<lidar::ImuMsg>(); });
+    driver_.SetStrictUpload(!choice_.lenient);
+    calibrated_ = param.param_source == 0;
     return driver_.SetSourceAddress(choice_.source) && driver_.InitDriver(param) && driver_.Start();
   }
 
@@ -90,6 +98,7 @@ class DriverSource : public LiveSource {
         std::chrono::duration<double>(last_frame_.load() - first_frame_.load()).count();
     counts.empty_frames = empty_frames_;
     counts.partial_points = partial_points_;
+    counts.frames_before_tables = frames_before_tables_;
     counts.points = points_;
     {
       const std::lock_guard lock(spread_mutex_);
@@ -104,6 +113,12 @@ class DriverSource : public LiveSource {
     return counts;
   }
 
+  lidar::CalibrationStatus Calibration() const override {
+    lidar::CalibrationStatus status;
+    driver_.GetCalibrationStatus(status);
+    return status;
+  }
+
  private:
   using Number = std::atomic<std::uint64_t>;
   using Clock = std::chrono::steady_clock;
@@ -112,6 +127,11 @@ class DriverSource : public LiveSource {
     if (Complete()) return;
     const int number = clouds_++;
     const std::size_t points = cloud->points.size();
+    const bool calibrated = WasCalibrated();
+    if (!calibrated && points > 0) {
+      ++frames_before_tables_;
+      return;
+    }
     const bool partial = number == 0;
     if (partial) partial_points_ = points;
     if (points == 0) {
@@ -121,6 +141,16 @@ class DriverSource : public LiveSource {
       if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
       ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
     }
+  }
+
+  /// Whether the frame that has just ended was decoded with tables from its first packet on. Without,
+  /// its points lie straight ahead; and so do some of the frame in which the tables came.
+  bool WasCalibrated() {
+    if (calibrated_) return true;
+    calibrated_ = Calibration().loaded;  // for the frames that follow
+    lidar::DriverStatistics statistics;
+    driver_.GetStatistics(statistics);
+    return calibrated_ && statistics.upload.decoded_before_use == 0;
   }
 
   void Count(const Cloud& cloud) {
@@ -141,10 +171,12 @@ class DriverSource : public LiveSource {
   FrameChoice choice_;
   std::uint64_t wanted_;
   CloudSaver* saver_;
-  int clouds_ = 0;  // of all kinds; of the decoding thread
+  int clouds_ = 0;           // of all kinds; of the decoding thread
+  bool calibrated_ = false;  // from the next frame on; likewise, once it runs
   Number frames_{0};
   Number empty_frames_{0};
   Number partial_points_{0};
+  Number frames_before_tables_{0};
   Number points_{0};
   Number non_zero_{0};
   Number last_points_{0};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/network/ListenOptions.h"
 
+#include "orliq/network/HostNetwork.h"
+#include "orliq/network/UdpReceiver.h"
 #include "orliq/terminal/OptionChecks.h"
 
 namespace orliq::cli {
@@ -25,6 +27,13 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
       ->capture_default_str();
   command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no status line, no remarks");
+}
+
+void RequirePort(const std::string& address, std::uint16_t port, const Console& console) {
+  const UdpReceiver trial(address, port, UdpReceiver::Sharing::kShared);
+  if (ForeignSockets(port) == 0) return;
+  console.Note("another socket has UDP port " + std::to_string(port) +
+               " bound too: a packet goes to one of the two only (" + SocketOwnerHint(port) + ')');
 }
 
 double ListenTime::Seconds() const {

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "orliq/terminal/Console.h"
+
 namespace orliq::cli {
 
 /// Where and how long a verb listens to a live sensor.
@@ -19,6 +21,10 @@ struct ListenOptions {
 };
 
 void AddListenOptions(CLI::App& command, ListenOptions& options);
+
+/// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why:
+/// throws Failure then, and remarks on another socket that has the port too.
+void RequirePort(const std::string& address, std::uint16_t port, const Console& console);
 
 /// Runs from its making on.
 class ListenTime {

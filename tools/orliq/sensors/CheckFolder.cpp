@@ -2,11 +2,10 @@
 #include "orliq/sensors/CheckFolder.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 #include "orliq/terminal/ExitCode.h"
-#include "orliq/terminal/NumberText.h"
+#include "orliq/terminal/PlainText.h"
+#include "param/Calibration.h"
 #include "param/ParamService.h"
 
 namespace orliq::cli {
@@ -21,78 +20,55 @@ const std::vector<std::string>& TableWords() {
 }
 
 /// Why the folder as such is of no use, or nothing.
-std::string FolderFault(const std::string& folder, const std::vector<TableLoad>& files) {
+std::string FolderFault(const std::string& folder, const std::string& fault, bool has_files) {
   if (folder.empty()) return "an empty name is no folder";
-  std::error_code error;
-  const auto status = std::filesystem::status(folder, error);
-  if (!std::filesystem::exists(status)) return "there is no folder " + folder;
-  if (!std::filesystem::is_directory(status)) return folder + " is not a folder";
-  const std::filesystem::directory_iterator listing(folder, error);
-  if (error) return "the folder " + folder + " cannot be listed: " + error.message();
-  if (files.empty()) return "the folder " + folder + " holds no files";
-  return {};
+  if (!fault.empty()) return fault;
+  return has_files ? std::string() : "the folder " + folder + " holds no files";
 }
 
-std::string WhyRefused(const TableLoad& file) {
-  if (!file.readable) return file.path + " cannot be read";
-  return file.path + " holds " + Count(file.found, "number") + ", the " + file.table +
-         " table needs " + Grouped(file.needed);
-}
-
-std::string WhyDoubtful(const std::string& other, const TableLoad& file) {
-  return other + " and " + file.path + " both count as the " + file.table +
-         " table: remove the one that is not wanted";
-}
-
-/// Remarks on one table; whether one file gives it. Of two, the order of the folder's listing decides.
-bool ExamineTable(const std::string& table, const std::vector<TableLoad>& files,
-                  std::vector<std::string>& remarks) {
-  std::string accepted;
-  bool seen = false;
-  bool doubtful = false;
-  for (const TableLoad& file : files) {
-    if (file.table != table) continue;
-    seen = true;
-    if (!file.accepted) remarks.push_back(WhyRefused(file));
-    if (!file.accepted) continue;
-    if (!accepted.empty()) {
-      doubtful = true;
-      remarks.push_back(WhyDoubtful(accepted, file));
-    }
-    accepted = file.path;
-  }
-  if (!seen) remarks.push_back("there is no " + table + " table (no file name holds that word)");
-  return !accepted.empty() && !doubtful;
+/// Of two files for a table, the order of the folder's listing would decide.
+bool GivesEachTableOnce(const lidar::ParamService& service) {
+  const auto& files = service.LastLoad();
+  const auto& tables = service.LastTables();
+  return std::all_of(tables.begin(), tables.end(), [&](const TableLoad& table) {
+    return 1 == std::count_if(files.begin(), files.end(), [&](const TableLoad& file) {
+             return file.accepted && file.table == table.table;
+           });
+  });
 }
 
 }  // namespace
 
 CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder) {
-  CheckFolderReport report;
   lidar::ParamService service;
-  report.loaded = service.LoadCheckFolder(model.type, folder);
-  const std::string fault = FolderFault(folder, service.LastLoad());
-  if (!fault.empty()) {
-    report.remarks = {fault};
-    return report;
-  }
+  return ExamineCheckFolder(model, folder, service);
+}
+
+CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder,
+                                     lidar::ParamService& service) {
+  lidar::DriverParam param;
+  param.lidar_type = model.type;
+  param.calibration_param.check_folder = folder;
+  const lidar::CalibrationStatus status = lidar::LoadCalibration(param, service);
+  const std::string fault = FolderFault(folder, status.folder_fault, !service.LastLoad().empty());
+  if (!fault.empty()) return {false, false, false, {PlainText(fault)}};
+
+  CheckFolderReport report = {true, status.loaded, false, {}};
+  report.complete = report.loaded && GivesEachTableOnce(service);
   const std::string word = TableWordIn(folder);
-  if (!word.empty()) {
+  const bool is_used = word != "offset" || service.LastTables().back().table == word;
+  if (!word.empty() && is_used) {
     report.remarks = {"the folder's own path holds the word \"" + word +
-                      "\", so every file in it " +
-                      "may be taken for that table: rename the folder"};
+                      "\", so every file in it may be taken for that table: rename the folder"};
   }
-  report.complete = report.loaded;
-  for (const std::string& table : TableWords()) {
-    if (table == "offset" && model.type != lidar::LidarType::Juniq) continue;
-    if (!ExamineTable(table, service.LastLoad(), report.remarks)) report.complete = false;
-  }
+  for (const lidar::RefusedTable& table : status.refused)
+    report.remarks.push_back(PlainText(table.text));
   return report;
 }
 
 std::string CheckFolderFault(const Model& model, const std::string& folder,
                              const CheckFolderReport& report) {
-  std::string text = "the check folder " + (folder.empty() ? "\"\"" : folder);
+  std::string text = "the check folder " + (folder.empty() ? "\"\"" : PlainText(folder));
   const std::string name(model.name);
   text += report.loaded ? " does not give " + name + " each table once:"
                         : " does not load for " + name + ':';
@@ -114,7 +90,9 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
   }
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
   if (!report.complete) {
-    throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report));
+    throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
+                                            "\norliq check-params DIR --model " + model.name +
+                                            " tells more, and the rules");
   }
   for (const std::string& remark : report.remarks) console.Note(remark);
 }

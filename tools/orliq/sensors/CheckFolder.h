@@ -8,17 +8,25 @@
 #include "orliq/sensors/Models.h"
 #include "orliq/terminal/Console.h"
 
+namespace orliq::lidar {
+class ParamService;
+}
+
 namespace orliq::cli {
 
 /// What became of a folder of calibration tables, for the user.
 struct CheckFolderReport {
+  bool listed = false;               ///< it is a folder with files in it
   bool loaded = false;               ///< the driver will use the tables
   bool complete = false;             ///< and each of them comes from one file
   std::vector<std::string> remarks;  ///< a sentence for each table that is missing or doubtful
 };
 
-/// Loads the folder as the driver of `model` does and tells what is wrong with it.
+/// Loads the folder as the driver of `model` does and tells what is wrong with it. The second form
+/// leaves the tables, and what became of each file, in `service`.
 CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder);
+CheckFolderReport ExamineCheckFolder(const Model& model, const std::string& folder,
+                                     lidar::ParamService& service);
 
 /// What is wrong with the folder, a line for each remark behind the sentence.
 std::string CheckFolderFault(const Model& model, const std::string& folder,

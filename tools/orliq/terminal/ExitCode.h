@@ -12,7 +12,7 @@ enum class ExitCode : int {
   kUsage = 2,          ///< the command line makes no sense
   kNoData = 3,         ///< nothing in the source belongs to the sensor
   kFileFault = 4,      ///< a file cannot be read or written, or is malformed
-  kLosses = 5,         ///< done, but packets were refused or the capture ends early
+  kLosses = 5,         ///< done, but something is refused, missing or suspicious
   kInternalFault = 70  ///< the program itself is at fault
 };
 

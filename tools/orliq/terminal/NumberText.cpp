@@ -18,6 +18,13 @@ std::string Fixed(double number, int digits) {
   return {text, end};
 }
 
+std::string Significant(double number) {
+  char text[32];
+  const auto end =
+      std::to_chars(text, text + sizeof(text), number, std::chars_format::general, 6).ptr;
+  return {text, end};
+}
+
 std::string Megabytes(std::uint64_t bytes) {
   if (bytes < 1000) return Count(bytes, "byte");
   const bool small = bytes < 100'000;

@@ -13,6 +13,9 @@ std::string Grouped(std::uint64_t number);
 /// A number with `digits` digits after the point.
 std::string Fixed(double number, int digits);
 
+/// A number of any size with six significant digits: "59.8765", "1e+30", "nan".
+std::string Significant(double number);
+
 /// "16.9 MB"; what is below 0.1 MB, in kB or bytes.
 std::string Megabytes(std::uint64_t bytes);
 

@@ -22,5 +22,7 @@ Verb AddPlay(CLI::App& app);
 Verb AddLive(CLI::App& app);
 Verb AddRecord(CLI::App& app);
 Verb AddSend(CLI::App& app);
+Verb AddFetchParams(CLI::App& app);
+Verb AddCheckParams(CLI::App& app);
 
 }  // namespace orliq::cli

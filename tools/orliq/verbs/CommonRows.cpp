@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/CommonRows.h"
 
+#include <utility>
+
 namespace orliq::cli {
 
 void AddReceptionRows(Report& report, const Reception& reception) {
@@ -46,6 +48,21 @@ std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t o
                    const std::string& other_text) {
   if (count + other == 0) return "none";
   return Grouped(count) + ' ' + text + ", " + Grouped(other) + ' ' + other_text;
+}
+
+void AddFaultRows(Report& report, const char* key, const char* title,
+                  const std::vector<FaultCount>& faults) {
+  Table table = {title, {"", ""}, {true, false}, {}};
+  Json json = Json::object();
+  for (const FaultCount& fault : faults) {
+    json[fault.key] = fault.count;
+    if (fault.count > 0) table.rows.push_back({Grouped(fault.count), fault.words});
+  }
+  if (table.rows.empty()) {
+    report.Add(key, "", std::move(json), "");
+  } else {
+    report.Add(key, std::move(json), std::move(table));
+  }
 }
 
 std::string FilesText(const CloudWriter& writer, const std::string& out) {

@@ -44,6 +44,17 @@ void AddRefusedRows(Report& report, const RefusedPackets& refused);
 std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t other,
                    const std::string& other_text);
 
+/// How often a fault came that was asked for.
+struct FaultCount {
+  const char* key;    ///< in JSON
+  const char* words;  ///< behind the count
+  std::uint64_t count;
+};
+
+/// A table of those that came, all of them in JSON.
+void AddFaultRows(Report& report, const char* key, const char* title,
+                  const std::vector<FaultCount>& faults);
+
 /// "20 pcd files in frames, 15.7 MB"
 std::string FilesText(const CloudWriter& writer, const std::string& out);
 

@@ -5,30 +5,34 @@
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/network/HostNetwork.h"
 #include "orliq/network/ListenOptions.h"
-#include "orliq/network/UdpReceiver.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
-#include "orliq/terminal/StatusLine.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/LiveTally.h"
+#include "orliq/verbs/LiveWatcher.h"
 #include "orliq/verbs/Silence.h"
+#include "orliq/verbs/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
-constexpr std::chrono::seconds kStatusPause{1};
-constexpr std::uint64_t kDoubtfulFrames = 5;  // without a measured point, until a remark says so
 
 struct Options {
   CloudOptions cloud;
   ListenOptions listen;
   FrameChoice choice;
+  std::string params_from;
+  UploadRequest upload;
 };
 
 lidar::DriverParam MakeParam(const Options& options, const Model& model) {
   lidar::DriverParam param = MakeDriverParam(options.cloud, model);
+  if (options.upload.Asks()) {
+    param.param_source = 1;
+    param.calibration_param = MakeCalibrationParam(options.upload);
+  }
   param.input_type = lidar::InputType::Socket;
   param.input_param.local_ip = options.listen.address;
   param.input_param.port = options.listen.port;
@@ -56,124 +60,10 @@ std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
   return std::make_unique<CloudSaver>(out, format, force);
 }
 
-/// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why.
-void RequirePort(const ListenOptions& listen, const Console& console) {
-  const UdpReceiver trial(listen.address, listen.port, UdpReceiver::Sharing::kShared);
-  if (ForeignSockets(listen.port) == 0) return;
-  console.Note("another socket has UDP port " + std::to_string(listen.port) +
-               " bound too: a packet goes to one of the two only (" + SocketOwnerHint(listen.port) +
-               ')');
-}
-
-/// Gathers the counts of a source and times it from its first packet to its last.
-class Watcher {
- public:
-  Watcher(const Options& options, const Model& model, const LiveSource& source,
-          const Console& console)
-      : source_(source),
-        model_(model),
-        console_(console),
-        any_sender_(options.choice.source.empty()),
-        time_(options.listen),
-        line_(options.listen.quiet, kStatusPause) {}
-
-  void Look() {
-    counts_ = source_.Counts();
-    now_ = time_.Seconds();
-    const auto& packets = counts_.packets;
-    if (packets.received > 0) last_ = now_ - packets.last_packet_age_s;
-    if (packets.received > 0 && first_ < 0.0) {
-      first_ = last_;
-      by_first_look_ = packets.received;
-    }
-    WarnOfMixture();
-    WarnOfFault();
-    WarnOfNothing(kDoubtfulFrames);
-  }
-
-  /// The last look, when the source has stopped.
-  void Conclude() {
-    Look();
-    WarnOfNothing(1);
-    WarnOfNoFrame();
-  }
-
-  void Show() {
-    if (!line_.Due()) return;
-    line_.Show(LiveStatusText(shown_, counts_, now_ - shown_at_));
-    shown_ = counts_;
-    shown_at_ = now_;
-  }
-
-  bool Over() const { return source_.Complete() || time_.Over(counts_.packets.decoded > 0); }
-
-  LiveTally Tally() const {
-    LiveTally tally;
-    tally.counts = counts_;
-    tally.interrupted = InterruptRequested() && !Over();
-    Reception& reception = tally.reception;
-    reception.seconds = now_;
-    reception.active = last_ - first_;
-    reception.packets = counts_.packets.received;
-    const auto packets = static_cast<double>(reception.packets - by_first_look_);
-    if (reception.active > 0.0) reception.packets_per_s = packets / reception.active;
-    return tally;
-  }
-
- private:
-  // Once each, as soon as it shows: the user need not wait for the end to mend it.
-  void WarnOfMixture() {
-    if (warned_ || !any_sender_ || counts_.packets.of_other_senders == 0) return;
-    warned_ = true;
-    console_.Note(MixedSendersText(counts_.packets));
-  }
-
-  void WarnOfFault() {
-    if (fault_told_ || counts_.not_written.faults == 0) return;
-    fault_told_ = true;
-    console_.Note(counts_.not_written.first_fault);
-  }
-
-  /// Empty frames are none that --frames counts: without a word the user would wait for ever.
-  void WarnOfNothing(std::uint64_t at_least) {
-    const std::uint64_t clouds = counts_.frames + counts_.empty_frames;
-    if (nothing_told_ || clouds < at_least) return;
-    const std::string text = NothingMeasuredText(model_, clouds, counts_.non_zero);
-    nothing_told_ = !text.empty();
-    console_.Note(text);
-  }
-
-  void WarnOfNoFrame() {
-    const std::uint64_t packets = counts_.packets.decoded;
-    const bool any = counts_.frames + counts_.empty_frames + counts_.partial_points > 0;
-    if (any || packets == 0 || !model_.delivers_frames) return;
-    console_.Note("no frame has ended in " + Count(packets, "packet") +
-                  ": they are too few, or perhaps not of " + model_.name +
-                  " (orliq info tells what recorded ones look like)");
-  }
-
-  const LiveSource& source_;
-  const Model& model_;
-  const Console& console_;
-  bool any_sender_;  // no --source was given
-  bool warned_ = false;
-  bool fault_told_ = false;
-  bool nothing_told_ = false;
-  ListenTime time_;
-  StatusLine line_;
-  LiveCounts counts_;
-  double now_ = 0.0;                 // [s] of `counts_`, as all times since the start
-  double first_ = -1.0;              // of a packet; negative before any
-  double last_ = -1.0;               // likewise
-  std::uint64_t by_first_look_ = 0;  // packets
-  LiveCounts shown_;
-  double shown_at_ = 0.0;
-};
-
 /// Looks at the counts until it is time to end.
 LiveTally Watch(const Options& options, const Model& model, LiveSource& source,
                 const Console& console) {
-  Watcher watcher(options, model, source, console);
+  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, source, console);
   while (!watcher.Over() && !WaitForInterrupt(kPass)) {
     watcher.Look();
     watcher.Show();
@@ -195,10 +85,32 @@ void FinishFiles(CloudSaver& saver, const std::string& out, const Console& conso
   told = found;
 }
 
+void RequirePorts(const Options& options, const Console& console) {
+  RequirePort(options.listen.address, options.listen.port, console);
+  const std::uint16_t port = options.upload.local_port;
+  if (port == options.listen.port) {
+    throw Failure(ExitCode::kUsage,
+                  "--params-local-port must differ from --port, or replies and packets get mixed");
+  }
+  if (options.upload.Asks() && port != 0) RequirePort({}, port, console);
+}
+
+/// From --params-from, unless the model has no use for it.
+UploadRequest MakeUpload(const Options& options, const Model& model, const Console& console) {
+  UploadRequest request = options.upload;
+  if (options.params_from.empty()) return request;
+  request.sensor = ParseHostPort("--params-from", options.params_from);
+  if (model.needs_tables) return request;
+  console.Note(std::string(model.name) + " needs no calibration: --params-from has no effect");
+  return {};
+}
+
 LiveTally Listen(const Options& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
-  RequireCalibration(model, options.cloud.check_folder, console);
-  RequirePort(options.listen, console);
+  if (options.params_from.empty()) {
+    RequireCalibration(model, options.cloud.check_folder, console);
+  }
+  RequirePorts(options, console);
   const auto saver = MakeSaver(options);
   if (options.cloud.verbose) console.ShowLibraryLines();
   const auto source = WithCloudType(options.cloud.point, [&](auto type) {
@@ -232,10 +144,12 @@ void Explain(const LiveTally& tally, const Console& console) {
   }
 }
 
-ExitCode Run(const Options& options, Console& console) {
+ExitCode Run(Options options, Console& console) {
   console.SetQuiet(options.listen.quiet);
   const Model& model = KnownModel(options.cloud.model);
   RequireFramesToCome(options, model);
+  options.upload = MakeUpload(options, model, console);
+  options.choice.lenient = options.upload.lenient;
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   console.Print(tally.MakeReport());
@@ -249,7 +163,30 @@ ExitCode Run(const Options& options, Console& console) {
                            SenderText(packets.first_sender)}));
   }
   Explain(tally, console);
+  if (tally.LacksTables()) {
+    throw UploadFailure(options.upload, packets.upload, tally.reception.seconds,
+                        "live ended, no frame was decoded with it");
+  }
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
+}
+
+void AddUploadOptions(CLI::App& command, Options& options) {
+  auto* const from =
+      command
+          .add_option("--params-from", options.params_from,
+                      "HOST:PORT of the sensor, to fetch its calibration while packets come; "
+                      "frames count from the first one on that is decoded with it")
+          ->check(NotEmpty())
+          ->excludes(command.get_option("--check-folder"));
+  command
+      .add_option("--params-local-port", options.upload.local_port,
+                  "UDP port of this machine to fetch it from; any that is free without it")
+      ->check(Within(1, 65535))
+      ->needs(from);
+  command
+      .add_flag("--lenient", options.upload.lenient,
+                "take its replies as they come: from another address or port, of other lengths")
+      ->needs(from);
 }
 
 }  // namespace
@@ -268,6 +205,7 @@ Verb AddLive(CLI::App& app) {
       ->add_option("--source", options->choice.source,
                    "IPv4 address of the sensor: packets of all others are passed over")
       ->check(HostAddress());
+  AddUploadOptions(*command, *options);
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "

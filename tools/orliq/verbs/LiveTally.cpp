@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "orliq/capture/UdpRecord.h"
+#include "orliq/verbs/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {
@@ -51,6 +52,16 @@ void AddFrameRows(Report& report, const LiveTally& tally) {
              Grouped(counts.imu_samples));
 }
 
+/// Only when the sensor is asked for its tables.
+void AddCalibrationRows(Report& report, const LiveTally& tally) {
+  const lidar::UploadStatistics& upload = tally.counts.packets.upload;
+  if (upload.state == lidar::UploadState::None) return;
+  AddUploadRows(report, upload);
+  const std::uint64_t frames = tally.counts.frames_before_tables;
+  report.Add("frames_before_tables", frames > 0 ? "Before tables" : "", frames,
+             "left out: " + Count(frames, "frame"));
+}
+
 void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
   AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
   report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
@@ -77,8 +88,13 @@ void AddFileRows(Report& report, const LiveTally& tally) {
 bool LiveTally::HasLosses() const {
   const auto& [packets, not_written] = std::tie(counts.packets, counts.not_written);
   return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
-             packets.dropped_by_limit + not_written.no_room + not_written.faults >
+             packets.dropped_by_limit + not_written.no_room + not_written.faults + tables_refused >
          0;
+}
+
+bool LiveTally::LacksTables() const {
+  const lidar::UploadState state = counts.packets.upload.state;
+  return state == lidar::UploadState::Asking || state == lidar::UploadState::Receiving;
 }
 
 Report LiveTally::MakeReport() const {
@@ -87,6 +103,7 @@ Report LiveTally::MakeReport() const {
   report.Add("interrupted", "", interrupted, "");
   report.Add("packets_decoded", "", counts.packets.decoded, "");
   AddSenderRows(report, *this);
+  AddCalibrationRows(report, *this);
   AddFrameRows(report, *this);
   AddLossRows(report, counts.packets);
   AddFileRows(report, *this);
@@ -117,7 +134,10 @@ std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, doub
   const auto fault = [](const char* name, std::uint64_t count) {
     return count > 0 ? ' ' + std::string(name) + ':' + std::to_string(count) : std::string();
   };
-  return rate(before.packets.received, packets.received, 0) + " pkt/s " +
+  const lidar::UploadState upload = packets.upload.state;
+  const bool waits = upload != lidar::UploadState::None && upload != lidar::UploadState::InUse;
+  const std::string tables = waits ? "tables " + UploadShare(packets.upload) + ' ' : "";
+  return tables + rate(before.packets.received, packets.received, 0) + " pkt/s " +
          rate(before.frames, now.frames, 1) + " fps " + std::to_string(now.last_points) + " pts " +
          rate(before.imu_samples, now.imu_samples, 0) + " IMU/s age:" + age +
          fault("lost", packets.dropped_by_kernel + packets.dropped_by_limit) +

@@ -20,10 +20,14 @@ struct LiveTally {
   std::uint64_t files_written = 0;
   std::string source;  ///< the only sender that counts; empty: every one
   bool keeps_partial = false;
-  bool interrupted = false;  ///< a signal ended it, not a limit
+  bool interrupted = false;        ///< a signal ended it, not a limit
+  std::size_t tables_refused = 0;  ///< of those that the sensor sent
 
-  /// Whether packets were refused or lost, or frames not written.
+  /// Whether packets were refused or lost, frames not written, or tables of the sensor of no use.
   bool HasLosses() const;
+
+  /// Whether the sensor was asked for its tables and they have not come.
+  bool LacksTables() const;
   Report MakeReport() const;
 };
 

@@ -10,6 +10,8 @@
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/terminal/Verb.h"
+#include "orliq/verbs/CommonRows.h"
+#include "orliq/verbs/ServedCalibration.h"
 #include "orliq/verbs/SimulateOptions.h"
 #include "orliq/verbs/SimulatedFolder.h"
 #include "simulator/scene/Scene.h"
@@ -27,13 +29,25 @@ constexpr std::chrono::seconds kStatusPause{1};
   throw Failure(ExitCode::kFileFault, sentence);
 }
 
+void AddSensor(Report& report, const SimulateOptions& options) {
+  report.Add("model", "Sensor", options.model,
+             options.model + ", seed " + std::to_string(options.sensor.seed));
+}
+
+void AddFolder(Report& report, const std::string& folder) {
+  report.Add("check_folder", "Check folder", folder, folder);
+}
+
 /// A sensor's packets on their way to a capture file, a receiver or both.
 class Simulation {
  public:
-  Simulation(const SimulateOptions& options, sim::Sensor& sensor, const Console& console)
+  /// `served` may be null.
+  Simulation(const SimulateOptions& options, sim::Sensor& sensor, const Console& console,
+             const ServedCalibration* served)
       : options_(options),
         sensor_(sensor),
         console_(console),
+        served_(served),
         faults_(options.faults, options.sensor.seed, sensor.PacketsPerFrame()) {
     if (!options_.transmission.to.empty()) transmission_.emplace(options_.transmission, console);
     if (options_.out) OpenCapture(*options_.out);
@@ -72,7 +86,8 @@ class Simulation {
 
   std::string StatusText() const {
     return "sending to " + transmission_->Target().text + "  " + Count(Frames(), "frame") + "  " +
-           Count(transmission_->Packets(), "packet") + "  " + Fixed(Duration(), 1) + " s";
+           Count(transmission_->Packets(), "packet") + "  " + Fixed(Duration(), 1) + " s" +
+           (served_ != nullptr ? "  " + served_->StatusText() : "");
   }
 
   double Duration() const {  // [s] in the sensor's time
@@ -137,6 +152,7 @@ class Simulation {
   const SimulateOptions& options_;
   sim::Sensor& sensor_;
   const Console& console_;
+  const ServedCalibration* served_;
   sim::PacketFaults faults_;
   std::unique_ptr<sim::PcapWriter> capture_;
   std::optional<Transmission> transmission_;
@@ -149,8 +165,7 @@ class Simulation {
 Report Simulation::MakeReport() const {
   const double rate = options_.sensor.frame_rate_hz;
   Report report;
-  report.Add("model", "Sensor", options_.model,
-             options_.model + ", seed " + std::to_string(options_.sensor.seed));
+  AddSensor(report, options_);
   if (sensor_.HasCycle()) {
     const std::size_t cycle = options_.sensor.cycle_packets;
     report.Add("cycle", "Cycle", cycle, std::to_string(cycle) + " packets for each azimuth");
@@ -161,14 +176,12 @@ Report Simulation::MakeReport() const {
              Grouped(Frames()) + " at " + Fixed(rate, 1) + " Hz, " + Fixed(Duration(), 1) + " s");
   report.Add("duration_s", "", Duration(), "");
   report.Add("start_time_s", "", options_.sensor.start_time_s, "");
-  report.Add("interrupted", "", interrupted_, "");
+  report.Add("interrupted", "", interrupted_ || (served_ != nullptr && InterruptRequested()), "");
   report.Add("sensor_packets", "", packets_, "");
   report.Add("packets_dropped", "", faults_.Counts()[PacketFault::kLost], "");
   if (capture_) AddCapture(report);
   if (transmission_) transmission_->Add(report);
-  if (options_.check_folder) {
-    report.Add("check_folder", "Check folder", *options_.check_folder, *options_.check_folder);
-  }
+  if (options_.check_folder) AddFolder(report, *options_.check_folder);
   AddFaults(report);
   return report;
 }
@@ -185,27 +198,26 @@ void Simulation::AddCapture(Report& report) const {
 }
 
 void Simulation::AddFaults(Report& report) const {
-  static constexpr std::pair<const char*, const char*> kNames[sim::kPacketFaults] = {
-      {"lost", "lost"},
-      {"wrong_length", "of wrong length"},
-      {"wrong_identifier", "with a wrong identifier"},
-      {"duplicated", "sent twice"},
-      {"swapped", "overtaken by the next"},
-      {"foreign", "of another device"}};
-  Table table = {"Packets with faults", {""}, {true}, {}};
-  table.columns.emplace_back();
-  table.align_right.push_back(false);
-  Json json = Json::object();
-  for (std::size_t i = 0; i < sim::kPacketFaults; ++i) {
-    const std::uint64_t count = faults_.Counts().values[i];
-    json[kNames[i].first] = count;
-    if (count > 0) table.rows.push_back({Grouped(count), kNames[i].second});
-  }
-  if (table.rows.empty()) {
-    report.Add("faults", "", std::move(json), "");
-  } else {
-    report.Add("faults", std::move(json), std::move(table));
-  }
+  const auto& counts = faults_.Counts();
+  AddFaultRows(
+      report, "faults", "Packets with faults",
+      {{"lost", "lost", counts[PacketFault::kLost]},
+       {"wrong_length", "of wrong length", counts[PacketFault::kWrongLength]},
+       {"wrong_identifier", "with a wrong identifier", counts[PacketFault::kWrongIdentifier]},
+       {"duplicated", "sent twice", counts[PacketFault::kDuplicated]},
+       {"swapped", "overtaken by the next", counts[PacketFault::kSwapped]},
+       {"foreign", "of another device", counts[PacketFault::kForeign]}});
+}
+
+ExitCode ServeAlone(const SimulateOptions& options, ServedCalibration& served, Console& console) {
+  served.WaitForInterrupt(console);
+  Report report;
+  AddSensor(report, options);
+  report.Add("interrupted", "", true, "");
+  if (options.check_folder) AddFolder(report, *options.check_folder);
+  served.Finish(report);
+  console.Print(report);
+  return ExitCode::kDone;
 }
 
 ExitCode Run(SimulateOptions options, Console& console) {
@@ -219,14 +231,21 @@ ExitCode Run(SimulateOptions options, Console& console) {
   if (options.check_folder) {
     tables.emplace(*sensor, *options.check_folder, options.out.value_or(""), options.force);
   }
-  Simulation simulation(options, *sensor, console);
+  std::optional<ServedCalibration> served;
+  if (options.serve.at) served.emplace(options.serve, *sensor, options.sensor.seed, console);
   // A receiver needs the tables from the first packet on. An older capture keeps its own until the
   // new one stands in its place.
   const bool sends = !options.transmission.to.empty();
-  if (tables && sends) tables->Write();
+  const bool only_capture = options.out && !sends;
+  if (tables && !only_capture) tables->Write();
+  if (!options.out && !sends) return ServeAlone(options, *served, console);
+  Simulation simulation(options, *sensor, console, served ? &*served : nullptr);
   simulation.Run(*scene);
-  if (tables && !sends) tables->Write();
-  console.Print(simulation.MakeReport());
+  if (tables && only_capture) tables->Write();
+  if (served && only_capture) served->WaitForInterrupt(console);
+  Report report = simulation.MakeReport();
+  if (served) served->Finish(report);
+  console.Print(report);
   simulation.RequireAllSent();
   simulation.RequireAllFrames();
   return ExitCode::kDone;
@@ -236,9 +255,10 @@ ExitCode Run(SimulateOptions options, Console& console) {
 
 Verb AddSimulate(CLI::App& app) {
   const auto options = std::make_shared<SimulateOptions>();
-  CLI::App* const command = app.add_subcommand(
-      "simulate",
-      "Writes the capture and calibration of a synthetic sensor, or sends its packets.");
+  CLI::App* const command = app.add_subcommand("simulate",
+                                               "Writes the capture and calibration of a synthetic "
+                                               "sensor, or sends its packets and hands out "
+                                               "its calibration.");
   AddSimulateOptions(*command, *options);
   command->footer(
       "Ctrl-C ends it with its table; before the last of --frames that is exit code 5.\n\n"
@@ -246,7 +266,9 @@ Verb AddSimulate(CLI::App& app) {
       "  orliq simulate --model juniq --scene boxes --frames 20 \\\n"
       "      --out room.pcap --check-folder room-check\n"
       "  orliq simulate --model kelvane --cycle 4 --out hall.pcap\n"
-      "  orliq simulate --model juniq --check-folder room-check --to 127.0.0.1:2368");
+      "  orliq simulate --model juniq --check-folder room-check --to 127.0.0.1:2368\n"
+      "  orliq simulate --model juniq --to 127.0.0.1:2368 --serve-params 2400 \\\n"
+      "      --drop-replies 0.1");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/SimulateOptions.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "orliq/sensors/CheckFolder.h"
@@ -78,8 +79,23 @@ void RequireNames(const SimulateOptions& options) {
   }
 }
 
+/// Neither a capture nor a receiver is named.
+void RequireOnlyServing(const SimulateOptions& options) {
+  if (!options.serve.at) {
+    throw Failure(ExitCode::kUsage,
+                  "where shall the packets go? Name a file with --out or a receiver with --to, or "
+                  "only hand out the calibration with --serve-params");
+  }
+  const auto& faults = options.faults.values;
+  const bool damages = std::any_of(faults.begin(), faults.end(), [](double r) { return r > 0.0; });
+  if (!options.frames && !damages) return;
+  throw Failure(ExitCode::kUsage,
+                "--frames and the faults of packets ask for packets, but none are sent: name --out "
+                "or --to; the faults of replies have options of their own, such as --drop-replies");
+}
+
 void RequireUsableFolder(const SimulateOptions& options) {
-  if (options.out && !options.check_folder) {
+  if (options.out && !options.check_folder && !options.serve.at) {
     throw Failure(ExitCode::kUsage,
                   "--out needs --check-folder: without its calibration a capture has no points");
   }
@@ -107,7 +123,7 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
   CLI::Option* const out = AddName(command, "--out", options.out, "capture file to write");
   AddName(command, "--check-folder", options.check_folder,
           std::string("folder to write the sensor's calibration to, which play and live read; ") +
-              "--out needs one" + OnlyFor(&sim::SensorTraits::check_folder));
+              "--out needs one, or --serve-params" + OnlyFor(&sim::SensorTraits::check_folder));
   command.add_flag("--force", options.force,
                    "let --out and --check-folder replace what no simulation wrote");
   command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
@@ -133,15 +149,13 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
   AddTransmissionOptions(command, options.transmission);
   AddFaults(command, options);
+  AddServeOptions(command, options.serve, OnlyFor(&sim::SensorTraits::check_folder));
 }
 
 void CompleteSimulateOptions(SimulateOptions& options) {
   const bool sends = !options.transmission.to.empty();
   RequireNames(options);
-  if (!options.out && !sends) {
-    throw Failure(ExitCode::kUsage,
-                  "where shall the packets go? Name a file with --out or a receiver with --to");
-  }
+  if (!options.out && !sends) RequireOnlyServing(options);
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
   options.sensor.cycle_packets = options.cycle.value_or(options.sensor.cycle_packets);
   options.sensor.radius_filter = !options.no_radius_filter;
@@ -166,6 +180,11 @@ void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Cons
     console.Note(options.model + " has no radius filter: --no-radius-filter changes nothing");
   }
   if (sensor.HasCheckFolder()) return RequireUsableFolder(options);
+  if (options.serve.at) {
+    throw Failure(ExitCode::kUsage, options.model +
+                                        " has no calibration to hand out: --serve-params is for " +
+                                        ModelsWith(&sim::SensorTraits::check_folder));
+  }
   if (options.check_folder) {
     console.Note(options.model + " has no calibration: nothing is written to --check-folder");
     options.check_folder.reset();

@@ -9,6 +9,7 @@
 
 #include "orliq/network/Transmission.h"
 #include "orliq/terminal/Console.h"
+#include "orliq/verbs/ServedCalibration.h"
 #include "simulator/sending/PacketFaults.h"
 #include "simulator/sensors/Sensor.h"
 
@@ -23,6 +24,7 @@ struct SimulateOptions {
   std::optional<std::string> check_folder;
   std::uint16_t port = 2368;  ///< of the capture's packets
   TransmissionOptions transmission;
+  ServeOptions serve;
   sim::SensorOptions sensor;
   sim::PacketFaultRates faults;
   std::optional<std::size_t> cycle;    ///< none: the usual one

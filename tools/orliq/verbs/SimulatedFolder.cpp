@@ -9,10 +9,10 @@
 #include <sstream>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/TableFiles.h"
 #include "orliq/terminal/AtomicFile.h"
 #include "orliq/terminal/ExitCode.h"
 #include "simulator/sensors/CheckFolder.h"
@@ -117,23 +117,6 @@ void RequireOwnFiles(const std::string& folder, const std::string& capture,
   if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
 }
 
-/// Any file with a table's word in its name may be read in place of the table just written.
-void RemoveOtherTables(const std::string& folder, const Checksums& fresh) {
-  std::vector<fs::path> others;
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(folder, error)) {
-    const std::string name = entry.path().filename().string();
-    std::error_code ignored;  // a link to nothing is no table
-    const bool is_table = !TableWordIn(name).empty() && entry.is_regular_file(ignored);
-    if (is_table && fresh.count(name) == 0) others.push_back(entry.path());
-  }
-  if (error) ThrowFault("the folder " + folder + " cannot be listed: " + error.message());
-  for (const fs::path& path : others) {
-    fs::remove(path, error);
-    if (error) ThrowFault("cannot remove " + path.string() + ": " + error.message());
-  }
-}
-
 }  // namespace
 
 SimulatedFolder::SimulatedFolder(const sim::Sensor& sensor, std::string folder,
@@ -150,7 +133,7 @@ void SimulatedFolder::Write() const {
   if (fresh.empty()) return;
   std::string error;
   if (!sensor_.WriteCheckFolder(folder_, error)) ThrowFault(error);
-  if (force_) RemoveOtherTables(folder_, fresh);
+  if (force_) RemoveOtherTables(folder_, sensor_.Tables());
   WriteList(fs::path(folder_) / kList, fresh);
 }
 

@@ -9,19 +9,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <deque>
 #include <mutex>
 #include <thread>
 #include <utility>
 
 #include "simulator/sending/ParamWire.h"
+#include "simulator/sending/ReplyRoad.h"
 
 namespace orliq::sim {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = ReplyRoad::Clock;
 
-constexpr std::size_t kMostWaiting = 256;                 // delayed replies, up to 2 kB each
 constexpr std::chrono::milliseconds kPortTakenPause{10};  // before the next try to have it back
 constexpr std::uint8_t kGreeting = 0;
 
@@ -50,18 +49,12 @@ int BoundSocket(const sockaddr_in& address) {
   return -1;
 }
 
-struct Reply {
-  sockaddr_in to = {};
-  std::vector<std::uint8_t> bytes;
-  ParamPiece piece;  // empty if it is damaged
-};
-
 }  // namespace
 
 class ParamServer::Impl {
  public:
   Impl(const ParamServerOptions& options, std::vector<std::uint8_t> image)
-      : options_(options), image_(std::move(image)), faults_(options.rates, options.seed) {}
+      : options_(options), image_(std::move(image)), road_(options) {}
   ~Impl() {
     Stop();
     if (wake_ >= 0) ::close(wake_);
@@ -80,34 +73,16 @@ class ParamServer::Impl {
   }
 
  private:
-  struct Delayed {
-    Clock::time_point due;
-    Reply reply;
-  };
-
   void Serve();
   void WaitForEvent(pollfd (&events)[2]) const;
   std::optional<Clock::time_point> NextMoment() const;
   void TakeDatagram();
   void Answer(const sockaddr_in& to, const ParamRequest& request);
-  void Handle(Reply reply, const ReplyFaults::Fate& fate);
-  void Delay(Reply reply);
-  void Leave(const Reply& reply);
-  void SendDelayed();
-  void Send(const Reply& reply);
+  void SendAll(const ReplyRoad::Replies& replies);
   void CountServed(const ParamPiece& piece);
   void GoDown();
   void ComeBack();
   void Close();
-
-  void Count(std::uint64_t ParamServerCounts::*count) {
-    const std::lock_guard lock(mutex_);
-    ++(counts_.*count);
-  }
-  void Count(ReplyFault fault) {
-    const std::lock_guard lock(mutex_);
-    ++counts_.faults[fault];
-  }
 
   const ParamServerOptions options_;
   const std::vector<std::uint8_t> image_;
@@ -120,10 +95,7 @@ class ParamServer::Impl {
   ParamServerCounts counts_;  // guarded by mutex_
 
   // Of the thread alone:
-  ReplyFaults faults_;
-  std::deque<Delayed> waiting_;   // in the order in which they are due
-  std::optional<Reply> swapped_;  // waits for one that overtakes it
-  Clock::time_point silent_until_{};
+  ReplyRoad road_;
   Clock::time_point back_at_{};  // while it is down
   bool restarted_ = false;
 };
@@ -170,7 +142,9 @@ void ParamServer::Impl::Serve() {
       ComeBack();
       continue;
     }
-    SendDelayed();
+    ReplyRoad::Replies leaving;
+    road_.Leave(Clock::now(), leaving);
+    SendAll(leaving);
     if (events[1].revents != 0) TakeDatagram();
     const bool due = options_.restart_after > 0 && counts_.replies >= options_.restart_after;
     if (due && !restarted_) GoDown();
@@ -191,8 +165,7 @@ void ParamServer::Impl::WaitForEvent(pollfd (&events)[2]) const {
 
 std::optional<Clock::time_point> ParamServer::Impl::NextMoment() const {
   if (socket_ < 0) return back_at_;
-  if (!waiting_.empty()) return waiting_.front().due;
-  return std::nullopt;
+  return road_.NextMoment();
 }
 
 void ParamServer::Impl::TakeDatagram() {
@@ -203,65 +176,34 @@ void ParamServer::Impl::TakeDatagram() {
                                     reinterpret_cast<sockaddr*>(&from), &size);
   if (length < 0) return;
   const auto request = ReadParamRequest(bytes, static_cast<std::size_t>(length));
-  Count(request ? &ParamServerCounts::requests : &ParamServerCounts::invalid);
+  {
+    const std::lock_guard lock(mutex_);
+    ++(request ? counts_.requests : counts_.invalid);
+  }
   if (request) Answer(from, *request);
 }
 
 void ParamServer::Impl::Answer(const sockaddr_in& to, const ParamRequest& request) {
-  const ReplyFaults::Fate fate = faults_.Next();  // also in a silence: the choice is the seed's
-  const auto now = Clock::now();
-  if (now < silent_until_) return Count(ReplyFault::kSilence);
-  if (fate.fault == ReplyFault::kSilence) silent_until_ = now + options_.silence;
   const ParamPiece piece = PieceFor(request, image_.size());
-  Handle({to, ParamReply(image_, piece), piece}, fate);
+  ReplyRoad::Replies leaving;
+  road_.Pass({to, ParamReply(image_, piece), piece}, Clock::now(), leaving);
+  SendAll(leaving);
 }
 
-void ParamServer::Impl::Handle(Reply reply, const ReplyFaults::Fate& fate) {
-  if (!fate.fault) return Leave(reply);
-  if (fate.fault == ReplyFault::kDelayed) return Delay(std::move(reply));
-  if (fate.fault == ReplyFault::kSwapped && !swapped_) {
-    swapped_ = std::move(reply);
-    return;
-  }
-  if (fate.fault != ReplyFault::kSwapped) Count(*fate.fault);  // a swap, once it has happened
-  if (fate.fault == ReplyFault::kLost || fate.fault == ReplyFault::kSilence) return;
-  if (DamageParamReply(reply.bytes, fate, options_.wrong_total)) reply.piece = {};
-  if (fate.fault == ReplyFault::kDuplicated) Send(reply);
-  Leave(reply);
-}
-
-void ParamServer::Impl::Delay(Reply reply) {
-  if (waiting_.size() >= kMostWaiting) return Count(ReplyFault::kLost);
-  Count(ReplyFault::kDelayed);
-  waiting_.push_back({Clock::now() + options_.delay, std::move(reply)});
-}
-
-void ParamServer::Impl::Leave(const Reply& reply) {
-  Send(reply);
-  if (!swapped_) return;
-  Count(ReplyFault::kSwapped);
-  Send(*swapped_);
-  swapped_.reset();
-}
-
-void ParamServer::Impl::SendDelayed() {
-  while (!waiting_.empty() && waiting_.front().due <= Clock::now()) {
-    Leave(waiting_.front().reply);
-    waiting_.pop_front();
-  }
-}
-
-void ParamServer::Impl::Send(const Reply& reply) {
+void ParamServer::Impl::SendAll(const ReplyRoad::Replies& replies) {
   const std::lock_guard lock(mutex_);  // who has the reply finds it counted
-  const ssize_t sent = ::sendto(socket_, reply.bytes.data(), reply.bytes.size(), 0,
-                                reinterpret_cast<const sockaddr*>(&reply.to), sizeof reply.to);
-  if (sent < 0) {
-    ++counts_.not_sent;
-    return;
+  counts_.faults = road_.Counts();
+  for (const SentReply& reply : replies) {
+    const ssize_t sent = ::sendto(socket_, reply.bytes.data(), reply.bytes.size(), 0,
+                                  reinterpret_cast<const sockaddr*>(&reply.to), sizeof reply.to);
+    if (sent < 0) {
+      ++counts_.not_sent;
+      continue;
+    }
+    ++counts_.replies;
+    counts_.bytes += static_cast<std::uint64_t>(sent);
+    CountServed(reply.piece);
   }
-  ++counts_.replies;
-  counts_.bytes += static_cast<std::uint64_t>(sent);
-  CountServed(reply.piece);
 }
 
 /// A piece counts when it goes on where the bytes served end, or overlaps them.
@@ -276,9 +218,7 @@ void ParamServer::Impl::CountServed(const ParamPiece& piece) {
 
 void ParamServer::Impl::GoDown() {
   Close();
-  waiting_.clear();
-  swapped_.reset();
-  silent_until_ = {};
+  road_.Restart();
   restarted_ = true;
   back_at_ = Clock::now() + options_.down;
 }

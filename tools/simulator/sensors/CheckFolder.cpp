@@ -6,33 +6,83 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 namespace orliq::sim {
 namespace {
 
 namespace fs = std::filesystem;
 
+/// The bits of a not-a-number behind its first one, which text brings back through a double.
+std::uint32_t Payload(float value) {
+  std::uint32_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return bits & 0x3FFFFFU;
+}
+
 void AppendNumber(std::string& text, float value) {
   std::array<char, 32> digits{};
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
   text.append(digits.data(), end);
+  if (!std::isnan(value) || Payload(value) == 0) return;
+  constexpr unsigned kFurtherBits = 29;  // that a double has
+  text += '(' + std::to_string(std::uint64_t{Payload(value)} << kFurtherBits) + ')';
 }
 
-bool WriteWhole(const fs::path& path, const std::string& text, std::string& error) {
-  // The name of the half-written file holds no table's word: left behind by a crash, it is ignored.
-  const fs::path part = path.parent_path() / (kUnfinished + std::to_string(::getpid()));
+/// Writes a file under a name of its own, to be renamed. The name holds no table's word: left behind
+/// by a crash, the file is ignored.
+bool WritePart(const fs::path& part, const std::string& text, std::error_code& fault) {
   std::ofstream file(part, std::ios::binary | std::ios::trunc);
   file << text;
   file.close();
-  std::error_code fault(file ? 0 : errno, std::generic_category());
-  if (!fault) fs::rename(part, path, fault);
-  if (!fault) return true;
-  error = "cannot write " + path.string() + ": " + fault.message();
-  fs::remove(part, fault);
-  return false;
+  if (!file) fault.assign(errno != 0 ? errno : EIO, std::generic_category());
+  return !fault;
 }
+
+/// The files of a folder that is being written, all of which are complete before the first one gets
+/// its name. What has no name yet in the end is removed.
+class Parts {
+ public:
+  explicit Parts(const fs::path& folder)
+      : folder_(folder), stem_(kUnfinished + std::to_string(::getpid()) + '.') {}
+  ~Parts() {
+    std::error_code ignored;
+    for (const auto& [part, path] : parts_) fs::remove(part, ignored);
+  }
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
+
+  bool Write(const CheckTable& table, std::string& error) {
+    const fs::path path = folder_ / TableFileName(table);
+    parts_.emplace_back(folder_ / (stem_ + std::to_string(parts_.size())), path);
+    std::error_code fault;
+    return WritePart(parts_.back().first, TableText(table), fault) || Fail(path, fault, error);
+  }
+
+  bool Rename(std::string& error) const {
+    std::error_code fault;
+    for (const auto& [part, path] : parts_) {
+      fs::rename(part, path, fault);
+      if (fault) return Fail(path, fault, error);
+    }
+    return true;
+  }
+
+ private:
+  static bool Fail(const fs::path& path, const std::error_code& fault, std::string& error) {
+    error = "cannot write " + path.string() + ": " + fault.message();
+    return false;
+  }
+
+  fs::path folder_;
+  std::string stem_;
+  std::vector<std::pair<fs::path, fs::path>> parts_;  // the present name and the final one
+};
 
 }  // namespace
 
@@ -72,12 +122,11 @@ bool WriteTables(const fs::path& folder, const std::vector<CheckTable>& tables,
     error = "cannot create " + folder.string() + ": " + fault.message();
     return false;
   }
+  Parts parts(folder);
   for (const CheckTable& table : tables) {
-    if (!WriteWhole(folder / TableFileName(table), TableText(table), error)) {
-      return false;
-    }
+    if (!parts.Write(table, error)) return false;
   }
-  return true;
+  return parts.Rename(error);
 }
 
 }  // namespace orliq::sim

@@ -24,8 +24,9 @@ std::string TableFileName(const CheckTable& table);
 std::string TableText(const CheckTable& table);
 
 /// Writes each table as `word`.csv into `folder`, which is created when missing: comma-separated
-/// numbers, as many digits as bring back every float exactly. A file appears complete or not at
-/// all.
+/// numbers, as many digits as bring back every float exactly. No file appears before all of them are
+/// complete. A not-a-number has its bits behind it; the first of them, by which it signals, cannot
+/// come back from text.
 ///
 /// A folder is read by searching the whole path of each file for the words. A folder that has one
 /// of them in its own path would have every file taken for that table, so it is refused.

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs the program itself on check folders, good and bad.
+#include <png.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include "orliq/plots/ColourMap.h"
+#include "support/Program.h"
+
+namespace orliq::cli {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using Files = std::map<std::string, std::string>;  // name and content
+
+/// A table of 192 lines of 256 numbers.
+std::string Beams(const std::function<std::string(int column, int row)>& number) {
+  std::string text;
+  for (int i = 0; i < 256 * 192; ++i) {
+    text += number(i % 256, i / 256) + (i % 256 == 255 ? '\n' : ',');
+  }
+  return text;
+}
+
+std::string Ramp(double step) {
+  return Beams([=](int column, int) { return std::to_string((column - 127.5) * step); });
+}
+
+/// Azimuths of 0.4 degrees a column, but for one beam.
+std::string RampBut(int column, int row, const std::string& number) {
+  return Beams([=](int c, int r) {
+    return c == column && r == row ? number : std::to_string((c - 127.5) * 0.4);
+  });
+}
+
+/// Elevations of 0.2 degrees a row; one row has exactly 0.
+std::string Fall(int rows = 192) {
+  return Beams([=](int, int row) { return std::to_string(row < rows ? (96 - row) * 0.2 : 0.0); });
+}
+
+Files GoodFolder() {
+  return {{"azimuth.csv", Ramp(0.4)},
+          {"elevation.csv", Fall()},
+          {"weight.csv", "a,0.02\nb,0.02\nc,-0.004\nd,0.01\n"},
+          {"near_filter.csv", "1500,3,800,0.6,1,0.5,8,0.01,-0.01\n"},
+          {"offset.csv", Beams([](int c, int r) { return c % 2 + r % 2 == 0 ? "4.99" : "-5"; })}};
+}
+
+class CheckParams : public test::Program {
+ protected:
+  /// The good folder with changes; a file without content is left out.
+  void WriteFolder(const Files& changes) const {
+    std::filesystem::remove_all(dir_ / "room");
+    std::filesystem::create_directory(dir_ / "room");
+    Files files = changes;
+    files.merge(GoodFolder());
+    for (const auto& [name, text] : files) {
+      if (!text.empty()) dir_.Write("room/" + name, text);
+    }
+  }
+
+  /// Each finding as "table kind beams@first".
+  static std::string Findings(const json& report) {
+    std::string text;
+    for (const json& finding : report["findings"]) {
+      text += (text.empty() ? "" : ", ") + finding["table"].get<std::string>() + ' ' +
+              finding["kind"].get<std::string>();
+      if (finding["beams"] == 0) continue;
+      text += ' ' + finding["beams"].dump() + '@' + finding["first_beam"].dump();
+    }
+    return text;
+  }
+};
+
+TEST_F(CheckParams, NamesWhatIsSuspiciousAndNothingElse) {
+  const std::string kAzimuth = "azimuth.csv", kElevation = "elevation.csv", kOffset = "offset.csv";
+  const std::string kWeight = "weight.csv", kFilter = "near_filter.csv";
+  const struct {
+    const char* why;
+    Files changes;
+    std::string findings;
+  } rows[] = {
+      {"good, with a row of zeros and offsets at their limit", {}, ""},
+      {"not a number", {{kAzimuth, RampBut(17, 5, "nan")}}, "azimuth not_finite 1@1297"},
+      {"infinite", {{kAzimuth, RampBut(255, 191, "1e39")}}, "azimuth not_finite 1@49151"},
+      {"90.00 after truncation", {{kAzimuth, Ramp(90.009 / 127.5)}}, ""},
+      {"just beyond 90", {{kAzimuth, Ramp(90.0101 / 127.5)}}, "azimuth limits 384@0"},
+      {"one wrong beam", {{kAzimuth, RampBut(0, 0, "-48.5")}}, "azimuth lone 1@0"},
+      {"not far enough off", {{kAzimuth, RampBut(9, 9, "-45.5")}}, ""},
+      {"half a table", {{kElevation, Fall(80)}}, "elevation zeros 28672@20480"},
+      {"two rows of zeros", {{kElevation, Fall(191)}}, "elevation zeros 512@24576"},
+      {"all the same", {{kOffset, Beams([](int, int) { return "0"; })}}, "offset constant"},
+      {"radians", {{kAzimuth, Ramp(0.4 / 57.3)}}, "azimuth unit"},
+      {"hundredths of a degree", {{kAzimuth, Ramp(40)}}, "azimuth unit"},
+      {"swapped",
+       {{kAzimuth, Fall()}, {kElevation, Ramp(0.4)}},
+       "azimuth pattern, elevation pattern"},
+      {"one table twice", {{kElevation, Ramp(0.4)}}, "elevation pattern, elevation twin"},
+      {"azimuths as offsets", {{kOffset, Ramp(0.4)}}, "offset unit, offset twin"},
+      {"one wrong offset",
+       {{kOffset, Beams([](int c, int r) { return c + r == 0 ? "-5.01" : "0.01"; })}},
+       "offset limits 1@0"},
+      {"a heading",
+       {{kElevation, "up\n" + Fall()}},
+       "elevation text, elevation length, elevation lone 1@0"},
+      {"no weights", {{kWeight, "a,0,0,0,0\n"}}, "weight constant"},
+      {"a weight that is none", {{kWeight, "a,1,2,inf,4\n"}}, "weight not_finite"},
+      {"half switched on", {{kFilter, "0,0,0,0,0.5,0.5,2,0,0\n"}}, "near_filter switch"},
+      {"nine neighbours", {{kFilter, "0,0,0,0,1,0.5,9,0,0\n"}}, "near_filter switch"},
+      {"no radius", {{kFilter, "0,0,0,0,1,0,2,0,0\n"}}, "near_filter switch"},
+  };
+  for (const auto& row : rows) {
+    WriteFolder(row.changes);
+    const json report = RunJson("check-params room --model juniq", row.findings.empty() ? 0 : 5);
+    EXPECT_EQ(Findings(report), row.findings) << row.why;
+    EXPECT_TRUE(report["loaded"] == true && report["complete"] == true) << row.why;
+  }
+}
+
+TEST_F(CheckParams, SaysWhetherTheFolderLoadsAndByWhichRuleNot) {
+  const struct {
+    const char* model;
+    Files changes;
+    int code;
+    std::string sentence;  // of the failure, or of the report
+  } rows[] = {
+      {"glavor", {{"offset.csv", ""}}, 0, ""},
+      {"glavor", {}, 5, "is the folder that of a juniq"},
+      {"juniq", {{"offset.csv", ""}}, 5, "no file is taken for the offset table"},
+      {"juniq", {{"azimuth.bak", "1,2"}}, 5, "azimuth.bak holds 2 numbers"},
+      {"juniq", {{"offset.csv", ""}, {"weight.csv", "1,2,3,4"}}, 4, "lack the label that begins"},
+      {"juniq", {{"offset.csv", ""}, {"elevation.csv", ""}}, 4, "more than three must be good"},
+      {"glavor", {{"azimuth.csv~", Ramp(0.4)}}, 4, "5 files are good, but there must be exactly"},
+      {"glavor", {{"azimuth.csv", ""}, {"Azimuth.csv", "1"}}, 4, "if the word were in lower case"},
+      {"hestra", {}, 4, "hestra asks for 4 times the numbers that it uses"},
+      {"fennix", {}, 4, "at least: azimuth 196,608, elevation 196,608, weight 16, near_filter 36"},
+  };
+  for (const auto& row : rows) {
+    WriteFolder(row.changes);
+    const std::string line = std::string("check-params room --model ") + row.model;
+    const json report = RunJson(line, row.code);
+    EXPECT_EQ(report["loaded"], row.code != 4) << row.sentence;
+    EXPECT_THAT(row.code == 4 ? outcome_.err : report.dump(), HasSubstr(row.sentence));
+    EXPECT_EQ(report["rules"].empty(), row.code != 4) << row.sentence;
+  }
+  for (const char* const model : {"juniq", "glavor"}) {
+    const std::string name = std::string(model) + " --check-folder " + model;
+    Run("simulate --frames 1 --out c.pcap --model " + name);
+    const auto check = Run(std::string("check-params --model ") + model + ' ' + model);
+    EXPECT_EQ(check.code, 0) << check.out;
+    EXPECT_THAT(check.out, HasSubstr("49,152  49,152")) << model;
+  }
+}
+
+/// An image of 512 x 384 colours of the palette behind its data URI: 4 pixels for each beam.
+class Picture {
+ public:
+  Picture(const std::string& svg, std::size_t at) {
+    const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string file;
+    std::uint32_t bits = 0;
+    for (int n = 1; svg[at] != '"' && svg[at] != '='; ++at, ++n) {
+      bits = bits << 6U | static_cast<std::uint32_t>(digits.find(svg[at]));
+      if (n % 4 != 1) file += static_cast<char>(bits >> (4 - n % 4) % 4 * 2);
+    }
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_NE(png_image_begin_read_from_memory(&image, file.data(), file.size()), 0);
+    image.format = PNG_FORMAT_RGB;
+    width = image.width;
+    colours_.resize(std::size_t{image.width} * image.height);
+    EXPECT_NE(png_image_finish_read(&image, nullptr, colours_.data(), 0, nullptr), 0);
+  }
+
+  const Colour& ColourAt(std::size_t x, std::size_t y) const { return colours_.at(y * width + x); }
+  /// Its place in the palette.
+  int At(std::size_t x, std::size_t y) const {
+    const Palette& palette = BeamPalette();
+    const auto* const found = std::find(palette.begin(), palette.end(), ColourAt(x, y));
+    return static_cast<int>(found - palette.begin());
+  }
+
+  std::size_t width = 0;
+
+ private:
+  std::vector<Colour> colours_;
+};
+
+TEST_F(CheckParams, PicturesShowEveryBeamInItsPlace) {
+  WriteFolder({{"azimuth.csv", ""},
+               {"azimuth<&\x1B.csv", RampBut(200, 100, "500")},
+               {"offset.csv", RampBut(3, 190, "nan")}});
+  ASSERT_EQ(Run("check-params room --model juniq --plot p.svg").code, 5);
+  const std::string svg = dir_.Read("p.svg");
+  EXPECT_THAT(svg, HasSubstr(">azimuth&lt;&amp;?.csv: -51 to 500 deg<"));
+  EXPECT_THAT(svg, HasSubstr(">1500</text>"));
+  std::vector<Picture> pictures;
+  const std::string uri = "\"data:image/png;base64,";
+  for (auto at = svg.find(uri); at != std::string::npos; at = svg.find(uri, at + 1)) {
+    pictures.emplace_back(svg, at + uri.size());
+  }
+  ASSERT_EQ(pictures.size(), 6U) << "three tables, each with its scale";
+  const Picture &azimuth = pictures[0], &elevation = pictures[2], &offset = pictures[4];
+  EXPECT_EQ(azimuth.width, 512U);
+  EXPECT_EQ(azimuth.ColourAt(400, 200), (Colour{255, 0, 255})) << "loud";
+  for (const int i : {0, 1}) EXPECT_EQ(azimuth.At(400 + i, 200 + i), 255) << "beyond the limits";
+  EXPECT_EQ(elevation.At(400, 200), 121) << "(-0.8 + 19) / 38.2 of 254";
+  for (const int y : {0, 127, 128, 383}) {
+    EXPECT_EQ(azimuth.At(0, y), 0);
+    EXPECT_EQ(azimuth.At(402, y), 200) << "254 * 201 / 255, rounded";
+    EXPECT_EQ(azimuth.At(511, y), 254);
+    EXPECT_EQ(elevation.At(y, 0), 254) << "row 0 is the highest";
+    EXPECT_EQ(elevation.At(y, 383), 0);
+  }
+  EXPECT_EQ(offset.At(6, 380), 255);
+  EXPECT_EQ(offset.At(5, 380), 2);
+
+  const test::Refusal refusals[] = {
+      {"--model juniq --plot p.svg", 4, "p.svg exists: --force replaces it"},
+      {"--model juniq --plot p.png", 2, "ends in .svg"},
+      {"--model juniq --plot ''", 2, "an empty name"},
+      {"--model juniq --plot room/my_weight.svg", 4, "would count as a table"},
+      {"--model juniq --plot nowhere/p.svg", 4, "cannot write nowhere/p.svg"},
+      {"--model corvik", 2, "has no calibration tables"}};
+  for (auto refusal : refusals) {
+    refusal.arguments = "check-params room " + refusal.arguments;
+    ExpectRefusal(refusal);
+  }
+  EXPECT_EQ(dir_.Read("p.svg"), svg);
+  EXPECT_EQ(Run("check-params room --model glavor --plot p.svg --force").code, 5);
+  EXPECT_NE(dir_.Read("p.svg"), svg);
+}
+
+}  // namespace
+}  // namespace orliq::cli

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "orliq/network/ListenOptions.h"
+#include "orliq/sensors/SentTables.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/ProgressBar.h"
+#include "orliq/terminal/Verb.h"
+#include "orliq/verbs/FetchedFolder.h"
+#include "orliq/verbs/UploadRemarks.h"
+#include "param/Calibration.h"
+#include "param/ParamLoader.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
+constexpr double kLongestTime = 1e6;            // [s] eleven days
+
+// The largest calibration that there is, of a Juniq [bytes]: for the bar until the sensor tells.
+constexpr std::uint64_t kUsualBytes = 589'896;
+
+struct Options {
+  std::string from;
+  std::string model;
+  std::string out;
+  double time_limit = 120.0;  // [s]
+  double wait = 5.0;          // [s]
+  std::uint16_t local_port = 0;
+  bool force = false;
+  bool lenient = false;
+  bool quiet = false;
+};
+
+void AddOptions(CLI::App& command, Options& options) {
+  command
+      .add_option("HOST:PORT", options.from,
+                  "the sensor's address or name, and its UDP port for the calibration")
+      ->required();
+  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
+      ->transform(LowerCase())
+      ->required();
+  command.add_option("--out", options.out, "check folder to write")->required()->check(NotEmpty());
+  command
+      .add_option("--time-limit", options.time_limit, "[s] give up when not all has come by then")
+      ->check(Within(0.1, kLongestTime))
+      ->capture_default_str();
+  command
+      .add_option("--wait", options.wait,
+                  "[s] give up when nothing has come by then; 0: only the limit counts")
+      ->check(Within(0.0, kLongestTime))
+      ->capture_default_str();
+  command
+      .add_option("--local-port", options.local_port,
+                  "UDP port of this machine to ask from; any that is free without it")
+      ->check(Within(1, 65535));
+  command.add_flag("--force", options.force, "replace the tables that are in the folder");
+  command.add_flag("--lenient", options.lenient,
+                   "take replies as they come: from another address or port, of other lengths");
+  command.add_flag("--json", "report as JSON");
+  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+}
+
+const Model& ModelWithTables(const std::string& name) {
+  const Model& model = KnownModel(name);
+  if (lidar::ParamService::TakesUpload(model.type)) return model;
+  throw Failure(ExitCode::kUsage,
+                std::string(model.name) +
+                    " takes no tables from its sensor, so there is nothing to fetch" +
+                    (model.needs_tables ? "" : ": it needs no calibration"));
+}
+
+/// What has come from the sensor, and what became of it.
+struct Fetched {
+  lidar::UploadStatistics upload;
+  double seconds = 0.0;
+  bool interrupted = false;
+  std::vector<std::string> missing;  ///< a sentence for each table that is not usable
+  std::vector<sim::CheckTable> tables;
+  std::string folder;  ///< empty: not written
+  std::vector<TableDifference> differences;
+
+  bool Complete() const { return upload.state >= lidar::UploadState::Received; }
+};
+
+/// Asks until all has come, or it is time to end.
+class Fetch {
+ public:
+  Fetch(const Options& options, const UploadRequest& request, const Model& model)
+      : options_(options),
+        channel_(std::make_shared<lidar::UDPSelect>(MakeCalibrationParam(request))),
+        service_(std::make_shared<lidar::ParamService>()),
+        loader_(model.type, service_, channel_, !request.lenient) {}
+
+  Fetched Run() {
+    Fetched fetched;
+    if (!channel_->Init() || !loader_.StartLoad("orliq-load", service_)) {
+      throw Failure(ExitCode::kFileFault, "no socket can be had to ask from");
+    }
+    ProgressBar bar("fetching", kShares, options_.quiet);
+    do {
+      Look(fetched);
+      bar.Update(Share(fetched.upload));
+    } while (!fetched.Complete() && !Over(fetched) && !WaitForInterrupt(kPass));
+    fetched.interrupted = InterruptRequested();
+    loader_.StopLoad();
+    Look(fetched);
+    return fetched;
+  }
+
+  lidar::ParamService& Service() { return *service_; }
+
+ private:
+  static constexpr std::uint64_t kShares = 1000;
+
+  void Look(Fetched& fetched) const {
+    loader_.Count(fetched.upload);
+    fetched.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  }
+
+  static std::uint64_t Share(const lidar::UploadStatistics& upload) {
+    const std::uint64_t total = upload.total_bytes > 0 ? upload.total_bytes : kUsualBytes;
+    return kShares * std::min(upload.received_bytes, total) / total;
+  }
+
+  bool Over(const Fetched& fetched) const {
+    const bool silent = fetched.upload.state == lidar::UploadState::Asking;
+    return fetched.seconds >= options_.time_limit ||
+           (silent && options_.wait > 0.0 && fetched.seconds >= options_.wait);
+  }
+
+  using Clock = std::chrono::steady_clock;
+
+  const Options& options_;
+  std::shared_ptr<lidar::UDPSelect> channel_;
+  std::shared_ptr<lidar::ParamService> service_;
+  lidar::ParamLoader loader_;
+  Clock::time_point start_ = Clock::now();
+};
+
+/// Writes what was sent if no table is missing, and looks what the folder gives.
+void Keep(const Model& model, const Options& options, const FetchedFolder& folder,
+          lidar::ParamService& service, Fetched& fetched) {
+  for (const auto& table : lidar::UploadedCalibration(&service, true).refused) {
+    fetched.missing.push_back(table.text);
+  }
+  if (!fetched.missing.empty()) return;
+  fetched.tables = SentTables(model, service);
+  folder.Write(FilesOf(model, fetched.tables));
+  fetched.folder = options.out;
+  fetched.differences = CompareFolder(model, options.out, service);
+}
+
+void AddTables(Report& report, const std::vector<sim::CheckTable>& tables) {
+  Json list = Json::array();
+  Table shown = {
+      "Tables", {"table", "numbers", "lowest", "highest"}, {false, true, true, true}, {}};
+  for (const auto& [word, values, per_line, labelled] : tables) {
+    std::vector<float> finite;
+    std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
+                 [](float value) { return std::isfinite(value); });
+    const auto range = std::minmax_element(finite.begin(), finite.end());
+    const bool any = !finite.empty();
+    list.push_back({{"table", word},
+                    {"numbers", values.size()},
+                    {"min", any ? Json(*range.first) : Json()},
+                    {"max", any ? Json(*range.second) : Json()},
+                    {"not_finite", values.size() - finite.size()}});
+    shown.rows.push_back({word, Grouped(values.size()), any ? Fixed(*range.first, 4) : "none",
+                          any ? Fixed(*range.second, 4) : "none"});
+  }
+  if (tables.empty()) {
+    report.Add("tables", "", std::move(list), "");
+  } else {
+    report.Add("tables", std::move(list), std::move(shown));
+  }
+}
+
+Report MakeReport(const Model& model, const Fetched& fetched) {
+  Report report;
+  report.Add("model", "", model.name, "");
+  AddUploadRows(report, fetched.upload);
+  report.Add("seconds", "", fetched.seconds, "");
+  report.Add("interrupted", "", !fetched.Complete() && fetched.interrupted, "");
+  const bool written = !fetched.folder.empty();
+  report.Add("check_folder", written ? "Check folder" : "", written ? Json(fetched.folder) : Json(),
+             fetched.folder);
+  Json differences = Json::array();
+  for (const TableDifference& found : fetched.differences) {
+    differences.push_back(
+        {{"table", found.table}, {"numbers", found.numbers}, {"first", found.first}});
+  }
+  report.Add("differences", "", std::move(differences), "");
+  AddTables(report, fetched.tables);
+  return report;
+}
+
+void RequireAll(const UploadRequest& request, const Model& model, const Fetched& fetched) {
+  if (!fetched.Complete()) {
+    const std::string nothing = ", so no file was written";
+    if (fetched.interrupted && fetched.upload.state == lidar::UploadState::Asking) {
+      throw Failure(ExitCode::kLosses, "interrupted before the sensor had answered" + nothing);
+    }
+    throw UploadFailure(
+        request, fetched.upload, fetched.seconds,
+        (fetched.interrupted ? "interrupted" : "--time-limit gives it longer") + nothing);
+  }
+  if (fetched.missing.empty()) return;
+  std::string text = "the sensor does not send every table of a " + std::string(model.name) +
+                     " (--model), so no file was written:";
+  for (const std::string& sentence : fetched.missing) text += "\n  " + sentence;
+  throw Failure(ExitCode::kFileFault, text);
+}
+
+/// Such are numbers that no text holds: those by which a float signals that it is none.
+void RequireSame(const Fetched& fetched) {
+  if (fetched.differences.empty()) return;
+  std::string text = "the folder does not give back every number as it was sent:";
+  for (const TableDifference& found : fetched.differences) {
+    text += "\n  " + Count(found.numbers, "number") + " of the " + found.table +
+            " table, the first at place " + Grouped(found.first) +
+            ": a float that is no number in a way that text cannot hold";
+  }
+  throw Failure(ExitCode::kLosses, text);
+}
+
+ExitCode Run(const Options& options, Console& console) {
+  console.SetQuiet(options.quiet);
+  const Model& model = ModelWithTables(options.model);
+  const UploadRequest request = {ParseHostPort("HOST:PORT", options.from), options.local_port,
+                                 options.lenient};
+  CatchInterrupts();
+  const FetchedFolder folder(options.out, options.force);
+  if (options.local_port != 0) RequirePort({}, options.local_port, console);
+  Fetch fetch(options, request, model);
+  Fetched fetched = fetch.Run();
+  if (fetched.Complete()) Keep(model, options, folder, fetch.Service(), fetched);
+  console.Print(MakeReport(model, fetched));
+  RequireAll(request, model, fetched);
+  RequireSame(fetched);
+  return ExitCode::kDone;
+}
+
+}  // namespace
+
+Verb AddFetchParams(CLI::App& app) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command =
+      app.add_subcommand("fetch-params",
+                         "Asks a sensor for its calibration and writes it as a check folder that "
+                         "loads back bit for bit.");
+  AddOptions(*command, *options);
+  command->footer(
+      "Only replies of the sensor itself with exactly the bytes asked for are taken, unless "
+      "--lenient is given. The folder is written when all tables are here; of a fetch that fails "
+      "nothing is left.\n\n"
+      "Example:\n  orliq fetch-params 192.168.1.200:2390 --model juniq --out room-check");
+  return {command, [options](Console& console) { return Run(*options, console); }};
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orliq/clouds/LiveSource.h"
+#include "orliq/network/ListenOptions.h"
+#include "orliq/sensors/Models.h"
+#include "orliq/terminal/Console.h"
+#include "orliq/terminal/StatusLine.h"
+#include "orliq/verbs/LiveTally.h"
+#include "orliq/verbs/UploadRemarks.h"
+
+namespace orliq::cli {
+
+/// What of a user's wishes the remarks on a live sensor depend on.
+struct LiveWishes {
+  const ListenOptions& listen;
+  const FrameChoice& choice;
+  const UploadRequest& upload;
+  const Model& model;
+};
+
+/// Gathers the counts of a source and times it from its first packet to its last. What the user can
+/// mend it says once, as soon as it shows.
+class LiveWatcher {
+ public:
+  /// All of them outlive this.
+  LiveWatcher(const LiveWishes& wishes, const LiveSource& source, const Console& console);
+
+  void Look();
+
+  /// The last look, when the source has stopped.
+  void Conclude();
+
+  /// Brings the status line up to date.
+  void Show();
+
+  bool Over() const { return source_.Complete() || time_.Over(counts_.packets.decoded > 0); }
+  LiveTally Tally() const;
+
+ private:
+  void WarnOfMixture();
+  void WarnOfFault();
+  void WarnOfNothing(std::uint64_t at_least);
+  void WarnOfNoFrame();
+  void WarnOfSilence();
+  void TellOfTables();
+
+  const LiveWishes wishes_;
+  const LiveSource& source_;
+  const Console& console_;
+  bool warned_ = false;
+  bool fault_told_ = false;
+  bool nothing_told_ = false;
+  bool silence_told_ = false;
+  bool tables_told_ = false;
+  std::size_t tables_refused_ = 0;
+  ListenTime time_;
+  StatusLine line_;
+  LiveCounts counts_;
+  double now_ = 0.0;                 // [s] of `counts_`, as all times since the start
+  double first_ = -1.0;              // of a packet; negative before any
+  double last_ = -1.0;               // likewise
+  std::uint64_t by_first_look_ = 0;  // packets
+  LiveCounts shown_;
+  double shown_at_ = 0.0;
+};
+
+}  // namespace orliq::cli
