@@ -4,8 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "support/JuniqPacket.h"
-#include "support/Loopback.h"
-#include "support/Playback.h"
+#include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
 
 namespace orliq::lidar {
@@ -79,22 +78,25 @@ struct Robot {
 TEST(MultiDriver, FusesLiveSensorsAndTellsOfEach) {
   Robot robot;
   FusionRound round;
-  ASSERT_TRUE(robot.Open());
+  ASSERT_TRUE(robot.Init());
+  const auto threads = test::ThreadsAtRest();
+  ASSERT_TRUE(robot.driver->Start());
   EXPECT_FALSE(robot.driver->GetFusionRound(round));
-  ASSERT_TRUE(robot.Round());
+  ASSERT_TRUE(robot.Round() && robot.Round());
   robot.Send(1);
   const auto received = [&](std::size_t index) {
     DriverStatistics statistics;
     return robot.driver->GetStatistics(index, statistics) ? statistics.received : 99;
   };
-  EXPECT_TRUE(Eventually([&] { return received(1) == 2; }));
-  EXPECT_TRUE(received(0) == 1 && received(2) == 99);
-  EXPECT_TRUE(robot.driver->GetFusionRound(round) && round.number == 1);
+  EXPECT_TRUE(Eventually([&] { return received(1) == 3; }));
+  EXPECT_TRUE(received(0) == 2 && received(2) == 99);
+  EXPECT_TRUE(robot.driver->GetFusionRound(round) && round.number == 2);
   EXPECT_EQ(round.sensors.size(), 2U);
   robot.driver->UpdateTransform({});
   robot.driver->Stop();
-  ASSERT_EQ(robot.clouds.size(), 1U) << "the second frame of one sensor waits for the other's";
-  const Cloud& cloud = *robot.clouds[0];
+  EXPECT_EQ(test::ThreadsAtRest(), threads);
+  ASSERT_EQ(robot.clouds.size(), 2U) << "the third frame of one sensor waits for the other's";
+  const Cloud& cloud = *robot.clouds[1];
   ASSERT_EQ(cloud.points.size(), 128U);
   EXPECT_TRUE(cloud.points[63].source[0] == 0 && cloud.points[64].source[0] == 1);
   EXPECT_EQ(cloud.timestamp, 0.0) << "only the points are written";
@@ -148,25 +150,25 @@ TEST(MultiDriver, StopsRestartsAndEndsFromInsideTheReceiver) {
 }
 
 TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
-  const test::SimulatedCapture juniq(2);
   const test::SimulatedCapture glavor(1, {}, "glavor");
+  const test::SimulatedCapture juniq(2);
   Robot robot;
   for (DriverParam& param : robot.params) param.input_type = InputType::Pcap;
-  robot.params[0].input_param = {"", 0, juniq.capture};
-  robot.params[1].input_param = {"", 0, glavor.capture};
-  robot.params[1].lidar_type = LidarType::Glavor;
+  robot.params[0].input_param = {"", 0, glavor.capture};
+  robot.params[0].lidar_type = LidarType::Glavor;
+  robot.params[1].input_param = {"", 0, juniq.capture};
   ASSERT_TRUE(robot.Open());
   int frames = 0;
   ASSERT_TRUE(Eventually([&] { return robot.driver->GetLocalFileStatus(frames); }));
   EXPECT_EQ(frames, 2) << "of the shorter one, with what is behind its last mark";
   EXPECT_FALSE(robot.driver->SetLocalFrame(2)) << "only one of them has it";
-  ASSERT_TRUE(Eventually([&] { return !robot.driver->IsLocalFramePlaying(0); }));
+  ASSERT_TRUE(Eventually([&] { return !robot.driver->IsLocalFramePlaying(1); }));
   ASSERT_TRUE(robot.driver->SetLocalFrame(0));
   ASSERT_TRUE(Eventually([&] { return robot.Clouds() == 1; }));
   FusionRound round;
   ASSERT_TRUE(robot.driver->GetFusionRound(round));
-  EXPECT_EQ(round.sensors.at(1).points, 49152U);
-  EXPECT_EQ(robot.clouds[0]->points.size(), round.sensors[0].points + 49152);
+  EXPECT_EQ(round.sensors.at(0).points, 49152U);
+  EXPECT_EQ(robot.clouds[0]->points.size(), round.sensors[1].points + 49152);
 }
 
 }  // namespace
