@@ -61,10 +61,10 @@ struct ORLIQ_API DecoderParam {
 
 /// Where the per-sensor calibration tables (the check parameters) come from.
 struct ORLIQ_API CalibrationParam {
-  std::uint32_t local_port = 0;   ///< UDP port to bind for the upload from the sensor
-  std::string local_address;      ///< dotted IPv4 address to bind; empty for any
+  std::uint32_t local_port = 0;  ///< UDP port to bind for the upload, one a driver; 0: any free one
+  std::string local_address;     ///< dotted IPv4 address to bind; empty for any
   std::uint32_t remote_port = 0;  ///< the sensor's UDP port; 0 learns it from the first datagram
-  std::string remote_address;     ///< the sensor's address; empty learns it likewise
+  std::string remote_address;     ///< its dotted IPv4 address; empty learns it likewise
   std::string check_folder;       ///< folder of check-parameter files
 };
 

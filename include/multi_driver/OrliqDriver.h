@@ -66,10 +66,11 @@ class ORLIQ_API OrliqDriver {
   bool SetSourceAddress(const std::string& address);
 
   /// Makes the upload of check parameters (`param_source` nonzero) robust: only replies of the
-  /// sensor's own address and port count, and of those only what has the marker of a reply and
-  /// exactly the bytes asked for; for all others the request is repeated. Without it, the state at
-  /// first, one wrong datagram may leave a hole in the tables. Not for a sensor that answers with
-  /// other lengths or from another port. Taken over by InitDriver, and holds for every later one.
+  /// sensor's own address and port count, and of those only what has the marker of a reply, exactly
+  /// the bytes asked for and is no copy of an earlier one; for all others the request is repeated.
+  /// Without it, the state at first, one wrong or late datagram may spoil the tables. Not for a sensor
+  /// that answers with other lengths or from another port. Taken over by InitDriver, and holds for
+  /// every later one.
   void SetStrictUpload(const bool& strict);
 
   /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
@@ -83,9 +84,10 @@ class ORLIQ_API OrliqDriver {
   /// ran already. False without a successful InitDriver.
   bool Start();
 
-  /// Stops and joins the worker threads; an upload under way goes on with the next Start. Called from inside a live sensor's callback, that one is the
-  /// last until Start: a frame or sample that was about to follow it is not handed over. A capture
-  /// still asks for the cloud of the next frame. Does nothing without a successful InitDriver.
+  /// Stops and joins the worker threads; an upload under way goes on with the next Start. Called from
+  /// inside a live sensor's callback, that one is the last until Start: a frame or sample that was
+  /// about to follow it is not handed over. A capture still asks for the cloud of the next frame. Does
+  /// nothing without a successful InitDriver.
   void Stop();
 
   /// Switches the extrinsic transform on or off while running. The matrix stays the one built from

@@ -19,11 +19,11 @@ enum class UploadState : std::uint32_t {
   Asking = 1,     ///< the sensor is unknown yet, or has not answered
   Receiving = 2,  ///< some of it is here
   Received = 3,   ///< all of it is here
-  InUse = 4,      ///< and points are decoded with it
+  InUse = 4,      ///< and handed to the decoder
 };
 
-/// The upload of its calibration by a sensor, counted from InitDriver on. Every reply that came is in
-/// exactly one of the five counts from `replies` on, or was dropped by the system.
+/// The upload of its calibration by a sensor, counted from InitDriver on. Every datagram with a
+/// byte that was taken from the channel is in exactly one of the five counts from `replies` on.
 struct ORLIQ_API UploadStatistics {
   UploadState state = UploadState::None;
   PacketSender sensor;               ///< whom it is asked of; nobody while that is unknown

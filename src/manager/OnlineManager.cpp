@@ -239,6 +239,7 @@ void OnlineManager<T>::Abandon() {
   if (impl_->udp_select) impl_->udp_select->Close();
   impl_->input.reset();  // both ports are free, though a callback may still be running
   impl_->decoding.DetachIfOwnThread();
+  if (impl_->loader) impl_->loader->DetachIfOwnThread();
 }
 
 template <typename T>
@@ -301,11 +302,10 @@ bool OnlineManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
     status = impl.calibration;
     return true;
   }
-  UploadStatistics upload;
-  impl.loader->Count(upload);
-  const bool complete = upload.state >= UploadState::Received;
+  const UploadState state = impl.loader->State();
+  const bool complete = impl.loader->IsFinished();
   status = UploadedCalibration(complete ? impl.param_service.get() : nullptr,
-                               upload.state == UploadState::InUse);
+                               complete && state == UploadState::InUse);
   return true;
 }
 

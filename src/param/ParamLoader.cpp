@@ -93,11 +93,15 @@ bool ParamLoader::DiscardLate() {
       return false;
     }
     discarded_.Add();
+    pieces_.NoteReply();
     --late_;
     return false;
   }
   late_ = 0;
-  discarded_.Add(channel_->Discard());
+  for (std::size_t waiting = channel_->Discard(); waiting > 0; --waiting) {
+    discarded_.Add();
+    pieces_.NoteReply();
+  }
   return true;
 }
 
@@ -111,9 +115,10 @@ void ParamLoader::SendRequest() {
   awaiting_ = true;
   last_sent_ = Clock::now();
   if (sent_++ == 0) first_sent_ = last_sent_;
-  if (sent_ > 1) repeated_.Add();
   if (requests_.Value() == 0) started_ = last_sent_;
   requests_.Add();
+  if (sent_ > 1) repeated_.Add();
+  pieces_.NoteRequest();
 }
 
 void ParamLoader::AwaitReply() {
@@ -134,6 +139,10 @@ bool ParamLoader::TakeReply(const signed char* reply, int length) {
     unusable_.Add();
     return false;
   }
+  if (strict_ && IsCopy(reply, length)) {
+    discarded_.Add();
+    return false;
+  }
   bool last = false;
   bool done = false;
   const int next = service_->PushData(type_, reply, length, last, done);
@@ -141,12 +150,20 @@ bool ParamLoader::TakeReply(const signed char* reply, int length) {
   CountFault(fault);
   const bool answers = fault == ReplyFault::None || (fault == ReplyFault::Marker && !strict_);
   if (!answers) return false;
+  if (strict_) pieces_.Take(reply + kReplyHeader, static_cast<std::size_t>(length - kNoPayload));
   if (done) {
     Complete();
   } else {
     AskForNext(next, last);
   }
   return true;
+}
+
+/// Only what is a reply otherwise is looked at.
+bool ParamLoader::IsCopy(const signed char* reply, int length) {
+  if (service_->Examine(reply, length) != ReplyFault::None) return false;
+  pieces_.NoteReply();
+  return pieces_.IsCopy(reply + kReplyHeader, static_cast<std::size_t>(length - kNoPayload));
 }
 
 void ParamLoader::CountFault(ReplyFault fault) {
@@ -191,20 +208,21 @@ void ParamLoader::Complete() {
 
 void ParamLoader::BeginRequest() {
   awaiting_ = false;
-  late_ = sent_ - 1;
+  late_ = strict_ && pieces_.KnowsLast() ? 0 : sent_ - 1;
   const Clock::duration longest = kLongestLate;
   late_until_ = last_sent_ + std::min(2 * (Clock::now() - first_sent_), longest);
   sent_ = 0;
 }
 
+UploadState ParamLoader::State() const {
+  if (finished_) return pending_update_ ? UploadState::Received : UploadState::InUse;
+  return received_bytes_.Value() > 0 ? UploadState::Receiving : UploadState::Asking;
+}
+
 void ParamLoader::Count(UploadStatistics& statistics) const {
-  const bool in_use = finished_ && !pending_update_;
   statistics.decoded_before_use = decoded_before_use_;
   statistics.duration_s = finished_ ? static_cast<double>(duration_ns_.Value()) * 1e-9 : -1.0;
-  statistics.state = in_use                        ? UploadState::InUse
-                     : finished_                   ? UploadState::Received
-                     : received_bytes_.Value() > 0 ? UploadState::Receiving
-                                                   : UploadState::Asking;
+  statistics.state = State();
   statistics.received_bytes = received_bytes_.Value();
   statistics.total_bytes = total_bytes_.Value();
   statistics.sensor = channel_->Remote();

@@ -12,6 +12,7 @@
 #include "common/Worker.h"
 #include "multi_driver/UploadStatistics.h"
 #include "param/ParamService.h"
+#include "param/PieceMemory.h"
 #include "param/UDPSelect.h"
 
 namespace orliq::lidar {
@@ -36,7 +37,9 @@ static_assert(sizeof(ParamRequest) == 12 && alignof(ParamRequest) == 1);
 ///
 /// A reply with a wrong marker counts as an answer: its piece is missing in the image, which then
 /// never gets complete, or is wrong. A strict loader takes only what comes from the sensor's own
-/// address and has the marker and exactly the bytes asked for, and repeats the request otherwise.
+/// address and has the marker and exactly the bytes asked for, and repeats the request otherwise. It
+/// also knows the pieces that it has, so a late copy of one is not taken for the next; it need not wait
+/// for such copies, then. What it cannot tell apart are pieces of one number over and over.
 ///
 /// Threads: StartLoad and StopLoad belong to the application's thread. The load thread alone uses the
 /// service and the channel until IsFinished; UseTables belongs to the thread that decodes; Count may
@@ -56,6 +59,9 @@ class ParamLoader {
   /// Ends the thread within 250 ms.
   void StopLoad();
 
+  /// Lets a thread go one of whose lines destroys the driver, through the sink.
+  void DetachIfOwnThread() { worker_.DetachIfOwnThread(); }
+
   /// Whether all tables have arrived: then the service is the caller's to read.
   bool IsFinished() const { return finished_; }
 
@@ -63,6 +69,7 @@ class ParamLoader {
   /// before.
   bool UseTables(std::uint64_t decoded);
 
+  UploadState State() const;
   void Count(UploadStatistics& statistics) const;
 
   /// Stores the sum, modulo 256, of the first `length` - 1 bytes in the last one.
@@ -80,6 +87,7 @@ class ParamLoader {
   void AwaitReply();
   bool TakeReply(const signed char* reply, int length);
   void CountFault(ReplyFault fault);
+  bool IsCopy(const signed char* reply, int length);
   void AskForNext(int length, bool last);
   void Complete();
   void BeginRequest();
@@ -103,6 +111,7 @@ class ParamLoader {
   std::uint64_t sent_ = 0;
   std::uint64_t late_ = 0;  // replies to the request before that may still come
   Clock::time_point late_until_{};
+  PieceMemory pieces_;  // of a strict loader
   Clock::time_point started_{};
 
   Counter total_bytes_, received_bytes_;  // written by the load thread, as the others

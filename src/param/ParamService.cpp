@@ -103,9 +103,6 @@ struct ParamReply {
   Le<4> total;             ///< [bytes] of the whole image, and kExtraTotal
   std::uint8_t pad_8[28];
 };
-constexpr int kReplyHeader = 36;
-constexpr int kReplyTrailer = 3;
-constexpr int kNoPayload = kReplyHeader + kReplyTrailer;
 constexpr std::int64_t kExtraTotal = 32;
 static_assert(sizeof(ParamReply) == kReplyHeader);
 
@@ -167,10 +164,15 @@ int ParamService::PushData(const LidarType& type, const signed char* reply, cons
   return 0;
 }
 
+ReplyFault ParamService::Examine(const signed char* reply, int length) const {
+  return impl_->Examine(reply, length);
+}
+
 bool ParamService::IsWhole(const signed char* reply, int length, int asked) const {
-  if (impl_->Examine(reply, length) != ReplyFault::None) return true;
+  if (Examine(reply, length) != ReplyFault::None) return true;
   const std::int64_t total =
       impl_->total_size == 0 ? AnnouncedTotal(reply) : std::int64_t{impl_->total_size};
+  if (total <= 0) return false;
   return length - kNoPayload == std::min<std::int64_t>(asked, total - impl_->received_size);
 }
 

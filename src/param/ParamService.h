@@ -34,6 +34,11 @@ struct TableUpload {
   bool Accepted() const { return marked && found >= needed; }
 };
 
+// [bytes] of a sensor's reply around its payload.
+constexpr int kReplyHeader = 36;
+constexpr int kReplyTrailer = 3;
+constexpr int kNoPayload = kReplyHeader + kReplyTrailer;
+
 /// Why a reply of the sensor was not taken.
 enum class ReplyFault : std::uint8_t {
   None,
@@ -79,8 +84,12 @@ class ParamService {
                bool& done);
 
   /// Whether the payload of a reply that PushData takes is the whole of the `asked` bytes, or of
-  /// those that the image still lacks when they are fewer. True for a reply that it does not take.
+  /// those that the image still lacks when they are fewer; false for an image of no bytes. True for a
+  /// reply that it does not take.
   bool IsWhole(const signed char* reply, int length, int asked) const;
+
+  /// Why PushData would not take the reply.
+  ReplyFault Examine(const signed char* reply, int length) const;
 
   /// Why the last reply was not taken.
   ReplyFault LastReplyFault() const { return reply_fault_; }

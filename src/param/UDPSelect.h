@@ -24,7 +24,6 @@ class UDPSelect {
   static constexpr int kSkips = 64;    // datagrams that one call passes over at most
 
   explicit UDPSelect(const CalibrationParam& param);
-  virtual ~UDPSelect() = default;
   UDPSelect(const UDPSelect&) = delete;
   UDPSelect& operator=(const UDPSelect&) = delete;
 
@@ -40,6 +39,8 @@ class UDPSelect {
   /// Sends `length` bytes to the sensor, waiting up to 100 ms for room. False when not all of them
   /// went, the sensor is still unknown, or its address is none.
   virtual bool SendData(const void* buffer, const int& length);
+
+  virtual ~UDPSelect() = default;
 
   /// Waits until the socket can be read, or written; false after `timeout_ms` milliseconds.
   bool WaitReadEvent(const int& timeout_ms) const;

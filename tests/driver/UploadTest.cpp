@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "multi_driver/Diagnostics.h"
 #include "simulator/sending/ParamServer.h"
 #include "simulator/sensors/CheckImage.h"
 #include "support/CheckImageBytes.h"
@@ -60,6 +61,7 @@ TEST(Upload, ARunningDriverTakesTheSensorsTablesAndLosesNoPacket) {
   Sensor sensor;
   sensor.driver->SetStrictUpload(true);
   ASSERT_TRUE(sensor.driver->InitDriver(UploadParam(sensor, *server, LidarType::Juniq)));
+  testing::internal::CaptureStderr();
   ASSERT_TRUE(sensor.driver->Start());
   CalibrationStatus status;
   EXPECT_TRUE(sensor.driver->GetCalibrationStatus(status) && !status.loaded);
@@ -78,6 +80,7 @@ TEST(Upload, ARunningDriverTakesTheSensorsTablesAndLosesNoPacket) {
   sensor.WaitForDecoded(rounds * capture.packets.size());
   sensor.driver->Stop();
 
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "no frame misses the radius filter";
   const auto& last = sensor.frames.back()->points;
   const auto& expected = folder.frames.back()->points;
   ASSERT_EQ(last.size(), expected.size());
@@ -138,6 +141,21 @@ TEST(Upload, AnUnansweredDriverDecodesAndStops) {
   const UploadStatistics s = sensor.Statistics().upload;
   EXPECT_TRUE(s.state == UploadState::Asking && s.replies == 0 && s.duration_s < 0.0);
   EXPECT_TRUE(Eventually([&] { return server->Counts().requests == s.requests; }));
+}
+
+TEST(Upload, ALineOfTheLoadThreadMayDestroyTheDriver) {
+  const auto server = Serve({}, test::Piece("CCCC", 16));
+  Sensor sensor;
+  std::atomic<bool> gone{false};
+  ASSERT_TRUE(sensor.driver->InitDriver(UploadParam(sensor, *server, LidarType::Juniq)));
+  SetDiagnosticSink([&](const std::string& line, DiagnosticStream) {
+    if (line != "check_buffers size:1") return;
+    sensor.driver.reset();
+    gone = true;
+  });
+  ASSERT_TRUE(sensor.driver->Start());
+  EXPECT_TRUE(Eventually([&] { return gone.load(); }));
+  SetDiagnosticSink(nullptr);
 }
 
 }  // namespace

@@ -126,17 +126,44 @@ TEST(ParamLoader, AStrictOneTakesOnlyThePieceItAskedForFromWhomItAsked) {
   upload.Answer(Reply(2532, Bytes(999)));
   upload.Answer(Reply(2532, Bytes(1001)));
   upload.Answer(Reply(0, Bytes(1000)));
+  upload.Answer(Reply(32, {}));
   EXPECT_EQ(upload.Next(), kFirst);
   upload.Answer(good);
   EXPECT_EQ(upload.NextAfter(kFirst), Asked(0, 1000, 1000));
   UploadStatistics s = upload.Count();
-  EXPECT_TRUE(s.other_source == 1 && s.wrong_marker == 2 && s.unusable == 3 && s.replies == 1);
+  EXPECT_TRUE(s.other_source == 1 && s.wrong_marker == 2 && s.unusable == 4 && s.replies == 1);
 
   Exchange small(true);
   EXPECT_EQ(small.Next(), kFirst);
   small.Answer(Reply(132, Bytes(100)));
   EXPECT_TRUE(Eventually([&] { return small.loader->IsFinished(); }))
       << "there is no more than that";
+}
+
+TEST(ParamLoader, AStrictOneTakesNoCopyForTheNextPiece) {
+  Exchange upload(true);
+  const Bytes a = Reply(9032, test::Piece("AAAA", 996));
+  const Bytes b = Reply(9032, test::Piece("BBBB", 996));
+  upload.Next();
+  upload.Answer(a);
+  const Asked second(0, 1000, 1000);
+  EXPECT_EQ(upload.NextAfter(kFirst), second);
+  upload.Answer(a);
+  EXPECT_EQ(upload.Next(), second) << "still";
+  EXPECT_EQ(upload.Count().discarded, 1U);
+  upload.Answer(b);
+  const Asked third(0, 2000, 1000);
+  EXPECT_EQ(upload.NextAfter(second), third);
+  int answers = 0;
+  for (Asked asked = third; asked == third && answers < 30; ++answers) {
+    upload.Answer(b);
+    asked = upload.Next();
+  }
+  EXPECT_TRUE(answers >= 3 && answers < 30) << "a table may hold a piece twice";
+  for (const unsigned offset : {3000U, 4000U}) {
+    upload.Answer(Reply(9032, Bytes(1000, 7)));
+    EXPECT_EQ(upload.NextAfter({0, offset, 1000}), Asked(0, offset + 1000, 1000)) << "or a number";
+  }
 }
 
 TEST(UDPSelect, FillsInWhatIsNotKnownOfTheSensor) {
@@ -155,6 +182,7 @@ TEST(UDPSelect, FillsInWhatIsNotKnownOfTheSensor) {
   other.Send(port, "", 0);
   EXPECT_EQ(any_host.RecvData(bytes, 4), -1);
   EXPECT_EQ(any_host.Remote().address, INADDR_LOOPBACK) << "the first one counts";
+  EXPECT_TRUE(UDPSelect({port, "127.0.0.1", 7, "", ""}).Init()) << "the port can be shared";
   any_host.Close();
 
   UDPSelect any_port({port, "127.0.0.1", 0, "127.0.0.1", ""});
@@ -208,9 +236,12 @@ TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
     ReplyFault fault;
     double share;
     bool strict;
+    bool one_number = true;
   } rows[] = {
       {"every reply later than the next request", ReplyFault::kDelayed, 1.0, false},
       {"some later", ReplyFault::kDelayed, 0.4, false},
+      {"all later, and known", ReplyFault::kDelayed, 1.0, true, false},
+      {"all later, of one number", ReplyFault::kDelayed, 1.0, true},
       {"a third lost", ReplyFault::kLost, 0.33, false},
       {"all doubled", ReplyFault::kDuplicated, 1.0, false},
       {"one behind the next", ReplyFault::kSwapped, 0.4, false},
@@ -220,7 +251,8 @@ TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
       {"a restart, and an unknown sensor", ReplyFault::kLost, 0.0, true},
   };
   using test::Piece;
-  const Bytes image = Piece("CCCC", 16) + Bytes(5000, 1) + Piece("DDDD", 36);
+  const Bytes uniform = Piece("CCCC", 16) + Bytes(5000, 1) + Piece("DDDD", 36);
+  const Bytes image = Piece("CCCC", 16) + Piece("none", 5000) + Piece("DDDD", 36);
   std::vector<std::unique_ptr<sim::ParamServer>> sensors;
   std::vector<std::unique_ptr<Exchange>> uploads;  // all at once
   for (const auto& row : rows) {
@@ -228,7 +260,7 @@ TEST(ParamLoader, EveryFaultOfTheWireLeavesTheTablesWhole) {
     options.rates[row.fault] = row.share;
     if (row.share == 0.0) options.restart_after = 3;
     std::error_code error;
-    sensors.push_back(sim::ParamServer::Create(options, image, error));
+    sensors.push_back(sim::ParamServer::Create(options, row.one_number ? uniform : image, error));
     uploads.push_back(std::make_unique<Exchange>(row.strict, false, LidarType::Glavor));
     ASSERT_TRUE(sensors.back()->Greet("127.0.0.1", uploads.back()->port)) << row.why;
   }

@@ -178,7 +178,16 @@ void DecoderJuniq<T_PointCloud>::Impl::UpdateCheckParam(const OffsetCheckParam& 
     diagnostics::FilterInUse(near_filter[4], near_filter[5], near_filter[6]);
     filter = std::make_shared<CloudFilter<T_PointCloud>>(
         true, near_filter[5], SaturatingTruncate<std::uint32_t>(near_filter[6]));
+    RegisterPoints();
   }
+}
+
+/// Points that stand in the cloud already were decoded without the filter, and stay.
+template <typename T_PointCloud>
+void DecoderJuniq<T_PointCloud>::Impl::RegisterPoints() {
+  if (!owner->point_cloud_) return;
+  const int count = static_cast<int>(owner->point_cloud_->points.size());
+  for (int index = 0; index < count; ++index) filter->UpdateHashMap(0, 0, index, 0.0F, true);
 }
 
 template <typename T_PointCloud>

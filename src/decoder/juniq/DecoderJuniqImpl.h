@@ -67,6 +67,7 @@ struct DecoderJuniq<T_PointCloud>::Impl {
 
  private:
   void BuildBeams();
+  void RegisterPoints();
   bool DecodeBlocks(const JuniqMsop& msop, std::size_t start, double packet_time);
   void MeasureRange();
   void Append(const OrliqJuniqMsopBlock* blocks, double packet_time);

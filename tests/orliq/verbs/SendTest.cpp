@@ -135,10 +135,6 @@ TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
       EXPECT_EQ(sums["reply_faults"][options[i].second], counts.values[i]) << options[i].first;
     }
     EXPECT_GT(sums["reply_faults"]["swapped"], 0);
-    const std::uint64_t unanswered = counts.values[0] + counts.values[1];
-    EXPECT_GT(sums["replies"].get<std::uint64_t>() + unanswered - counts.values[6] + 9,
-              sums["requests"])
-        << "delayed";
     EXPECT_EQ(sums["restarts"], 1);
     EXPECT_EQ(sums.value("packets_written", 0), packets.empty() ? 0 : 768);
   }
@@ -183,6 +179,8 @@ TEST_F(Send, SimulateReplacesOnlyWhatASimulationWrote) {
   EXPECT_EQ(dir_.Read("a/unfinished.tmp"), line);
   const std::string inside = "simulate --model juniq --frames 1 --check-folder b/ --out b/";
   ExpectRefusal({inside + "offset.pcap", 4, "no name for a capture"});
+  EXPECT_EQ(Run("simulate --model juniq --out c --check-folder .", "mkdir weight; cd weight;").code,
+            2);
   EXPECT_EQ(Run(inside + "c.pcap").code, 0);
   EXPECT_EQ(Run(inside + "c.pcap").code, 0) << "the capture is no other file";
 }

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "orliq/clouds/LiveSource.h"
+#include "orliq/verbs/UploadRemarks.h"
 #include "param/ParamService.h"
 #include "simulator/sending/ParamServer.h"
 #include "simulator/sensors/CheckImage.h"
@@ -17,7 +19,6 @@ namespace {
 using nlohmann::json;
 using sim::ReplyFault;
 using testing::HasSubstr;
-using testing::Not;
 using Tables = std::vector<sim::CheckTable>;
 
 Tables TablesOf(const std::string& model) {
@@ -41,9 +42,6 @@ class Uploading : public test::RunningProgram {
     options.down = std::chrono::hours(1);
     Serve(TablesOf("juniq"), options);
   }
-  bool NothingLeft() const {
-    return dir_.Files().size() <= 2 && !exists(dir_ / "x");  // err and pid
-  }
 
   const std::uint16_t port_ = test::FreePort();
   const std::string from_ = "127.0.0.1:" + std::to_string(port_);
@@ -54,18 +52,16 @@ class Uploading : public test::RunningProgram {
 TEST_F(Uploading, GivesTheVeryFolderOfASensorWhoseRepliesGetLostAndDoubled) {
   const test::SimulatedCapture sensor(0, {}, "glavor");
   sim::ParamServerOptions options;
-  options.rates[ReplyFault::kLost] = 0.01;
+  options.rates[ReplyFault::kLost] = options.rates[ReplyFault::kWrongMarker] = 0.01;
   options.rates[ReplyFault::kDuplicated] = 0.05;
   Serve(TablesOf("glavor"), options);
   const json fetch = RunJson(fetch_ + "glavor --out x/room");
   EXPECT_TRUE(Same("x/room", sensor.check_folder));
   EXPECT_EQ(outcome_.err, "");
   EXPECT_EQ(fetch["tables_from"], from_);
-  EXPECT_EQ(fetch["check_folder"], "x/room");
   EXPECT_EQ(fetch["upload"]["received_bytes"], 393284);
-  EXPECT_EQ(fetch["upload"]["repeated"], server_->Counts().faults[ReplyFault::kLost]);
-  EXPECT_GT(fetch["upload"]["repeated"], 0);
-  EXPECT_EQ(fetch["tables"][3]["numbers"], 9);
+  EXPECT_GE(fetch["upload"]["repeated"], server_->Counts().faults[ReplyFault::kLost]);
+  EXPECT_GT(server_->Counts().faults[ReplyFault::kLost], 0);
   EXPECT_EQ(fetch["tables"][3]["max"], 1500.0);
 }
 
@@ -95,40 +91,36 @@ TEST_F(Uploading, SaysWhatToCheckWhenNoUsableReplyComes) {
   sim::ParamServerOptions foreign, cut;
   foreign.rates[ReplyFault::kWrongMarker] = 1.0;
   cut.rates[ReplyFault::kShort] = 1.0;
-  const std::string wait = fetch_ + "juniq --out x/y --wait 0.3 --time-limit 0.5 ";
+  const std::string asks = fetch_ + "juniq --out x/y --wait ", wait = asks + "1.5 ";
   const std::tuple<const sim::ParamServerOptions*, std::string, std::string> rows[] = {
-      {nullptr, wait, "no reply of " + from_ + " to "},
-      {nullptr, wait + "--local-port " + std::to_string(test::FreePort()), "UDP port "},
+      {nullptr, asks + "0 --time-limit 0.3", "no reply of " + from_ + " to "},
+      {nullptr, asks + "0.3 --local-port " + std::to_string(test::FreePort()), "UDP port "},
       {&foreign, wait, "is " + std::to_string(port_) + " the sensor's port for its calibration?"},
-      {&foreign, wait + "--lenient", "without --lenient those are asked for again"},
+      {&foreign, asks + "0 --lenient", "without --lenient those are asked for again"},
       {&cut, wait, "--lenient takes them as they come"},
       {&cut, wait + "--lenient", "too short for a reply, or announcing more"},
   };
   for (const auto& [faults, arguments, sentence] : rows) {
     if (faults != nullptr) Serve(TablesOf("juniq"), *faults);
     ExpectRefusal({arguments, 3, sentence});
-    EXPECT_TRUE(NothingLeft()) << arguments;
+    EXPECT_TRUE(dir_.Files().size() == 1 && !exists(dir_ / "x")) << arguments;  // err
   }
 }
 
-TEST_F(Uploading, TakesRepliesFromElsewhereOnlyWhenLenient) {
+TEST_F(Uploading, TakesRepliesFromElsewhereWhenLenient) {
   const test::LoopbackSocket stranger;
   const std::uint16_t local = test::FreePort();
-  std::string reply = "ZZZZ" + std::string("\x24\0\0\0", 4) + std::string(28 + 4 + 3, 'A');
-  const std::pair<const char*, std::string> rows[] = {
-      {"", " from another address or port than asked: if the sensor"},
-      {" --lenient", "holds 0 numbers behind the marker AAAA"}};
-  for (const auto& [lenient, sentence] : rows) {
-    Start(fetch_ + "juniq --out x --wait 0.4 --local-port " + std::to_string(local) + lenient);
-    while (program_.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
-      stranger.Send(local, reply.data(), reply.size());
-    }
-    EXPECT_THAT(Finish().err, HasSubstr(sentence));
+  const std::string reply = "ZZZZ" + std::string("\x24\0\0\0", 4) + std::string(28 + 4 + 3, 'A');
+  Start(fetch_ + "juniq --out x --lenient --local-port " + std::to_string(local));
+  while (program_.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
+    stranger.Send(local, reply.data(), reply.size());
   }
+  EXPECT_THAT(Finish().err, HasSubstr("holds 0 numbers behind the marker AAAA"));
 }
 
 TEST_F(Uploading, RefusesWhatMakesNoUsableFolder) {
   dir_.Write("dir.txt", "");
+  std::filesystem::create_directories(dir_ / "dirs/azimuth.csv");
   std::filesystem::create_directory(dir_ / "old");
   dir_.Write("old/my_offset.txt", "1");
   Tables tables = TablesOf("juniq");
@@ -137,11 +129,10 @@ TEST_F(Uploading, RefusesWhatMakesNoUsableFolder) {
   Serve(tables);
   const test::Refusal rows[] = {
       {fetch_ + "corvik --out x", 2, "corvik takes no tables from its sensor"},
-      {fetch_ + "hestra --out x", 2, "nothing to fetch: it needs no calibration"},
-      {"fetch-params 127.0.0.1 --model juniq --out x", 2, "HOST:PORT 127.0.0.1: write an address"},
-      {fetch_ + "juniq --out weight/x", 4, "the word \"weight\" in the path"},
+      {fetch_ + "juniq --out weight/x", 2, "the word \"weight\" in its path"},
       {fetch_ + "juniq --out dir.txt/x", 4, "cannot make the folder dir.txt/x"},
       {fetch_ + "juniq --out old", 4, "old holds my_offset.txt, which counts as a table"},
+      {fetch_ + "juniq --out dirs --force", 4, "dirs/azimuth.csv is a folder"},
       {fetch_ + "juniq --out x", 4, "has no offset table (marker EEEE)"},
       {fetch_ + "juniq --out old --force", 4, "does not send every table of a juniq"},
   };
@@ -158,20 +149,28 @@ TEST_F(Uploading, ReplacesOtherTablesByForceButNothingBeforeAllHasCome) {
   const std::set<std::string> before = {"weight.csv", "offset (copy)", "notes"};
   for (const std::string& name : before) dir_.Write("x/" + name, "mine");
   const std::string command = fetch_ + "juniq --out x --force";
-  ServeSome();
-  ExpectRefusal({command + " --time-limit 0.3", 5, "only 40,000 of 589,896 bytes (6 %)"});
+  Start(fetch_ + "juniq --out new --wait 0");
+  ASSERT_TRUE(test::Eventually([&] { return exists(dir_ / "new"); }));
+  dir_.Write("new/offset.csv", "of another fetch");
+  Serve(TablesOf("juniq"));
+  EXPECT_THAT(Finish().err, HasSubstr("new holds offset.csv, which counts as a table"));
   ServeSome();
   Start(command);
   ASSERT_TRUE(test::Eventually([&] { return server_->Counts().replies == 40; }));
-  const auto ended = Finish(SIGINT);
-  EXPECT_EQ(ended.code, 5);
-  EXPECT_THAT(ended.err, HasSubstr("interrupted"));
+  EXPECT_THAT(Finish(SIGINT).err, HasSubstr("interrupted; no file was written"));
+  sim::ParamServerOptions options;
+  options.rates[ReplyFault::kWrongMarker] = 0.02;
+  Serve(TablesOf("juniq"), options);
+  ExpectRefusal({command + " --wait 0 --lenient", 5, "what is missing stays missing"});
+  ServeSome();
+  ExpectRefusal({command + " --wait 2 --time-limit 40", 5, "brought any of it came 2"});
   EXPECT_EQ(dir_.Files("x"), before);
   EXPECT_EQ(dir_.Read("x/weight.csv"), "mine");
   Serve(TablesOf("juniq"));
   ASSERT_EQ(Run(command).code, 0);
   EXPECT_EQ(dir_.Files("x"), (std::set<std::string>{"azimuth.csv", "elevation.csv", "weight.csv",
                                                     "near_filter.csv", "offset.csv", "notes"}));
+  EXPECT_THAT(Run(fetch_ + "glavor --out y").err, HasSubstr("a glavor take 393,284: is it"));
 }
 
 /// Four frames of a sensor, each of 768 packets.
@@ -185,7 +184,10 @@ class UploadingLive : public Uploading {
   void Listen(const std::string& arguments) {
     Start("live --model juniq --params-from " + from_ + " --port " + std::to_string(packets_) +
           arguments);
-    ASSERT_TRUE(test::Eventually([&] { return HasNoted("listening on"); })) << dir_.Read("err");
+    AwaitNote("listening on");
+  }
+  void AwaitNote(const std::string& words) const {
+    ASSERT_TRUE(test::Eventually([&] { return HasNoted(words); })) << dir_.Read("err");
   }
   void Send(std::ptrdiff_t from, std::ptrdiff_t to) const {
     const auto begin = Sensor().packets.begin();
@@ -202,8 +204,7 @@ TEST_F(UploadingLive, WritesOnlyFramesThatWereDecodedWithTheSensorsTables) {
   Listen(" --frames 1 --partial --format csv --out live --json");
   Send(0, 768 + 300);
   Serve(TablesOf("juniq"));
-  ASSERT_TRUE(test::Eventually(
-      [&] { return HasNoted("uses the sensor's tables from packet 1,069 on, "); }));
+  AwaitNote("uses the sensor's tables from packet 1,069 on, ");
   Send(768 + 300, 2304);
   const auto live = Finish();
   ASSERT_EQ(live.code, 0) << live.err;
@@ -211,49 +212,50 @@ TEST_F(UploadingLive, WritesOnlyFramesThatWereDecodedWithTheSensorsTables) {
   const json sums = json::parse(live.out);
   EXPECT_EQ(sums["frames"], 1);
   EXPECT_EQ(sums["frames_before_tables"], 2);
-  EXPECT_EQ(sums["upload"]["state"], "in_use");
   EXPECT_EQ(sums["upload"]["decoded_before_use"], 768 + 300);
 }
 
-TEST_F(UploadingLive, TakesTheFirstFrameWhenTheTablesWereThereBeforeAnyPacket) {
-  Tables tables = TablesOf("juniq");
-  tables.pop_back();
+TEST_F(UploadingLive, CountsFramesWithAllTablesOnlyAndEndsWhenOneIsMissing) {
   sim::ParamServerOptions options;
   options.rates[ReplyFault::kWrongMarker] = 0.01;
-  Serve(tables, options);
-  Listen(" --frames 1 --partial --out live");
-  ASSERT_TRUE(test::Eventually([&] { return HasNoted("from packet 1 on, "); }));
-  Send(0, 768);
-  const auto live = Finish();
-  EXPECT_EQ(live.code, 5) << "a table is missing";
-  EXPECT_THAT(live.err, HasSubstr("note: the sensor's calibration has no offset table"));
-  EXPECT_THAT(live.out, Not(HasSubstr("Before tables")));
-  EXPECT_EQ(dir_.Files("live"), std::set<std::string>{"frame_000000.pcd"});
+  lidar::DriverParam param;
+  param.lidar_type = lidar::LidarType::Juniq;
+  param.input_param = {"127.0.0.1", packets_, ""};
+  param.param_source = 1;
+  param.calibration_param = MakeCalibrationParam({{"", "127.0.0.1", port_}});
+  for (const bool all : {true, false}) {
+    Serve(TablesOf(all ? "juniq" : "glavor"), options);
+    DriverSource<PointCloud<Point>> source({{}, true, "", false}, nullptr);
+    ASSERT_TRUE(source.Open(param));
+    ASSERT_TRUE(test::Eventually([&] { return source.Calibration().loaded; }));
+    Send(0, 1536);
+    const auto both = [&](auto sums) { return sums.frames + sums.frames_before_tables == 2; };
+    ASSERT_TRUE(test::Eventually([&] { return both(source.Counts()); }));
+    EXPECT_EQ(source.Counts().frames, all ? 2 : 0);
+  }
+  const std::string live = "live --model juniq --port " + std::to_string(packets_);
+  ExpectRefusal({live + " --params-from " + from_, 4, "no offset table (marker EEEE)"});
 }
 
 TEST_F(UploadingLive, SaysWhyTheTablesNeverCame) {
   Listen("");
   Send(0, 10);
-  const auto silent = Finish(SIGINT);
-  EXPECT_EQ(silent.code, 3);
-  EXPECT_THAT(silent.err, HasSubstr("for its calibration. Check that"));
+  AwaitNote("for its calibration. Check that");  // after 5 s
   ServeSome();
-  Listen("");
-  ASSERT_TRUE(test::Eventually([&] { return server_->Counts().replies == 40; }));
-  Send(0, 10);
+  AwaitNote(" s, with 40,000 of 589,896 bytes (6 %) of it here");  // likewise
   const auto half = Finish(SIGINT);
   EXPECT_EQ(half.code, 5);
   EXPECT_THAT(half.err, HasSubstr("only 40,000 of 589,896 bytes (6 %) of the calibration came"));
-  const std::string live = "live --model juniq --port 2368 --params-from " + from_;
-  const test::Refusal rows[] = {
-      {live + " --check-folder room", 2, "--check-folder excludes --params-from"},
-      {live + " --params-local-port 2368", 2, "must differ from --port"},
-      {"live --model juniq --port 2368 --params-from 127.0.0.1:0", 2, "from 1 to 65535"},
-      {"live --model juniq --port 2368 --lenient", 2, "requires --params-from"},
-      {"live --model corvik --port 2368 --wait 0.1 --params-from " + from_, 3,
-       "corvik needs no calibration: --params-from has no effect"},
-  };
-  for (const auto& row : rows) ExpectRefusal(row);
+  sim::ParamServerOptions options;
+  options.rates[ReplyFault::kWrongMarker] = 1.0;
+  Serve(TablesOf("juniq"), options);
+  Listen(" --lenient");
+  AwaitNote("cannot get complete any more. There came");
+  Finish(SIGINT);
+  const std::string from = " --port 2368 --wait 0.1 --params-from ", juniq = "live --model juniq";
+  ExpectRefusal({juniq + from + from_ + " --params-local-port 2368", 2, "must differ from --port"});
+  ExpectRefusal({juniq + from + "''", 2, "write an address, a colon"});
+  ExpectRefusal({"live --model corvik" + from + from_, 3, "needs no calibration: --params-from"});
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <numeric>
 
 #include "simulator/sensors/CheckImage.h"
@@ -99,11 +98,9 @@ Bytes Numbers(const std::vector<Bytes>& replies) {
 }
 
 TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
-  const std::tuple<const char*, std::size_t, std::string> rows[] = {
-      {"juniq", 589896, "ABCDE"}, {"glavor", 393284, "ABCD"}, {"kelvane", 0, ""}};
-  for (const auto& [model, size, letters] : rows) {
-    const auto tables = MakeSensor(model, {})->Tables();
-    Exchange exchange({}, CheckImage(tables));
+  for (const auto& [model, size] : {std::pair("juniq", 589896U), {"glavor", 393284U}}) {
+    const Bytes whole = CheckImage(MakeSensor(model, {})->Tables());
+    Exchange exchange({}, whole);
     Bytes image;
     for (Bytes reply(40); reply.size() > 39;) {
       reply = exchange.Ask(static_cast<std::uint32_t>(image.size()), 1000);
@@ -111,18 +108,14 @@ TEST(ParamServer, HandsOutTheTablesOfAModelPieceByPiece) {
       EXPECT_EQ(Total(reply), size + 32);
       image.insert(image.end(), reply.begin() + 36, reply.end() - 3);
     }
-    ASSERT_THAT(image, SizeIs(size));
-    const std::uint8_t* place = image.data();
-    for (std::size_t i = 0; i < letters.size(); ++i) {
-      EXPECT_EQ(Bytes(place, place + 4), Bytes(4, static_cast<std::uint8_t>(letters[i])));
-      const std::size_t bytes = 4 * tables[i].values.size();
-      EXPECT_EQ(std::memcmp(place + 4, tables[i].values.data(), bytes), 0) << tables[i].word;
-      place += 4 + bytes;
-    }
+    ASSERT_TRUE(image == whole);
+    const std::pair<std::size_t, char> markers[] = {
+        {0, 'A'}, {196612, 'B'}, {393224, 'C'}, {393244, 'D'}};
+    for (const auto& [place, letter] : markers) EXPECT_EQ(image[place], letter);
     const auto counts = exchange.Counts();
     EXPECT_EQ(counts.requests, (size + 999) / 1000 + 1) << "the last one beyond the end";
     EXPECT_EQ(counts.bytes, size + 39 * counts.requests);
-    EXPECT_EQ(counts.images, size > 0 ? 1 : 0);
+    EXPECT_EQ(counts.images, 1U);
     EXPECT_EQ(counts.image_bytes_served, size);
   }
 }
@@ -167,9 +160,6 @@ TEST(ParamServer, AnswersEveryRequestAndNothingElse) {
 
 TEST(ParamServer, DamagesRepliesOnlyWhereItIsAskedTo) {
   const Bytes right = Exchange({}).Ask(0, 1);
-  ParamServerOptions wrong = With({{ReplyFault::kWrongTotal, 1.0}});
-  wrong.wrong_total = 0x89ABCDEF;
-  EXPECT_EQ(Total(Exchange(wrong).Ask(0, 1)), 0x89ABCDEF);
   Exchange marker(With({{ReplyFault::kWrongMarker, 1.0}}));
   Exchange total(With({{ReplyFault::kWrongTotal, 1.0}}));
   for (auto [exchange, first] : {std::pair(&marker, 0), {&total, 4}}) {
@@ -209,10 +199,10 @@ TEST(ParamServer, LosesRepeatsAndSwapsReplies) {
 
 TEST(ParamServer, AnswersOtherRequestsWhileAReplyIsDelayed) {
   ParamServerOptions options = With({{ReplyFault::kDelayed, 0.5}});
-  options.delay = milliseconds(500);
+  options.delay = std::chrono::seconds(1);
   Exchange exchange(options);
-  exchange.AskForBytes(0, 100);
-  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 100; }));
+  exchange.AskForBytes(0, 30);
+  EXPECT_TRUE(test::Eventually([&] { return exchange.Counts().replies == 30; }));
   const Bytes numbers = Numbers(exchange.Finish());
   const auto late = std::is_sorted_until(numbers.begin(), numbers.end());
   EXPECT_EQ(numbers.end() - late, static_cast<int>(exchange.Count(ReplyFault::kDelayed)));
@@ -236,21 +226,19 @@ TEST(ParamServer, DecidesTheSameWithTheSameSeed) {
   EXPECT_EQ(Exchange(options).AnswersTo(100), first);
   options.seed = 2;
   EXPECT_NE(Numbers(Exchange(options).AnswersTo(100)), Numbers(first));
-  const auto doubled = [](double lost) {
-    const auto rates = With({{ReplyFault::kLost, lost}, {ReplyFault::kDuplicated, 0.5}});
-    const Bytes numbers = Numbers(Exchange(rates).AnswersTo(100));
-    return std::multiset<int>(numbers.begin(), numbers.end());
-  };
-  const auto all = doubled(0.0), some = doubled(0.2);
-  for (const int number : some) EXPECT_EQ(some.count(number), all.count(number));
-  EXPECT_LT(some.size(), all.size());
+  ReplyFaults one(With({{ReplyFault::kDuplicated, 0.5}}).rates, 1);
+  ReplyFaults two(With({{ReplyFault::kLost, 0.2}, {ReplyFault::kDuplicated, 0.5}}).rates, 1);
+  for (int i = 0; i < 100; ++i) {
+    const auto alone = one.Next().fault, fault = two.Next().fault;
+    EXPECT_TRUE(fault == alone || fault == ReplyFault::kLost) << i;
+  }
 }
 
 TEST(ParamServer, LeavesItsPortInARestartAndForgetsWhatWaited) {
   ParamServerOptions options = With({{ReplyFault::kDelayed, 0.5}});
   options.delay = milliseconds(500);
   options.restart_after = 2;
-  options.down = milliseconds(200);
+  options.down = std::chrono::seconds(1);
   Exchange exchange(options);
   options.port = exchange.server->Port();
   std::unique_ptr<ParamServer> other;
@@ -271,14 +259,6 @@ TEST(ParamServer, LeavesItsPortInARestartAndForgetsWhatWaited) {
   ASSERT_THAT(numbers, SizeIs(22));
   std::nth_element(numbers.begin(), numbers.begin() + 2, numbers.end());
   EXPECT_EQ(numbers[2], 100) << "only two of those before";
-}
-
-TEST(ParamServer, GreetsFromItsPort) {
-  Exchange exchange({});
-  sockaddr_in sender = {};
-  EXPECT_TRUE(exchange.server->Greet("127.0.0.1", exchange.socket.port()));
-  EXPECT_EQ(exchange.socket.Receive(std::chrono::seconds(20), &sender), Bytes(1)) << "no reply";
-  EXPECT_EQ(ntohs(sender.sin_port), exchange.server->Port());
 }
 
 }  // namespace

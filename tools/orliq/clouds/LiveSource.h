@@ -25,8 +25,8 @@ struct LiveCounts {
   double frames_span = 0.0;  ///< [s] from the first of them to the last
   std::uint64_t empty_frames = 0;
   std::uint64_t partial_points = 0;  ///< of the first one, which had begun before
-  std::uint64_t frames_before_tables =
-      0;  ///< decoded without them in whole or part; none of the above
+  /// Decoded without the sensor's tables, in whole or in part; none of the others.
+  std::uint64_t frames_before_tables = 0;
   std::uint64_t points = 0;
   std::uint64_t min_points = 0;  ///< of a frame
   std::uint64_t median_points = 0;
@@ -143,11 +143,12 @@ class DriverSource : public LiveSource {
     }
   }
 
-  /// Whether the frame that has just ended was decoded with tables from its first packet on. Without,
-  /// its points lie straight ahead; and so do some of the frame in which the tables came.
+  /// Whether the frame that has just ended was decoded with all tables from its first packet on.
+  /// Without, its points lie straight ahead; and so do some of the frame in which the tables came.
   bool WasCalibrated() {
     if (calibrated_) return true;
-    calibrated_ = Calibration().loaded;  // for the frames that follow
+    const lidar::CalibrationStatus status = Calibration();
+    calibrated_ = status.loaded && status.refused.empty();  // for the frames that follow
     lidar::DriverStatistics statistics;
     driver_.GetStatistics(statistics);
     return calibrated_ && statistics.upload.decoded_before_use == 0;

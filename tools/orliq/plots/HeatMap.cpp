@@ -12,14 +12,11 @@
 namespace orliq::cli {
 namespace {
 
-constexpr std::size_t kColumns = 256;
-constexpr std::size_t kRows = 192;
-
-constexpr std::size_t kCellPixels =
-    2;  // of a beam, in the image too: not every viewer that enlarges
-constexpr double kCell = kCellPixels;  // an image leaves its pixels square
-constexpr double kMapWidth = kCell * kColumns;
-constexpr double kMapHeight = kCell * kRows;
+// Also in the image: not every viewer that enlarges one leaves its pixels square.
+constexpr std::size_t kCellPixels = 2;  // of a beam
+constexpr double kCell = kCellPixels;
+constexpr double kMapWidth = kCell * kBeamColumns;
+constexpr double kMapHeight = kCell * kBeamRows;
 constexpr double kLeft = 56.0;   // of the map in its panel
 constexpr double kTop = 48.0;    // likewise
 constexpr double kBelow = 46.0;  // for the axis under it
@@ -29,7 +26,6 @@ constexpr double kTick = 5.0;
 constexpr double kLineHeight = 18.0;
 constexpr std::size_t kLineLetters = 92;  // of a finding, that fit the panel
 constexpr std::size_t kMostRings = 40;    // more beams show without
-constexpr char kFaultColour[] = "#b00000";
 
 /// The faulty beams of a table, and the numbers that its colours stand for.
 struct Scale {
@@ -61,11 +57,11 @@ std::uint8_t ShadeOf(const CheckedTable& table, const Scale& scale, std::size_t 
 }
 
 std::string MapPng(const CheckedTable& table, const Scale& scale) {
-  const std::size_t width = kCellPixels * kColumns;
-  std::vector<std::uint8_t> pixels(width * kCellPixels * kRows);
+  const std::size_t width = kCellPixels * kBeamColumns;
+  std::vector<std::uint8_t> pixels(width * kCellPixels * kBeamRows);
   for (std::size_t i = 0; i < pixels.size(); ++i) {
     const std::size_t column = i % width / kCellPixels, row = i / width / kCellPixels;
-    pixels[i] = ShadeOf(table, scale, column + kColumns * row);
+    pixels[i] = ShadeOf(table, scale, column + kBeamColumns * row);
   }
   return IndexedPng(width, pixels, BeamPalette());
 }
@@ -155,7 +151,7 @@ void DrawMap(Svg& svg, double x, double y, const CheckedTable& table, const Scal
   svg.Image(x, y, kMapWidth, kMapHeight, MapPng(table, scale));
   if (scale.faulty_beams.size() > kMostRings) return;
   for (const std::uint32_t beam : scale.faulty_beams) {
-    const std::size_t column = beam % kColumns, row = beam / kColumns;
+    const std::size_t column = beam % kBeamColumns, row = beam / kBeamColumns;
     svg.Ring(x + kCell * (static_cast<double>(column) + 0.5),
              y + kCell * (static_cast<double>(row) + 0.5), 8.0, ColourText(BeamPalette()[kLoud]));
   }

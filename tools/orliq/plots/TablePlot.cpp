@@ -19,6 +19,16 @@ constexpr std::size_t kMostNumbers = 9;
 constexpr double kFindingIndent = 56.0;  // as under a heat map
 constexpr std::size_t kTitleLetters = 110;
 
+/// Of a long one its end, which tells the verdict, from the first byte of a letter of UTF-8 on.
+std::string FittedTitle(const std::string& title) {
+  std::size_t begin = title.size();
+  for (std::size_t letters = 0; begin > 0 && letters < kTitleLetters;) {
+    --begin;
+    if ((static_cast<unsigned char>(title[begin]) & 0xC0U) != 0x80U) ++letters;
+  }
+  return begin == 0 ? title : "... " + title.substr(begin);
+}
+
 /// The tables of a few numbers, a row for each, and what was found in them. Returns the height.
 double DrawNumbers(Svg& svg, double x, double y, const std::vector<CheckedTable>& tables,
                    const std::vector<Finding>& findings) {
@@ -31,7 +41,10 @@ double DrawNumbers(Svg& svg, double x, double y, const std::vector<CheckedTable>
     if (table.HasBeams()) continue;
     row += kRowHeight;
     svg.Text(x, row, table.word, {13.0, Anchor::kStart, true});
-    if (table.values.empty()) svg.Text(x + kNamesWidth, row, "no file gives this table: all zero");
+    if (table.values.empty()) {
+      svg.Text(x + kNamesWidth, row, "no file gives this table: all zero",
+               {13.0, Anchor::kStart, false, kFaultColour});
+    }
     for (std::size_t i = 0; i < table.values.size(); ++i) {
       svg.Text(x + kNamesWidth + kNumberWidth * (static_cast<double>(i) + 0.8), row,
                Significant(table.values[i]), {13.0, Anchor::kEnd});
@@ -43,7 +56,8 @@ double DrawNumbers(Svg& svg, double x, double y, const std::vector<CheckedTable>
     });
     if (drawn) continue;  // and told below its picture
     row += kRowHeight;
-    svg.Text(x, row, finding.table + ": " + finding.text, {13.0, Anchor::kStart, false, "#b00000"});
+    svg.Text(x, row, finding.table + ": " + finding.text,
+             {13.0, Anchor::kStart, false, kFaultColour});
   }
   return row - y;
 }
@@ -53,10 +67,7 @@ double DrawNumbers(Svg& svg, double x, double y, const std::vector<CheckedTable>
 std::string DrawTables(const std::string& title, const std::vector<CheckedTable>& tables,
                        const std::vector<Finding>& findings) {
   Svg svg;
-  const bool fits = title.size() <= kTitleLetters;  // else its end, which tells the verdict
-  svg.Text(kMargin, kMargin + 14.0,
-           fits ? title : "... " + title.substr(title.size() - kTitleLetters),
-           {20.0, Anchor::kStart, true});
+  svg.Text(kMargin, kMargin + 14.0, FittedTitle(title), {20.0, Anchor::kStart, true});
   double x = kMargin, y = kMargin + kTitleHeight, row_height = 0.0;
   const double width = 2 * kMargin + 2 * kPanelWidth;
   const auto place = [&](double height) {

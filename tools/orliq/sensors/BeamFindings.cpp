@@ -10,16 +10,13 @@
 #include "decoder/BeamDirection.h"
 #include "decoder/BeamTable.h"
 #include "multi_driver/DriverParam.h"
+#include "orliq/sensors/BeamLines.h"
 #include "orliq/terminal/NumberText.h"
-#include "param/CheckParam.h"
 
 namespace orliq::cli {
 namespace {
 
-constexpr std::uint32_t kColumns = 256;
-constexpr std::uint32_t kRows = 192;
-constexpr std::uint32_t kBeams = kColumns * kRows;
-static_assert(kBeams == lidar::kBeamPositions);
+constexpr std::uint32_t kBeams = kBeamColumns * kBeamRows;
 
 constexpr float kQuarterTurn = 1.6F;        // [rad] a little more than 90 degrees
 constexpr float kLargestOffset = 5.0F;      // [m] no ranging error that a bench corrects comes near
@@ -30,6 +27,7 @@ constexpr float kLoneAngle = 2.0F;          // [deg] several times the distance 
 constexpr float kLoneOffset = 0.5F;         // [m]
 constexpr float kLoneRatio = 20.0F;         // to what is usual in the table
 constexpr std::size_t kMostLone = 500;      // more are the table's own roughness
+constexpr char kLone[] = "far from all beams around";
 
 bool WithinDriverLimits(float angle_deg) {
   const lidar::DecoderParam limits;  // the same for both angles, and to both sides
@@ -38,7 +36,8 @@ bool WithinDriverLimits(float angle_deg) {
 }
 
 std::string Place(std::uint32_t beam) {
-  return "column " + std::to_string(beam % kColumns) + ", row " + std::to_string(beam / kColumns);
+  return "column " + std::to_string(beam % kBeamColumns) + ", row " +
+         std::to_string(beam / kBeamColumns);
 }
 
 class BeamCheck {
@@ -48,10 +47,10 @@ class BeamCheck {
 
   std::vector<Finding> Run() {
     AddBeams("not_finite", "NaN or infinite", [](float value) { return !std::isfinite(value); });
-    if (!IsConstant()) AddZeros();
+    IsConstant() ? AddConstant() : AddZeros();
     if (IsOfUse()) {
       angles_ ? CheckAngles() : CheckOffsets();
-      AddLoneBeams();
+      if (!Has("unit")) CheckNeighbours();  // distances mean nothing then
     }
     return std::move(findings_);
   }
@@ -91,11 +90,19 @@ class BeamCheck {
     AddBeams(kind, what, BeamsThat(predicate));
   }
 
-  bool IsConstant() {
+  bool IsConstant() const {
     const ValueRange range = table_.Range();
-    if (range.empty || range.min != range.max) return range.empty;
-    Add("constant", "all beams have the same number: " + Significant(range.min));
-    return true;
+    return range.empty || range.min == range.max;
+  }
+
+  void AddConstant() {
+    const ValueRange range = table_.Range();
+    if (!range.empty) Add("constant", "all beams have the same number: " + Significant(range.min));
+  }
+
+  bool Has(const char* kind) const {
+    return std::any_of(findings_.begin(), findings_.end(),
+                       [&](const Finding& finding) { return finding.kind == kind; });
   }
 
   void AddZeros() {
@@ -131,8 +138,8 @@ class BeamCheck {
 
   void CheckPattern() {
     const bool azimuth = table_.word == "azimuth";
-    const double by_column = ShareOf([](std::uint32_t beam) { return beam % kColumns; });
-    const double by_row = ShareOf([](std::uint32_t beam) { return beam / kColumns; });
+    const double by_column = ShareOf([](std::uint32_t beam) { return beam % kBeamColumns; });
+    const double by_row = ShareOf([](std::uint32_t beam) { return beam / kBeamColumns; });
     if ((azimuth ? by_column : by_row) > kMostly) return;
     const double other = azimuth ? by_row : by_column;
     const std::string own = azimuth ? "columns" : "rows";
@@ -156,7 +163,7 @@ class BeamCheck {
   /// How much of the variance is between groups of beams, 0 to 1.
   template <typename Group>
   double ShareOf(const Group& group) const {
-    std::array<double, kColumns> sums{}, counts{};
+    std::array<double, kBeamColumns> sums{}, counts{};
     double sum = 0.0, squares = 0.0, count = 0.0;
     for (std::uint32_t i = 0; i < kBeams; ++i) {
       if (faulty_[i] != 0) continue;
@@ -168,7 +175,7 @@ class BeamCheck {
       count += 1.0;
     }
     double between = 0.0;
-    for (std::uint32_t i = 0; i < kColumns; ++i) {
+    for (std::uint32_t i = 0; i < kBeamColumns; ++i) {
       if (counts[i] > 0.0) between += sums[i] * sums[i] / counts[i];
     }
     const double all = sum * sum / std::max(count, 1.0);
@@ -179,11 +186,12 @@ class BeamCheck {
   float Distance(std::uint32_t beam) const {
     std::array<float, 8> around{};
     std::size_t count = 0;
-    const int column = static_cast<int>(beam % kColumns), row = static_cast<int>(beam / kColumns);
+    const int column = static_cast<int>(beam % kBeamColumns),
+              row = static_cast<int>(beam / kBeamColumns);
     for (int k = 0; k < 9; ++k) {
       const int c = column + k % 3 - 1, r = row + k / 3 - 1;
-      const bool inside = 0 <= c && c < int{kColumns} && 0 <= r && r < int{kRows};
-      const auto other = static_cast<std::uint32_t>(c + int{kColumns} * r);
+      const bool inside = 0 <= c && c < int{kBeamColumns} && 0 <= r && r < int{kBeamRows};
+      const auto other = static_cast<std::uint32_t>(c + int{kBeamColumns} * r);
       if (k != 4 && inside && faulty_[other] == 0) around[count++] = values_[other];
     }
     if (count == 0) return 0.0F;
@@ -192,24 +200,42 @@ class BeamCheck {
     return std::fabs(values_[beam] - *middle);
   }
 
-  /// A table that is rough by nature has no lone beams.
-  void AddLoneBeams() {
-    const auto& found = findings_;
-    if (std::any_of(found.begin(), found.end(),
-                    [](const Finding& f) { return f.kind == "unit"; })) {
-      return;  // distances mean nothing then
-    }
+  /// Whichever finds more of them: a block of wrong numbers is lone at its corners only.
+  void CheckNeighbours() {
     std::vector<float> distances(kBeams);
     for (std::uint32_t i = 0; i < kBeams; ++i) distances[i] = faulty_[i] == 0 ? Distance(i) : 0.0F;
+    auto lone = FarBeams(distances);
+    if (lone.size() > kMostLone) lone.clear();
+    if (!angles_ || Has("pattern")) return AddBeams("lone", kLone, std::move(lone));
+    const bool azimuth = table_.word == "azimuth";
+    const BeamLines lines(values_, faulty_, azimuth);
+    auto stray = FarBeams(lines.Distances(values_));
+    if (stray.size() <= lone.size()) {
+      AddBeams("lone", kLone, std::move(lone));
+    } else {
+      AddBeams("stray",
+               azimuth ? "far from the rest of its column" : "far from the rest of its row",
+               std::move(stray));
+    }
+    if (const auto seam = lines.FindSeam()) AddSeam(*seam, azimuth ? "column " : "row ");
+  }
+
+  void AddSeam(const BeamLines::Seam& seam, const std::string& line) {
+    Add("seam", "from " + line + std::to_string(seam.before) + " to " + line +
+                    std::to_string(seam.after) + " it steps back, from " + Significant(seam.from) +
+                    " to " + Significant(seam.to) + " deg: are numbers shifted, or signs wrong?");
+  }
+
+  /// A table that is rough by nature has none.
+  std::vector<std::uint32_t> FarBeams(const std::vector<float>& distances) const {
     std::vector<float> sorted = distances;
     std::nth_element(sorted.begin(), sorted.begin() + kBeams / 2, sorted.end());
-    const float lone =
-        std::max(angles_ ? kLoneAngle : kLoneOffset, kLoneRatio * sorted[kBeams / 2]);
+    const float far = std::max(angles_ ? kLoneAngle : kLoneOffset, kLoneRatio * sorted[kBeams / 2]);
     std::vector<std::uint32_t> beams;
     for (std::uint32_t i = 0; i < kBeams; ++i) {
-      if (distances[i] > lone) beams.push_back(i);
+      if (distances[i] > far) beams.push_back(i);
     }
-    if (beams.size() <= kMostLone) AddBeams("lone", "far from all beams around", std::move(beams));
+    return beams;
   }
 
   const CheckedTable& table_;

@@ -2,6 +2,8 @@
 #include "orliq/sensors/CheckFolder.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/PlainText.h"
@@ -103,6 +105,17 @@ std::string TableWordIn(const std::string& path) {
     return path.find(word) != std::string::npos;
   });
   return found == words.end() ? std::string() : *found;
+}
+
+void RequireNoTableWord(const std::string& option, const std::string& folder) {
+  std::error_code ignored;
+  const std::string path = std::filesystem::absolute(folder, ignored).string();
+  const std::string word = TableWordIn(path);
+  if (word.empty()) return;
+  throw Failure(ExitCode::kUsage, option + ' ' + PlainText(folder) + ": the word \"" + word +
+                                      "\" in its path " + PlainText(path) +
+                                      " makes every file in it count as that table: choose "
+                                      "another folder");
 }
 
 }  // namespace orliq::cli

@@ -42,4 +42,8 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
 /// folder makes every file in it count as that table.
 std::string TableWordIn(const std::string& path);
 
+/// For a folder that is to be written. Throws Failure when its path from the root on holds such a
+/// word: by that path the folder would be of no use, even if it can be named otherwise here.
+void RequireNoTableWord(const std::string& option, const std::string& folder);
+
 }  // namespace orliq::cli

@@ -2,12 +2,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "param/ParamService.h"
 
 namespace orliq::cli {
+
+constexpr std::uint32_t kBeamColumns = 256;  ///< of a table of one number for every beam
+constexpr std::uint32_t kBeamRows = 192;
 
 /// Smallest and largest of the numbers that are neither NaN nor infinite.
 struct ValueRange {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/sensors/FolderRules.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 
@@ -38,13 +39,6 @@ bool HasOffset(const std::vector<CheckedTable>& tables) {
   return tables.back().word == "offset";
 }
 
-std::string LowerCase(std::string text) {
-  for (char& letter : text) {
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  }
-  return text;
-}
-
 /// A weight file of plain numbers loses the first of each line.
 bool LacksLabels(const CheckedTable& table, const TableLoad& file) {
   if (table.word != "weight" || file.accepted) return false;
@@ -58,9 +52,20 @@ void AddCapitals(const CheckedTable& table, const std::vector<TableLoad>& files,
                  std::vector<std::string>& hints) {
   for (const TableLoad& file : files) {
     const bool other = !file.table.empty() || !table.files.empty();
-    if (other || LowerCase(FileName(file)).find(table.word) == std::string::npos) continue;
+    if (other || CLI::detail::to_lower(FileName(file)).find(table.word) == std::string::npos)
+      continue;
     hints.push_back(PlainText(FileName(file)) + " would be the " + table.word +
                     " table if the word were in lower case");
+  }
+}
+
+/// "0,5" counts as two numbers.
+void AddCommas(const CheckedTable& table, std::vector<std::string>& hints) {
+  for (const TableLoad& file : table.files) {
+    if (file.found * 10 < table.needed * 19 || file.found * 10 > table.needed * 21) continue;
+    hints.push_back(PlainText(FileName(file)) +
+                    " holds twice the numbers: are there decimal commas in it? The decimal sign is "
+                    "a point");
   }
 }
 
@@ -111,6 +116,7 @@ std::vector<std::string> FolderHints(const Model& model, const std::vector<Check
                         " times the numbers that it uses");
       }
     }
+    AddCommas(table, hints);
     AddCapitals(table, files, hints);
   }
   return hints;

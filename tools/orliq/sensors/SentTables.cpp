@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/sensors/SentTables.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/CheckTables.h"
 #include "orliq/terminal/ExitCode.h"
 
 namespace orliq::cli {
 namespace {
-
-constexpr std::size_t kBeamsOfARow = 256;
 
 /// The fields of the record, one behind the other from its second byte on, are the tables in order.
 const char* FirstField(const Model& model, lidar::ParamService& service) {
@@ -19,18 +19,21 @@ const char* FirstField(const Model& model, lidar::ParamService& service) {
 
 sim::CheckTable Layout(const std::string& word, std::size_t numbers) {
   const bool labelled = word == "weight";
-  const std::size_t per_line = labelled ? 1 : std::min(numbers, kBeamsOfARow);
+  const std::size_t per_line = labelled ? 1 : std::min<std::size_t>(numbers, kBeamColumns);
   return {word, std::vector<float>(numbers), per_line, labelled};
 }
 
-/// Numbers that a table's file needs.
-std::size_t NeededInFile(const Model& model, const std::string& word) {
+/// The tables of a model with the numbers that their files need.
+std::vector<lidar::TableLoad> NeededFiles(const Model& model) {
   lidar::ParamService service;
-  if (service.LoadCheckFolder(model.type, {})) return 0;  // of no folder: only for its list
-  for (const lidar::TableLoad& table : service.LastTables()) {
-    if (table.table == word) return table.needed;
-  }
-  return 0;
+  (void)service.LoadCheckFolder(model.type, {});  // of no folder: only for its list
+  return service.LastTables();
+}
+
+std::size_t NeededInFile(const std::vector<lidar::TableLoad>& files, const std::string& word) {
+  const auto found = std::find_if(files.begin(), files.end(),
+                                  [&](const lidar::TableLoad& file) { return file.table == word; });
+  return found == files.end() ? 0 : found->needed;
 }
 
 TableDifference Compare(const lidar::TableUpload& table, const char* sent, const char* loaded) {
@@ -58,9 +61,10 @@ std::vector<sim::CheckTable> SentTables(const Model& model, lidar::ParamService&
 }
 
 std::vector<sim::CheckTable> FilesOf(const Model& model, std::vector<sim::CheckTable> tables) {
+  const auto files = NeededFiles(model);
   for (sim::CheckTable& table : tables) {
     const std::vector<float> once = table.values;
-    const std::size_t needed = NeededInFile(model, table.word);
+    const std::size_t needed = NeededInFile(files, table.word);
     while (table.values.size() < needed) {
       table.values.insert(table.values.end(), once.begin(), once.end());
     }

@@ -108,7 +108,9 @@ std::vector<Finding> FindSuspicious(const std::vector<CheckedTable>& tables,
   std::vector<Finding> findings;
   const bool has_offsets = !tables.empty() && tables.back().word == "offset";
   for (const CheckedTable& table : tables) {
-    if (table.InUse() == nullptr) continue;
+    // A file that only the folder's name makes such a table was never meant for one.
+    const TableLoad* const file = table.InUse();
+    if (file == nullptr || FileName(*file).find(table.word) == std::string::npos) continue;
     AddFile(table, findings);
     if (table.HasBeams()) {
       auto more = FindInBeams(table);

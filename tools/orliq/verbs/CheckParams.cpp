@@ -23,7 +23,6 @@ struct Options {
   std::string model;
   std::string plot;
   bool force = false;
-  bool json = false;
   bool quiet = false;
 };
 
@@ -35,7 +34,7 @@ void AddOptions(CLI::App& command, Options& options) {
   command.add_option("--plot", options.plot, "draw the tables into this file, .svg")
       ->check(NotEmpty());
   command.add_flag("--force", options.force, "let --plot replace a file");
-  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no remarks");
 }
 
@@ -206,7 +205,7 @@ void RequirePlotFile(const Options& options) {
 }
 
 void WritePlot(const Options& options, const Check& check) {
-  const std::string title = PlainText(options.folder) + ' ' + Verdict(check);
+  const std::string title = PlainText(options.folder) + ": " + Verdict(check);
   const std::string picture = DrawTables(title, check.tables, check.findings);
   AtomicFile file(options.plot);
   file.Write(picture.data(), picture.size());

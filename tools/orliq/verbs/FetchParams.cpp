@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
 constexpr double kLongestTime = 1e6;            // [s] eleven days
+constexpr double kUsualGap = 1.0;               // [s] that a lost reply leaves, and more
 
 // The largest calibration that there is, of a Juniq [bytes]: for the bar until the sensor tells.
 constexpr std::uint64_t kUsualBytes = 589'896;
@@ -35,6 +36,18 @@ struct Options {
   bool quiet = false;
 };
 
+void AddTimes(CLI::App& command, Options& options) {
+  command
+      .add_option("--time-limit", options.time_limit, "[s] give up when not all has come by then")
+      ->check(Within(0.1, kLongestTime))
+      ->capture_default_str();
+  command
+      .add_option("--wait", options.wait,
+                  "[s] give up when nothing more has come for so long; 0: only the limit counts")
+      ->check(Within(0.0, kLongestTime))
+      ->capture_default_str();
+}
+
 void AddOptions(CLI::App& command, Options& options) {
   command
       .add_option("HOST:PORT", options.from,
@@ -44,15 +57,7 @@ void AddOptions(CLI::App& command, Options& options) {
       ->transform(LowerCase())
       ->required();
   command.add_option("--out", options.out, "check folder to write")->required()->check(NotEmpty());
-  command
-      .add_option("--time-limit", options.time_limit, "[s] give up when not all has come by then")
-      ->check(Within(0.1, kLongestTime))
-      ->capture_default_str();
-  command
-      .add_option("--wait", options.wait,
-                  "[s] give up when nothing has come by then; 0: only the limit counts")
-      ->check(Within(0.0, kLongestTime))
-      ->capture_default_str();
+  AddTimes(command, options);
   command
       .add_option("--local-port", options.local_port,
                   "UDP port of this machine to ask from; any that is free without it")
@@ -77,13 +82,16 @@ const Model& ModelWithTables(const std::string& name) {
 struct Fetched {
   lidar::UploadStatistics upload;
   double seconds = 0.0;
+  double moved = 0.0;  ///< [s] when the last reply came that brought any of it
+  bool holes = false;  ///< a piece is missing for ever
+  std::string ended;   ///< why it went on no longer, when not all has come; empty: interrupted
   bool interrupted = false;
-  std::vector<std::string> missing;  ///< a sentence for each table that is not usable
+  std::vector<lidar::RefusedTable> missing;
   std::vector<sim::CheckTable> tables;
   std::string folder;  ///< empty: not written
   std::vector<TableDifference> differences;
 
-  bool Complete() const { return upload.state >= lidar::UploadState::Received; }
+  bool Complete() const { return !holes && upload.state >= lidar::UploadState::Received; }
 };
 
 /// Asks until all has come, or it is time to end.
@@ -91,6 +99,7 @@ class Fetch {
  public:
   Fetch(const Options& options, const UploadRequest& request, const Model& model)
       : options_(options),
+        request_(request),
         channel_(std::make_shared<lidar::UDPSelect>(MakeCalibrationParam(request))),
         service_(std::make_shared<lidar::ParamService>()),
         loader_(model.type, service_, channel_, !request.lenient) {}
@@ -104,7 +113,8 @@ class Fetch {
     do {
       Look(fetched);
       bar.Update(Share(fetched.upload));
-    } while (!fetched.Complete() && !Over(fetched) && !WaitForInterrupt(kPass));
+      if (!fetched.Complete()) fetched.ended = WhyOver(fetched);
+    } while (!fetched.Complete() && fetched.ended.empty() && !WaitForInterrupt(kPass));
     fetched.interrupted = InterruptRequested();
     loader_.StopLoad();
     Look(fetched);
@@ -117,8 +127,11 @@ class Fetch {
   static constexpr std::uint64_t kShares = 1000;
 
   void Look(Fetched& fetched) const {
+    const std::uint64_t before = fetched.upload.received_bytes;
     loader_.Count(fetched.upload);
     fetched.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    if (fetched.upload.received_bytes != before) fetched.moved = fetched.seconds;
+    fetched.holes = HasHoles(request_, fetched.upload);
   }
 
   static std::uint64_t Share(const lidar::UploadStatistics& upload) {
@@ -126,15 +139,21 @@ class Fetch {
     return kShares * std::min(upload.received_bytes, total) / total;
   }
 
-  bool Over(const Fetched& fetched) const {
-    const bool silent = fetched.upload.state == lidar::UploadState::Asking;
-    return fetched.seconds >= options_.time_limit ||
-           (silent && options_.wait > 0.0 && fetched.seconds >= options_.wait);
+  /// Empty: it goes on.
+  std::string WhyOver(const Fetched& fetched) const {
+    if (fetched.holes) return "with --lenient, what is missing stays missing";
+    const double gap = fetched.seconds - fetched.moved;
+    const bool stalled = options_.wait > 0.0 && gap >= options_.wait;
+    if (!stalled && fetched.seconds < options_.time_limit) return {};
+    if (!stalled && gap < kUsualGap) return "a longer --time-limit gives it more";
+    return "the last reply that brought any of it came " + Fixed(gap, 1) + " s ago, is " +
+           options_.from + " still on and connected?";
   }
 
   using Clock = std::chrono::steady_clock;
 
   const Options& options_;
+  const UploadRequest& request_;
   std::shared_ptr<lidar::UDPSelect> channel_;
   std::shared_ptr<lidar::ParamService> service_;
   lidar::ParamLoader loader_;
@@ -144,9 +163,7 @@ class Fetch {
 /// Writes what was sent if no table is missing, and looks what the folder gives.
 void Keep(const Model& model, const Options& options, const FetchedFolder& folder,
           lidar::ParamService& service, Fetched& fetched) {
-  for (const auto& table : lidar::UploadedCalibration(&service, true).refused) {
-    fetched.missing.push_back(table.text);
-  }
+  fetched.missing = lidar::UploadedCalibration(&service, true).refused;
   if (!fetched.missing.empty()) return;
   fetched.tables = SentTables(model, service);
   folder.Write(FilesOf(model, fetched.tables));
@@ -156,8 +173,7 @@ void Keep(const Model& model, const Options& options, const FetchedFolder& folde
 
 void AddTables(Report& report, const std::vector<sim::CheckTable>& tables) {
   Json list = Json::array();
-  Table shown = {
-      "Tables", {"table", "numbers", "lowest", "highest"}, {false, true, true, true}, {}};
+  Table shown = {"Tables", {"Table", "Numbers", "Min", "Max"}, {false, true, true, true}, {}};
   for (const auto& [word, values, per_line, labelled] : tables) {
     std::vector<float> finite;
     std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
@@ -200,19 +216,25 @@ Report MakeReport(const Model& model, const Fetched& fetched) {
 
 void RequireAll(const UploadRequest& request, const Model& model, const Fetched& fetched) {
   if (!fetched.Complete()) {
-    const std::string nothing = ", so no file was written";
-    if (fetched.interrupted && fetched.upload.state == lidar::UploadState::Asking) {
+    const std::string nothing = "; no file was written";
+    if (fetched.interrupted && fetched.ended.empty() &&
+        fetched.upload.state == lidar::UploadState::Asking) {
       throw Failure(ExitCode::kLosses, "interrupted before the sensor had answered" + nothing);
     }
-    throw UploadFailure(
-        request, fetched.upload, fetched.seconds,
-        (fetched.interrupted ? "interrupted" : "--time-limit gives it longer") + nothing);
+    throw UploadFailure(request, fetched.upload, fetched.seconds,
+                        (fetched.ended.empty() ? "interrupted" : fetched.ended) + nothing);
   }
-  if (fetched.missing.empty()) return;
-  std::string text = "the sensor does not send every table of a " + std::string(model.name) +
-                     " (--model), so no file was written:";
-  for (const std::string& sentence : fetched.missing) text += "\n  " + sentence;
-  throw Failure(ExitCode::kFileFault, text);
+  if (!fetched.missing.empty()) throw MissingTables(model, fetched.missing, "no file was written");
+}
+
+/// Such as the tables of a Juniq, taken for those of a Glavor.
+std::string SurplusText(const Model& model, const lidar::ParamService& service) {
+  std::size_t needed = 0;  // [bytes] with the markers, each as long as a number
+  for (const auto& table : service.UploadedTables()) needed += (table.needed + 1) * sizeof(float);
+  const auto sent = static_cast<std::size_t>(service.TotalSize());
+  if (sent <= needed) return {};
+  return "the sensor sent " + Count(sent, "byte") + ", the tables of a " + model.name + " take " +
+         Grouped(needed) + ": is it a " + model.name + " (--model)?";
 }
 
 /// Such are numbers that no text holds: those by which a float signals that it is none.
@@ -237,7 +259,10 @@ ExitCode Run(const Options& options, Console& console) {
   if (options.local_port != 0) RequirePort({}, options.local_port, console);
   Fetch fetch(options, request, model);
   Fetched fetched = fetch.Run();
-  if (fetched.Complete()) Keep(model, options, folder, fetch.Service(), fetched);
+  if (fetched.Complete()) {
+    Keep(model, options, folder, fetch.Service(), fetched);
+    if (fetched.missing.empty()) console.Note(SurplusText(model, fetch.Service()));
+  }
   console.Print(MakeReport(model, fetched));
   RequireAll(request, model, fetched);
   RequireSame(fetched);
@@ -256,7 +281,10 @@ Verb AddFetchParams(CLI::App& app) {
   command->footer(
       "Only replies of the sensor itself with exactly the bytes asked for are taken, unless "
       "--lenient is given. The folder is written when all tables are here; of a fetch that fails "
-      "nothing is left.\n\n"
+      "nothing is left. Exit codes: 0: it is written; 3: the sensor sent nothing that could be "
+      "used; "
+      "4: it does not send every table, or the folder cannot be written or holds other tables; 5: "
+      "not all had come when it ended, or the folder gives back other numbers than were sent.\n\n"
       "Example:\n  orliq fetch-params 192.168.1.200:2390 --model juniq --out room-check");
   return {command, [options](Console& console) { return Run(*options, console); }};
 }

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/FetchedFolder.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -15,16 +20,27 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void RequireUsable(const std::string& folder, bool force) {
-  const std::string word = TableWordIn(folder);
-  if (!word.empty()) {
-    throw Failure(ExitCode::kFileFault,
-                  "--out " + folder + ": the word \"" + word +
-                      "\" in the path makes every file in it count as that table: choose another "
-                      "name");
+/// A folder that has the name of a table's file is in its way, with --force too.
+void RequireNamesFree(const std::string& folder) {
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    const fs::path& path = entry.path();
+    const std::string stem = path.stem().string();
+    std::error_code ignored;
+    if (path.extension() == ".csv" && TableWordIn(stem) == stem && entry.is_directory(ignored)) {
+      throw Failure(ExitCode::kFileFault, path.string() +
+                                              " is a folder, which has the name of a table's "
+                                              "file: rename it, or name another one by --out");
+    }
   }
+}
+
+void RequireUsable(const std::string& folder, bool force) {
+  RequireNoTableWord("--out", folder);
   std::error_code ignored;
-  if (force || !fs::is_directory(folder, ignored)) return;
+  if (!fs::is_directory(folder, ignored)) return;
+  RequireNamesFree(folder);
+  if (force) return;
   const auto files = TableFilesIn(folder);
   if (files.empty()) return;
   throw Failure(ExitCode::kFileFault,
@@ -32,6 +48,23 @@ void RequireUsable(const std::string& folder, bool force) {
                     ", which counts as a table: name another folder, or add --force to replace "
                     "the tables that are there");
 }
+
+/// Keeps others that write tables out of a folder, as far as the file system has locks.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::string& folder)
+      : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    while (descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) continue;
+  }
+  ~FolderLock() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+ private:
+  int descriptor_;
+};
 
 }  // namespace
 
@@ -56,6 +89,8 @@ FetchedFolder::FetchedFolder(std::string folder, bool force)
 }
 
 void FetchedFolder::Write(const std::vector<sim::CheckTable>& tables) const {
+  const FolderLock lock(folder_);
+  RequireUsable(folder_, force_);  // again: another fetch may have filled it in the meantime
   std::string error;
   if (!sim::WriteTables(folder_, tables, error)) throw Failure(ExitCode::kFileFault, error);
   if (force_) RemoveOtherTables(folder_, tables);

@@ -31,8 +31,8 @@ class FetchedFolder {
   /// it, and when it holds files that count as tables, unless `force` is given.
   FetchedFolder(std::string folder, bool force);
 
-  /// With `force` every other file that counts as a table is removed. Throws Failure when the disk
-  /// refuses.
+  /// With `force` every other file that counts as a table is removed. Throws Failure when the folder
+  /// is no longer as the constructor wants it, or the disk refuses.
   void Write(const std::vector<sim::CheckTable>& tables) const;
 
  private:

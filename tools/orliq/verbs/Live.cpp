@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <memory>
+#include <optional>
 
 #include "orliq/clouds/CloudOptions.h"
 #include "orliq/clouds/CloudTypes.h"
@@ -23,7 +24,7 @@ struct Options {
   CloudOptions cloud;
   ListenOptions listen;
   FrameChoice choice;
-  std::string params_from;
+  std::optional<std::string> params_from;
   UploadRequest upload;
 };
 
@@ -98,25 +99,27 @@ void RequirePorts(const Options& options, const Console& console) {
 /// From --params-from, unless the model has no use for it.
 UploadRequest MakeUpload(const Options& options, const Model& model, const Console& console) {
   UploadRequest request = options.upload;
-  if (options.params_from.empty()) return request;
-  request.sensor = ParseHostPort("--params-from", options.params_from);
+  if (!options.params_from) return request;
+  request.sensor = ParseHostPort("--params-from", *options.params_from);
   if (model.needs_tables) return request;
   console.Note(std::string(model.name) + " needs no calibration: --params-from has no effect");
   return {};
 }
 
+std::unique_ptr<LiveSource> MakeSource(const Options& options, CloudSaver* saver) {
+  return WithCloudType(options.cloud.point, [&](auto type) {
+    using Source = DriverSource<typename decltype(type)::Cloud>;
+    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver));
+  });
+}
+
 LiveTally Listen(const Options& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
-  if (options.params_from.empty()) {
-    RequireCalibration(model, options.cloud.check_folder, console);
-  }
+  if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
   const auto saver = MakeSaver(options);
   if (options.cloud.verbose) console.ShowLibraryLines();
-  const auto source = WithCloudType(options.cloud.point, [&](auto type) {
-    using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver.get()));
-  });
+  const auto source = MakeSource(options, saver.get());
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
@@ -144,6 +147,17 @@ void Explain(const LiveTally& tally, const Console& console) {
   }
 }
 
+void RequirePackets(const Options& options, const LiveTally& tally) {
+  const auto& packets = tally.counts.packets;
+  if (packets.decoded > 0) return;
+  throw Failure(
+      ExitCode::kNoData,
+      WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
+                         tally.model, packets.received, packets.refused_length,
+                         packets.last_refused_length, options.choice.source, packets.other_source,
+                         SenderText(packets.first_sender)}));
+}
+
 ExitCode Run(Options options, Console& console) {
   console.SetQuiet(options.listen.quiet);
   const Model& model = KnownModel(options.cloud.model);
@@ -153,18 +167,13 @@ ExitCode Run(Options options, Console& console) {
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   console.Print(tally.MakeReport());
-  const auto& packets = tally.counts.packets;
-  if (packets.decoded == 0) {
-    throw Failure(
-        ExitCode::kNoData,
-        WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
-                           &model, packets.received, packets.refused_length,
-                           packets.last_refused_length, options.choice.source, packets.other_source,
-                           SenderText(packets.first_sender)}));
+  if (!tally.refused_tables.empty()) {
+    throw MissingTables(model, tally.refused_tables, "no frame was decoded with them");
   }
+  RequirePackets(options, tally);
   Explain(tally, console);
   if (tally.LacksTables()) {
-    throw UploadFailure(options.upload, packets.upload, tally.reception.seconds,
+    throw UploadFailure(options.upload, tally.counts.packets.upload, tally.reception.seconds,
                         "live ended, no frame was decoded with it");
   }
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
@@ -176,7 +185,6 @@ void AddUploadOptions(CLI::App& command, Options& options) {
           .add_option("--params-from", options.params_from,
                       "HOST:PORT of the sensor, to fetch its calibration while packets come; "
                       "frames count from the first one on that is decoded with it")
-          ->check(NotEmpty())
           ->excludes(command.get_option("--check-folder"));
   command
       .add_option("--params-local-port", options.upload.local_port,

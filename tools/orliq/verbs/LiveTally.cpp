@@ -88,7 +88,7 @@ void AddFileRows(Report& report, const LiveTally& tally) {
 bool LiveTally::HasLosses() const {
   const auto& [packets, not_written] = std::tie(counts.packets, counts.not_written);
   return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
-             packets.dropped_by_limit + not_written.no_room + not_written.faults + tables_refused >
+             packets.dropped_by_limit + not_written.no_room + not_written.faults >
          0;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/sensors/Models.h"
@@ -20,10 +21,10 @@ struct LiveTally {
   std::uint64_t files_written = 0;
   std::string source;  ///< the only sender that counts; empty: every one
   bool keeps_partial = false;
-  bool interrupted = false;        ///< a signal ended it, not a limit
-  std::size_t tables_refused = 0;  ///< of those that the sensor sent
+  bool interrupted = false;                         ///< a signal ended it, not a limit
+  std::vector<lidar::RefusedTable> refused_tables;  ///< that the sensor did not send as needed
 
-  /// Whether packets were refused or lost, frames not written, or tables of the sensor of no use.
+  /// Whether packets were refused or lost, or frames not written.
   bool HasLosses() const;
 
   /// Whether the sensor was asked for its tables and they have not come.

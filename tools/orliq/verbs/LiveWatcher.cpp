@@ -20,8 +20,10 @@ LiveWatcher::LiveWatcher(const LiveWishes& wishes, const LiveSource& source, con
       line_(wishes.listen.quiet, kStatusPause) {}
 
 void LiveWatcher::Look() {
+  const std::uint64_t uploaded = counts_.packets.upload.received_bytes;
   counts_ = source_.Counts();
   now_ = time_.Seconds();
+  if (counts_.packets.upload.received_bytes != uploaded) moved_ = now_;
   const auto& packets = counts_.packets;
   if (packets.received > 0) last_ = now_ - packets.last_packet_age_s;
   if (packets.received > 0 && first_ < 0.0) {
@@ -31,6 +33,7 @@ void LiveWatcher::Look() {
   WarnOfMixture();
   WarnOfFault();
   WarnOfNothing(kDoubtfulFrames);
+  WarnOfHoles();
   WarnOfSilence();
   TellOfTables();
 }
@@ -52,7 +55,7 @@ LiveTally LiveWatcher::Tally() const {
   LiveTally tally;
   tally.counts = counts_;
   tally.interrupted = InterruptRequested() && !Over();
-  tally.tables_refused = tables_refused_;
+  tally.refused_tables = refused_tables_;
   Reception& reception = tally.reception;
   reception.seconds = now_;
   reception.active = last_ - first_;
@@ -96,23 +99,31 @@ void LiveWatcher::WarnOfNoFrame() {
                 " (orliq info tells what recorded ones look like)");
 }
 
-/// Frames without tables are none that --frames counts either.
+void LiveWatcher::WarnOfHoles() {
+  if (holes_told_ || !HasHoles(wishes_.upload, counts_.packets.upload)) return;
+  holes_told_ = true;
+  console_.Note(HolesText(wishes_.upload, counts_.packets.upload));
+}
+
+/// Frames without tables are none that --frames counts either. Said once while nothing has come, and
+/// once of a stall.
 void LiveWatcher::WarnOfSilence() {
   const lidar::UploadStatistics& upload = counts_.packets.upload;
-  if (silence_told_ || upload.state != lidar::UploadState::Asking || now_ < kDoubtfulSilence)
+  const bool waits =
+      upload.state == lidar::UploadState::Asking || upload.state == lidar::UploadState::Receiving;
+  if (!waits || holes_told_ || silence_told_ == upload.state || now_ - moved_ < kDoubtfulSilence) {
     return;
-  silence_told_ = true;
-  console_.Note(UploadAdvice(wishes_.upload, upload));
+  }
+  silence_told_ = upload.state;
+  console_.Note(StallText(wishes_.upload, upload, now_ - moved_));
 }
 
 void LiveWatcher::TellOfTables() {
   const lidar::UploadStatistics& upload = counts_.packets.upload;
   if (tables_told_ || upload.state != lidar::UploadState::InUse) return;
   tables_told_ = true;
-  console_.Note(InUseText(upload));
-  const auto refused = source_.Calibration().refused;
-  for (const auto& table : refused) console_.Note(table.text);
-  tables_refused_ = refused.size();
+  refused_tables_ = source_.Calibration().refused;
+  if (refused_tables_.empty()) console_.Note(InUseText(upload));
 }
 
 }  // namespace orliq::cli

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/network/ListenOptions.h"
@@ -37,7 +38,11 @@ class LiveWatcher {
   /// Brings the status line up to date.
   void Show();
 
-  bool Over() const { return source_.Complete() || time_.Over(counts_.packets.decoded > 0); }
+  /// Without all of the sensor's tables no frame can come any more.
+  bool Over() const {
+    return source_.Complete() || !refused_tables_.empty() ||
+           time_.Over(counts_.packets.decoded > 0);
+  }
   LiveTally Tally() const;
 
  private:
@@ -45,6 +50,7 @@ class LiveWatcher {
   void WarnOfFault();
   void WarnOfNothing(std::uint64_t at_least);
   void WarnOfNoFrame();
+  void WarnOfHoles();
   void WarnOfSilence();
   void TellOfTables();
 
@@ -54,9 +60,10 @@ class LiveWatcher {
   bool warned_ = false;
   bool fault_told_ = false;
   bool nothing_told_ = false;
-  bool silence_told_ = false;
+  bool holes_told_ = false;
   bool tables_told_ = false;
-  std::size_t tables_refused_ = 0;
+  lidar::UploadState silence_told_ = lidar::UploadState::None;  // the one it was told of last
+  std::vector<lidar::RefusedTable> refused_tables_;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -64,6 +71,7 @@ class LiveWatcher {
   double first_ = -1.0;              // of a packet; negative before any
   double last_ = -1.0;               // likewise
   std::uint64_t by_first_look_ = 0;  // packets
+  double moved_ = 0.0;               // when the calibration last got further
   LiveCounts shown_;
   double shown_at_ = 0.0;
 };

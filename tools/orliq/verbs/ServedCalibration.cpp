@@ -22,12 +22,6 @@ constexpr double kLongestTime = 3600.0;  // [s]
 constexpr std::chrono::seconds kStatusPause{1};
 constexpr std::chrono::milliseconds kLook{100};  // for a signal and the time of a status line
 
-/// Without a host, calibration is for programs of this machine.
-HostPort ParseServed(const std::string& at) {
-  const bool has_host = at.find(':') != std::string::npos;
-  return ParseHostPort("--serve-params", has_host ? at : "127.0.0.1:" + at);
-}
-
 std::string WhyNotServed(const HostPort& where, const std::error_code& error) {
   const std::string port = std::to_string(where.port);
   if (error == std::errc::address_in_use) {
@@ -65,55 +59,93 @@ std::unique_ptr<sim::ParamServer> Serve(const ServeOptions& options, const HostP
   return serving;
 }
 
+/// The options for what goes wrong with the replies; all need --serve-params.
+class ReplyFaultOptions {
+ public:
+  ReplyFaultOptions(CLI::App& command, CLI::Option* serve, ServeOptions& options)
+      : command_(command), serve_(serve), options_(options) {}
+
+  void Add() {
+    Share("--drop-replies", ReplyFault::kLost, "share of replies lost");
+    Share("--silence", ReplyFault::kSilence, "share of requests that a silence begins with");
+    Seconds("--silence-time", options_.silence, "[s] without an answer to any request");
+    Share("--short-replies", ReplyFault::kShort, "share of replies cut below 39 bytes");
+    Share("--wrong-marker", ReplyFault::kWrongMarker, "share of replies with a damaged marker");
+    Share("--wrong-total", ReplyFault::kWrongTotal, "share of replies that tell a wrong size");
+    Share("--delay-replies", ReplyFault::kDelayed, "share of replies that come late");
+    Seconds("--reply-delay", options_.delay, "[s] by which they come late");
+    Share("--duplicate-replies", ReplyFault::kDuplicated, "share of replies that come twice");
+    Share("--swap-replies", ReplyFault::kSwapped, "share of replies that the next one overtakes");
+    InGroup(command_
+                .add_option("--restart-after", options_.restart_after,
+                            "replies after which the sensor restarts once")
+                ->check(Within(1, 1000000000)));
+    Seconds("--down-time", options_.down, "[s] during which nobody answers then");
+  }
+
+ private:
+  void InGroup(CLI::Option* option) const {
+    option->needs(serve_)->group(
+        "Faults of --serve-params (shares of replies, 0 to 1; the first that hits counts)");
+  }
+
+  void Share(const char* name, ReplyFault fault, const char* text) {
+    InGroup(command_.add_option(name, options_.faults[fault], text)->check(Within(0.0, 1.0)));
+  }
+
+  void Seconds(const char* name, double& value, const char* text) {
+    InGroup(command_.add_option(name, value, text)
+                ->check(Within(0.0, kLongestTime))
+                ->capture_default_str());
+  }
+
+  CLI::App& command_;
+  CLI::Option* serve_;
+  ServeOptions& options_;
+};
+
+void AddReplyFaults(Report& report, const sim::ReplyFaultCounts& faults) {
+  AddFaultRows(report, "reply_faults", "Replies with faults",
+               {{"lost", "lost", faults[ReplyFault::kLost]},
+                {"silent", "left out in a silence", faults[ReplyFault::kSilence]},
+                {"short", "cut short", faults[ReplyFault::kShort]},
+                {"wrong_marker", "with a wrong marker", faults[ReplyFault::kWrongMarker]},
+                {"wrong_total", "with a wrong size", faults[ReplyFault::kWrongTotal]},
+                {"delayed", "delayed", faults[ReplyFault::kDelayed]},
+                {"duplicated", "sent twice", faults[ReplyFault::kDuplicated]},
+                {"swapped", "overtaken by the next", faults[ReplyFault::kSwapped]}});
+}
+
 }  // namespace
 
 void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string& only_for) {
+  const std::string text =
+      "[HOST:]PORT that answers requests for the calibration by UDP, as long as packets are sent, "
+      "else until Ctrl-C; without HOST on 127.0.0.1";
+  const auto take = [&options](const std::string& at) { options.at = at; };
   CLI::Option* const serve =
-      command
-          .add_option_function<std::string>(
-              "--serve-params", [&options](const std::string& at) { options.at = at; },
-              "[HOST:]PORT that answers requests for the calibration by UDP, as long as packets "
-              "are "
-              "sent, else until Ctrl-C; without HOST on 127.0.0.1" +
-                  only_for)
+      command.add_option_function<std::string>("--serve-params", take, text + only_for)
           ->group("Sending");
-  const std::string group =
-      "Faults of --serve-params (shares of replies, 0 to 1; the first that hits counts)";
-  const auto share = [&](const char* name, ReplyFault fault, const char* text) {
-    command.add_option(name, options.faults[fault], text)
-        ->check(Within(0.0, 1.0))
-        ->needs(serve)
-        ->group(group);
-  };
-  const auto seconds = [&](const char* name, double& value, const char* text) {
-    command.add_option(name, value, text)
-        ->check(Within(0.0, kLongestTime))
-        ->capture_default_str()
-        ->needs(serve)
-        ->group(group);
-  };
-  share("--drop-replies", ReplyFault::kLost, "share of replies lost");
-  share("--silence", ReplyFault::kSilence, "share of requests that a silence begins with");
-  seconds("--silence-time", options.silence, "[s] without an answer to any request");
-  share("--short-replies", ReplyFault::kShort, "share of replies cut below 39 bytes");
-  share("--wrong-marker", ReplyFault::kWrongMarker, "share of replies with a damaged marker");
-  share("--wrong-total", ReplyFault::kWrongTotal, "share of replies that tell a wrong size");
-  share("--delay-replies", ReplyFault::kDelayed, "share of replies that come late");
-  seconds("--reply-delay", options.delay, "[s] by which they come late");
-  share("--duplicate-replies", ReplyFault::kDuplicated, "share of replies that come twice");
-  share("--swap-replies", ReplyFault::kSwapped, "share of replies that the next one overtakes");
-  command
-      .add_option("--restart-after", options.restart_after,
-                  "replies after which the sensor restarts once")
-      ->check(Within(1, 1000000000))
-      ->needs(serve)
-      ->group(group);
-  seconds("--down-time", options.down, "[s] during which nobody answers then");
+  ReplyFaultOptions(command, serve, options).Add();
+}
+
+HostPort ServedAt(const ServeOptions& options) {
+  const std::string option = "--serve-params";
+  std::string at = *options.at;
+  if (at.find(':') != std::string::npos) return ParseHostPort(option, at);
+  const bool digits = at.find_first_not_of("0123456789") == std::string::npos;
+  if (!digits || !Within(1, 65535)(at).empty()) {
+    throw Failure(ExitCode::kUsage, option + ' ' + (at.empty() ? "\"\"" : at) +
+                                        ": write a port from 1 to 65535, or an address, a colon "
+                                        "and a port, such as 127.0.0.1:2400");
+  }
+  // Without a host, calibration is for programs of this machine.
+  return ParseHostPort(option, "127.0.0.1:" + at);
 }
 
 ServedCalibration::ServedCalibration(const ServeOptions& options, const sim::Sensor& sensor,
                                      std::uint64_t seed, const Console& console)
-    : where_(ParseServed(*options.at)) {
+    : where_(ServedAt(options)) {
   auto image = sim::CheckImage(sensor.Tables());
   image_bytes_ = image.size();
   server_ = Serve(options, where_, seed, std::move(image));
@@ -153,16 +185,7 @@ void ServedCalibration::Finish(Report& report) {
   report.Add("replies_not_sent", "", counts.not_sent, "");
   report.Add("restarts", counts.restarts > 0 ? "Restarts" : "", counts.restarts,
              Grouped(counts.restarts));
-  const auto& faults = counts.faults;
-  AddFaultRows(report, "reply_faults", "Replies with faults",
-               {{"lost", "lost", faults[ReplyFault::kLost]},
-                {"silent", "left out in a silence", faults[ReplyFault::kSilence]},
-                {"short", "cut short", faults[ReplyFault::kShort]},
-                {"wrong_marker", "with a wrong marker", faults[ReplyFault::kWrongMarker]},
-                {"wrong_total", "with a wrong size", faults[ReplyFault::kWrongTotal]},
-                {"delayed", "delayed", faults[ReplyFault::kDelayed]},
-                {"duplicated", "sent twice", faults[ReplyFault::kDuplicated]},
-                {"swapped", "overtaken by the next", faults[ReplyFault::kSwapped]}});
+  AddReplyFaults(report, counts.faults);
 }
 
 }  // namespace orliq::cli

@@ -28,10 +28,13 @@ struct ServeOptions {
 /// `only_for` tells in the help which models can.
 void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string& only_for);
 
+/// Where `options` want it served. Throws Failure when the address makes no sense.
+HostPort ServedAt(const ServeOptions& options);
+
 /// The calibration of a synthetic sensor, handed out by UDP from its making on.
 class ServedCalibration {
  public:
-  /// Throws Failure when the address makes no sense or the port cannot be had.
+  /// Throws Failure as ServedAt does, and when the port cannot be had.
   ServedCalibration(const ServeOptions& options, const sim::Sensor& sensor, std::uint64_t seed,
                     const Console& console);
 

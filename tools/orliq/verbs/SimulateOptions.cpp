@@ -79,6 +79,16 @@ void RequireNames(const SimulateOptions& options) {
   }
 }
 
+bool AsksForPackets(const SimulateOptions& options) {
+  const SimulateOptions usual;
+  const auto& faults = options.faults.values;
+  const sim::Faults& sensor = options.sensor.faults;
+  return options.frames || options.start_time_s || options.scene != usual.scene ||
+         options.sensor.frame_rate_hz != usual.sensor.frame_rate_hz || sensor.range_noise_m > 0.0 ||
+         sensor.false_return_rate > 0.0 ||
+         std::any_of(faults.begin(), faults.end(), [](double rate) { return rate > 0.0; });
+}
+
 /// Neither a capture nor a receiver is named.
 void RequireOnlyServing(const SimulateOptions& options) {
   if (!options.serve.at) {
@@ -86,12 +96,24 @@ void RequireOnlyServing(const SimulateOptions& options) {
                   "where shall the packets go? Name a file with --out or a receiver with --to, or "
                   "only hand out the calibration with --serve-params");
   }
-  const auto& faults = options.faults.values;
-  const bool damages = std::any_of(faults.begin(), faults.end(), [](double r) { return r > 0.0; });
-  if (!options.frames && !damages) return;
-  throw Failure(ExitCode::kUsage,
-                "--frames and the faults of packets ask for packets, but none are sent: name --out "
-                "or --to; the faults of replies have options of their own, such as --drop-replies");
+  if (!AsksForPackets(options)) return;
+  throw Failure(
+      ExitCode::kUsage,
+      "--frames, --rate, --scene, --start-time, --noise and the faults of packets ask for "
+      "packets, but none are sent: name --out or --to; the faults of replies have options "
+      "of their own, such as --drop-replies");
+}
+
+/// The packets would come to the sensor's own port as requests that are none.
+void RequireTwoPorts(const SimulateOptions& options) {
+  if (!options.serve.at || options.transmission.to.empty()) return;
+  const HostPort served = ServedAt(options.serve);
+  const HostPort to = ParseHostPort("--to", options.transmission.to);
+  const bool own = to.address.rfind("127.", 0) == 0 && served.address == "0.0.0.0";
+  if (to.port != served.port || (to.address != served.address && !own)) return;
+  throw Failure(ExitCode::kUsage, "--to and --serve-params name the same port: " + to.text +
+                                      " cannot both receive the packets and hand out the "
+                                      "calibration");
 }
 
 void RequireUsableFolder(const SimulateOptions& options) {
@@ -99,11 +121,7 @@ void RequireUsableFolder(const SimulateOptions& options) {
     throw Failure(ExitCode::kUsage,
                   "--out needs --check-folder: without its calibration a capture has no points");
   }
-  const std::string word = TableWordIn(options.check_folder.value_or(""));
-  if (!word.empty()) {
-    throw Failure(ExitCode::kUsage, "the path of --check-folder must not hold the word \"" + word +
-                                        "\", by which a calibration table is recognised");
-  }
+  if (options.check_folder) RequireNoTableWord("--check-folder", *options.check_folder);
 }
 
 }  // namespace
@@ -156,6 +174,7 @@ void CompleteSimulateOptions(SimulateOptions& options) {
   const bool sends = !options.transmission.to.empty();
   RequireNames(options);
   if (!options.out && !sends) RequireOnlyServing(options);
+  RequireTwoPorts(options);
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
   options.sensor.cycle_packets = options.cycle.value_or(options.sensor.cycle_packets);
   options.sensor.radius_filter = !options.no_radius_filter;

@@ -67,6 +67,18 @@ std::string RequestsText(const UploadStatistics& upload) {
   return text;
 }
 
+/// The port is in doubt only as long as nothing of the tables came from there.
+std::string WrongMarkerText(const UploadRequest& request, const UploadStatistics& upload) {
+  if (request.lenient) {
+    return "with a wrong marker, which left holes in the tables: without --lenient those are asked "
+           "for again";
+  }
+  const std::string port = std::to_string(request.sensor.port);
+  return "that begin with other bytes than a reply" +
+         (upload.received_bytes > 0 ? ""
+                                    : ": is " + port + " the sensor's port for its calibration?");
+}
+
 /// A line for each kind of datagram that was no use.
 std::string WhatCame(const UploadRequest& request, const UploadStatistics& upload) {
   std::string text;
@@ -76,12 +88,7 @@ std::string WhatCame(const UploadRequest& request, const UploadStatistics& uploa
   add(upload.other_source,
       "from another address or port than asked: if the sensor answers from there, --lenient takes "
       "them");
-  add(upload.wrong_marker, request.lenient
-                               ? "with a wrong marker, which left holes in the tables: without "
-                                 "--lenient those are asked for again"
-                               : "that begin with other bytes than a reply: is " +
-                                     std::to_string(request.sensor.port) +
-                                     " the sensor's port for its calibration?");
+  add(upload.wrong_marker, WrongMarkerText(request, upload));
   add(upload.unusable,
       request.lenient ? "too short for a reply, or announcing more than any calibration has"
                       : "too short for a reply, or with other than the bytes asked for: if the "
@@ -152,6 +159,32 @@ Failure UploadFailure(const UploadRequest& request, const UploadStatistics& uplo
   return {ExitCode::kLosses, "only " + UploadProgress(upload) + " of the calibration came in " +
                                  Fixed(seconds, 1) + " s: " + ended +
                                  (came.empty() ? "" : ". There also came" + came)};
+}
+
+std::string StallText(const UploadRequest& request, const UploadStatistics& upload,
+                      double seconds) {
+  if (upload.state < UploadState::Receiving) return UploadAdvice(request, upload);
+  const std::string came = WhatCame(request, upload);
+  return "the calibration has come no further for " + Fixed(seconds, 1) + " s, with " +
+         UploadProgress(upload) + " of it here: is " + request.sensor.text +
+         " still on and connected? It is asked on" +
+         (came.empty() ? "" : ". There also came" + came);
+}
+
+bool HasHoles(const UploadRequest& request, const UploadStatistics& upload) {
+  return request.lenient && upload.wrong_marker > 0;
+}
+
+std::string HolesText(const UploadRequest& request, const UploadStatistics& upload) {
+  return "the calibration cannot get complete any more. There came" + WhatCame(request, upload);
+}
+
+Failure MissingTables(const Model& model, const std::vector<lidar::RefusedTable>& refused,
+                      const std::string& consequence) {
+  std::string text = "the sensor does not send every table of a " + std::string(model.name) +
+                     " (--model), so " + consequence + ':';
+  for (const lidar::RefusedTable& table : refused) text += "\n  " + table.text;
+  return {ExitCode::kFileFault, text};
 }
 
 }  // namespace orliq::cli

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
+#include "multi_driver/CalibrationStatus.h"
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/UploadStatistics.h"
 #include "orliq/network/HostPort.h"
@@ -47,5 +49,17 @@ std::string UploadAdvice(const UploadRequest& request, const lidar::UploadStatis
 /// `ended` tells why it went on no longer.
 Failure UploadFailure(const UploadRequest& request, const lidar::UploadStatistics& upload,
                       double seconds, const std::string& ended);
+
+/// That nothing more of the tables has come for some seconds, and what to check.
+std::string StallText(const UploadRequest& request, const lidar::UploadStatistics& upload,
+                      double seconds);
+
+/// Whether a piece is missing for ever: a lenient upload takes a wrong marker for an answer.
+bool HasHoles(const UploadRequest& request, const lidar::UploadStatistics& upload);
+std::string HolesText(const UploadRequest& request, const lidar::UploadStatistics& upload);
+
+/// What was sent lacks tables of the model, with a sentence for each; code 4.
+Failure MissingTables(const Model& model, const std::vector<lidar::RefusedTable>& refused,
+                      const std::string& consequence);
 
 }  // namespace orliq::cli

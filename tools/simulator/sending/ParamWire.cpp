@@ -78,8 +78,7 @@ std::vector<std::uint8_t> ParamReply(const std::vector<std::uint8_t>& image,
   return reply;
 }
 
-bool DamageParamReply(std::vector<std::uint8_t>& reply, const ReplyFaults::Fate& fate,
-                      std::optional<std::uint32_t> wrong_total) {
+bool DamageParamReply(std::vector<std::uint8_t>& reply, const ReplyFaults::Fate& fate) {
   if (fate.fault == ReplyFault::kShort) {
     reply.resize(Choose(fate.place, kHeaderBytes + kTrailerBytes));
   } else if (fate.fault == ReplyFault::kWrongMarker) {
@@ -87,7 +86,7 @@ bool DamageParamReply(std::vector<std::uint8_t>& reply, const ReplyFaults::Fate&
         static_cast<std::uint8_t>(1 + Choose(fate.change, 255));
   } else if (fate.fault == ReplyFault::kWrongTotal) {
     const std::uint32_t right = Read(&reply[kTotalAt], 4);
-    const std::uint32_t total = wrong_total.value_or(MisleadingTotal(right, fate.change));
+    const std::uint32_t total = MisleadingTotal(right, fate.change);
     for (std::size_t i = 0; i < 4; ++i) {
       reply[kTotalAt + i] = static_cast<std::uint8_t>(total >> (8 * i));
     }

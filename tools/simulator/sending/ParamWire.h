@@ -37,8 +37,6 @@ std::vector<std::uint8_t> ParamReply(const std::vector<std::uint8_t>& image,
                                      const ParamPiece& piece);
 
 /// Damages a reply if its fate is kShort, kWrongMarker or kWrongTotal; false when it is none of them.
-/// `wrong_total` stands for a total that chance chooses from those that mislead.
-bool DamageParamReply(std::vector<std::uint8_t>& reply, const ReplyFaults::Fate& fate,
-                      std::optional<std::uint32_t> wrong_total);
+bool DamageParamReply(std::vector<std::uint8_t>& reply, const ReplyFaults::Fate& fate);
 
 }  // namespace orliq::sim

@@ -25,7 +25,7 @@ void ReplyRoad::Pass(SentReply reply, Clock::time_point now, Replies& leaving) {
   if (fate.fault != ReplyFault::kSwapped) ++counts_[*fate.fault];  // a swap, once it has happened
   if (fate.fault == ReplyFault::kSilence) silent_until_ = now + options_.silence;
   if (fate.fault == ReplyFault::kSilence || fate.fault == ReplyFault::kLost) return;
-  if (DamageParamReply(reply.bytes, fate, options_.wrong_total)) reply.piece = {};
+  if (DamageParamReply(reply.bytes, fate)) reply.piece = {};
   if (fate.fault == ReplyFault::kDuplicated) leaving.push_back(reply);
   Overtake(std::move(reply), leaving);
 }

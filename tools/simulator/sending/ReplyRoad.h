@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "simulator/sending/ParamServer.h"
+#include "simulator/sending/ParamServerOptions.h"
 #include "simulator/sending/ParamWire.h"
 
 namespace orliq::sim {
