@@ -15,7 +15,7 @@ namespace {
 using lidar::AngleCheckParam;
 using lidar::OffsetCheckParam;
 
-static_assert(kBeamColumns * kBeamRows == lidar::kBeamPositions);
+static_assert(std::size_t{kBeamColumns} * kBeamRows == lidar::kBeamPositions);
 
 /// The record's tables stand at odd addresses, so they are copied, never bound.
 std::vector<float> ValuesOf(const std::string& word, const lidar::CheckParam& record) {
