@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+namespace orliq::lidar {
+
+/// Lets one thread sleep until another has something for it. A signal that comes while nobody waits
+/// is kept for the next wait, so none is lost between a look and the wait that follows.
+class Wakeup {
+ public:
+  void Signal() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      signalled_ = true;
+    }
+    waiting_.notify_one();
+  }
+
+  void Wait() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    waiting_.wait(lock, [this] { return signalled_; });
+    signalled_ = false;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable waiting_;
+  bool signalled_ = false;  // guarded by mutex_
+};
+
+}  // namespace orliq::lidar
