@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "orliq/clouds/LiveSource.h"
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 #include "param/ParamService.h"
 #include "simulator/sending/ParamServer.h"
 #include "simulator/sensors/CheckImage.h"

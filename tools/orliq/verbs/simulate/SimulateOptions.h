@@ -9,7 +9,7 @@
 
 #include "orliq/network/Transmission.h"
 #include "orliq/terminal/Console.h"
-#include "orliq/verbs/ServedCalibration.h"
+#include "orliq/verbs/simulate/ServedCalibration.h"
 #include "simulator/sending/PacketFaults.h"
 #include "simulator/sensors/Sensor.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/PlayOptions.h"
+#include "orliq/verbs/play/PlayOptions.h"
 
 #include "orliq/terminal/OptionChecks.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/SimulateOptions.h"
+#include "orliq/verbs/simulate/SimulateOptions.h"
 
 #include <algorithm>
 #include <chrono>

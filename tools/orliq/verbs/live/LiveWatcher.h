@@ -10,8 +10,8 @@
 #include "orliq/sensors/Models.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/StatusLine.h"
-#include "orliq/verbs/LiveTally.h"
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/live/LiveTally.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
 

@@ -14,8 +14,8 @@
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Verb.h"
-#include "orliq/verbs/PlayOptions.h"
-#include "orliq/verbs/PlayTally.h"
+#include "orliq/verbs/play/PlayOptions.h"
+#include "orliq/verbs/play/PlayTally.h"
 
 namespace orliq::cli {
 namespace {

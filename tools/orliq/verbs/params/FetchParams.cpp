@@ -9,8 +9,8 @@
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Verb.h"
-#include "orliq/verbs/FetchedFolder.h"
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/params/FetchedFolder.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 #include "param/Calibration.h"
 #include "param/ParamLoader.h"
 

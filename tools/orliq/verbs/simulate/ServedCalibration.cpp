@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/ServedCalibration.h"
+#include "orliq/verbs/simulate/ServedCalibration.h"
 
 #include <chrono>
 #include <cmath>

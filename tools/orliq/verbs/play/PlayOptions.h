@@ -6,7 +6,7 @@
 #include <string>
 
 #include "orliq/clouds/CloudOptions.h"
-#include "orliq/verbs/FrameRange.h"
+#include "orliq/verbs/play/FrameRange.h"
 
 namespace orliq::cli {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/SimulatedFolder.h"
+#include "orliq/verbs/simulate/SimulatedFolder.h"
 
 #include <cstdint>
 #include <filesystem>

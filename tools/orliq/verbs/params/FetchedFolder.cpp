@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/FetchedFolder.h"
+#include "orliq/verbs/params/FetchedFolder.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

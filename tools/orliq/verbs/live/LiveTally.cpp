@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/LiveTally.h"
+#include "orliq/verbs/live/LiveTally.h"
 
 #include <tuple>
 
 #include "orliq/capture/UdpRecord.h"
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/LiveWatcher.h"
+#include "orliq/verbs/live/LiveWatcher.h"
 
 #include "orliq/terminal/Interrupt.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/PlayTally.h"
+#include "orliq/verbs/play/PlayTally.h"
 
 #include <algorithm>
 

@@ -10,10 +10,10 @@
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
-#include "orliq/verbs/LiveTally.h"
-#include "orliq/verbs/LiveWatcher.h"
 #include "orliq/verbs/Silence.h"
-#include "orliq/verbs/UploadRemarks.h"
+#include "orliq/verbs/live/LiveTally.h"
+#include "orliq/verbs/live/LiveWatcher.h"
+#include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orliq/verbs/FrameRange.h"
+#include "orliq/verbs/play/FrameRange.h"
 
 #include <algorithm>
 #include <charconv>
