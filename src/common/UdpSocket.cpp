@@ -10,6 +10,13 @@
 #include <cerrno>
 
 namespace orliq::lidar {
+namespace {
+
+timespec TimeSpec(std::chrono::microseconds time) {
+  return {time.count() / 1'000'000, time.count() % 1'000'000 * 1000};
+}
+
+}  // namespace
 
 bool UdpSocket::Open() {
   Close();
@@ -51,11 +58,17 @@ bool UdpSocket::WaitWrite(std::chrono::microseconds timeout) const {
   return Wait(POLLOUT, timeout);
 }
 
+void UdpSocket::WaitReadOr(const WakeDescriptor& wake, std::chrono::microseconds timeout) const {
+  pollfd descriptors[] = {{descriptor_, POLLIN, 0}, {wake.Descriptor(), POLLIN, 0}};
+  const timespec time = TimeSpec(timeout);
+  ::ppoll(descriptors, 2, timeout.count() < 0 ? nullptr : &time, nullptr);
+}
+
 /// A process with more than a thousand descriptors is beyond what select can name, so it is ppoll.
 bool UdpSocket::Wait(short event, std::chrono::microseconds timeout) const {
   if (!IsOpen()) return false;
   pollfd descriptor = {descriptor_, event, 0};
-  const timespec time = {timeout.count() / 1'000'000, timeout.count() % 1'000'000 * 1000};
+  const timespec time = TimeSpec(timeout);
   return ::ppoll(&descriptor, 1, &time, nullptr) == 1;
 }
 

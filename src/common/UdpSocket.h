@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "common/WakeDescriptor.h"
+
 namespace orliq::lidar {
 
 /// An IPv4 datagram socket that never blocks: what every channel to a sensor has in common.
@@ -41,6 +43,10 @@ class UdpSocket {
   /// Waits until a datagram can be read, or written; false after that time.
   bool WaitRead(std::chrono::microseconds timeout) const;
   bool WaitWrite(std::chrono::microseconds timeout) const;
+
+  /// Waits until a datagram can be read, it is woken or that time is over; a negative one
+  /// never is.
+  void WaitReadOr(const WakeDescriptor& wake, std::chrono::microseconds timeout) const;
 
   /// Takes one datagram, cut at `room` bytes, and tells who sent it. Its length, or negative with
   /// EAGAIN when there is none.

@@ -56,6 +56,12 @@ class Decoder {
   /// Takes over the sensor's check parameters; the model's record is copied. Null does nothing.
   virtual void UpdateCheckParam(CheckParam* param) = 0;
 
+  /// Whether a packet of the model by itself shows a frame's bound. What SplitFrame finds beyond that,
+  /// by the packets before, is not seen. From any thread.
+  virtual bool ShowsFrameBound(const std::uint8_t* /*pkt*/, std::size_t /*size*/) const {
+    return false;
+  }
+
   /// Checks length and identifier, then decodes. A refused packet is printed each time and reported
   /// to the error callback at most once in two seconds per kind; it returns false.
   bool ProcessMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
+#include "common/WakeDescriptor.h"
 #include "input/Buffer.h"
 #include "multi_driver/DriverStatistics.h"
 
@@ -31,6 +34,16 @@ class Input {
   virtual int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                          const bool& remember) = 0;
 
+  /// Delivers the packets that are waiting, without waiting for any, at most one for each entry of
+  /// `buffers`, none of which may be empty. Those that hold them come first, in the order of arrival.
+  /// Returns how many; 0 for none, negative at the end of the source or on an error.
+  virtual int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers);
+
+  /// Waits for packets until it is woken or that time is over; a negative one never is.
+  /// Returns at once for a source whose packets are always there.
+  virtual void WaitForPackets(const WakeDescriptor& /*wake*/,
+                              std::chrono::microseconds /*timeout*/) {}
+
   /// Datagrams that the system threw away because its buffer of this source was full, and the size
   /// of that buffer. 0 for a source that loses nothing.
   virtual std::uint64_t DroppedDatagrams() const { return 0; }
@@ -55,5 +68,10 @@ class Input {
  private:
   std::uint32_t source_ = 0;  // network byte order
 };
+
+inline int Input::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) {
+  const int count = RecvPacket(buffers.front(), Buffer::kDefaultCapacity, nullptr, true);
+  return count < 1 ? count : 1;
+}
 
 }  // namespace orliq::lidar

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <utility>
 
 #include "common/Diagnostics.h"
 #include "common/SocketMemory.h"
@@ -85,22 +86,47 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) {
   sockaddr_in sender = {};
   const int count = sock_.Receive(buffer.data, room, sender);
   if (count < 0) return errno == EAGAIN ? kNothing : -1;
-  NoteSender(sender);
-  const bool wanted = IsSource(sender.sin_addr.s_addr);
-  if (!wanted || count == 0) {
-    (wanted ? empty_ : other_source_).Add();
-    return kSkipped;
-  }
+  if (!Admit(sender, static_cast<std::size_t>(count))) return kSkipped;
   buffer.data_offset = 0;
   buffer.length = static_cast<std::uint64_t>(count);
   return count;
+}
+
+/// Whether a datagram is to be delivered; it is counted otherwise.
+bool InputSock::Admit(const sockaddr_in& sender, std::size_t length) {
+  NoteSender(sender);
+  const bool wanted = IsSource(sender.sin_addr.s_addr);
+  if (wanted && length > 0) return true;
+  (wanted ? empty_ : other_source_).Add();
+  return false;
 }
 
 int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count,
                                 unsigned size) {
   if (max_count < 1 || !sock_.IsOpen() || !batch_ready_) return -1;
   if (!WaitReadEvent(kSelectTimeoutUs)) return 0;
-  const std::size_t batch = std::min({static_cast<std::size_t>(max_count), kBatch, buffers.size()});
+  return ReceiveBatch(buffers, static_cast<std::size_t>(max_count), size);
+}
+
+int InputSock::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) {
+  const int count = ReceiveBatch(buffers, kBatch, Buffer::kDefaultCapacity);
+  int wanted = 0;
+  for (int i = 0; i < count; ++i) {
+    const auto slot = static_cast<std::size_t>(i);
+    if (!Admit(addrs_[slot], buffers[slot]->length)) continue;
+    std::swap(buffers[static_cast<std::size_t>(wanted++)], buffers[slot]);
+  }
+  return count < 0 ? count : wanted;
+}
+
+void InputSock::WaitForPackets(const WakeDescriptor& wake, std::chrono::microseconds timeout) {
+  sock_.WaitReadOr(wake, timeout);
+}
+
+/// What is waiting now, at most `count` datagrams and one for each buffer.
+int InputSock::ReceiveBatch(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t count,
+                            unsigned size) {
+  const std::size_t batch = std::min({count, kBatch, buffers.size()});
   for (std::size_t i = 0; i < batch; ++i) {
     if (!buffers[i]) buffers[i] = std::make_shared<Buffer>(size);
     iovecs_[i] = {buffers[i]->data, std::min<std::size_t>(size, buffers[i]->capacity)};
@@ -110,14 +136,14 @@ int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, i
     header.msg_name = &addrs_[i];
     header.msg_namelen = sizeof addrs_[i];
   }
-  const int count = ::recvmmsg(sock_.Descriptor(), msgs_.get(), static_cast<unsigned>(batch),
-                               MSG_DONTWAIT, nullptr);
-  if (count < 0) return errno == EAGAIN ? 0 : count;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+  const int arrived = ::recvmmsg(sock_.Descriptor(), msgs_.get(), static_cast<unsigned>(batch),
+                                 MSG_DONTWAIT, nullptr);
+  if (arrived < 0) return errno == EAGAIN ? 0 : arrived;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(arrived); ++i) {
     buffers[i]->data_offset = 0;
     buffers[i]->length = msgs_[i].msg_len;
   }
-  return count;
+  return arrived;
 }
 
 void InputSock::NoteSender(const sockaddr_in& sender) {

@@ -53,6 +53,11 @@ class InputSock final : public Input {
   /// negative number without a bound socket or for a count below 1.
   int RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count, unsigned size);
 
+  /// The wanted ones of at most kBatch waiting datagrams; others are counted and passed over. May
+  /// return 0 though more are waiting, when none of those was wanted.
+  int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) override;
+  void WaitForPackets(const WakeDescriptor& wake, std::chrono::microseconds timeout) override;
+
   /// Makes the descriptor non-blocking; false when the system refuses.
   bool SetNonblock() const;
 
@@ -74,6 +79,8 @@ class InputSock final : public Input {
   bool InitBatchRecv();
   int Receive(Buffer& buffer, std::size_t room);
   int ReceiveOrWait(Buffer& buffer, std::size_t room);
+  int ReceiveBatch(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t count, unsigned size);
+  bool Admit(const sockaddr_in& sender, std::size_t length);
   void NoteSender(const sockaddr_in& sender);
 
   std::string local_ip_;   // empty: any address

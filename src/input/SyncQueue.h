@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <utility>
@@ -27,14 +28,18 @@ struct SyncQueue {
 
   /// Appends `item`; the bound has no effect, since no caller may block. False once destruction has
   /// begun: nothing is stored then.
-  bool Push(const T& item, unsigned int /*bound*/) {
+  bool Push(const T& item, unsigned int /*bound*/) { return PushAll(&item, 1); }
+
+  /// Appends `count` items in their order, under one lock.
+  bool PushAll(const T* first, std::size_t count) {
     if (stopped) return false;
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      items.Push(item);
+      std::for_each(first, first + count, [this](const T& item) { items.Push(item); });
       size = items.size();
-      // The one beyond a limit is given up at once.
-      if (max_size == 0 || size <= max_size) most = std::max(most.load(), size.load());
+      // Those beyond a limit are given up at once.
+      const std::uint64_t limit = max_size;
+      most = std::max(most.load(), limit == 0 ? size.load() : std::min(size.load(), limit));
     }
     not_empty.notify_one();
     return true;
@@ -69,7 +74,7 @@ struct SyncQueue {
   std::atomic<std::uint64_t> most{0};      // likewise; the largest size that ever was
   std::atomic<bool> stopped{false};        // read without the lock at the start of Push
   std::mutex mutex;                        // guards items
-  std::condition_variable not_empty;       // signalled once per push
+  std::condition_variable not_empty;       // signalled once per push, of however many items
   std::condition_variable not_full;        // signalled once per pop of a bounded queue
   Ring<T> items;                           // guarded by mutex
 };

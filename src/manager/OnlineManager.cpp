@@ -22,10 +22,6 @@
 namespace orliq::lidar {
 namespace {
 
-// A pause takes the system some 50 us, whatever is asked for. A pass handles what is waiting before
-// it pauses, or 13,000 packets a second would be the most; the bound keeps the pauses coming.
-constexpr int kPacketsPerPass = 64;
-
 std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all point types
 
 }  // namespace
@@ -44,7 +40,6 @@ struct OnlineManager<T>::Impl {
   void Decode();
   void UseUploadedTables();
   bool DecodePacket();
-  void Pause() const;
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   void SplitIMUFrame();
   void AskForCloud();
@@ -53,7 +48,6 @@ struct OnlineManager<T>::Impl {
   ApplicationCallbacks<T> callbacks;
   const std::uint32_t instance_id = ++g_load_count;
   LidarType lidar_type = {};
-  int loop_sleep_us = 1;
   std::shared_ptr<Input> input;
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
@@ -85,8 +79,6 @@ bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source
     Release();
     return false;
   }
-  // Its packets come so densely that a pause would cost some.
-  loop_sleep_us = param.lidar_type == LidarType::Kelvane ? 0 : 1;
   AskForCloud();
   AskForMessage();
   return true;
@@ -99,6 +91,7 @@ bool OnlineManager<T>::Impl::Calibrate(const DriverParam& param, bool strict_upl
     udp_select = std::make_shared<UDPSelect>(param.calibration_param);
     if (!udp_select->Init()) return false;
     loader = std::make_shared<ParamLoader>(lidar_type, param_service, udp_select, strict_upload);
+    loader->OnTables([this] { packets.WakeDecoder(); });
     return true;
   }
   calibration = LoadCalibration(param, *param_service);
@@ -142,7 +135,8 @@ template <typename T>
 bool OnlineManager<T>::Impl::StartThreads(const std::shared_ptr<Impl>& self) {
   const std::lock_guard<std::mutex> not_yet(starting);
   const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
-  if (loader && !loader->StartLoad("orliq-load-" + id, self, [this] { AwaitStart(); })) return false;
+  if (loader && !loader->StartLoad("orliq-load-" + id, self, [this] { AwaitStart(); }))
+    return false;
   return receiver.Start("orliq-recv-" + id, self, [this] { Receive(); }) &&
          decoding.Start("orliq-dec-" + id, self, [this] {
            AwaitStart();
@@ -161,21 +155,21 @@ void OnlineManager<T>::Impl::Stop() {
   if (decoding.OnOwnThread()) callbacks.stopped = true;  // for the rest of this packet
   if (loader) loader->StopLoad();
   receiver.RequestStop();
+  packets.WakeReceiver();
   receiver.Join();
   decoding.RequestStop();
+  packets.WakeDecoder();
   decoding.Join();
 }
 
 template <typename T>
 void OnlineManager<T>::Impl::Receive() {
-  std::shared_ptr<Buffer> buffer = packets.GetBuffer();
-  while (receiver.Running()) {
-    for (int i = 0; i < kPacketsPerPass && receiver.Running(); ++i) {
-      if (!packets.Receive(*input, buffer)) break;
-    }
-    Pause();
-  }
-  packets.Recycle(buffer);
+  packets.BeginReceiving();
+  const auto shows_bound = [this](const Buffer& packet) {
+    return decoder->ShowsFrameBound(packet.data + packet.data_offset, packet.length);
+  };
+  while (receiver.Running()) packets.Receive(*input, shows_bound);
+  packets.ReleaseBuffers();
 }
 
 template <typename T>
@@ -185,10 +179,7 @@ void OnlineManager<T>::Impl::Decode() {
     AskForMessage();
   }
   while (decoding.Running()) {
-    for (int i = 0; i < kPacketsPerPass && decoding.Running(); ++i) {
-      if (!DecodePacket()) break;
-    }
-    Pause();
+    if (!DecodePacket()) packets.WaitForPackets();
   }
 }
 
@@ -208,15 +199,6 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
   packets.Recycle(buffer);
   return true;
-}
-
-template <typename T>
-void OnlineManager<T>::Impl::Pause() const {
-  if (loop_sleep_us > 0) {
-    std::this_thread::sleep_for(std::chrono::microseconds(loop_sleep_us));
-  } else {
-    std::this_thread::yield();
-  }
 }
 
 template <typename T>

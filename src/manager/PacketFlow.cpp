@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "manager/PacketFlow.h"
 
+#include <algorithm>
 #include <chrono>
+#include <thread>
+#include <utility>
 
 namespace orliq::lidar {
 namespace {
@@ -11,6 +14,13 @@ constexpr std::uint64_t kSpareBuffers = 8192;
 
 constexpr unsigned kNoBound = 0;  // of a push
 
+constexpr std::size_t kBatch = 64;  // packets that are received at once
+constexpr std::chrono::milliseconds kErrorPause{1};
+
+// For so many packets, or after so long, the decoding thread is woken.
+constexpr std::uint64_t kEnough = 8;
+constexpr std::uint64_t kLongestDelayNs = 1'000'000;
+
 std::uint64_t NowNs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count());
@@ -18,17 +28,63 @@ std::uint64_t NowNs() {
 
 }  // namespace
 
-bool PacketFlow::Receive(Input& input, std::shared_ptr<Buffer>& buffer) {
-  const int count = input.RecvPacket(buffer, Buffer::kDefaultCapacity, nullptr, true);
-  if (count < 0) receive_errors_.Add();
-  if (count < 1) return false;
-  last_packet_ns_.Set(NowNs());
-  received_.Add();
-  received_bytes_.Add(static_cast<std::uint64_t>(count));
-  packets_.Push(buffer, kNoBound);
+void PacketFlow::Receive(Input& input, const Bound& shows_bound) {
+  const int count = TakeWaiting(input, shows_bound);
+  if (count == static_cast<int>(kBatch)) return;  // more may be waiting
+  if (count < 0) {
+    receive_errors_.Add();
+    std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
+  }
+  WaitForMore(input);
+}
+
+int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
+  batch_.resize(kBatch);
+  for (auto& buffer : batch_) {
+    if (!buffer) buffer = GetBuffer();
+  }
+  const int count = input.RecvWaiting(batch_);
+  const auto end = batch_.begin() + std::max(count, 0);
+  const bool bound =
+      std::any_of(batch_.begin(), end, [&](const auto& buffer) { return shows_bound(*buffer); });
+  if (count > 0) Enqueue(static_cast<std::size_t>(count));
+  Announce(bound);
+  return count;
+}
+
+/// The first so many of the batch.
+void PacketFlow::Enqueue(std::size_t count) {
+  const std::uint64_t now = NowNs();
+  last_packet_ns_.Set(now);
+  if (unannounced_ == 0) unannounced_since_ns_ = now;
+  unannounced_ += count;
+  received_.Add(count);
+  for (std::size_t i = 0; i < count; ++i) received_bytes_.Add(batch_[i]->length);
+  packets_.PushAll(batch_.data(), count);
+  std::fill_n(batch_.begin(), count, nullptr);
   DropBeyondLimit();
-  buffer = GetBuffer();
-  return true;
+}
+
+/// Wakes the decoding thread, if that is worth it.
+void PacketFlow::Announce(bool at_once) {
+  if (unannounced_ == 0) return;
+  const bool due =
+      at_once || unannounced_ >= kEnough || NowNs() - unannounced_since_ns_ >= kLongestDelayNs;
+  if (!due) return;
+  unannounced_ = 0;
+  WakeDecoder();
+}
+
+void PacketFlow::WaitForMore(Input& input) const {
+  using std::chrono::microseconds;
+  const auto delay = unannounced_ > 0 ? microseconds(kLongestDelayNs / 1000) : microseconds(-1);
+  input.WaitForPackets(receiver_wakeup_, delay);
+}
+
+void PacketFlow::ReleaseBuffers() {
+  for (auto& buffer : batch_) {
+    if (buffer) Recycle(std::exchange(buffer, nullptr));
+  }
 }
 
 void PacketFlow::DropBeyondLimit() {

@@ -2,10 +2,15 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <vector>
 
 #include "common/Counter.h"
+#include "common/WakeDescriptor.h"
+#include "common/Wakeup.h"
 #include "input/Input.h"
 #include "input/SyncQueue.h"
 #include "multi_driver/DriverStatistics.h"
@@ -15,19 +20,35 @@ namespace orliq::lidar {
 /// The way of a live sensor's packets from the receiving to the decoding thread, and what is counted
 /// on it: an unbounded queue unless a limit is set, and the buffers, which are used again.
 ///
-/// Threads: Receive and GetBuffer belong to the receiving thread, Take to the decoding one, the rest
-/// may be called from any.
+/// Both threads sleep while there is nothing to do. To wake a thread costs more than to decode a
+/// packet, so the decoding one is woken for several packets at once, for one that shows the bound of a
+/// frame, and for any that has waited for a millisecond.
+///
+/// Threads: Receive and ReleaseBuffers belong to the receiving thread, Take and WaitForPackets to the
+/// decoding one, the rest may be called from any.
 class PacketFlow {
  public:
-  /// Receives into `buffer`, puts it into the queue and replaces it by another one; beyond the limit
-  /// the oldest packet is given up. False when none came.
-  bool Receive(Input& input, std::shared_ptr<Buffer>& buffer);
+  /// Tells of a packet whether it shows the bound of a frame.
+  using Bound = std::function<bool(const Buffer&)>;
 
-  /// A free buffer, or a new one when there is none.
-  std::shared_ptr<Buffer> GetBuffer();
+  /// Receives what is waiting, or waits for it until it comes or somebody calls WakeReceiver; beyond
+  /// the limit the oldest packets are given up.
+  void Receive(Input& input, const Bound& shows_bound);
 
   /// The oldest packet; empty when none is waiting.
   std::shared_ptr<Buffer> Take();
+
+  /// Waits until there is something to do for the decoding thread, or somebody calls WakeDecoder.
+  void WaitForPackets() { decoder_wakeup_.Wait(); }
+
+  void WakeReceiver() const { receiver_wakeup_.Signal(); }
+  void WakeDecoder() { decoder_wakeup_.Signal(); }
+
+  /// Forgets an earlier WakeReceiver.
+  void BeginReceiving() const { receiver_wakeup_.Clear(); }
+
+  /// Gives those back that were to be filled next.
+  void ReleaseBuffers();
 
   /// Gives a buffer back.
   void Recycle(const std::shared_ptr<Buffer>& buffer);
@@ -39,10 +60,20 @@ class PacketFlow {
   void Count(DriverStatistics& statistics) const;
 
  private:
+  int TakeWaiting(Input& input, const Bound& shows_bound);
+  void Enqueue(std::size_t count);
+  void Announce(bool at_once);
+  void WaitForMore(Input& input) const;
+  std::shared_ptr<Buffer> GetBuffer();
   void DropBeyondLimit();
 
   SyncQueue<std::shared_ptr<Buffer>> packets_;  // filled by the receiving thread
   SyncQueue<std::shared_ptr<Buffer>> free_;     // filled by both, emptied by the receiving one
+  std::vector<std::shared_ptr<Buffer>> batch_;  // to be filled next; of the receiving thread
+  std::uint64_t unannounced_ = 0;               // packets that the decoder was not woken for
+  std::uint64_t unannounced_since_ns_ = 0;      // both of the receiving thread
+  WakeDescriptor receiver_wakeup_;
+  Wakeup decoder_wakeup_;
   Counter received_, received_bytes_, receive_errors_;
   Counter dropped_by_limit_;
   Counter last_packet_ns_;  // 0: none yet

@@ -208,6 +208,7 @@ void ParamLoader::Complete() {
   }
   BeginRequest();
   finished_ = true;
+  on_tables_();
 }
 
 void ParamLoader::BeginRequest() {

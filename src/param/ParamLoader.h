@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "common/Counter.h"
 #include "common/Wire.h"
@@ -55,8 +56,12 @@ class ParamLoader {
 
   /// Starts the thread, named `name`, unless it runs; `owner` is kept alive while it does. Before
   /// anything else the thread calls `begin`. Whether it runs.
-  bool StartLoad(const std::string& name, const std::shared_ptr<void>& owner,
-                 const std::function<void()>& begin = [] {});
+  bool StartLoad(
+      const std::string& name, const std::shared_ptr<void>& owner,
+      const std::function<void()>& begin = [] {});
+
+  /// Has this called, on the load thread, when all tables have arrived. To be set before StartLoad.
+  void OnTables(std::function<void()> told) { on_tables_ = std::move(told); }
 
   /// Ends the thread within 250 ms.
   void StopLoad();
@@ -100,6 +105,7 @@ class ParamLoader {
   const bool strict_;
 
   // Shared with the thread that decodes.
+  std::function<void()> on_tables_ = [] {};
   std::atomic<bool> pending_update_{true};  // cleared when the decoder has the tables
   std::atomic<bool> finished_{false};       // set by the load thread, after the tables
 

@@ -187,6 +187,12 @@ bool DecoderCorvik<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_
 }
 
 template <typename T_PointCloud>
+bool DecoderCorvik<T_PointCloud>::ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const {
+  const auto* const msop = PacketAs<CorvikMsop>(pkt, size);
+  return msop != nullptr && (msop->line & 0xFFU) == 0;
+}
+
+template <typename T_PointCloud>
 void DecoderCorvik<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DecoderCorvik<CLOUD>;

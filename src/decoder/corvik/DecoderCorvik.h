@@ -28,6 +28,7 @@ class DecoderCorvik final : public Decoder<T_PointCloud> {
   /// Compares with the line that was seen last, by this method or by DecodeMsopPacket: a packet that
   /// was tested here does not end a frame there any more. `start` becomes 1.
   bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) override;
+  bool ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const override;
 
   /// Does nothing: the directions of this model are fixed.
   void UpdateCheckParam(CheckParam* param) override;

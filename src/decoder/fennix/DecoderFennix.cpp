@@ -53,6 +53,12 @@ bool DecoderFennix<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_
 }
 
 template <typename T_PointCloud>
+bool DecoderFennix<T_PointCloud>::ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const {
+  std::uint16_t start = 0;
+  return FindFrameMarker(PacketAs<FennixMsop>(pkt, size), start);
+}
+
+template <typename T_PointCloud>
 void DecoderFennix<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DecoderFennix<CLOUD>;

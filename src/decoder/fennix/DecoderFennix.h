@@ -23,6 +23,7 @@ class DecoderFennix final : public Decoder<T_PointCloud> {
 
   /// `start` becomes the marker's place counted from 1.
   bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) override;
+  bool ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const override;
 
   /// Does nothing: there is no range yet to correct.
   void UpdateCheckParam(CheckParam* param) override;

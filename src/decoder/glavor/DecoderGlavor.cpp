@@ -179,6 +179,12 @@ bool DecoderGlavor<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_
 }
 
 template <typename T_PointCloud>
+bool DecoderGlavor<T_PointCloud>::ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const {
+  std::uint16_t start = 0;
+  return FindFrameMarker(PacketAs<GlavorMsop>(pkt, size), start);
+}
+
+template <typename T_PointCloud>
 void DecoderGlavor<T_PointCloud>::UpdateCheckParam(CheckParam* param) {
   if (param != nullptr) impl_->UpdateCheckParam(*static_cast<const AngleCheckParam*>(param));
 }

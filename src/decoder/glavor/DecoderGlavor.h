@@ -26,6 +26,7 @@ class DecoderGlavor final : public Decoder<T_PointCloud> {
 
   /// `start` becomes the marker's place counted from 1, which is the first block after it.
   bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) override;
+  bool ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const override;
 
   /// Copies the record (an AngleCheckParam) and rebuilds the beam table; must not run while another
   /// thread decodes.

@@ -242,6 +242,12 @@ bool DecoderJuniq<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size_t
 }
 
 template <typename T_PointCloud>
+bool DecoderJuniq<T_PointCloud>::ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const {
+  std::uint16_t start = 0;
+  return FindFrameMarker(PacketAs<JuniqMsop>(pkt, size), start);
+}
+
+template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::UpdateCheckParam(CheckParam* param) {
   if (param != nullptr) impl_->UpdateCheckParam(*static_cast<const OffsetCheckParam*>(param));
 }

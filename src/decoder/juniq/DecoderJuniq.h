@@ -28,6 +28,7 @@ class DecoderJuniq final : public Decoder<T_PointCloud> {
 
   /// `start` becomes the marker's place counted from 1, which is the first block after it.
   bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) override;
+  bool ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const override;
 
   /// Copies the record (an OffsetCheckParam) and rebuilds the beam table; must not run while
   /// another thread decodes. near_filter[4] == 1 installs a radius filter; nothing takes one away.

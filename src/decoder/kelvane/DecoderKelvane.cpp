@@ -186,6 +186,13 @@ bool DecoderKelvane<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size
 }
 
 template <typename T_PointCloud>
+bool DecoderKelvane<T_PointCloud>::ShowsFrameBound(const std::uint8_t* pkt,
+                                                   std::size_t size) const {
+  const KelvaneMsop* const msop = Open(pkt, size);
+  return msop != nullptr && SequenceWindow::IndexOf(msop->sequence) == 0;
+}
+
+template <typename T_PointCloud>
 void DecoderKelvane<T_PointCloud>::UpdateCheckParam(CheckParam* /*param*/) {}
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DecoderKelvane<CLOUD>;
