@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "multi_driver/ClockStatistics.h"
 #include "multi_driver/Export.h"
 #include "multi_driver/UploadStatistics.h"
 
@@ -37,6 +38,7 @@ struct ORLIQ_API DriverStatistics {
   PacketSender other_sender;              ///< the latest one that is not the first
   std::uint64_t of_other_senders = 0;     ///< datagrams, all of them, that are not of the first
   UploadStatistics upload;                ///< of the calibration, when it comes from the sensor
+  ClockStatistics clock;                  ///< the sensor's against this machine's
 };
 
 }  // namespace orliq::lidar

@@ -93,6 +93,9 @@ class Decoder {
   };
   const PacketCounts& Counts() const { return counts_; }
 
+  /// The time [s] that the last packet told; 0.0 of a model without. Of the decoding thread.
+  double PacketTime() const { return packet_time_; }
+
   const std::shared_ptr<T_PointCloud>& CurrentCloud() const { return point_cloud_; }
   void InstallCloud(std::shared_ptr<T_PointCloud> cloud) { point_cloud_ = std::move(cloud); }
   const std::shared_ptr<ImuMsg>& CurrentImuMsg() const { return imu_msg_; }
@@ -104,6 +107,8 @@ class Decoder {
   Interval ElevationLimits() const { return {param_.min_elevation, param_.max_elevation}; }
   /// Hands the frame out with its time [s], with whatever callback is there.
   void EndFrame(double timestamp) { split_frame_cb_(const_param_.LASER_NUM, timestamp); }
+  /// The time [s] of the packet that is being decoded.
+  double TakePacketTime(const UTCBlock& utc) { return packet_time_ = GetTimeUTCWithUs(utc); }
   bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
 
   Trigon trigon_;
@@ -124,6 +129,7 @@ class Decoder {
   bool HasIdentifier(const std::uint8_t* pkt) const;
 
   PacketCounts counts_;
+  double packet_time_ = 0.0;  // [s] since 1970 UTC
 };
 
 }  // namespace orliq::lidar

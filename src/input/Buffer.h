@@ -22,6 +22,7 @@ struct Buffer {
   std::uint64_t capacity;         // [bytes] size of `data`
   std::uint64_t data_offset = 0;  // where the packet begins in `data`
   std::uint64_t length = 0;       // [bytes] of the packet
+  std::uint64_t arrival_ns = 0;   // since 1970 UTC, when the system received it; 0: it did not tell
 
  private:
   // Allocators keep freed small pieces for later. Those of many buffers, one between each two arrays,

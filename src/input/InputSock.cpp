@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -14,6 +15,18 @@ namespace {
 
 constexpr int kSendBufferBytes = 4 * 1024 * 1024;
 constexpr int kBusyPollUs = 50;
+
+/// When the system received a datagram [ns since 1970 UTC]; 0 when it does not tell.
+std::uint64_t ArrivalNs(msghdr& header) {
+  const cmsghdr* const told = CMSG_FIRSTHDR(&header);
+  if (told == nullptr || told->cmsg_level != SOL_SOCKET || told->cmsg_type != SCM_TIMESTAMPNS) {
+    return 0;
+  }
+  timespec time = {};
+  std::memcpy(&time, CMSG_DATA(told), sizeof time);
+  return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 +
+         static_cast<std::uint64_t>(time.tv_nsec);
+}
 
 constexpr int kNothing = 0;   // no datagram is waiting
 constexpr int kSkipped = -2;  // there was one, but none to deliver
@@ -52,6 +65,7 @@ void InputSock::SetOptions() const {
   sock_.SetOption(SO_RCVBUF, kReceiveBufferBytes);
   sock_.SetOption(SO_SNDBUF, kSendBufferBytes);
   sock_.SetOption(SO_BUSY_POLL, kBusyPollUs);
+  sock_.SetOption(SO_TIMESTAMPNS, 1);
 }
 
 bool InputSock::InitBatchRecv() {
@@ -59,7 +73,8 @@ bool InputSock::InitBatchRecv() {
   iovecs_.reset(new (std::nothrow) iovec[kBatch]);
   msgs_.reset(new (std::nothrow) mmsghdr[kBatch]());
   addrs_.reset(new (std::nothrow) sockaddr_in[kBatch]);
-  batch_ready_ = iovecs_ && msgs_ && addrs_;
+  arrivals_.reset(new (std::nothrow) ArrivalRoom[kBatch]);
+  batch_ready_ = iovecs_ && msgs_ && addrs_ && arrivals_;
   if (!batch_ready_) CleanupBatchRecv();
   return batch_ready_;
 }
@@ -135,6 +150,8 @@ int InputSock::ReceiveBatch(std::vector<std::shared_ptr<Buffer>>& buffers, std::
     header.msg_iovlen = 1;
     header.msg_name = &addrs_[i];
     header.msg_namelen = sizeof addrs_[i];
+    header.msg_control = arrivals_[i].bytes;
+    header.msg_controllen = sizeof arrivals_[i].bytes;
   }
   const int arrived = ::recvmmsg(sock_.Descriptor(), msgs_.get(), static_cast<unsigned>(batch),
                                  MSG_DONTWAIT, nullptr);
@@ -142,6 +159,7 @@ int InputSock::ReceiveBatch(std::vector<std::shared_ptr<Buffer>>& buffers, std::
   for (std::size_t i = 0; i < static_cast<std::size_t>(arrived); ++i) {
     buffers[i]->data_offset = 0;
     buffers[i]->length = msgs_[i].msg_len;
+    buffers[i]->arrival_ns = ArrivalNs(msgs_[i].msg_hdr);
   }
   return arrived;
 }
@@ -185,6 +203,7 @@ void InputSock::CleanupBatchRecv() {
   iovecs_.reset();
   msgs_.reset();
   addrs_.reset();
+  arrivals_.reset();
   batch_ready_ = false;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -49,8 +50,9 @@ class InputSock final : public Input {
 
   /// Receives up to `max_count` datagrams at once, at most 64 and at most one for each entry of
   /// `buffers`; an empty entry gets a new buffer of `size` bytes. When none is waiting it waits up
-  /// to 100 us for the first. Every sender's count, empty ones too. Returns how many arrived, or a
-  /// negative number without a bound socket or for a count below 1.
+  /// to 100 us for the first. Every sender's count, empty ones too. Each buffer tells when the system
+  /// received its datagram. Returns how many arrived, or a negative number without a bound socket or
+  /// for a count below 1.
   int RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count, unsigned size);
 
   /// The wanted ones of at most kBatch waiting datagrams; others are counted and passed over. May
@@ -75,6 +77,11 @@ class InputSock final : public Input {
   Senders SeenSenders() const override;
 
  private:
+  /// Where the system tells when it received a datagram.
+  struct ArrivalRoom {
+    alignas(cmsghdr) std::uint8_t bytes[CMSG_SPACE(sizeof(timespec))];
+  };
+
   void SetOptions() const;
   bool InitBatchRecv();
   int Receive(Buffer& buffer, std::size_t room);
@@ -95,7 +102,8 @@ class InputSock final : public Input {
   std::unique_ptr<iovec[]> iovecs_;
   std::unique_ptr<mmsghdr[]> msgs_;
   std::unique_ptr<sockaddr_in[]> addrs_;
-  bool batch_ready_ = false;  // the three arrays exist
+  std::unique_ptr<ArrivalRoom[]> arrivals_;
+  bool batch_ready_ = false;  // the four arrays exist
 };
 
 }  // namespace orliq::lidar

@@ -15,6 +15,7 @@
 #include "input/InputFactory.h"
 #include "manager/ApplicationCallbacks.h"
 #include "manager/PacketFlow.h"
+#include "manager/SensorClock.h"
 #include "multi_driver/PointCloud.h"
 #include "param/Calibration.h"
 #include "param/ParamLoader.h"
@@ -55,6 +56,7 @@ struct OnlineManager<T>::Impl {
   std::shared_ptr<ParamLoader> loader;
   CalibrationStatus calibration;  // from a folder
   PacketFlow packets;
+  SensorClock clock;
 
   std::mutex starting;  // held while threads are started
 
@@ -196,7 +198,11 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   UseUploadedTables();
   const std::shared_ptr<Buffer> buffer = packets.Take();
   if (!buffer) return false;
-  decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
+  const bool decoded =
+      decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
+  if (decoded && decoder->PacketTime() != 0.0 && buffer->arrival_ns != 0) {
+    clock.Note(buffer->arrival_ns, decoder->PacketTime());
+  }
   packets.Recycle(buffer);
   return true;
 }
@@ -286,6 +292,7 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.of_other_senders = senders.of_others;
   statistics.socket_buffer_bytes = impl.input->SocketBufferBytes();
   if (impl.loader) impl.loader->Count(statistics.upload);
+  statistics.clock = impl.clock.Count();
   return true;
 }
 

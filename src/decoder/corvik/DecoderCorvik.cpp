@@ -83,7 +83,7 @@ bool DecoderCorvik<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt
   const auto* const packet = PacketAs<CorvikMsop>(pkt, size);
   if (packet == nullptr) return false;
   const CorvikMsop& msop = *packet;
-  const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
+  const double packet_time = owner->TakePacketTime(msop.utc);
   bool new_frame = false;
   if (start < SAMPLES) {
     new_frame = IsNewFrame(msop.line, 0);

@@ -39,7 +39,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
   const auto* const packet = PacketAs<JuniqMsop>(pkt, size);
   if (packet == nullptr) return false;
   const JuniqMsop& msop = *packet;
-  const double packet_time = owner->GetTimeUTCWithUs(msop.utc);
+  const double packet_time = owner->TakePacketTime(msop.utc);
   clock.Begin(packet_time);
   if (frame_time == 0.0) frame_time = packet_time;
 
