@@ -29,6 +29,7 @@ struct ORLIQ_API SensorModel {
   std::array<std::uint8_t, 8> identifier;  ///< how every packet begins
   std::uint16_t rings;                     ///< channels
   std::uint16_t blocks;                    ///< data blocks in a packet
+  std::uint32_t returns;                   ///< of a whole frame; 0: not fixed, or it measures none
   FrameMark frame_mark;                    ///< which packet of a frame tells its bound
   bool has_imu;                            ///< its packets carry inertial samples
   bool has_time;                           ///< its packets carry the time; else all times are 0.0

@@ -86,10 +86,14 @@ class Decoder {
   void RegisterCallBack(const ErrorCallback& excb, const SplitFrameCallback& split_frame_cb);
   void RegisterIMUCallBack(const std::function<void()>& imu_cb);
 
-  /// What ProcessMsopPacket did with its packets; may be read from any thread.
+  /// What ProcessMsopPacket did with its packets, and what was in them; may be read from any thread.
   struct PacketCounts {
     Counter decoded, refused_length, refused_identifier;
     Counter last_refused_length;  // [bytes]
+    Counter returns;              // that were measured, whatever became of them
+    Counter gated;                // of them, without a range or outside the limits
+    Counter filtered;             // of them, taken out by the radius filter
+    Counter skipped;              // packets that their sequence numbers miss
   };
   const PacketCounts& Counts() const { return counts_; }
 
@@ -109,6 +113,10 @@ class Decoder {
   void EndFrame(double timestamp) { split_frame_cb_(const_param_.LASER_NUM, timestamp); }
   /// The time [s] of the packet that is being decoded.
   double TakePacketTime(const UTCBlock& utc) { return packet_time_ = GetTimeUTCWithUs(utc); }
+  void CountReturns(std::size_t returns, std::size_t kept) {
+    counts_.returns.Add(returns);
+    counts_.gated.Add(returns - kept);
+  }
   bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
 
   Trigon trigon_;
@@ -124,11 +132,11 @@ class Decoder {
   // Copy of param_.transform_param.enable: a lock for every point would cost as much as decoding
   // it.
   std::atomic<bool> transform_enabled_;
+  PacketCounts counts_;
 
  private:
   bool HasIdentifier(const std::uint8_t* pkt) const;
 
-  PacketCounts counts_;
   double packet_time_ = 0.0;  // [s] since 1970 UTC
 };
 

@@ -30,8 +30,8 @@ struct ReturnBatch {
 
   void Transform(const ExtrinsicTransform& transform);
 
-  /// Returns outside a limit go to the origin.
-  void Gate(Interval range);
+  /// Returns outside a limit go to the origin. How many do not.
+  std::size_t Gate(Interval range);
 
   /// How a point is made of a return: `set_fields(point, i)` adds to its coordinates what else it
   /// carries.
@@ -53,13 +53,16 @@ void ReturnBatch<T_PointCloud, N>::Transform(const ExtrinsicTransform& transform
 }
 
 template <typename T_PointCloud, std::size_t N>
-void ReturnBatch<T_PointCloud, N>::Gate(Interval range) {
+std::size_t ReturnBatch<T_PointCloud, N>::Gate(Interval range) {
+  std::int32_t kept = 0;
   for (std::size_t i = 0; i < count; ++i) {
     inside[i] &= range.Holds(distance[i]) ? 1 : 0;
     x[i] = KeepOrZero(x[i], inside[i]);
     y[i] = KeepOrZero(y[i], inside[i]);
     z[i] = KeepOrZero(z[i], inside[i]);
+    kept += inside[i];
   }
+  return static_cast<std::size_t>(kept);
 }
 
 template <typename T_PointCloud, std::size_t N>

@@ -23,8 +23,13 @@ constexpr unsigned kFrames = 1U << 4U;
 constexpr unsigned kTransform = 1U << 5U;
 constexpr unsigned kKeepsGated = 1U << 6U;
 
+// Returns of a whole frame.
+constexpr std::uint32_t kJuniqReturns = 192 * 256;
+constexpr std::uint32_t kGlavorReturns = 192 * 256;
+constexpr std::uint32_t kCorvikReturns = 56 * 192;
+
 constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstParam& constants,
-                          FrameMark frame_mark, unsigned has) {
+                          std::uint32_t returns, FrameMark frame_mark, unsigned has) {
   return {name,
           type,
           constants.MSOP_LEN,
@@ -32,6 +37,7 @@ constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstPa
           constants.MSOP_ID,
           constants.LASER_NUM,
           constants.BLOCKS_PER_PKT,
+          returns,
           frame_mark,
           (has & kImu) != 0,
           (has & kTime) != 0,
@@ -43,16 +49,16 @@ constexpr SensorModel Row(const char* name, LidarType type, const DecoderConstPa
 }
 
 constexpr std::array<SensorModel, kSensorModels> kTable = {{
-    Row("juniq", LidarType::Juniq, kJuniq, FrameMark::Last,
+    Row("juniq", LidarType::Juniq, kJuniq, kJuniqReturns, FrameMark::Last,
         kImu | kTime | kTables | kPoints | kFrames | kTransform | kKeepsGated),
-    Row("glavor", LidarType::Glavor, kGlavor, FrameMark::Last,
+    Row("glavor", LidarType::Glavor, kGlavor, kGlavorReturns, FrameMark::Last,
         kTables | kPoints | kFrames | kTransform | kKeepsGated),
-    Row("fennix", LidarType::Fennix, kFennix, FrameMark::First, kFrames),
-    Row("corvik", LidarType::Corvik, kCorvik, FrameMark::First,
+    Row("fennix", LidarType::Fennix, kFennix, 0, FrameMark::First, kFrames),
+    Row("corvik", LidarType::Corvik, kCorvik, kCorvikReturns, FrameMark::First,
         kImu | kTime | kPoints | kFrames | kTransform | kKeepsGated),
-    Row("brantis", LidarType::Brantis, kBrantis, FrameMark::First, 0),
-    Row("hestra", LidarType::Hestra, kHestra, FrameMark::None, 0),
-    Row("kelvane", LidarType::Kelvane, kKelvane, FrameMark::First, kPoints | kFrames),
+    Row("brantis", LidarType::Brantis, kBrantis, 0, FrameMark::First, 0),
+    Row("hestra", LidarType::Hestra, kHestra, 0, FrameMark::None, 0),
+    Row("kelvane", LidarType::Kelvane, kKelvane, 0, FrameMark::First, kPoints | kFrames),
 }};
 
 template <typename Matches>

@@ -28,6 +28,9 @@ struct ApplicationCallbacks {
 
   void ErrorException(const Error& error) const;
 
+  /// Whether a cloud that is put now reaches somebody.
+  bool HasConsumer() const { return put_point_cloud && !Silent(); }
+
   std::function<void(const Error&)> exception_callback;
   std::function<void(std::shared_ptr<T>)> put_point_cloud;
   std::function<std::shared_ptr<T>()> get_point_cloud;

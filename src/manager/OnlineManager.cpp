@@ -17,6 +17,7 @@
 #include "manager/PacketFlow.h"
 #include "manager/SensorClock.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/SensorModels.h"
 #include "param/Calibration.h"
 #include "param/ParamLoader.h"
 
@@ -43,6 +44,7 @@ struct OnlineManager<T>::Impl {
   bool DecodePacket();
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   void SplitIMUFrame();
+  void CountFrame();
   void AskForCloud();
   void AskForMessage();
 
@@ -57,6 +59,9 @@ struct OnlineManager<T>::Impl {
   CalibrationStatus calibration;  // from a folder
   PacketFlow packets;
   SensorClock clock;
+  Counter frames, points, short_frames;
+  std::uint64_t whole_frame = 0;     // returns; 0: not fixed
+  std::uint64_t returns_before = 0;  // those of the frames that have ended; of the decoding thread
 
   std::mutex starting;  // held while threads are started
 
@@ -111,6 +116,7 @@ bool OnlineManager<T>::Impl::MakeDecoder(const DriverParam& param) {
                               SplitFrame(rings, timestamp);
                             });
   decoder->RegisterIMUCallBack([this] { SplitIMUFrame(); });
+  whole_frame = FindSensorModel(param.lidar_type)->returns;
   return true;
 }
 
@@ -209,9 +215,20 @@ bool OnlineManager<T>::Impl::DecodePacket() {
 
 template <typename T>
 void OnlineManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
+  CountFrame();
   callbacks.PutPointCloud(*decoder, timestamp);
   AskForCloud();
   AskForMessage();
+}
+
+template <typename T>
+void OnlineManager<T>::Impl::CountFrame() {
+  const std::uint64_t returns = decoder->Counts().returns.Value();
+  if (returns - std::exchange(returns_before, returns) < whole_frame) short_frames.Add();
+  const auto& cloud = decoder->CurrentCloud();
+  if (!cloud || !callbacks.HasConsumer()) return;
+  frames.Add();
+  points.Add(cloud->points.size());
 }
 
 template <typename T>
@@ -282,6 +299,13 @@ bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   statistics.refused_length = counts.refused_length.Value();
   statistics.refused_identifier = counts.refused_identifier.Value();
   statistics.last_refused_length = counts.last_refused_length.Value();
+  statistics.returns = counts.returns.Value();
+  statistics.gated = counts.gated.Value();
+  statistics.filtered = counts.filtered.Value();
+  statistics.skipped_packets = counts.skipped.Value();
+  statistics.frames = impl.frames.Value();
+  statistics.points = impl.points.Value();
+  statistics.short_frames = impl.short_frames.Value();
   impl.packets.Count(statistics);
   statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
   statistics.other_source = impl.input->OtherSourceDatagrams();

@@ -111,7 +111,7 @@ void DecoderCorvik<T_PointCloud>::Impl::DecodeSamples(const CorvikMsop& msop, st
   Locate(start, line_elevation[msop.line]);
   if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
   MarkInside(start, line_inside[msop.line]);
-  batch.Gate(owner->DistanceLimits());
+  owner->CountReturns(batch.count, batch.Gate(owner->DistanceLimits()));
   if (!owner->point_cloud_) return;
   const auto set_fields = [=, line = msop.line](PointType& point, std::size_t i) {
     point.intensity = static_cast<std::uint16_t>(samples[i].intensity & INTENSITY);

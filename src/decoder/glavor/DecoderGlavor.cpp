@@ -80,7 +80,7 @@ bool DecoderGlavor<T_PointCloud>::Impl::DecodeBlocks(const GlavorMsop& msop, std
   MeasureRange();
   batch.Locate();
   if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
-  batch.Gate(owner->DistanceLimits());
+  owner->CountReturns(batch.count, batch.Gate(owner->DistanceLimits()));
   Append();
   frame_point_count += static_cast<std::uint32_t>(count);
   return marker;

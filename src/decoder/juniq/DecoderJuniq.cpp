@@ -46,7 +46,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
   const bool marker = DecodeBlocks(msop, start, packet_time);
   if (!marker && frame_point_count > kForcedFramePoints) CloseFrame(frame_time);
   if (marker && owner->split_frame_cb_) {
-    if (filter) filter->RadiusFilter(owner->point_cloud_);
+    Filter();
     if (owner->point_cloud_) StoreFrameHeader(msop, *owner->point_cloud_);
     CloseFrame(frame_time);
   }
@@ -64,7 +64,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::
   MeasureRange();
   batch->Locate();
   if (owner->TransformEnabled()) batch->Transform(owner->transform_matrix_);
-  batch->Gate(owner->DistanceLimits());
+  owner->CountReturns(batch->count, batch->Gate(owner->DistanceLimits()));
   Append(blocks, packet_time);
   return marker;
 }
@@ -112,6 +112,14 @@ void DecoderJuniq<T_PointCloud>::Impl::Append(const OrliqJuniqMsopBlock* blocks,
   AppendPoints(*owner->point_cloud_, b.count, point_of, [this, &b](std::size_t i, int index) {
     filter->UpdateHashMap(b.Row(i), b.Column(i), index, b.distance[i], b.is_null[i] != 0);
   });
+}
+
+template <typename T_PointCloud>
+void DecoderJuniq<T_PointCloud>::Impl::Filter() {
+  if (!filter) return;
+  const std::size_t before = owner->point_cloud_ ? owner->point_cloud_->points.size() : 0;
+  filter->RadiusFilter(owner->point_cloud_);
+  if (owner->point_cloud_) owner->counts_.filtered.Add(before - owner->point_cloud_->points.size());
 }
 
 template <typename T_PointCloud>

@@ -31,6 +31,7 @@ struct DecoderJuniq<T_PointCloud>::Impl {
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
   /// Hands the frame out with its time [s] and begins the next one.
+  void Filter();
   void CloseFrame(double timestamp);
   void EndStream();
   void UpdateCheckParam(const OffsetCheckParam& param);

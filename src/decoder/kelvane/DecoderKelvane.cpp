@@ -6,6 +6,7 @@
 #include "decoder/Interval.h"
 #include "decoder/PointFields.h"
 #include "decoder/kelvane/KelvaneModel.h"
+#include "decoder/kelvane/SequenceGaps.h"
 #include "decoder/kelvane/SequenceWindow.h"
 
 namespace orliq::lidar {
@@ -67,6 +68,7 @@ struct DecoderKelvane<T_PointCloud>::Impl {
 
   DecoderKelvane* owner;
   SequenceWindow window;
+  SequenceGaps gaps;
   Column columns[FACES][COLUMNS];
 
   // The records that are being decoded.
@@ -95,6 +97,8 @@ bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pk
   const KelvaneMsop* const msop = Open(pkt, size);
   if (msop == nullptr) return false;
   const bool new_frame = window.Take(msop->sequence) == SequenceWindow::Outcome::NewFrame;
+  gaps.Take(SequenceWindow::IndexOf(msop->sequence));
+  owner->counts_.skipped.Set(gaps.Skipped());
   if (new_frame) owner->EndFrame(NO_TIME);
   DecodeRecords(*msop);
   return new_frame;
@@ -103,11 +107,15 @@ bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pk
 template <typename T_PointCloud>
 void DecoderKelvane<T_PointCloud>::Impl::DecodeRecords(const KelvaneMsop& msop) {
   const int azimuth = msop.azimuth;
-  if (!owner->AzimuthLimits().Holds(CentidegreesToDegrees(azimuth))) return;
+  if (!owner->AzimuthLimits().Holds(CentidegreesToDegrees(azimuth))) {
+    owner->CountReturns(RECORDS, 0);
+    return;
+  }
   const Column* const face = columns[PlaceOf(msop.face)];
   const ColumnWalk walk(SequenceWindow::IndexOf(msop.sequence), msop.cycle_mode);
   MeasureRange(msop.records);
   Select(face, walk);
+  owner->CountReturns(RECORDS, count);
   if (owner->point_cloud_) Append(msop, face, walk);
 }
 
