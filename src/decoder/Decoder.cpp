@@ -31,6 +31,7 @@ bool Decoder<T_PointCloud>::ProcessMsopPacket(const std::uint8_t* pkt, std::size
   // Shared by all decoders of this point type: an application sees one report, not one per sensor.
   static ReportLimiter length_reports;
   static ReportLimiter identifier_reports;
+  packet_time_ = 0.0;
   if (size != const_param_.MSOP_LEN) {
     counts_.refused_length.Add();
     counts_.last_refused_length.Set(size);

@@ -97,7 +97,8 @@ class Decoder {
   };
   const PacketCounts& Counts() const { return counts_; }
 
-  /// The time [s] that the last packet told; 0.0 of a model without. Of the decoding thread.
+  /// The time [s] that the last packet told; 0.0 of a model without and of a refused packet. Of the
+  /// decoding thread.
   double PacketTime() const { return packet_time_; }
 
   const std::shared_ptr<T_PointCloud>& CurrentCloud() const { return point_cloud_; }

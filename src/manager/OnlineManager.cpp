@@ -204,11 +204,9 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   UseUploadedTables();
   const std::shared_ptr<Buffer> buffer = packets.Take();
   if (!buffer) return false;
-  const bool decoded =
-      decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
-  if (decoded && decoder->PacketTime() != 0.0 && buffer->arrival_ns != 0) {
-    clock.Note(buffer->arrival_ns, decoder->PacketTime());
-  }
+  decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
+  const double packet_time = decoder->PacketTime();
+  if (packet_time != 0.0 && buffer->arrival_ns != 0) clock.Note(buffer->arrival_ns, packet_time);
   packets.Recycle(buffer);
   return true;
 }
