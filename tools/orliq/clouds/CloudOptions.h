@@ -11,17 +11,24 @@
 
 namespace orliq::cli {
 
-/// How packets become clouds and where the clouds go, for every verb that decodes.
-struct CloudOptions {
-  std::string model;
-  std::optional<std::string> check_folder;
-  std::string out;
+/// What clouds hold and where they go, for every verb that decodes.
+struct OutputOptions {
+  std::string out;  ///< empty: no files
   std::string format;
   bool force = false;  ///< replaces the file or frames of an earlier run
   std::string point = "point";
+  bool verbose = false;
+};
+
+void AddOutputOptions(CLI::App& command, OutputOptions& options);
+
+/// How packets of a sensor that the command line names become clouds, and where these go.
+struct CloudOptions {
+  std::string model;
+  std::optional<std::string> check_folder;
   std::vector<float> transform;  ///< empty or x, y, z [m], roll, pitch, yaw [deg]
   lidar::DecoderParam decoder;   ///< limits
-  bool verbose = false;
+  OutputOptions output;
 };
 
 void AddCloudOptions(CLI::App& command, CloudOptions& options);

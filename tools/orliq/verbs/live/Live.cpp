@@ -51,7 +51,7 @@ void RequireFramesToCome(const Options& options, const Model& model) {
 /// Null when no files are wanted.
 std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
   const auto& [out, format, force] =
-      std::tie(options.cloud.out, options.cloud.format, options.cloud.force);
+      std::tie(options.cloud.output.out, options.cloud.output.format, options.cloud.output.force);
   if (out.empty()) return nullptr;
   if (options.choice.frames != 1 && ExamineTarget(out, format, force).single_file) {
     throw Failure(ExitCode::kUsage, "--out " + out +
@@ -107,7 +107,7 @@ UploadRequest MakeUpload(const Options& options, const Model& model, const Conso
 }
 
 std::unique_ptr<LiveSource> MakeSource(const Options& options, CloudSaver* saver) {
-  return WithCloudType(options.cloud.point, [&](auto type) {
+  return WithCloudType(options.cloud.output.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
     return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver));
   });
@@ -118,7 +118,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
   const auto saver = MakeSaver(options);
-  if (options.cloud.verbose) console.ShowLibraryLines();
+  if (options.cloud.output.verbose) console.ShowLibraryLines();
   const auto source = MakeSource(options, saver.get());
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
@@ -132,7 +132,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
-  if (saver) FinishFiles(*saver, options.cloud.out, console, tally);
+  if (saver) FinishFiles(*saver, options.cloud.output.out, console, tally);
   return tally;
 }
 

@@ -64,8 +64,9 @@ Plan MakePlan(const PlayOptions& options, const Console& console) {
   const SurveyScope scope = {options.port.value_or(0), ParseSource(options.source), &model};
   Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
   ReadableFileBytes(options.capture);  // everything that is cheap to refuse goes first
-  if (!options.cloud.out.empty()) {
-    ExamineTarget(options.cloud.out, options.cloud.format, options.cloud.force);
+  if (!options.cloud.output.out.empty()) {
+    ExamineTarget(options.cloud.output.out, options.cloud.output.format,
+                  options.cloud.output.force);
   }
   RequireCalibration(model, options.cloud.check_folder, console);
   console.Note(TransformRemark(options.cloud, model));
@@ -104,9 +105,9 @@ class Playback {
     const FrameRange range = WithinCapture(plan_.range, tally_.entries);
     tally_.first = tally_.done = range.first;
     tally_.last = *range.last;
-    if (!options_.cloud.out.empty()) {
-      writer_ = std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format,
-                                              options_.cloud.force);
+    if (!options_.cloud.output.out.empty()) {
+      writer_ = std::make_unique<CloudWriter>(
+          options_.cloud.output.out, options_.cloud.output.format, options_.cloud.output.force);
       RequireOneFrame(*writer_);
     }
     PlayFrames();
@@ -134,7 +135,8 @@ class Playback {
     }
     if (!writer.SingleFile() || wanted <= 1) return;
     throw Failure(ExitCode::kUsage,
-                  "--out " + options_.cloud.out + " is one file, but " + Count(wanted, "frame") +
+                  "--out " + options_.cloud.output.out + " is one file, but " +
+                      Count(wanted, "frame") +
                       " would go into it: name a folder, or choose one frame with --frames " +
                       std::to_string(first) + ':' + std::to_string(first + 1));
   }
@@ -185,7 +187,7 @@ class Playback {
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();
-    tally_.files = FilesText(*writer_, options_.cloud.out);
+    tally_.files = FilesText(*writer_, options_.cloud.output.out);
   }
 
   const PlayOptions& options_;
@@ -198,7 +200,7 @@ class Playback {
 };
 
 PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console& console) {
-  return WithCloudType(options.cloud.point, [&](auto type) {
+  return WithCloudType(options.cloud.output.point, [&](auto type) {
     return Playback<typename decltype(type)::Cloud>(options, plan, console).Run();
   });
 }
@@ -269,7 +271,7 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
 ExitCode Run(const PlayOptions& options, Console& console) {
   CatchInterrupts();
   const Plan plan = MakePlan(options, console);
-  if (options.cloud.verbose) console.ShowLibraryLines();
+  if (options.cloud.output.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   console.Print(tally.MakeReport());
   Explain(plan, tally, console);
