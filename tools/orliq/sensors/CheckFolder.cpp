@@ -79,15 +79,17 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 }
 
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
-                        const Console& console) {
+                        const Remarks& remarks) {
+  const std::string setting = remarks.Setting("check-folder");
   if (!folder) {
     if (model.needs_tables) {
-      console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+      remarks.Note("without " + setting +
+                   " all points lie straight ahead, at uncorrected ranges");
     }
     return;
   }
   if (!model.needs_tables) {
-    console.Note(std::string(model.name) + " needs no calibration: --check-folder has no effect");
+    remarks.Note(std::string(model.name) + " needs no calibration: " + setting + " has no effect");
     return;
   }
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
@@ -96,7 +98,7 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
                                             "\norliq check-params DIR --model " + model.name +
                                             " tells more, and the rules");
   }
-  for (const std::string& remark : report.remarks) console.Note(remark);
+  for (const std::string& remark : report.remarks) remarks.Note(remark);
 }
 
 std::string TableWordIn(const std::string& path) {
