@@ -83,8 +83,7 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
   const std::string setting = remarks.Setting("check-folder");
   if (!folder) {
     if (model.needs_tables) {
-      remarks.Note("without " + setting +
-                   " all points lie straight ahead, at uncorrected ranges");
+      remarks.Note("without " + setting + " all points lie straight ahead, at uncorrected ranges");
     }
     return;
   }

@@ -29,8 +29,8 @@ std::string WhyNothingFitted(const Silence& silence, const Remarks& remarks) {
     return length + ", a length that no model sends. Check that the sensor, and nothing else, " +
            "sends to this port";
   }
-  return length + ", as the packets of " + models + " have. Check " +
-         remarks.Setting("model") + " and " + remarks.Setting("port");
+  return length + ", as the packets of " + models + " have. Check " + remarks.Setting("model") +
+         " and " + remarks.Setting("port");
 }
 
 std::string OtherSocketsText(std::uint16_t port) {
@@ -51,11 +51,10 @@ std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks) {
            ": name that address with " + remarks.Setting("source") + ", or leave it away";
   }
   const std::string port = std::to_string(silence.port);
-  const std::string target =
-      silence.address.empty()
-          ? "an address of this machine: " + LocalAddressText()
-          : silence.address + "; without " + remarks.Setting("address") +
-                " every address is listened on";
+  const std::string target = silence.address.empty()
+                                 ? "an address of this machine: " + LocalAddressText()
+                                 : silence.address + "; without " + remarks.Setting("address") +
+                                       " every address is listened on";
   return "nothing arrived at " + EndpointText(silence.address, silence.port) + " within " +
          Fixed(silence.seconds, 1) + " s. Check that" +
          "\n  the sensor is on, and its cable and this machine's interface are up" +

@@ -2,6 +2,7 @@
 #include "orliq/verbs/live/LiveWatcher.h"
 
 #include "orliq/terminal/Interrupt.h"
+#include "orliq/verbs/live/LiveFiles.h"
 
 namespace orliq::cli {
 namespace {
@@ -20,6 +21,7 @@ LiveWatcher::LiveWatcher(const LiveWishes& wishes, const LiveSource& source, con
       line_(wishes.listen.quiet, kStatusPause) {}
 
 void LiveWatcher::Look() {
+  const CloudSaver::Losses not_written = counts_.not_written;
   counts_ = source_.Counts();
   now_ = time_.Seconds();
   const auto& packets = counts_.packets;
@@ -30,7 +32,7 @@ void LiveWatcher::Look() {
   }
   const CloudSums& frames = counts_.frames;
   remarks_.Look({packets, frames.count + counts_.empty_frames, frames.non_zero}, now_);
-  WarnOfFault();
+  TellFirstFault(not_written, counts_.not_written, console_);
 }
 
 void LiveWatcher::Conclude() {
@@ -58,12 +60,6 @@ LiveTally LiveWatcher::Tally() const {
   const auto packets = static_cast<double>(reception.packets - by_first_look_);
   if (reception.active > 0.0) reception.packets_per_s = packets / reception.active;
   return tally;
-}
-
-void LiveWatcher::WarnOfFault() {
-  if (fault_told_ || counts_.not_written.faults == 0) return;
-  fault_told_ = true;
-  console_.Note(counts_.not_written.first_fault);
 }
 
 void LiveWatcher::WarnOfNoFrame() {

@@ -44,14 +44,12 @@ class LiveWatcher {
   LiveTally Tally() const;
 
  private:
-  void WarnOfFault();
   void WarnOfNoFrame();
 
   const Model& model_;
   const LiveSource& source_;
   const Console& console_;
   SensorRemarks remarks_;
-  bool fault_told_ = false;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;

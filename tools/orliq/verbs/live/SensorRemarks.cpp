@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "orliq/capture/UdpRecord.h"
+#include "orliq/network/HostNetwork.h"
 #include "orliq/verbs/CommonRows.h"
 #include "orliq/verbs/live/SensorRows.h"
 
@@ -91,6 +92,15 @@ std::string NoFrameText(std::uint64_t packets, const Model& model) {
   return "no frame has ended in " + Count(packets, "packet") +
          ": they are too few, or perhaps not of " + model.name +
          " (orliq info tells what recorded ones look like)";
+}
+
+void ExplainLosses(const lidar::DriverStatistics& packets, const Console& console) {
+  if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
+  if (packets.refused_length + packets.refused_identifier > 0) {
+    console.Note(
+        "packets of other kinds came to the port: orliq record keeps them, and orliq info "
+        "then tells who sent them");
+  }
 }
 
 }  // namespace orliq::cli

@@ -71,4 +71,7 @@ std::string MixedSendersText(const lidar::DriverStatistics& packets, const Remar
 /// That packets come but end no frame.
 std::string NoFrameText(std::uint64_t packets, const Model& model);
 
+/// Says what packets that were lost or refused mean.
+void ExplainLosses(const lidar::DriverStatistics& packets, const Console& console);
+
 }  // namespace orliq::cli
