@@ -30,16 +30,22 @@ CloudView View(const PointCloud<T>& cloud) {
           cloud.timestamp};
 }
 
-/// Points of a range that are not exactly at the sensor's origin: those with a return inside the
-/// limits.
+/// Where the points without a return lie [m]: at the sensor's origin.
+struct Origin {
+  float x = 0.0F;
+  float y = 0.0F;
+  float z = 0.0F;
+};
+
+/// Points of a range that are not exactly at the origin: those with a return inside the limits.
 template <typename Iterator>
-std::uint64_t CountNonZero(Iterator begin, Iterator end) {
+std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = {}) {
   std::uint64_t count = 0;
   for (; begin != end; ++begin) {
     const float x = begin->x;
     const float y = begin->y;
     const float z = begin->z;
-    if (x != 0.0F || y != 0.0F || z != 0.0F) ++count;
+    if (x != origin.x || y != origin.y || z != origin.z) ++count;
   }
   return count;
 }

@@ -54,6 +54,7 @@ class MultiDriverSource : public FusedSource {
         pool_(std::make_shared<CloudPool<Cloud>>(CloudSaver::RoomFor(sensors.size()) + 2)) {
     for (const ConfiguredSensor& sensor : sensors) {
       params_.push_back(MakeDriverParam(sensor));
+      origins_.push_back(OriginOf(sensor));
       whole_from_.push_back(sensor.params_from ? kUnknown : 1);
       driver_.SetSourceAddress(params_.size() - 1, sensor.source);
     }
@@ -132,12 +133,18 @@ class MultiDriverSource : public FusedSource {
     return statistics.upload.decoded_before_use == 0 ? 1 : round + 3;
   }
 
-  static std::vector<std::uint64_t> NonZero(const lidar::FusionRound& round, const Cloud& cloud) {
+  static Origin OriginOf(const ConfiguredSensor& sensor) {
+    const lidar::TransformParam& pose = sensor.decoder.transform_param;
+    const bool moved = pose.enable != 0 && sensor.model->transforms_points;
+    return moved ? Origin{pose.x, pose.y, pose.z} : Origin{};
+  }
+
+  std::vector<std::uint64_t> NonZero(const lidar::FusionRound& round, const Cloud& cloud) const {
     std::vector<std::uint64_t> counts;
     auto begin = cloud.points.begin();
     for (const lidar::FusedFrame& frame : round.sensors) {
       const auto end = begin + static_cast<std::ptrdiff_t>(frame.points);
-      counts.push_back(CountNonZero(begin, end));
+      counts.push_back(CountNonZero(begin, end, origins_[counts.size()]));
       begin = end;
     }
     return counts;
@@ -147,7 +154,8 @@ class MultiDriverSource : public FusedSource {
   const std::uint64_t wanted_;
   CloudSaver* const saver_;
   std::vector<lidar::DriverParam> params_;  // in sensor order, as what follows
-  std::vector<std::uint64_t> whole_from_;   // round; of the fusion thread, once it runs
+  std::vector<Origin> origins_;
+  std::vector<std::uint64_t> whole_from_;  // round; of the fusion thread, once it runs
   FusionCounter counter_;
   std::shared_ptr<CloudPool<Cloud>> pool_;
   OrliqMultiDriver<Cloud> driver_;  // last, so that its threads end before anything they use

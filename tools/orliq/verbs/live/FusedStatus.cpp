@@ -59,9 +59,9 @@ std::string Joined(const std::vector<std::string>& texts, std::size_t count) {
   return line;
 }
 
-/// How many more there are of some kind; or nothing.
-std::string More(std::size_t count, const char* kind) {
-  return count == 0 ? "" : " | " + std::to_string(count) + kind;
+/// " | 6 more fine"; or nothing for none.
+std::string NotShown(std::size_t count, const std::string& kind) {
+  return count == 0 ? "" : " | " + std::to_string(count) + ' ' + kind;
 }
 
 struct SensorTexts {
@@ -92,8 +92,10 @@ std::string FusedStatusText(const SensorFile& file, const FusedMoment& before,
   const auto& [all, troubled] = TextsOfSensors(file, before, now);
   std::string line = clouds + Joined(all, all.size());
   for (std::size_t shown = troubled.size() + 1; line.size() > width && shown-- > 0;) {
-    line = clouds + Joined(troubled, shown) + More(troubled.size() - shown, " more in trouble") +
-           More(all.size() - troubled.size(), troubled.empty() ? " fine" : " more fine");
+    const std::string more = shown > 0 ? "more " : "";
+    line = clouds + Joined(troubled, shown) +
+           NotShown(troubled.size() - shown, more + "in trouble") +
+           NotShown(all.size() - troubled.size(), more + "fine");
   }
   return line;
 }

@@ -99,7 +99,11 @@ std::string FusedWatcher::HoldUpText(std::size_t sensor) const {
       return "it has sent nothing for " + Fixed(sensors_[sensor].hold_up.Gap(), 1) +
              " s: no cloud is fused until it is back";
     case HoldUp::kNoFrame:
-      return NoFrameText(packets.decoded, *configured.model) + ". Without one no cloud is fused";
+      if (now_.counts.sensors[sensor].ended == 0) {
+        return NoFrameText(packets.decoded, *configured.model) + ". Without one no cloud is fused";
+      }
+      return "no frame has ended for " + Fixed(HoldUpWatch::kPatience, 1) +
+             " s, though packets come: no cloud is fused until one does";
     case HoldUp::kRefused:
       if (packets.decoded == 0) return {};
       return "the packets that come now are not of " + std::string(configured.model->name) +

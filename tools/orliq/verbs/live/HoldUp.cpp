@@ -11,8 +11,10 @@ HoldUp HoldUpWatch::Look(const SensorCounts& counts, double now) {
   const bool has_ended = std::exchange(ended_, counts.ended) != counts.ended;
   if (has_ended || counts.waits) frame_ = now;
   if (packets.received == 0) return now < kPatience ? HoldUp::kNone : HoldUp::kSilent;
-  if (packets.decoded > 0 && now - received_ >= kPatience) return HoldUp::kStalled;
-  if (now - frame_ < kPatience) return HoldUp::kNone;
+  const double silence = now - received_;
+  if (packets.decoded > 0 && silence >= kPatience) return HoldUp::kStalled;
+  const bool may_stall = packets.decoded > 0 && silence >= kPatience / 2;
+  if (now - frame_ < kPatience || may_stall) return HoldUp::kNone;
   return now - decoded_ < kPatience ? HoldUp::kNoFrame : HoldUp::kRefused;
 }
 
