@@ -160,8 +160,8 @@ TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {
       {"  - {name: two, port: 9, address: 203.0.113.7, model: corvik}",
        {"", 4, "live: two: 203.0.113.7 is no address of this machine"}},
       {"", {" --out x.ply", 2, "add --frames 1"}},
-      {"", {" --port 9", 2, "--port excludes --config"}},
-      {"", {" --max-azimuth 9", 2, "--max-azimuth excludes --config"}},
+      {"", {" --port 9", 2, "--port describes one sensor"}},
+      {"", {" --max-azimuth 9", 2, "--max-azimuth describes one sensor"}},
   };
   for (const auto& [sensor, row] : rows) {
     ExpectRefusal({file(sensor) + row.arguments, row.code, row.sentence});

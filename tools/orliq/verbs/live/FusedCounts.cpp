@@ -17,7 +17,7 @@ std::uint64_t PointsOf(const lidar::FusionRound& round) {
 }  // namespace
 
 void TimeSpread::Add(double seconds) {
-  steps_.Add(static_cast<std::uint64_t>(std::llround(std::max(seconds, 0.0) / kStep)));
+  steps_.Add(static_cast<std::uint64_t>(std::llround(std::max(seconds, 0.0) * kPerSecond)));
 }
 
 void FusionCounter::Add(Kind kind, const lidar::FusionRound& round,

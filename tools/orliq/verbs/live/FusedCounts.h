@@ -16,11 +16,11 @@ namespace orliq::cli {
 class TimeSpread {
  public:
   void Add(double seconds);
-  double Median() const { return kStep * static_cast<double>(steps_.Median()); }
-  double Max() const { return kStep * static_cast<double>(steps_.Max()); }
+  double Median() const { return static_cast<double>(steps_.Median()) / kPerSecond; }
+  double Max() const { return static_cast<double>(steps_.Max()) / kPerSecond; }
 
  private:
-  static constexpr double kStep = 1e-4;  // [s]
+  static constexpr double kPerSecond = 1e4;  // [1/s] steps
 
   PointSpread steps_;
 };

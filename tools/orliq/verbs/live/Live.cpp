@@ -135,20 +135,30 @@ ExitCode RunOne(Options options, Console& console) {
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
-/// Which sensors are meant: the parser knows that --config excludes all that one sensor has.
-void RequireSensors(const Options& options) {
-  const bool one = !options.cloud.model.empty() && options.listen.port != 0;
-  if (!one && options.config.empty()) {
+/// All that the file says of each of its sensors.
+constexpr const char* kOfOneSensor[] = {
+    "--model",       "--check-folder", "--transform",     "--min-distance",     "--max-distance",
+    "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",    "--port",
+    "--address",     "--source",       "--params-from",   "--params-local-port"};
+
+/// Which sensors are meant.
+void RequireSensors(const CLI::App& command, const Options& options) {
+  for (const char* const option : kOfOneSensor) {
+    if (options.config.empty() || command.count(option) == 0) continue;
+    throw Failure(ExitCode::kUsage,
+                  std::string(option) + " describes one sensor: with --config, the file does that");
+  }
+  if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
     throw Failure(ExitCode::kUsage,
                   "name one sensor with --model and --port, or several with --config");
   }
-  if (options.upload.lenient && one && !options.params_from) {
+  if (options.upload.lenient && options.config.empty() && !options.params_from) {
     throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
   }
 }
 
-ExitCode Run(Options options, Console& console) {
-  RequireSensors(options);
+ExitCode Run(const CLI::App& command, Options options, Console& console) {
+  RequireSensors(command, options);
   console.SetQuiet(options.listen.quiet);
   options.choice.lenient = options.upload.lenient;
   if (options.config.empty()) return RunOne(options, console);
@@ -169,24 +179,8 @@ void AddUploadOptions(CLI::App& command, Options& options) {
       ->check(Within(1, 65535))
       ->needs(from);
   command.add_flag("--lenient", options.upload.lenient,
-                   "take its replies as they come: from another address or port, of other lengths");
-}
-
-/// All that describes one sensor is a key of the file for each of several.
-void AddConfigOption(CLI::App& command, Options& options) {
-  auto* const config =
-      command
-          .add_option(
-              "--config", options.config,
-              "file that describes several sensors: their frames are fused, and all that is "
-              "said of frames here is true of the fused clouds")
-          ->check(NotEmpty());
-  for (const char* const name :
-       {"--model", "--check-folder", "--transform", "--min-distance", "--max-distance",
-        "--min-azimuth", "--max-azimuth", "--min-elevation", "--max-elevation", "--port",
-        "--address", "--source", "--params-from", "--params-local-port"}) {
-    config->excludes(command.get_option(name)->required(false));
-  }
+                   "take replies with calibration as they come: from another address or port, of "
+                   "other lengths");
 }
 
 }  // namespace
@@ -194,7 +188,7 @@ void AddConfigOption(CLI::App& command, Options& options) {
 Verb AddLive(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand(
-      "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
+      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
   command->add_option("--frames", options->choice.frames, "stop after that many frames")
@@ -206,16 +200,27 @@ Verb AddLive(CLI::App& app) {
                    "IPv4 address of the sensor: packets of all others are passed over")
       ->check(HostAddress());
   AddUploadOptions(*command, *options);
-  AddConfigOption(*command, *options);
+  command
+      ->add_option("--config", options->config,
+                   "file that describes several sensors, instead of the options of one; their "
+                   "frames become one cloud")
+      ->check(NotEmpty());
+  for (const char* const option : {"--model", "--port"}) {
+    command->get_option(option)->required(false);
+  }
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
       "from 0, which is the partial one, and their files are named after that.\n\n"
+      "With --config, fused clouds are what --frames, --partial and --out mean, and --wait is for "
+      "a "
+      "packet of every sensor.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
       "      --out frames --format pcd\n"
       "  orliq live --config sensors.yaml --frames 50 --out fused");
-  return {command, [options](Console& console) { return Run(*options, console); }};
+  return {command,
+          [command, options](Console& console) { return Run(*command, *options, console); }};
 }
 
 }  // namespace orliq::cli
