@@ -183,6 +183,28 @@ void AddUploadOptions(CLI::App& command, Options& options) {
                    "other lengths");
 }
 
+void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
+  command.add_option("--frames", choice.frames, "stop after that many frames")
+      ->check(Within(1.0, 1e9));
+  command.add_flag("--partial", choice.partial,
+                   "count and write the first frame too, of which the beginning is missing");
+  command
+      .add_option("--source", choice.source,
+                  "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(HostAddress());
+}
+
+void AddConfigOption(CLI::App& command, std::string& config) {
+  command
+      .add_option("--config", config,
+                  "file that describes several sensors, instead of the options of one; their "
+                  "frames become one cloud")
+      ->check(NotEmpty());
+  for (const char* const option : {"--model", "--port"}) {
+    command.get_option(option)->required(false);
+  }
+}
+
 }  // namespace
 
 Verb AddLive(CLI::App& app) {
@@ -191,30 +213,15 @@ Verb AddLive(CLI::App& app) {
       "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
-  command->add_option("--frames", options->choice.frames, "stop after that many frames")
-      ->check(Within(1.0, 1e9));
-  command->add_flag("--partial", options->choice.partial,
-                    "count and write the first frame too, of which the beginning is missing");
-  command
-      ->add_option("--source", options->choice.source,
-                   "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(HostAddress());
+  AddChoiceOptions(*command, options->choice);
   AddUploadOptions(*command, *options);
-  command
-      ->add_option("--config", options->config,
-                   "file that describes several sensors, instead of the options of one; their "
-                   "frames become one cloud")
-      ->check(NotEmpty());
-  for (const char* const option : {"--model", "--port"}) {
-    command->get_option(option)->required(false);
-  }
+  AddConfigOption(*command, options->config);
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
       "from 0, which is the partial one, and their files are named after that.\n\n"
       "With --config, fused clouds are what --frames, --partial and --out mean, and --wait is for "
-      "a "
-      "packet of every sensor.\n\n"
+      "a packet of every sensor.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
       "      --out frames --format pcd\n"
