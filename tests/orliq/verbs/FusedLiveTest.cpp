@@ -15,8 +15,8 @@ using nlohmann::json;
 using testing::HasSubstr;
 using Source = MultiDriverSource<PointCloud<Point>>;
 
-/// Where the frames of a capture end: a Juniq's has 768 packets; a Corvik's, of 56, ends with the mark
-/// that begins the next.
+/// Where the frames of a capture end: a Juniq's has 768 packets; a Corvik's, of 56, ends with the
+/// mark that begins the next.
 struct Sensor {
   test::SimulatedCapture capture;
   std::ptrdiff_t frame, first;
@@ -104,14 +104,14 @@ TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOn
   const std::string of_front =
       names + Played(Front(), 2, " --model juniq --check-folder " + Front().capture.check_folder);
   EXPECT_EQ(fused.compare(0, of_front.size(), of_front), 0) << "its second frame was overwritten";
-  // Played alone, a Corvik frame begins with the packet of its mark, which had ended the one before.
+  // Played alone, a Corvik frame begins with the packet of its mark, which ended the one before.
   const std::string played = Played(Rear(), 1, " --model corvik --transform 5,0,0,0,0,0");
   const std::string of_rear = fused.substr(of_front.size());
   ASSERT_LT(of_rear.size(), played.size());
   EXPECT_EQ(played.compare(played.size() - of_rear.size(), of_rear.size(), of_rear), 0);
 }
 
-/// A frame that ended, or began, before the tables were in use is not of them, and may wait for a round.
+/// A frame that began before the tables were in use has points without them, and may wait a round.
 TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   sim::ParamServerOptions options;
   options.port = test::FreePort();

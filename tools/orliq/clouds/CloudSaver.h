@@ -15,8 +15,8 @@
 
 namespace orliq::cli {
 
-/// Writes clouds on a thread of its own, so that the disk never makes decoding wait. A cloud that finds
-/// the queue full is given up and counted.
+/// Writes clouds on a thread of its own, so that the disk never makes decoding wait. A cloud that
+/// finds the queue full is given up and counted.
 class CloudSaver {
  public:
   static constexpr std::size_t kRoom = 64;  // 2.5 s of a 25 Hz sensor

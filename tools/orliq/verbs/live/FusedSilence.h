@@ -11,8 +11,8 @@
 
 namespace orliq::cli {
 
-/// Why no packet arrived within `seconds` of these sensors, by index: a paragraph for each, and one for
-/// all from which nothing at all came but the first.
+/// Why no packet arrived within `seconds` of these sensors, by index: a paragraph for each; but of
+/// those from which nothing at all came for the first only, while the others share a line.
 std::vector<std::string> WhyNothingArrived(const SensorFile& file, const FusedCounts& counts,
                                            double seconds, const std::vector<std::size_t>& sensors,
                                            const Console& console);

@@ -109,7 +109,7 @@ class MultiDriverSource : public FusedSource {
     return round.number == 1 && !choice_.partial ? Kind::kPartial : Kind::kCounts;
   }
 
-  /// Whether each frame of the round was decoded with all its sensor's tables from its first packet on.
+  /// Whether each frame of the round was decoded with its sensor's tables from its first packet on.
   bool WereCalibrated(std::uint64_t round) {
     bool calibrated = true;
     for (std::size_t i = 0; i < params_.size(); ++i) {
@@ -124,9 +124,9 @@ class MultiDriverSource : public FusedSource {
     return status.loaded && status.refused.empty();
   }
 
-  /// When `round` is the first one at whose hand-over the tables were in use: the next one's frame may
-  /// have ended before, while this cloud was made. The one after that ended later, but may have begun
-  /// before. So the third is the first that is certain.
+  /// When `round` is the first one at whose hand-over the tables were in use: the next one's frame
+  /// may have ended before, while this cloud was made. The one after that ended later, but may have
+  /// begun before. So the third is the first that is certain.
   std::uint64_t FirstWhole(std::size_t sensor, std::uint64_t round) const {
     lidar::DriverStatistics statistics;
     driver_.GetStatistics(sensor, statistics);

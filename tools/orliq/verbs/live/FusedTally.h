@@ -37,8 +37,8 @@ struct FusedMoment {
 };
 
 /// The status line: clouds and their points, then each sensor with its frame rate or what is wrong
-/// with it; rates since `before`. Beyond `width` columns those that are fine are only counted, and if
-/// need be some of the others.
+/// with it; rates since `before`. Beyond `width` columns those that are fine are only counted, and
+/// if need be some of the others.
 std::string FusedStatusText(const SensorFile& file, const FusedMoment& before,
                             const FusedMoment& now, std::size_t width);
 

@@ -19,8 +19,8 @@ namespace orliq::cli {
 /// Whom the calibration of a sensor is asked of.
 UploadRequest RequestOf(const ConfiguredSensor& sensor, bool lenient);
 
-/// Gathers the counts of several sensors, and says which of them holds the clouds up and why: once for
-/// each state, as soon as it shows.
+/// Gathers the counts of several sensors, and says which of them holds the clouds up and why: once
+/// for each state, as soon as it shows.
 class FusedWatcher {
  public:
   /// All of them outlive this.

@@ -56,8 +56,8 @@ void SensorRemarks::WarnOfHoles() {
   remarks_.Note(HolesText(wishes_.upload, facts_.packets.upload));
 }
 
-/// Frames without tables are none that --frames counts either. Said once while nothing has come, and
-/// once of a stall.
+/// Frames without tables are none that --frames counts either. Said once while nothing has come,
+/// and once of a stall.
 void SensorRemarks::WarnOfSilence(double now) {
   const lidar::UploadStatistics& upload = facts_.packets.upload;
   const bool waits =
