@@ -8,7 +8,7 @@ namespace orliq::cli {
 std::string Remarks::Setting(std::string name) const {
   if (prefix_.empty()) return "--" + name;
   std::replace(name.begin(), name.end(), '-', '_');
-  return '"' + name + '"';
+  return name + ':';
 }
 
 }  // namespace orliq::cli

@@ -26,7 +26,7 @@ class Remarks {
   /// The sentence, after the sensor's name.
   std::string Named(const std::string& sentence) const { return prefix_ + sentence; }
 
-  /// How the user wrote it: "--check-folder", or "check_folder" with the quotes, as a key.
+  /// How the user wrote it: "--check-folder", or "check_folder:", as a key.
   std::string Setting(std::string name) const;
 
  private:

@@ -36,7 +36,7 @@ void AddLeftOutRows(Report& report, const FusedTally& tally) {
 void AddCloudRows(Report& report, const FusedTally& tally) {
   const CloudSums& clouds = tally.counts.clouds;
   const double rate = clouds.Rate();
-  report.Add("clouds", "Fused clouds", clouds.count,
+  report.Add("fused_clouds", "Fused clouds", clouds.count,
              Grouped(clouds.count) + (rate > 0.0 ? ", " + Fixed(rate, 1) + " clouds/s" : ""));
   report.Add("clouds_per_s", "", rate, "");
   AddLeftOutRows(report, tally);
