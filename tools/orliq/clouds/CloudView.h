@@ -30,14 +30,15 @@ CloudView View(const PointCloud<T>& cloud) {
           cloud.timestamp};
 }
 
-/// Where the points without a return lie [m]: at the sensor's origin.
+/// Where a sensor stands in its cloud [m].
 struct Origin {
   float x = 0.0F;
   float y = 0.0F;
   float z = 0.0F;
 };
 
-/// Points of a range that are not exactly at the origin: those with a return inside the limits.
+/// Points of a range with a return inside the limits. The others are set to zero by the decoder; what
+/// measured a range of zero, as a Corvik does without a return, lies where the sensor stands.
 template <typename Iterator>
 std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = {}) {
   std::uint64_t count = 0;
@@ -45,7 +46,9 @@ std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = 
     const float x = begin->x;
     const float y = begin->y;
     const float z = begin->z;
-    if (x != origin.x || y != origin.y || z != origin.z) ++count;
+    const bool at_zero = x == 0.0F && y == 0.0F && z == 0.0F;
+    const bool at_sensor = x == origin.x && y == origin.y && z == origin.z;
+    if (!at_zero && !at_sensor) ++count;
   }
   return count;
 }
