@@ -91,7 +91,7 @@ class ScanTest : public testing::TestWithParam<Scan> {
 
   void ExpectTruth(const BeamTruth& truth, const Vec3& beam, double time_s) const {
     if (truth.is_false) return;
-    const double range = scene_->Cast(beam, time_s - options_.start_time_s).range_m;
+    const double range = scene_->Cast({}, beam, time_s - options_.start_time_s).range_m;
     ASSERT_NEAR(truth.range_m, range <= scan_.far ? range : 0.0, 1e-5) << truth.position;
   }
 

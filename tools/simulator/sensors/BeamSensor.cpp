@@ -20,7 +20,7 @@ BeamSensor::BeamSensor(const SensorTraits& traits, const BlockLayout& layout,
       order_(BeamOrder()),
       directions_(calibration_.Directions()) {}
 
-std::vector<std::uint8_t> BeamSensor::EncodePacket(const Scene& scene, const PacketSlot& slot) {
+std::vector<std::uint8_t> BeamSensor::EncodePacket(const SceneView& view, const PacketSlot& slot) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(layout_.packet_bytes);
   ByteWriter writer(bytes, ByteWriter::Order::Little);
@@ -28,7 +28,7 @@ std::vector<std::uint8_t> BeamSensor::EncodePacket(const Scene& scene, const Pac
   const std::size_t first = slot.index * layout_.blocks;
   for (std::size_t i = 0; i < layout_.blocks; ++i) {
     const std::uint16_t position = order_[first + i];
-    const Hit truth = scene.Cast(directions_[position], slot.scene_time_s);
+    const Hit truth = view.Cast(directions_[position], slot.scene_time_s);
     WriteBlock(writer, position, Measure(position, truth));
   }
   WriteTail(writer, slot);

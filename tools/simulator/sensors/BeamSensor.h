@@ -37,7 +37,7 @@ class BeamSensor : public ScanningSensor {
   virtual void WriteTail(ByteWriter& writer, const PacketSlot& slot) = 0;
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) final;
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) final;
 
   BlockLayout layout_;
   BeamCalibration calibration_;
