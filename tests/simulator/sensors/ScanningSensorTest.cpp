@@ -70,9 +70,13 @@ class ScanTest : public testing::TestWithParam<Scan> {
   std::vector<std::vector<std::uint8_t>> Payloads(std::uint64_t seed, std::uint64_t before) {
     options_.seed = seed;
     const auto sensor = MakeSensor(scan_.model, options_);
-    sensor->EncodeFrame(*scene_, before);
+    const SceneView moving(*scene_);
+    const auto room = MakeScene("boxes");
+    sensor->EncodeFrame({*room, {{0.1 * static_cast<double>(before), 0, 0}}}, before);
     std::vector<std::vector<std::uint8_t>> payloads;
-    for (Packet& packet : sensor->EncodeFrame(*scene_, 8)) payloads.push_back(packet.payload);
+    for (Packet& packet : sensor->EncodeFrame(*room, 8)) payloads.push_back(packet.payload);
+    sensor->EncodeFrame(moving, before);
+    for (Packet& packet : sensor->EncodeFrame(moving, 8)) payloads.push_back(packet.payload);
     return payloads;
   }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/scene/Scene.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "simulator/scene/Surface.h"
@@ -29,6 +30,11 @@ class SurfaceScene final : public Scene {
       }
     }
     return nearest;
+  }
+
+  bool Still() const override {
+    return std::none_of(surfaces_.begin(), surfaces_.end(),
+                        [](const auto& surface) { return surface->Moves(); });
   }
 
  private:

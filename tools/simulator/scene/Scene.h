@@ -28,6 +28,9 @@ class Scene {
   /// The first surface that a beam from `origin` along `direction` (of unit length) meets, `time_s`
   /// seconds after the scene started.
   virtual Hit Cast(const Vec3& origin, const Vec3& direction, double time_s) const = 0;
+
+  /// Whether nothing in it moves, so that a beam always meets the same.
+  virtual bool Still() const = 0;
 };
 
 /// The scene of that name; null for an unknown name.

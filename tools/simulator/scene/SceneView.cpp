@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/scene/SceneView.h"
 
+#include <atomic>
 #include <cmath>
 
 namespace orliq::sim {
@@ -18,6 +19,8 @@ SceneView::SceneView(const Scene& scene, const Pose& pose)
     : scene_(&scene),
       place_(pose.place),
       turned_(pose.roll_deg != 0.0 || pose.pitch_deg != 0.0 || pose.yaw_deg != 0.0) {
+  static std::atomic<std::uint64_t> views{0};
+  if (scene.Still()) still_number_ = ++views;
   const Angle r(pose.roll_deg);
   const Angle p(pose.pitch_deg);
   const Angle y(pose.yaw_deg);

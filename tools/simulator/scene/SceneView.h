@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+
 #include "simulator/scene/Scene.h"
 #include "simulator/scene/Vec3.h"
 
@@ -21,7 +23,8 @@ struct Pose {
 class SceneView {
  public:
   /// From the scene's origin, looking along x. What wants a view takes a scene for it.
-  SceneView(const Scene& scene) : scene_(&scene) {}  // NOLINT(google-explicit-constructor)
+  SceneView(const Scene& scene)
+      : SceneView(scene, Pose()) {}  // NOLINT(google-explicit-constructor)
 
   SceneView(const Scene& scene, const Pose& pose);
 
@@ -30,11 +33,16 @@ class SceneView {
     return scene_->Cast(place_, turned_ ? Turn(direction) : direction, time_s);
   }
 
+  /// Of a scene that stands still, a number that this view and its copies have and no other view ever
+  /// had: what a beam meets may be remembered by it. 0 when something moves.
+  std::uint64_t StillNumber() const { return still_number_; }
+
  private:
   Vec3 Turn(const Vec3& v) const { return {Dot(rows_[0], v), Dot(rows_[1], v), Dot(rows_[2], v)}; }
 
   const Scene* scene_;
   Vec3 place_;
+  std::uint64_t still_number_ = 0;
   bool turned_ = false;  // else every bit of a direction stays as it is
   Vec3 rows_[3];         // of the rotation from the sensor's frame to the scene's
 };

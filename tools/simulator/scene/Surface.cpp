@@ -10,10 +10,12 @@ namespace {
 
 constexpr double kNoHit = std::numeric_limits<double>::infinity();
 
-/// Ranges from 0 on at which a beam is inside a body; it never is when it enters after it leaves.
+/// Ranges from 0 on at which a beam is inside a body.
 struct Interval {
   double enter = 0.0;
   double leave = kNoHit;
+
+  bool Empty() const { return enter > leave; }
 };
 constexpr Interval kNever = {kNoHit, 0.0};
 
@@ -24,9 +26,14 @@ Interval Narrow(const Interval& so_far, double direction, double low, double hig
     const bool between = low <= 0.0 && 0.0 <= high;
     return between ? so_far : kNever;
   }
-  const double a = low / direction;
-  const double b = high / direction;
-  return {std::max(so_far.enter, std::min(a, b)), std::min(so_far.leave, std::max(a, b))};
+  // Most planes are behind the beam: divisions, which take longest, are left to the others.
+  const bool up = direction > 0.0;
+  const double near = up ? low : high;
+  const double far = up ? high : low;
+  if (up ? far < 0.0 : far > 0.0) return kNever;
+  const bool ahead = up ? near > 0.0 : near < 0.0;
+  return {ahead ? std::max(so_far.enter, near / direction) : so_far.enter,
+          std::min(so_far.leave, far / direction)};
 }
 
 /// Where a t^2 - 2 b t + c <= 0: inside a round body. Along the axis of a pole a is 0, and b too.
@@ -39,7 +46,7 @@ Interval InsideRound(double a, double b, double c) {
 }
 
 double FirstCrossing(const Interval& inside) {
-  if (inside.enter > inside.leave) return kNoHit;
+  if (inside.Empty()) return kNoHit;
   if (inside.enter > 0.0) return inside.enter;
   return inside.leave > 0.0 ? inside.leave : kNoHit;
 }
@@ -47,7 +54,9 @@ double FirstCrossing(const Interval& inside) {
 /// Corners as seen from the beam's origin.
 double BoxRange(const Vec3& direction, const Vec3& low, const Vec3& high) {
   Interval inside = Narrow({}, direction.x, low.x, high.x);
+  if (inside.Empty()) return kNoHit;
   inside = Narrow(inside, direction.y, low.y, high.y);
+  if (inside.Empty()) return kNoHit;
   return FirstCrossing(Narrow(inside, direction.z, low.z, high.z));
 }
 

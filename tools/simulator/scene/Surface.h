@@ -19,6 +19,8 @@ class Surface {
   /// scene started; infinity when it never does. What stands on the skin does not cross it there.
   virtual double Range(const Vec3& origin, const Vec3& direction, double time_s) const = 0;
 
+  virtual bool Moves() const { return false; }
+
   double Reflectivity() const { return reflectivity_; }
 
  private:
@@ -58,6 +60,7 @@ class ShuttlingBox final : public Surface {
         half_size_(half_size),
         travel_m_(travel_m),
         speed_mps_(speed_mps) {}
+  bool Moves() const override { return true; }
   double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
