@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/PlainText.h"
@@ -80,23 +81,25 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
                         const Console& console) {
+  for (const std::string& remark : CalibrationRemarks(model, folder)) console.Note(remark);
+}
+
+std::vector<std::string> CalibrationRemarks(const Model& model,
+                                            const std::optional<std::string>& folder,
+                                            const SensorWords& words) {
+  const std::string word = words.check_folder;
   if (!folder) {
-    if (model.needs_tables) {
-      console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
-    }
-    return;
+    if (!model.needs_tables) return {};
+    return {"without " + word + " all points lie straight ahead, at uncorrected ranges"};
   }
   if (!model.needs_tables) {
-    console.Note(std::string(model.name) + " needs no calibration: --check-folder has no effect");
-    return;
+    return {std::string(model.name) + " needs no calibration: " + word + " has no effect"};
   }
-  const CheckFolderReport report = ExamineCheckFolder(model, *folder);
-  if (!report.complete) {
-    throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
-                                            "\norliq check-params DIR --model " + model.name +
-                                            " tells more, and the rules");
-  }
-  for (const std::string& remark : report.remarks) console.Note(remark);
+  CheckFolderReport report = ExamineCheckFolder(model, *folder);
+  if (report.complete) return std::move(report.remarks);
+  throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
+                                          "\norliq check-params DIR --model " + model.name +
+                                          " tells more, and the rules");
 }
 
 std::string TableWordIn(const std::string& path) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "orliq/sensors/Models.h"
+#include "orliq/sensors/SensorWords.h"
 #include "orliq/terminal/Console.h"
 
 namespace orliq::lidar {
@@ -37,6 +38,11 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 /// has files of no use.
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
                         const Console& console);
+
+/// The same, with the remarks handed back.
+std::vector<std::string> CalibrationRemarks(const Model& model,
+                                            const std::optional<std::string>& folder,
+                                            const SensorWords& words = {});
 
 /// The word in `path` by which a table file is recognised, or nothing. Such a word in the path of a
 /// folder makes every file in it count as that table.
