@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/config/YamlTree.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <system_error>
+
+#include "orliq/terminal/PlainText.h"
+
+#ifdef ORLIQ_HAS_YAML
+#include <yaml-cpp/eventhandler.h>
+#include <yaml-cpp/exceptions.h>
+#include <yaml-cpp/parser.h>
+#endif
+
+namespace orliq::cli {
+
+Failure FailureAt(const std::string& path, int line, const std::string& why) {
+  return {ExitCode::kUsage, path + ':' + std::to_string(line) + ": " + why};
+}
+
+#ifdef ORLIQ_HAS_YAML
+
+namespace {
+
+constexpr std::size_t kMaxBytes = 1U << 20U;  // 256 sensors with every key take a tenth
+constexpr std::size_t kMaxDepth = 32;         // the keys of a sensor need 4
+
+[[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& why) {
+  throw Failure(ExitCode::kFileFault, "cannot read " + path + ": " + why);
+}
+
+std::string ReadWhole(const std::string& path) {
+  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"),
+                                                                &std::fclose);
+  if (!file) ThrowUnreadable(path, std::generic_category().message(errno));
+  std::string text(kMaxBytes + 1, '\0');
+  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  if (std::ferror(file.get()) != 0) {
+    ThrowUnreadable(path, std::generic_category().message(errno));
+  }
+  if (text.size() > kMaxBytes) ThrowUnreadable(path, "it is larger than 1 MiB");
+  return text;
+}
+
+/// The parser takes some control characters for the end of the file.
+void RequireText(const std::string& path, const std::string& text) {
+  const auto is_control = [](char byte) {
+    const bool space = byte == '\n' || byte == '\r' || byte == '\t';
+    return (static_cast<unsigned char>(byte) < 0x20 && !space) || byte == 0x7F;
+  };
+  const auto at = std::find_if(text.begin(), text.end(), is_control);
+  if (at == text.end()) return;
+  const auto line = 1 + std::count(text.begin(), at, '\n');
+  throw FailureAt(path, static_cast<int>(line), "a control character: the file is no YAML text");
+}
+
+class TreeBuilder final : public YAML::EventHandler {
+ public:
+  TreeBuilder(const std::string& path, std::deque<YamlNode>& nodes) : path_(path), nodes_(nodes) {}
+
+  const YamlNode* Root() const { return root_; }
+
+  void OnDocumentStart(const YAML::Mark& mark) override {
+    if (root_ != nullptr) Refuse(mark, "a second document begins: one file describes one robot");
+  }
+  void OnDocumentEnd() override {}
+
+  void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+    Add(YamlNode::Kind::kNothing, mark, "", anchor);
+  }
+  void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                const std::string& value) override {
+    YamlNode& node = Add(YamlNode::Kind::kText, mark, tag, anchor);
+    node.text = value;
+    node.quoted = tag == "!";
+  }
+  void OnSequenceStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                       YAML::EmitterStyle::value /*style*/) override {
+    Open(Add(YamlNode::Kind::kList, mark, tag, anchor), mark);
+  }
+  void OnSequenceEnd() override { open_.pop_back(); }
+  void OnMapStart(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
+                  YAML::EmitterStyle::value /*style*/) override {
+    Open(Add(YamlNode::Kind::kMapping, mark, tag, anchor), mark);
+  }
+  void OnMapEnd() override { open_.pop_back(); }
+
+  void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
+    const YamlNode* const node = anchors_.at(anchor);
+    if (std::find(open_.begin(), open_.end(), node) != open_.end()) {
+      Refuse(mark, "an alias of what it stands in has no end");
+    }
+    Put(node);
+  }
+
+ private:
+  [[noreturn]] void Refuse(const YAML::Mark& mark, const std::string& why) const {
+    throw FailureAt(path_, mark.line + 1, why);
+  }
+
+  YamlNode& Add(YamlNode::Kind kind, const YAML::Mark& mark, const std::string& tag,
+                YAML::anchor_t anchor) {
+    // "?" and "!" are what the parser gives to plain and quoted text without a tag.
+    if (!tag.empty() && tag != "?" && tag != "!") {
+      Refuse(mark, "tags are not taken: write the value without " + PlainText(tag));
+    }
+    YamlNode& node = nodes_.emplace_back();
+    node.kind = kind;
+    node.line = mark.line + 1;
+    if (anchor != YAML::NullAnchor) anchors_[anchor] = &node;
+    Put(&node);
+    return node;
+  }
+
+  void Put(const YamlNode* node) {
+    if (open_.empty()) {
+      root_ = node;
+    } else {
+      open_.back()->items.push_back(node);
+    }
+  }
+
+  void Open(YamlNode& node, const YAML::Mark& mark) {
+    if (open_.size() == kMaxDepth) Refuse(mark, "lists and mappings are nested too deeply");
+    open_.push_back(&node);
+  }
+
+  const std::string& path_;
+  std::deque<YamlNode>& nodes_;
+  const YamlNode* root_ = nullptr;
+  std::vector<YamlNode*> open_;  // the lists and mappings that the parser is in
+  std::map<YAML::anchor_t, const YamlNode*> anchors_;
+};
+
+}  // namespace
+
+YamlTree::YamlTree(const std::string& path) : root_(&nodes_.emplace_back()) {
+  const std::string text = ReadWhole(path);
+  RequireText(path, text);
+  std::istringstream stream(text);
+  TreeBuilder builder(path, nodes_);
+  try {
+    YAML::Parser parser(stream);
+    while (parser.HandleNextDocument(builder)) continue;
+  } catch (const YAML::Exception& fault) {
+    throw FailureAt(path, fault.mark.line + 1, "no valid YAML: " + PlainText(fault.msg));
+  }
+  if (builder.Root() != nullptr) root_ = builder.Root();
+}
+
+#else
+
+YamlTree::YamlTree(const std::string& path) : root_(nullptr) {
+  throw Failure(ExitCode::kUsage,
+                "cannot read " + path + ": this orliq was built without libyaml-cpp-dev");
+}
+
+#endif
+
+}  // namespace orliq::cli

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "orliq/config/YamlTree.h"
+
+namespace orliq::cli {
+
+/// A value of a YAML file, with the keys that lead to it. What is asked of it and is not there throws
+/// Failure with file, line, keys, what was expected and what was found. The tree must outlive it.
+class YamlValue {
+ public:
+  using Entries = std::vector<std::pair<std::string, YamlValue>>;
+
+  YamlValue(const std::string& file, const YamlNode& node) : YamlValue(file, node, node.line, "") {}
+
+  const std::string& File() const { return *file_; }
+  int Line() const { return line_; }
+
+  /// Not empty, and in one line. `what` stands in the failure, as "an IPv4 address".
+  std::string Text(const std::string& what) const;
+
+  std::int64_t WholeNumber(std::int64_t min, std::int64_t max) const;
+
+  /// Finite. `unit` stands in the failure.
+  double Number(double min, double max, const std::string& unit) const;
+
+  /// Each item stands for itself: the keys of its own values begin there.
+  std::vector<YamlValue> List(const std::string& what) const;
+
+  /// None of its keys is unknown or repeated.
+  Entries Mapping(const std::vector<std::string>& known) const;
+
+  /// Throws Failure for this value: "FILE:LINE: KEYS: why".
+  [[noreturn]] void Refuse(const std::string& why) const;
+
+  /// The same, "expected `what`, found" and what is there.
+  [[noreturn]] void Expect(const std::string& what) const;
+
+ private:
+  YamlValue(const std::string& file, const YamlNode& node, int line, std::string keys)
+      : file_(&file), node_(&node), line_(line), keys_(std::move(keys)) {}
+
+  const std::string& KeyText(const YamlNode& key) const;
+
+  const std::string* file_;
+  const YamlNode* node_;
+  int line_;  // of its key, where it has one: an alias leads to a node elsewhere
+  std::string keys_;
+};
+
+}  // namespace orliq::cli
