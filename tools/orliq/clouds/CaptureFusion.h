@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "driver/FusedCloud.h"
+#include "orliq/clouds/CloudView.h"
 #include "orliq/clouds/FrameStream.h"
 
 namespace orliq::cli {
@@ -16,7 +17,8 @@ namespace orliq::cli {
 struct FusedShare {
   int frame = 0;  ///< entry of its capture
   std::uint64_t points = 0;
-  double timestamp = 0.0;  ///< [s] UTC, 0 of a sensor without time
+  std::uint64_t non_zero = 0;  ///< of them, not at the origin
+  double timestamp = 0.0;      ///< [s] UTC, 0 of a sensor without time
 };
 
 /// Plays several captures at once and makes one cloud of a frame of each, the first sensor's points
@@ -62,7 +64,8 @@ class CaptureFusion {
     for (std::size_t sensor = 0; sensor < frames_.size(); ++sensor) {
       const auto& [entry, of_frame] = frames_[sensor];
       lidar::AppendFrame(cloud, *of_frame, sensor);
-      shares.push_back({entry, of_frame->points.size(), of_frame->timestamp});
+      shares.push_back(
+          {entry, of_frame->points.size(), CountNonZero(*of_frame), of_frame->timestamp});
       if (cloud.timestamp == 0.0) cloud.timestamp = of_frame->timestamp;
     }
   }

@@ -159,15 +159,7 @@ PlayTally PlayPoints(const PlayOptions& options, const CapturePlan& plan, const 
 void Explain(const CapturePlan& plan, const PlayTally& tally, const Console& console) {
   for (const std::string& remark : CaptureRemarks(plan, tally.first)) console.Note(remark);
   console.Note(tally.Doubt());
-  const auto& [packets, refused, unreadable] = tally.packets;
-  if (refused.length + refused.identifier > 0) {
-    console.Note(
-        "packets of other kinds reached the decoder: orliq info shows the ports, --port "
-        "chooses one");
-  }
-  if (!unreadable.empty()) {
-    console.Note("unreadable packets went to the sensor's port: their points are missing");
-  }
+  for (const std::string& remark : LossRemarks(tally.packets)) console.Note(remark);
 }
 
 /// Throws Failure when not all was done that was asked for.
