@@ -40,7 +40,7 @@ template <typename Cloud>
 class FrameStream {
  public:
   static constexpr std::size_t kAhead = 2;    // [frames]
-  static constexpr int kCloudsOfAFrame = 64;  // more are no frame: they would fill the memory
+  static constexpr int kCloudsOfAFrame = 16;  // more are no frame: they would fill the memory
 
   struct Frame {
     int entry = 0;

@@ -75,9 +75,7 @@ void RequireAllFused(const FuseTally& tally) {
   if (tally.interrupted) {
     throw Failure(ExitCode::kLosses, "interrupted before all clouds were fused");
   }
-  for (const auto& [sensor, plan, usable, entries] : tally.plan->sensors) {
-    RequireWholeCapture(sensor.capture, plan.survey);
-  }
+  RequireWholeCaptures(*tally.plan);
   const auto& clouds = tally.clouds;
   if (std::any_of(clouds.begin(), clouds.end(), [](const auto& c) { return c.Points() > 0; })) {
     return;
@@ -123,10 +121,10 @@ Verb AddFuse(CLI::App& app) {
       "  orliq fuse --config sensors.yaml --point point-source --out fused --format ply\n"
       "with sensors.yaml:\n"
       "  sensors:\n"
-      "    - {name: front, model: juniq, capture: front.pcap, check_folder: front-check,\n"
-      "       extrinsics: {x: 1.2}}\n"
-      "    - {name: rear, model: juniq, capture: rear.pcap, check_folder: rear-check,\n"
-      "       extrinsics: {x: -1.2, yaw: 180}}");
+      "    - {name: front, model: juniq, capture: front.pcap,\n"
+      "       check_folder: front-check, extrinsics: {x: 1.2}}\n"
+      "    - {name: rear, model: juniq, capture: rear.pcap,\n"
+      "       check_folder: rear-check, extrinsics: {x: -1.2, yaw: 180}}");
   return {command, [options](Console& console) {
             console.SetQuiet(options->quiet);
             return Run(*options, console);

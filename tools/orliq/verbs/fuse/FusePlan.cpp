@@ -177,4 +177,11 @@ FramesWanted MakeFramesWanted(const FusePlan& plan, const FusedSensor& sensor) {
   return wanted;
 }
 
+void RequireWholeCaptures(const FusePlan& plan) {
+  for (const FusedSensor& fused : plan.sensors) {
+    ForSensor(plan.path, fused.sensor,
+              [&] { RequireWholeCapture(fused.sensor.capture, fused.plan.survey); });
+  }
+}
+
 }  // namespace orliq::cli

@@ -49,4 +49,7 @@ FusePlan MakeFusePlan(const std::string& path, const std::string& frames, bool p
 /// What is to be played of that sensor.
 FramesWanted MakeFramesWanted(const FusePlan& plan, const FusedSensor& sensor);
 
+/// Throws Failure when a capture ended early or has changed, with the sensor's name.
+void RequireWholeCaptures(const FusePlan& plan);
+
 }  // namespace orliq::cli
