@@ -71,7 +71,8 @@ class ORLIQ_API OrliqMultiDriver {
   /// Does nothing: transforms are those given to InitDriver.
   void UpdateTransform(const orliq::lidar::MultiTransformParam& transform);
 
-  /// Asks every sensor for that frame of its capture. True when all accept; false without sensors.
+  /// Asks every sensor for that frame of its capture. True when all accept; false without sensors. When
+  /// one does not, the frames of the others wait for its next one, unless later ones replace them.
   bool SetLocalFrame(const int& frame);
 
   /// Stores the frames of the shortest capture, as OrliqDriver::GetLocalFileStatus does for one. False

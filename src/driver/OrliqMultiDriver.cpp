@@ -54,6 +54,12 @@ class OrliqMultiDriver<T>::Impl::DriverManager {
   OrliqDriver<T>& Driver() { return driver_; }
   const OrliqDriver<T>& Driver() const { return driver_; }
 
+  bool Init(const orliq::lidar::DriverParam& param) { return driver_.InitDriver(param); }
+  bool Start() { return driver_.Start(); }
+  void Stop() { driver_.Stop(); }
+  bool SetLocalFrame(const int& frame) { return driver_.SetLocalFrame(frame); }
+  bool GetLocalFileStatus(int& status) { return driver_.GetLocalFileStatus(status); }
+
  private:
   void PutPointCloud(std::shared_ptr<T> cloud) {
     room_ = cloud->points.size();
@@ -98,7 +104,7 @@ bool OrliqMultiDriver<T>::Impl::InitSensor(std::size_t index,
   const auto source = sources.find(index);
   if (source != sources.end() && !manager->Driver().SetSourceAddress(source->second)) return false;
   manager->Driver().SetStrictUpload(strict_upload);
-  if (!manager->Driver().InitDriver(param)) return false;
+  if (!manager->Init(param)) return false;
   managers.push_back(manager);
   return true;
 }
@@ -107,7 +113,7 @@ template <typename T>
 bool OrliqMultiDriver<T>::Impl::Start() {
   typename Fusion<T>::Slots slots;
   for (const auto& manager : managers) {
-    if (!manager->Driver().Start()) return false;
+    if (!manager->Start()) return false;
     slots.push_back(manager->Slot());
   }
   return fusion->StartFusion(std::move(slots), receiver, supplier);
@@ -116,7 +122,7 @@ bool OrliqMultiDriver<T>::Impl::Start() {
 template <typename T>
 void OrliqMultiDriver<T>::Impl::Stop() {
   fusion->StopFusion();
-  for (const auto& manager : managers) manager->Driver().Stop();
+  for (const auto& manager : managers) manager->Stop();
 }
 
 template <typename T>
@@ -174,7 +180,7 @@ template <typename T>
 bool OrliqMultiDriver<T>::SetLocalFrame(const int& frame) {
   bool accepted = !impl->managers.empty();
   for (const auto& manager : impl->managers) {
-    if (!manager->Driver().SetLocalFrame(frame)) accepted = false;
+    if (!manager->SetLocalFrame(frame)) accepted = false;
   }
   return accepted;
 }
@@ -185,7 +191,7 @@ bool OrliqMultiDriver<T>::GetLocalFileStatus(int& status) {
   int fewest = std::numeric_limits<int>::max();
   for (const auto& manager : impl->managers) {
     int frames = 0;
-    if (!manager->Driver().GetLocalFileStatus(frames)) indexed = false;
+    if (!manager->GetLocalFileStatus(frames)) indexed = false;
     fewest = std::min(fewest, frames);
   }
   if (indexed) status = fewest;
