@@ -8,13 +8,19 @@
 #include <filesystem>
 #include <limits>
 
+#include "orliq/terminal/NumberText.h"
+
 namespace orliq::cli {
 namespace {
 
+using lidar::DecoderParam;
+using lidar::TransformParam;
+
 constexpr double kFarthest = 1e5;  // [m] beyond it a float is coarser than a sensor measures
 constexpr double kTurn = 360.0;    // [deg]
+constexpr std::size_t kMaxName = 64;
 
-/// A number in one of the mappings of a sensor.
+/// A number of one of a sensor's mappings.
 template <class Record>
 struct NumberKey {
   const char* name;
@@ -22,9 +28,6 @@ struct NumberKey {
   double min, max;
   const char* unit;
 };
-
-using lidar::DecoderParam;
-using lidar::TransformParam;
 
 constexpr NumberKey<DecoderParam> kGates[] = {
     {"min_distance", &DecoderParam::min_distance, 0.0, kFarthest, "m"},
@@ -44,30 +47,25 @@ constexpr NumberKey<TransformParam> kPose[] = {
     {"yaw", &TransformParam::yaw, -kTurn, kTurn, "deg"},
 };
 
-template <class Keys>
-std::vector<std::string> Names(const Keys& keys) {
-  std::vector<std::string> names;
-  for (const auto& key : keys) names.emplace_back(key.name);
-  return names;
-}
-
 template <class Record, std::size_t N>
 void ReadNumbers(const YamlValue& value, const NumberKey<Record> (&keys)[N], Record& record) {
-  for (const auto& [name, number] : value.Mapping(Names(keys))) {
-    const std::string& wanted = name;
-    const auto& key = *std::find_if(std::begin(keys), std::end(keys), [&](const auto& candidate) {
-      return candidate.name == wanted;
-    });
-    record.*key.member = static_cast<float>(number.Number(key.min, key.max, key.unit));
+  std::vector<std::string> names;
+  for (const auto& key : keys) names.emplace_back(key.name);
+  const YamlValue::Entries entries = value.Mapping(names);
+  for (const auto& key : keys) {
+    const YamlValue* const number = entries.Find(key.name);
+    if (number == nullptr) continue;
+    record.*key.member = static_cast<float>(number->Number(key.min, key.max, key.unit));
   }
 }
 
 void ReadGates(const YamlValue& value, ConfiguredSensor& sensor) {
-  ReadNumbers(value, kGates, sensor.decoder);
-  const DecoderParam& gates = sensor.decoder;
+  DecoderParam& gates = sensor.decoder;
+  ReadNumbers(value, kGates, gates);
   const auto require = [&value](const std::string& quantity, float min, float max) {
     if (min <= max) return;
-    value.Refuse("min_" + quantity + " is above max_" + quantity + ": no point would be left");
+    value.Refuse("min_" + quantity + ' ' + Significant(min) + " is above max_" + quantity + ' ' +
+                 Significant(max) + ": no point would be left");
   };
   require("distance", gates.min_distance, gates.max_distance);
   require("azimuth", gates.min_azimuth, gates.max_azimuth);
@@ -75,22 +73,33 @@ void ReadGates(const YamlValue& value, ConfiguredSensor& sensor) {
 }
 
 void ReadExtrinsics(const YamlValue& value, ConfiguredSensor& sensor) {
-  ReadNumbers(value, kPose, sensor.decoder.transform_param);
-  sensor.decoder.transform_param.enable = 1;
+  TransformParam& pose = sensor.decoder.transform_param;
+  ReadNumbers(value, kPose, pose);
+  pose.enable = 1;
 }
 
+/// Fit for names of files, so ".." and "-f" are none.
 void ReadName(const YamlValue& value, ConfiguredSensor& sensor) {
-  constexpr char kWhat[] = "a name of letters, digits, '-', '_' and '.'";
-  constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
-  sensor.name = value.Text(kWhat);
-  if (sensor.name.find_first_not_of(kLetters) != std::string::npos) value.Expect(kWhat);
+  const std::string what = "a name of up to " + std::to_string(kMaxName) +
+                           " letters, digits, '-', '_' and '.' that begins with a letter or digit";
+  const std::string name = value.Text(what);
+  const auto is_letter = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  };
+  const bool good = name.size() <= kMaxName && is_letter(name[0]) &&
+                    std::all_of(name.begin(), name.end(), [&is_letter](char c) {
+                      return is_letter(c) || c == '-' || c == '_' || c == '.';
+                    });
+  if (!good) value.Expect(what);
+  sensor.name = name;
 }
 
 void ReadModel(const YamlValue& value, ConfiguredSensor& sensor) {
-  const std::string what = "a model, one of " + ModelNames();
+  const std::string what = "a model (one of " + ModelNames() + ')';
   std::string name = value.Text(what);
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char letter) { return std::tolower(letter); });
+  for (char& letter : name) {
+    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  }
   sensor.model = lidar::FindSensorModel(name);
   if (sensor.model == nullptr) value.Expect(what);
 }
@@ -99,90 +108,101 @@ std::uint16_t ReadPort(const YamlValue& value) {
   return static_cast<std::uint16_t>(value.WholeNumber(1, 65535));
 }
 
+void ReadFirstFrame(const YamlValue& value, ConfiguredSensor& sensor) {
+  sensor.first_frame = static_cast<int>(value.WholeNumber(0, std::numeric_limits<int>::max()));
+}
+
+/// Neither broadcast nor multicast; 0.0.0.0 only where `may_be_any`.
+bool IsHost(const std::string& text, bool may_be_any) {
+  in_addr parsed = {};
+  if (::inet_pton(AF_INET, text.c_str(), &parsed) != 1) return false;
+  const in_addr_t host = ntohl(parsed.s_addr);
+  if (host == INADDR_ANY) return may_be_any;
+  return host != INADDR_BROADCAST && !IN_MULTICAST(host);
+}
+
 void ReadAddress(const YamlValue& value, ConfiguredSensor& sensor) {
-  constexpr char kWhat[] = "an IPv4 address of this machine";
+  constexpr char kWhat[] = "an IPv4 address of this machine, or 0.0.0.0 for all of them";
   const std::string text = value.Text(kWhat);
-  in_addr address = {};
-  if (::inet_pton(AF_INET, text.c_str(), &address) != 1) value.Expect(kWhat);
-  sensor.address = address.s_addr == htonl(INADDR_ANY) ? "" : text;
+  if (!IsHost(text, true)) value.Expect(kWhat);
+  sensor.address = text == "0.0.0.0" ? "" : text;
 }
 
 void ReadSource(const YamlValue& value, ConfiguredSensor& sensor) {
   constexpr char kWhat[] = "the IPv4 address of a sender";
   const std::string text = value.Text(kWhat);
-  in_addr parsed = {};
-  if (::inet_pton(AF_INET, text.c_str(), &parsed) != 1) value.Expect(kWhat);
-  const in_addr_t host = ntohl(parsed.s_addr);
-  if (host == INADDR_ANY || host == INADDR_BROADCAST || IN_MULTICAST(host)) value.Expect(kWhat);
+  if (!IsHost(text, false)) value.Expect(kWhat);
   sensor.source = text;
 }
 
-/// Relative to the folder of the file.
+/// A path in the file is relative to its folder.
 std::string ReadPath(const YamlValue& value, const std::string& what) {
   const std::filesystem::path folder = std::filesystem::path(value.File()).parent_path();
   return (folder / value.Text(what)).lexically_normal().string();
 }
 
+void ReadCapture(const YamlValue& value, ConfiguredSensor& sensor) {
+  sensor.capture = ReadPath(value, "the path of a capture file");
+}
+
+/// Takes the place of params_from of defaults, and the other way round.
 void ReadCheckFolder(const YamlValue& value, ConfiguredSensor& sensor) {
   sensor.check_folder = ReadPath(value, "the path of a folder");
   sensor.params_from.reset();
 }
 
 void ReadParamsFrom(const YamlValue& value, ConfiguredSensor& sensor) {
-  const std::string text = value.Text("an address, a colon and a port, as 192.168.1.200:2400");
+  constexpr char kWhat[] = "the address of a sensor, a colon and a port, as 192.168.1.200:2400";
+  const std::string text = value.Text(kWhat);
   try {
-    sensor.params_from = ParseHostPort("params_from", text);
+    sensor.params_from = ParseHostPort("params_from:", text);
   } catch (const Failure& fault) {
     throw FailureAt(value.File(), value.Line(), fault.what());
   }
+  if (!IsHost(sensor.params_from->address, false)) value.Expect(kWhat);
   sensor.check_folder.reset();
 }
 
+/// A key of a sensor, and how its value gets into the sensor.
+struct SensorKey {
+  const char* name;
+  bool shared;  // may stand in defaults too
+  void (*read)(const YamlValue& value, ConfiguredSensor& sensor);
+};
+
+constexpr SensorKey kSensorKeys[] = {
+    {"name", false, &ReadName},
+    {"model", true, &ReadModel},
+    {"port", true, [](const auto& value, auto& sensor) { sensor.port = ReadPort(value); }},
+    {"address", true, &ReadAddress},
+    {"source", true, &ReadSource},
+    {"check_folder", true, &ReadCheckFolder},
+    {"params_from", true, &ReadParamsFrom},
+    {"params_local_port", false,
+     [](const auto& value, auto& sensor) { sensor.params_local_port = ReadPort(value); }},
+    {"capture", false, &ReadCapture},
+    {"first_frame", true, &ReadFirstFrame},
+    {"gates", true, &ReadGates},
+    {"extrinsics", true, &ReadExtrinsics},
+};
+
 }  // namespace
 
-const std::vector<SensorKey>& SensorKeys() {
-  using Value = const YamlValue&;
-  using Sensor = ConfiguredSensor&;
-  static const std::vector<SensorKey> keys = {
-      {"name", false, &ReadName},
-      {"model", true, &ReadModel},
-      {"port", true, [](Value value, Sensor sensor) { sensor.port = ReadPort(value); }},
-      {"address", true, &ReadAddress},
-      {"source", true, &ReadSource},
-      {"check_folder", true, &ReadCheckFolder},
-      {"params_from", true, &ReadParamsFrom},
-      {"params_local_port", false,
-       [](Value value, Sensor sensor) { sensor.params_local_port = ReadPort(value); }},
-      {"capture", false,
-       [](Value value, Sensor sensor) {
-         sensor.capture = ReadPath(value, "the path of a capture");
-       }},
-      {"first_frame", true,
-       [](Value value, Sensor sensor) {
-         constexpr auto kMost = std::numeric_limits<int>::max();
-         sensor.first_frame = static_cast<int>(value.WholeNumber(0, kMost));
-       }},
-      {"gates", true, &ReadGates},
-      {"extrinsics", true, &ReadExtrinsics},
-  };
-  return keys;
-}
-
 void ReadKeys(const YamlValue::Entries& entries, ConfiguredSensor& sensor) {
-  for (const auto& [name, value] : entries) {
-    for (const SensorKey& key : SensorKeys()) {
-      if (key.name == name) key.read(value, sensor);
-    }
+  for (const SensorKey& key : kSensorKeys) {
+    if (const YamlValue* const value = entries.Find(key.name)) key.read(*value, sensor);
   }
 }
 
 std::vector<std::string> SensorKeyNames() {
-  return Names(SensorKeys());
+  std::vector<std::string> names;
+  for (const SensorKey& key : kSensorKeys) names.emplace_back(key.name);
+  return names;
 }
 
 std::vector<std::string> SharedKeyNames() {
   std::vector<std::string> names;
-  for (const SensorKey& key : SensorKeys()) {
+  for (const SensorKey& key : kSensorKeys) {
     if (key.shared) names.emplace_back(key.name);
   }
   return names;

@@ -30,6 +30,9 @@ namespace {
 constexpr std::size_t kMaxBytes = 1U << 20U;  // 256 sensors with every key take a tenth
 constexpr std::size_t kMaxDepth = 32;         // the keys of a sensor need 4
 
+// Ends the document. The parser would take quotes that nothing closes for closed at the end of file.
+constexpr char kEnd[] = "\n...\n";
+
 [[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& why) {
   throw Failure(ExitCode::kFileFault, "cannot read " + path + ": " + why);
 }
@@ -47,6 +50,11 @@ std::string ReadWhole(const std::string& path) {
   return text;
 }
 
+/// The line of a place in the text, from 1.
+int LineOf(const std::string& text, std::string::const_iterator at) {
+  return 1 + static_cast<int>(std::count(text.begin(), at, '\n'));
+}
+
 /// The parser takes some control characters for the end of the file.
 void RequireText(const std::string& path, const std::string& text) {
   const auto is_control = [](char byte) {
@@ -55,15 +63,25 @@ void RequireText(const std::string& path, const std::string& text) {
   };
   const auto at = std::find_if(text.begin(), text.end(), is_control);
   if (at == text.end()) return;
-  const auto line = 1 + std::count(text.begin(), at, '\n');
-  throw FailureAt(path, static_cast<int>(line), "a control character: the file is no YAML text");
+  throw FailureAt(path, LineOf(text, at), "a control character: the file is no YAML text");
 }
 
 class TreeBuilder final : public YAML::EventHandler {
  public:
-  TreeBuilder(const std::string& path, std::deque<YamlNode>& nodes) : path_(path), nodes_(nodes) {}
+  TreeBuilder(const std::string& path, int last_line, std::deque<YamlNode>& nodes)
+      : path_(path), last_line_(last_line), nodes_(nodes) {}
 
   const YamlNode* Root() const { return root_; }
+
+  /// What the parser says about a file that it does not understand.
+  Failure SyntaxFailure(const YAML::Exception& fault) const {
+    const bool misled = fault.mark.line >= last_line_;  // by kEnd
+    std::string why = misled ? "the file ends within quotes, brackets or braces" : fault.msg;
+    if (why.rfind("illegal", 0) == 0 || why.rfind("end of", 0) == 0) {
+      why += " (check the indentation, by spaces, the quotes and the brackets)";
+    }
+    return FailureAt(path_, Line(fault.mark), "no valid YAML: " + PlainText(why));
+  }
 
   void OnDocumentStart(const YAML::Mark& mark) override {
     if (root_ != nullptr) Refuse(mark, "a second document begins: one file describes one robot");
@@ -91,7 +109,7 @@ class TreeBuilder final : public YAML::EventHandler {
   void OnMapEnd() override { open_.pop_back(); }
 
   void OnAlias(const YAML::Mark& mark, YAML::anchor_t anchor) override {
-    const YamlNode* const node = anchors_.at(anchor);
+    const YamlNode* const node = anchors_[anchor];
     if (std::find(open_.begin(), open_.end(), node) != open_.end()) {
       Refuse(mark, "an alias of what it stands in has no end");
     }
@@ -100,8 +118,11 @@ class TreeBuilder final : public YAML::EventHandler {
 
  private:
   [[noreturn]] void Refuse(const YAML::Mark& mark, const std::string& why) const {
-    throw FailureAt(path_, mark.line + 1, why);
+    throw FailureAt(path_, Line(mark), why);
   }
+
+  /// From 1; what kEnd brings about is of the last line of the file.
+  int Line(const YAML::Mark& mark) const { return std::min(mark.line + 1, last_line_); }
 
   YamlNode& Add(YamlNode::Kind kind, const YAML::Mark& mark, const std::string& tag,
                 YAML::anchor_t anchor) {
@@ -111,7 +132,7 @@ class TreeBuilder final : public YAML::EventHandler {
     }
     YamlNode& node = nodes_.emplace_back();
     node.kind = kind;
-    node.line = mark.line + 1;
+    node.line = Line(mark);
     if (anchor != YAML::NullAnchor) anchors_[anchor] = &node;
     Put(&node);
     return node;
@@ -131,6 +152,7 @@ class TreeBuilder final : public YAML::EventHandler {
   }
 
   const std::string& path_;
+  const int last_line_;
   std::deque<YamlNode>& nodes_;
   const YamlNode* root_ = nullptr;
   std::vector<YamlNode*> open_;  // the lists and mappings that the parser is in
@@ -142,13 +164,14 @@ class TreeBuilder final : public YAML::EventHandler {
 YamlTree::YamlTree(const std::string& path) : root_(&nodes_.emplace_back()) {
   const std::string text = ReadWhole(path);
   RequireText(path, text);
-  std::istringstream stream(text);
-  TreeBuilder builder(path, nodes_);
+  std::istringstream stream(text + kEnd);
+  TreeBuilder builder(path, LineOf(text, text.end() - (text.empty() ? 0 : 1)), nodes_);
   try {
     YAML::Parser parser(stream);
-    while (parser.HandleNextDocument(builder)) continue;
+    while (parser.HandleNextDocument(builder)) {
+    }
   } catch (const YAML::Exception& fault) {
-    throw FailureAt(path, fault.mark.line + 1, "no valid YAML: " + PlainText(fault.msg));
+    throw builder.SyntaxFailure(fault);
   }
   if (builder.Root() != nullptr) root_ = builder.Root();
 }

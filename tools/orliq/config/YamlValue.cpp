@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <numeric>
 #include <optional>
 
@@ -20,17 +19,17 @@ std::string Shown(const std::string& text) {
   return '\'' + PlainText(text.substr(0, kShown)) + (cut ? "...'" : "'");
 }
 
-/// The number that a text without quotes is, or none. Decimal only, in the program's own notation
-/// whatever the locale; "nan" and ".inf" are none.
+/// The number that a text without quotes is, or none: decimal whatever the locale, so 0x10 is none,
+/// nor are "nan" and ".inf".
 template <typename N>
 std::optional<N> AsNumber(const YamlNode& node) {
   if (node.kind != YamlNode::Kind::kText || node.quoted) return {};
-  const std::string& text = node.text;
-  const std::size_t sign = !text.empty() && text[0] == '+' ? 1 : 0;
+  std::string text = node.text;
   if (text.find_first_not_of("0123456789+-.eE") != std::string::npos) return {};
+  if (text[0] == '+' && text[1] != '-') text.erase(0, 1);  // which from_chars does not take
   N number = 0;
   const char* const end = text.data() + text.size();
-  const auto [stop, fault] = std::from_chars(text.data() + sign, end, number);
+  const auto [stop, fault] = std::from_chars(text.data(), end, number);
   if (fault != std::errc() || stop != end) return {};
   return number;
 }
@@ -50,16 +49,16 @@ std::string Found(const YamlNode& node) {
   return "the text " + Shown(node.text) + (node.quoted ? " in quotes" : "");
 }
 
-/// How many letters must change to turn one word into the other.
+/// How many letters must be put in, left out or replaced to turn one word into the other.
 std::size_t Distance(const std::string& one, const std::string& other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), 0);
   for (std::size_t i = 0; i < one.size(); ++i) {
     std::size_t diagonal = std::exchange(row[0], i + 1);
     for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
       diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+      row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
     }
   }
   return row.back();
@@ -73,22 +72,27 @@ std::string Joined(const std::vector<std::string>& words) {
 
 /// " (did you mean port?)", or empty when no known key is close.
 std::string Guess(const std::string& key, const std::vector<std::string>& known) {
-  const auto farther = [&key](const std::string& one, const std::string& other) {
-    return Distance(key, one) < Distance(key, other);
-  };
-  const auto nearest = std::min_element(known.begin(), known.end(), farther);
-  const std::size_t close = nearest->size() / 3;
-  if (key.size() > 2 * nearest->size() || Distance(key, *nearest) > close) return {};
-  return " (did you mean " + *nearest + "?)";
+  std::string guess;
+  std::size_t nearest = 3;
+  for (const std::string& word : known) {
+    if (key.size() > word.size() + 2) continue;  // far, and perhaps as long as the file
+    const std::size_t distance = Distance(key, word);
+    if (distance >= nearest || distance > word.size() / 2) continue;
+    nearest = distance;
+    guess = " (did you mean " + word + "?)";
+  }
+  return guess;
 }
 
 }  // namespace
 
 std::string YamlValue::Text(const std::string& what) const {
-  if (node_->kind != YamlNode::Kind::kText || node_->text.empty()) Expect(what);
-  const auto is_control = [](char byte) { return static_cast<unsigned char>(byte) < 0x20; };
-  if (std::any_of(node_->text.begin(), node_->text.end(), is_control)) Expect(what);
-  return node_->text;
+  const auto is_control = [](char byte) {
+    return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F;
+  };
+  const std::string& text = node_->text;  // empty for what is none
+  if (text.empty() || std::any_of(text.begin(), text.end(), is_control)) Expect(what);
+  return text;
 }
 
 std::int64_t YamlValue::WholeNumber(std::int64_t min, std::int64_t max) const {
@@ -111,25 +115,34 @@ std::vector<YamlValue> YamlValue::List(const std::string& what) const {
 }
 
 YamlValue::Entries YamlValue::Mapping(const std::vector<std::string>& known) const {
-  if (node_->kind != YamlNode::Kind::kMapping) Expect("a mapping of " + Joined(known));
+  if (node_->kind != YamlNode::Kind::kMapping) Expect("a mapping (of " + Joined(known) + ')');
   Entries entries;
   for (std::size_t i = 0; i + 1 < node_->items.size(); i += 2) {
     const YamlNode& key = *node_->items[i];
-    const YamlValue at(*file_, key, key.line, keys_);
-    if (key.kind != YamlNode::Kind::kText) at.Expect("a key, one of " + Joined(known));
-    if (key.text == "<<") at.Refuse("merge keys (<<) are not taken: see defaults");
-    if (std::find(known.begin(), known.end(), key.text) == known.end()) {
-      at.Refuse("unknown key " + Shown(key.text) + Guess(key.text, known) + ", expected one of " +
-                Joined(known));
-    }
-    for (const auto& [name, value] : entries) {
-      if (name != key.text) continue;
-      at.Refuse(name + " stands here and in line " + std::to_string(value.Line()));
-    }
+    YamlValue(*file_, key, key.line, keys_).RequireNewKey(known, entries);
     const std::string keys = keys_.empty() ? key.text : keys_ + '.' + key.text;
-    entries.emplace_back(key.text, YamlValue(*file_, *node_->items[i + 1], key.line, keys));
+    entries.push_back({key.text, YamlValue(*file_, *node_->items[i + 1], key.line, keys)});
   }
   return entries;
+}
+
+void YamlValue::RequireNewKey(const std::vector<std::string>& known, const Entries& earlier) const {
+  const std::string& key = node_->text;
+  if (key == "<<") Refuse("merge keys (<<) are not taken: what sensors share stands in defaults");
+  if (node_->kind != YamlNode::Kind::kText) Expect("a key (one of " + Joined(known) + ')');
+  if (std::find(known.begin(), known.end(), key) == known.end()) {
+    Refuse("unknown key " + Shown(key) + Guess(key, known) + ", expected one of " + Joined(known));
+  }
+  const YamlValue* const twin = earlier.Find(key);
+  if (twin == nullptr) return;
+  Refuse("repeated key '" + key + "', which stands in line " + std::to_string(twin->Line()));
+}
+
+const YamlValue* YamlValue::Entries::Find(const std::string& key) const {
+  for (const auto& [name, value] : *this) {
+    if (name == key) return &value;
+  }
+  return nullptr;
 }
 
 void YamlValue::Refuse(const std::string& why) const {

@@ -11,17 +11,23 @@
 namespace orliq::cli {
 
 /// A value of a YAML file, with the keys that lead to it. What is asked of it and is not there throws
-/// Failure with file, line, keys, what was expected and what was found. The tree must outlive it.
+/// Failure with file, line, keys, what was expected and what was found. File name and tree must
+/// outlive it.
 class YamlValue {
  public:
-  using Entries = std::vector<std::pair<std::string, YamlValue>>;
+  /// The values of a mapping by their keys.
+  class Entries : public std::vector<std::pair<std::string, YamlValue>> {
+   public:
+    /// Null when there is no such key.
+    const YamlValue* Find(const std::string& key) const;
+  };
 
   YamlValue(const std::string& file, const YamlNode& node) : YamlValue(file, node, node.line, "") {}
 
   const std::string& File() const { return *file_; }
   int Line() const { return line_; }
 
-  /// Not empty, and in one line. `what` stands in the failure, as "an IPv4 address".
+  /// Not empty, and without control characters. `what` stands in the failure, as "an address".
   std::string Text(const std::string& what) const;
 
   std::int64_t WholeNumber(std::int64_t min, std::int64_t max) const;
@@ -29,7 +35,7 @@ class YamlValue {
   /// Finite. `unit` stands in the failure.
   double Number(double min, double max, const std::string& unit) const;
 
-  /// Each item stands for itself: the keys of its own values begin there.
+  /// The keys of what an item holds begin with the item.
   std::vector<YamlValue> List(const std::string& what) const;
 
   /// None of its keys is unknown or repeated.
@@ -45,7 +51,7 @@ class YamlValue {
   YamlValue(const std::string& file, const YamlNode& node, int line, std::string keys)
       : file_(&file), node_(&node), line_(line), keys_(std::move(keys)) {}
 
-  const std::string& KeyText(const YamlNode& key) const;
+  void RequireNewKey(const std::vector<std::string>& known, const Entries& earlier) const;
 
   const std::string* file_;
   const YamlNode* node_;
