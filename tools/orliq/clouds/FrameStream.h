@@ -112,14 +112,13 @@ class FrameStream {
     clouds_ = 1;
   }
 
-  /// The frame ends when its last cloud does.
+  /// The time of a frame is that of its first cloud.
   void Join(const Cloud& further) {
     if (++clouds_ > kCloudsOfAFrame) {
       Fail("frame " + std::to_string(joined_.entry) + " has no end: its marks are lost");
     }
     auto& points = joined_.cloud->points;
     points.insert(points.end(), further.points.begin(), further.points.end());
-    joined_.cloud->timestamp = std::max(joined_.cloud->timestamp, further.timestamp);
   }
 
   /// Hands over the frame that is complete.

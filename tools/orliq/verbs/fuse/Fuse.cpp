@@ -46,8 +46,7 @@ void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
   ProgressBar bar("fusing", tally.plan->Rounds(), quiet);
   Cloud cloud;
   FusedCloud fused;
-  for (fused.round = tally.plan->rounds.first;
-       !InterruptRequested() && fusion.Next(cloud, fused.sensors); ++fused.round) {
+  for (fused.round = tally.plan->rounds.first; fusion.Next(cloud, fused.sensors); ++fused.round) {
     const bool writes = writer != nullptr && !cloud.points.empty();
     fused.file = writes ? writer->Write(View(cloud), fused.round, 0).string() : "";
     tally.clouds.push_back(fused);
@@ -62,6 +61,9 @@ FuseTally FuseAll(const Options& options, const FusePlan& plan, bool quiet) {
   WithCloudType(options.output.point, [&](auto type) {
     FuseClouds<typename decltype(type)::Cloud>(tally, writer.get(), quiet);
   });
+  if (tally.clouds.empty()) {
+    throw Failure(ExitCode::kLosses, "interrupted before a cloud was fused");
+  }
   tally.interrupted = tally.clouds.size() < plan.Rounds();
   if (writer) {
     tally.files_written = writer->Files();

@@ -12,8 +12,16 @@ const std::string& NameOf(const FuseTally& tally, std::size_t sensor) {
   return tally.plan->sensors[sensor].sensor.name;
 }
 
-/// [s] from one frame of the sensor to the next: by its own time in the middle of those that were
-/// fused; of a single one, by the time of the capture.
+/// [s] that a frame takes by the share of its packets in the capture.
+double TimeInCapture(const CaptureSurvey& survey, int frame) {
+  std::uint64_t packets = 0;
+  for (const FrameRecords& records : survey.frames) packets += records.packets;
+  const auto own = survey.frames[static_cast<std::size_t>(frame)].packets;
+  return survey.Duration() * static_cast<double>(own) / static_cast<double>(packets);
+}
+
+/// [s] from one frame of the sensor to the next, by its own time: the median of those that were fused.
+/// A single one does not tell.
 double FrameTime(const FuseTally& tally, std::size_t sensor) {
   std::vector<double> times;
   const auto& clouds = tally.clouds;
@@ -23,8 +31,8 @@ double FrameTime(const FuseTally& tally, std::size_t sensor) {
     if (now.frame == before.frame + 1) times.push_back(now.timestamp - before.timestamp);
   }
   if (times.empty()) {
-    const CaptureSurvey& survey = tally.plan->sensors[sensor].plan.survey;
-    return survey.Duration() / static_cast<double>(survey.frames.size());
+    return TimeInCapture(tally.plan->sensors[sensor].plan.survey,
+                         clouds.front().sensors[sensor].frame);
   }
   std::sort(times.begin(), times.end());
   return times[times.size() / 2];
@@ -98,7 +106,7 @@ std::string UnusedText(const FuseTally& tally) {
     longer += (longer.empty() ? "" : ", ") + Count(left, "frame") + " of " + fused.sensor.name;
   }
   if (longer.empty()) return {};
-  return longer + " stay unused: the capture of " + shortest + " ends before";
+  return "unused: " + longer + ", as the capture of " + shortest + " ends before";
 }
 
 }  // namespace

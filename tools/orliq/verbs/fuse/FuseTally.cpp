@@ -74,7 +74,7 @@ Json SensorJson(const FuseTally& tally, std::size_t index) {
       {"capture", fused.sensor.capture},
       {"port", fused.plan.scope.port},
       {"senders", Senders(fused.plan.survey, *fused.plan.model, fused.plan.scope.port)},
-      {"first_frame", clouds.empty() ? Json() : Json(clouds.front().sensors[index].frame)},
+      {"first_frame", clouds.front().sensors[index].frame},
       {"frames_used", clouds.size()},
       {"frames_unused", fused.usable - clouds.size()},
       {"points_per_frame", SpreadJson(SpreadOf(tally, index))},
@@ -89,13 +89,11 @@ std::vector<std::string> SensorCells(const FuseTally& tally, std::size_t index) 
   const FusedSensor& fused = tally.plan->sensors[index];
   const PlayedPackets packets = tally.Packets(index);
   const PointSpread spread = SpreadOf(tally, index);
-  const std::string first =
-      tally.clouds.empty() ? "" : std::to_string(tally.clouds.front().sensors[index].frame);
   return {fused.sensor.name,
           fused.plan.model->name,
           fused.sensor.capture,
           Grouped(tally.clouds.size()) + " of " + Grouped(fused.usable),
-          first,
+          std::to_string(tally.clouds.front().sensors[index].frame),
           Grouped(spread.Min()) + " / " + Grouped(spread.Median()) + " / " + Grouped(spread.Max()),
           Grouped(packets.refused.length + packets.refused.identifier),
           LostText(packets.unreadable)};
@@ -157,7 +155,6 @@ std::optional<double> FusedCloud::Apart() const {
 }
 
 PlayedPackets FuseTally::Packets(std::size_t sensor) const {
-  if (clouds.empty()) return {};
   return FindPackets(plan->sensors[sensor].plan.survey.frames, clouds.front().sensors[sensor].frame,
                      clouds.back().sensors[sensor].frame + 1);
 }

@@ -30,7 +30,7 @@ struct FusedCloud {
 /// Sums of a fusion and its closing table.
 struct FuseTally {
   const FusePlan* plan = nullptr;
-  std::vector<FusedCloud> clouds;
+  std::vector<FusedCloud> clouds;  ///< at least one
   bool interrupted = false;
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;
