@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <numeric>
 
 #include "multi_driver/OrliqMultiDriver.h"
 #include "support/CaptureBuilder.h"
@@ -33,11 +34,6 @@ struct Robot {
       params.back().decoder_param.transform_param = {1, float(params.size()), 0, 0, 0, 0, 90};
     }
   }
-  std::vector<FramesWanted> Frames(const std::vector<int>& of_the_second) const {
-    return {Wanted("front", params[0], {0, 1, 2, 3, 4, 5}),
-            Wanted("rear", params[1], of_the_second)};
-  }
-
   static sim::SensorOptions OfSeed(std::uint64_t seed) {
     sim::SensorOptions options;
     options.seed = seed;
@@ -66,7 +62,9 @@ TEST(CaptureFusion, GivesThePointsThatTheDriverOfSeveralSensorsGives) {
   int frames = 0;
   ASSERT_TRUE(driver.InitDriver({0, 2, robot.params.data()}) && driver.Start());
   ASSERT_TRUE(Eventually([&] { return driver.GetLocalFileStatus(frames); }));
-  CaptureFusion<Cloud> fusion(robot.Frames({0, 1, 2, 3, 4, 5}));
+  const std::vector<int> all = {0, 1, 2, 3, 4, 5};
+  CaptureFusion<Cloud> fusion(
+      {Wanted("front", robot.params[0], all), Wanted("rear", robot.params[1], all)});
   for (std::size_t k = 0; k < 6; ++k) {
     ASSERT_TRUE(Eventually(
         [&] { return !driver.IsLocalFramePlaying(0) && !driver.IsLocalFramePlaying(1); }));
@@ -85,11 +83,18 @@ TEST(CaptureFusion, GivesThePointsThatTheDriverOfSeveralSensorsGives) {
   EXPECT_FALSE(fusion.Next(robot.cloud, robot.shares));
 }
 
+/// The first capture has small frames: its thread waits for room while the second one's frame comes.
 TEST(CaptureFusion, EndsItsThreadsWhenItIsLeftInTheMiddle) {
   Robot robot;
+  test::CaptureBuilder small;
+  for (int i = 0; i < 40; ++i) small.Udp(test::JuniqPacket().Block(63, test::kMarker));
+  robot.params[0].input_param.pcap_file = small.Write(robot.front.dir / "small.pcap");
+  std::vector<int> all(40);
+  std::iota(all.begin(), all.end(), 0);
   const auto threads = test::ThreadsAtRest();
   for (int taken = 0; taken < 6; ++taken) {
-    auto fusion = std::make_unique<CaptureFusion<Cloud>>(robot.Frames({0, 2, 3, 5}));
+    auto fusion = std::make_unique<CaptureFusion<Cloud>>(std::vector<FramesWanted>{
+        Wanted("front", robot.params[0], all), Wanted("rear", robot.params[1], {0, 2, 3, 5})});
     for (int i = 0; i < taken; ++i) EXPECT_EQ(fusion->Next(robot.cloud, robot.shares), i < 4);
     EXPECT_TRUE(taken != 3 || (robot.shares[0].frame == 2 && robot.shares[1].frame == 3));
     MustEnd("the fusion", [&] { fusion.reset(); });
