@@ -104,24 +104,14 @@ TEST(CaptureFusion, EndsItsThreadsWhenItIsLeftInTheMiddle) {
 
 TEST(CaptureFusion, NamesTheSensorWhoseCaptureFails) {
   Robot robot;
-  test::CaptureBuilder builder;  // a frame in three clouds, then one without an end
-  for (int i = 0; i < 4000 + 16 * 1563; ++i) {
-    const test::JuniqPacket packet;
-    builder.Udp(i == 3999 ? test::JuniqPacket(packet).Block(63, test::kMarker) : packet);
-  }
+  test::CaptureBuilder endless;  // the driver ends a cloud with 1563 packets
+  for (int i = 0; i < 16 * 1563 + 1; ++i) endless.Udp(test::JuniqPacket());
   auto lost = robot.params[1];
-  lost.input_param.pcap_file = builder.Write(robot.front.dir / "lost.pcap");
-  lost.calibration_param.check_folder.clear();
-  FrameStream<Cloud> joined(Wanted("rear", lost, {0}));
-  const auto frame = joined.Next();
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->cloud->points.size(), 4000U * 64) << "in three clouds of the driver";
-  EXPECT_FALSE(joined.Next());
-
+  lost.input_param.pcap_file = endless.Write(robot.front.dir / "lost.pcap");
   auto gone = robot.params[1];
   gone.input_param.pcap_file += "x";
   const std::pair<FramesWanted, const char*> rows[] = {
-      {Wanted("rear", lost, {0, 1}), "rear: frame 1 has no end"},
+      {Wanted("rear", lost, {0}), "rear: frame 0 has no end"},
       {Wanted("rear", gone, {0}), "rear: the driver cannot open"},
       {Wanted("rear", robot.params[1], {0, 7}), "pcap has changed: the driver finds fewer"}};
   for (const auto& [wanted, sentence] : rows) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <cstddef>
@@ -81,6 +83,7 @@ class FrameStream {
 
  private:
   void Run() {
+    ::pthread_setname_np(::pthread_self(), "orliq-frames");
     std::exception_ptr fault;
     try {
       PlayAll();
