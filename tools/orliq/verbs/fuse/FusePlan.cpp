@@ -73,11 +73,11 @@ void RequireFirstFrame(const std::string& path, const FusedSensor& fused, bool p
     Refuse(path, sensor, ExitCode::kNoData,
            "no whole frame is in " + sensor.capture + (partial ? "" : ": --partial takes others"));
   }
-  if (!sensor.first_frame || std::binary_search(usable.begin(), usable.end(), *sensor.first_frame))
-    return;
+  const int first = sensor.first_frame.value_or(usable.front());
+  if (std::binary_search(usable.begin(), usable.end(), first)) return;
   Refuse(path, sensor, ExitCode::kUsage,
-         "first_frame " + std::to_string(*sensor.first_frame) + " is no whole frame of " +
-             sensor.capture + ": those are " + std::to_string(usable.front()) + " to " +
+         "first_frame " + std::to_string(first) + " is no whole frame of " + sensor.capture +
+             ": those are " + std::to_string(usable.front()) + " to " +
              std::to_string(usable.back()) + (partial ? "" : ", --partial takes others"));
 }
 
