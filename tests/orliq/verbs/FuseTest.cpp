@@ -119,7 +119,10 @@ TEST_F(Fuse, TakesOneRecordingOfAllSensorsApart) {
             of_front("c", ", source: 192.168.1.200")});
   const json sums = FuseJson(0);
   EXPECT_EQ(sums["fused_clouds"], 2);
-  for (const json& sensor : sums["sensors"]) EXPECT_EQ(sensor["senders"].size(), 1U);
+  for (const json& sensor : sums["sensors"]) {
+    EXPECT_EQ(sensor["senders"].size(), 1U);
+    EXPECT_EQ(sensor["points_per_frame"]["max"], 49115);
+  }
   const std::pair<const char*, const char*> rows[] = {
       {"",
        "sensors.yaml:3: b: packets that fit juniq go to several ports: choose one with port: ("},
@@ -158,15 +161,18 @@ TEST_F(Fuse, RefusesWhatCannotBeFusedAndSaysWhere) {
 }
 
 TEST_F(Fuse, GivesAFrameThatComesInSeveralCloudsAsOne) {
-  Capture("front", "juniq --frames 6 --seed 27 --drop 0.6 --no-radius-filter");
+  Capture("front", "juniq --frames 60 --seed 1 --drop 0.6 --no-radius-filter");
   Describe({Juniq("front")});
-  FuseJson(0, "--out f --partial");
+  const json fused = FuseJson(0, "--out f --partial");
   const json played = RunJson(
       "play front.pcap --model juniq --check-folder tables-front --out p --partial --quiet");
   std::map<int, std::string> frames;
   for (const json& cloud : played["clouds"]) frames[cloud["frame"]] += Points(cloud["file"]);
   EXPECT_GT(played["clouds"].size(), frames.size()) << "no frame came in several clouds";
-  for (const auto& [frame, points] : frames) EXPECT_TRUE(Points("f", frame) == points) << frame;
+  EXPECT_GE(fused["clouds"].size() + 1, frames.size()) << "at most an empty end is left out";
+  for (const json& cloud : fused["clouds"]) {
+    EXPECT_TRUE(Points(cloud["file"]) == frames[cloud["frames"][0]["frame"]]) << cloud["round"];
+  }
 }
 
 TEST_F(Fuse, EndsWithLossesWhenACaptureIsDamagedOrTheUserHasEnough) {
