@@ -92,6 +92,10 @@ class ORLIQ_API OrliqMultiDriver {
   /// be called from any thread while no InitDriver runs. False before the first one.
   bool GetFusionRound(orliq::lidar::FusionRound& round) const;
 
+  /// Whether a new frame of that sensor waits for those of the others: a sensor without one holds the
+  /// round up. May be called from any thread while no InitDriver runs.
+  bool IsFrameWaiting(std::size_t sensor) const;
+
  private:
   struct ORLIQ_LOCAL Impl;
   std::shared_ptr<Impl> impl;

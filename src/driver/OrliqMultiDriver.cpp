@@ -235,5 +235,11 @@ bool OrliqMultiDriver<T>::GetFusionRound(orliq::lidar::FusionRound& round) const
   return latest.has_value();
 }
 
+template <typename T>
+bool OrliqMultiDriver<T>::IsFrameWaiting(std::size_t sensor) const {
+  const auto* const manager = impl->Sensor(sensor);
+  return manager != nullptr && manager->Slot()->HasNewPointCloud();
+}
+
 #define ORLIQ_INSTANTIATE(CLOUD) template class OrliqMultiDriver<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)

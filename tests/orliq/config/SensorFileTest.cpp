@@ -125,16 +125,13 @@ sensors:
 
 TEST_F(ASensorFile, TellsWhereAValueOfASensorIsWrong) {
   ExpectRefusals(R"(
-port: abc => 3: port: expected a whole number from 1 to 65535, found the text 'abc'
+port: 0x10 => 3: port: expected a whole number from 1 to 65535, found the text '0x10'
 port: 0 => 3: port: expected a whole number from 1 to 65535, found 0
 port: 65536 => 3: port: expected
-port: 99999999999999999999 => 3: port: expected a whole number from 1 to 65535, found 99999999999
 port: 12.0 => 3: port: expected a whole number from 1 to 65535, found 12.0
-port: 0x10 => 3: port: expected a whole number from 1 to 65535, found the text '0x10'
 port: +-5 => 3: port: expected a whole number from 1 to 65535, found the text '+-5'
 port: '12' => 3: port: expected a whole number from 1 to 65535, found the text '12' in quotes
 port: => 3: port: expected a whole number from 1 to 65535, found nothing
-params_local_port: 0 => 3: params_local_port: expected a whole number from 1 to 65535, found 0
 first_frame: -1 => 3: first_frame: expected a whole number from 0 to 2147483647, found -1
 extrinsics: {x: nan} => 3: extrinsics.x: expected a number from -100000 to 100000 m, found the text
 extrinsics: {x: 100001} => 3: extrinsics.x: expected
@@ -146,16 +143,20 @@ gates: {min_distance: 2e3} => 3: gates: min_distance 2000 is above max_distance 
 gates: {max_azimuth: -91} => 3: gates: min_azimuth -90 is above max_azimuth -91
 gates: {min_elevation: 91} => 3: gates: min_elevation 91 is above max_elevation 90
 address: localhost => 3: address: expected an IPv4 address of this machine, or 0.0.0.0 for all
+address: 224.0.0.1 => 3: address: expected
 source: 0.0.0.0 => 3: source: expected the IPv4 address of a sender, found the text '0.0.0.0'
 source: 255.255.255.255 => 3: source: expected
 params_from: 127.0.0.1 => 3: params_from: 127.0.0.1: write an address, a colon and a port
+params_from: '127.0.0.1 :1' => 3: params_from: expected the address of a sensor
 params_from: 0.0.0.0:1 => 3: params_from: expected the address of a sensor, a colon and a port
 check_folder: '' => 3: check_folder: expected the path of a folder, found the text '' in quotes
 check_folder: "a\0b" => 3: check_folder: expected the path of a folder, found the text 'a?b' in
 check_folder: "a\x7F" => 3: check_folder: expected
 model: juniq => 3: repeated key 'model', which stands in line 2
 prot: 1 => 3: unknown key 'prot' (did you mean port?), expected one of name, model, port, address
-zebra: 1 => 3: unknown key 'zebra', expected one of name
+extrins: 1 => 3: unknown key 'extrins', expected one of name
+extrinsics: {w: 1} => 3: extrinsics: unknown key 'w', expected one of x, y, z, roll, pitch, yaw
+[1]: 1 => 3: expected a key (one of name, model, port
 <<: {} => 3: merge keys (<<) are not taken
 port: 1}, front, { => 3: expected a mapping (of name, model, port, address, source, check_folder
 port: 1}, {model: juniq => 3: this sensor has no name
@@ -172,7 +173,7 @@ TEST_F(ASensorFile, TellsWhatDoesNotGoTogether) {
   ExpectRefusals(R"(
  => 2: sensor a has neither port nor capture
 port: 1, first_frame: 0 => 3: first_frame: only a capture has
-port: 1, params_local_port: 2 => 3: params_local_port: it is of use with params_from only
+port: 1, params_local_port: 2 => 3: params_local_port: it has no use without params_from
 capture: c, address: 127.0.0.1 => 3: address: a capture is not listened to
 capture: c, params_from: 127.0.0.1:1 => 3: params_from: a capture has no one to ask
 capture: c, params_local_port: 1 => 3: params_local_port: a capture has no one to ask
@@ -207,7 +208,9 @@ TEST_F(ASensorFile, TellsWhereTheFileAsAWholeIsWrong) {
   ExpectRefusal("sensors: {name: a}", "1: sensors: expected a list of sensors, found a mapping");
   ExpectRefusal("sensors: []", "1: sensors: expected 1 to 256 sensors, found 0");
   ExpectRefusal(many, "1: sensors: expected 1 to 256 sensors, found 257");
-  ExpectRefusal("defaults: {name: a}\n" + good, "1: defaults: unknown key 'name'");
+  ExpectRefusal("defaults: {name: a}\n" + good,
+                "1: defaults: unknown key 'name', expected one of model, port, address, source, "
+                "check_folder, params_from, first_frame, gates, extrinsics");
   ExpectRefusal("defaults: {port: x}\n" + good, "1: defaults.port: expected a whole number");
   ExpectRefusal("defaults: {params_from: '127.0.0.1:1', check_folder: c}\n" + good,
                 "1: defaults.params_from: expected either");
@@ -250,19 +253,18 @@ TEST_F(ASensorFile, ThatCannotBeReadIsAFaultOfTheFile) {
               testing::AllOf(StartsWith("4: cannot read /"), HasSubstr("it is larger than 1 MiB")));
 }
 
-TEST_F(ASensorFile, OfTheExamplesPutsEverySensorAtItsPlace) {
-  const auto two = ReadSensorFile(ORLIQ_EXAMPLES "/two-sensors.yaml").sensors;
-  ASSERT_EQ(two.size(), 2U);
-  EXPECT_EQ(two[1].decoder.transform_param.yaw, 180.0F);
-  EXPECT_EQ(*two[1].check_folder, ORLIQ_EXAMPLES "/rear-check");
-  const auto eight = ReadSensorFile(ORLIQ_EXAMPLES "/eight-sensors.yaml").sensors;
-  ASSERT_EQ(eight.size(), 8U);
-  for (std::size_t i = 0; i < eight.size(); ++i) {
-    const lidar::TransformParam& pose = eight[i].decoder.transform_param;
-    EXPECT_EQ(eight[i].port, 2368 + i);
-    const double yaw = pose.yaw * 0.0174533;
-    EXPECT_EQ(std::remainder(pose.yaw - 45.0 * static_cast<double>(i), 360.0), 0.0);
-    EXPECT_GT(std::cos(yaw) * pose.x + std::sin(yaw) * pose.y, 0.9) << "it looks outwards";
+TEST_F(ASensorFile, OfTheExamplesHasSensorsThatLookOutwards) {
+  const std::string examples = ORLIQ_EXAMPLES;
+  for (const auto& [name, count] :
+       {std::pair("/two-sensors.yaml", 2U), {"/eight-sensors.yaml", 8U}}) {
+    const auto sensors = ReadSensorFile(examples + name).sensors;
+    ASSERT_EQ(sensors.size(), count);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto& [enable, x, y, z, roll, pitch, yaw] = sensors[i].decoder.transform_param;
+      EXPECT_EQ(sensors[i].port, 2368 + i);
+      EXPECT_EQ(std::remainder(yaw - 360.0 / count * static_cast<double>(i), 360.0), 0.0);
+      EXPECT_GT(std::cos(yaw * 0.0174533) * x + std::sin(yaw * 0.0174533) * y, 0.9);
+    }
   }
 }
 

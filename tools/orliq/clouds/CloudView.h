@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "multi_driver/PointCloud.h"
 #include "orliq/clouds/PointFields.h"
@@ -29,17 +30,29 @@ CloudView View(const PointCloud<T>& cloud) {
           cloud.timestamp};
 }
 
-/// Points that are not exactly at the sensor's origin: those with a return inside the limits.
-template <typename T>
-std::size_t CountNonZero(const PointCloud<T>& cloud) {
-  std::size_t count = 0;
-  for (const T& point : cloud.points) {
-    const float x = point.x;
-    const float y = point.y;
-    const float z = point.z;
-    if (x != 0.0F || y != 0.0F || z != 0.0F) ++count;
+/// Where the points without a return lie [m]: at the sensor's origin.
+struct Origin {
+  float x = 0.0F;
+  float y = 0.0F;
+  float z = 0.0F;
+};
+
+/// Points of a range that are not exactly at the origin: those with a return inside the limits.
+template <typename Iterator>
+std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = {}) {
+  std::uint64_t count = 0;
+  for (; begin != end; ++begin) {
+    const float x = begin->x;
+    const float y = begin->y;
+    const float z = begin->z;
+    if (x != origin.x || y != origin.y || z != origin.z) ++count;
   }
   return count;
+}
+
+template <typename T>
+std::uint64_t CountNonZero(const PointCloud<T>& cloud) {
+  return CountNonZero(cloud.points.begin(), cloud.points.end());
 }
 
 }  // namespace orliq::cli

@@ -38,8 +38,9 @@ void SettleLive(Entry& entry) {
                     "file of a capture");
   }
   RefuseOwn(entry, "first_frame", "only a capture has a first frame");
-  if (!sensor.params_from)
-    RefuseOwn(entry, "params_local_port", "it is of use with params_from only");
+  if (!sensor.params_from) {
+    RefuseOwn(entry, "params_local_port", "it has no use without params_from");
+  }
   sensor.first_frame.reset();
 }
 

@@ -78,18 +78,23 @@ void ReadExtrinsics(const YamlValue& value, ConfiguredSensor& sensor) {
   pose.enable = 1;
 }
 
+bool IsAlphanumeric(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+/// Whether a text has nothing but letters, digits and those characters.
+bool IsWord(const std::string& text, const std::string& others) {
+  return std::all_of(text.begin(), text.end(), [&others](char c) {
+    return IsAlphanumeric(c) || others.find(c) != std::string::npos;
+  });
+}
+
 /// Fit for names of files, so ".." and "-f" are none.
 void ReadName(const YamlValue& value, ConfiguredSensor& sensor) {
   const std::string what = "a name of up to " + std::to_string(kMaxName) +
                            " letters, digits, '-', '_' and '.' that begins with a letter or digit";
   const std::string name = value.Text(what);
-  const auto is_letter = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-  };
-  const bool good = name.size() <= kMaxName && is_letter(name[0]) &&
-                    std::all_of(name.begin(), name.end(), [&is_letter](char c) {
-                      return is_letter(c) || c == '-' || c == '_' || c == '.';
-                    });
+  const bool good = name.size() <= kMaxName && IsAlphanumeric(name[0]) && IsWord(name, "-_.");
   if (!good) value.Expect(what);
   sensor.name = name;
 }
@@ -154,6 +159,7 @@ void ReadCheckFolder(const YamlValue& value, ConfiguredSensor& sensor) {
 void ReadParamsFrom(const YamlValue& value, ConfiguredSensor& sensor) {
   constexpr char kWhat[] = "the address of a sensor, a colon and a port, as 192.168.1.200:2400";
   const std::string text = value.Text(kWhat);
+  if (!IsWord(text, "-_.:")) value.Expect(kWhat);  // no name to ask the network for
   try {
     sensor.params_from = ParseHostPort("params_from:", text);
   } catch (const Failure& fault) {

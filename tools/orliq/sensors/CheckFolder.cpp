@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/PlainText.h"
@@ -80,26 +79,25 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 }
 
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
-                        const Console& console) {
-  for (const std::string& remark : CalibrationRemarks(model, folder)) console.Note(remark);
-}
-
-std::vector<std::string> CalibrationRemarks(const Model& model,
-                                            const std::optional<std::string>& folder,
-                                            const SensorWords& words) {
-  const std::string word = words.check_folder;
+                        const Remarks& remarks) {
+  const std::string setting = remarks.Setting("check-folder");
   if (!folder) {
-    if (!model.needs_tables) return {};
-    return {"without " + word + " all points lie straight ahead, at uncorrected ranges"};
+    if (model.needs_tables) {
+      remarks.Note("without " + setting + " all points lie straight ahead, at uncorrected ranges");
+    }
+    return;
   }
   if (!model.needs_tables) {
-    return {std::string(model.name) + " needs no calibration: " + word + " has no effect"};
+    remarks.Note(std::string(model.name) + " needs no calibration: " + setting + " has no effect");
+    return;
   }
-  CheckFolderReport report = ExamineCheckFolder(model, *folder);
-  if (report.complete) return std::move(report.remarks);
-  throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
-                                          "\norliq check-params DIR --model " + model.name +
-                                          " tells more, and the rules");
+  const CheckFolderReport report = ExamineCheckFolder(model, *folder);
+  if (!report.complete) {
+    throw Failure(ExitCode::kFileFault, CheckFolderFault(model, *folder, report) +
+                                            "\norliq check-params DIR --model " + model.name +
+                                            " tells more, and the rules");
+  }
+  for (const std::string& remark : report.remarks) remarks.Note(remark);
 }
 
 std::string TableWordIn(const std::string& path) {

@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "orliq/sensors/Models.h"
-#include "orliq/sensors/SensorWords.h"
-#include "orliq/terminal/Console.h"
+#include "orliq/terminal/Remarks.h"
 
 namespace orliq::lidar {
 class ParamService;
@@ -37,12 +36,7 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 /// load or two files give it, also for an empty name, and remarks on a folder that was not named or
 /// has files of no use.
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
-                        const Console& console);
-
-/// The same, with the remarks handed back.
-std::vector<std::string> CalibrationRemarks(const Model& model,
-                                            const std::optional<std::string>& folder,
-                                            const SensorWords& words = {});
+                        const Remarks& remarks);
 
 /// The word in `path` by which a table file is recognised, or nothing. Such a word in the path of a
 /// folder makes every file in it count as that table.

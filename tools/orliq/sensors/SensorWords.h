@@ -8,10 +8,9 @@ struct SensorWords {
   const char* model = "--model";
   const char* port = "--port";
   const char* source = "--source";
-  const char* check_folder = "--check-folder";
 };
 
 /// Likewise in the file that describes several.
-inline constexpr SensorWords kFileWords = {"model:", "port:", "source:", "check_folder:"};
+inline constexpr SensorWords kFileWords = {"model:", "port:", "source:"};
 
 }  // namespace orliq::cli

@@ -42,11 +42,10 @@ void RequireFrames(const std::string& path, const ConfiguredSensor& sensor) {
 void ExamineSensors(const SensorFile& file, const Console& console) {
   for (const ConfiguredSensor& sensor : file.sensors) RequireFrames(file.path, sensor);
   for (const ConfiguredSensor& sensor : file.sensors) {
-    const auto remarks =
-        ForSensor(file.path, sensor, [&] { return ExamineSource(MakeSource(sensor)); });
-    for (const std::string& remark : remarks) console.Note(sensor.name + ": " + remark);
+    const Remarks remarks(console, sensor.name);
+    ForSensor(file.path, sensor, [&] { ExamineSource(MakeSource(sensor), remarks); });
     if (sensor.decoder.transform_param.enable == 0 || sensor.model->transforms_points) continue;
-    console.Note(sensor.name + ": extrinsics have no effect on " + sensor.model->name + " points");
+    remarks.Note(std::string("extrinsics have no effect on ") + sensor.model->name + " points");
   }
 }
 

@@ -11,14 +11,15 @@
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/Silence.h"
+#include "orliq/verbs/live/FusedLive.h"
+#include "orliq/verbs/live/LiveFiles.h"
 #include "orliq/verbs/live/LiveTally.h"
 #include "orliq/verbs/live/LiveWatcher.h"
+#include "orliq/verbs/live/Watching.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {
-
-constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
 
 struct Options {
   CloudOptions cloud;
@@ -26,6 +27,7 @@ struct Options {
   FrameChoice choice;
   std::optional<std::string> params_from;
   UploadRequest upload;
+  std::string config;  ///< of several sensors; empty: of one, by the options above
 };
 
 lidar::DriverParam MakeParam(const Options& options, const Model& model) {
@@ -46,44 +48,6 @@ void RequireFramesToCome(const Options& options, const Model& model) {
   throw Failure(ExitCode::kUsage, std::string(model.name) +
                                       " packets complete no frame, so --frames would never end: "
                                       "use --duration");
-}
-
-/// Null when no files are wanted.
-std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
-  const auto& [out, format, force] =
-      std::tie(options.cloud.output.out, options.cloud.output.format, options.cloud.output.force);
-  if (out.empty()) return nullptr;
-  if (options.choice.frames != 1 && ExamineTarget(out, format, force).single_file) {
-    throw Failure(ExitCode::kUsage, "--out " + out +
-                                        " is one file, which takes one frame: name a "
-                                        "folder, or add --frames 1");
-  }
-  return std::make_unique<CloudSaver>(out, format, force);
-}
-
-/// Looks at the counts until it is time to end.
-LiveTally Watch(const Options& options, const Model& model, LiveSource& source,
-                const Console& console) {
-  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, source, console);
-  while (!watcher.Over() && !WaitForInterrupt(kPass)) {
-    watcher.Look();
-    watcher.Show();
-  }
-  source.Stop();
-  watcher.Conclude();
-  return watcher.Tally();
-}
-
-/// Writes what waits, and says the first fault, unless it came while the watcher looked.
-void FinishFiles(CloudSaver& saver, const std::string& out, const Console& console,
-                 LiveTally& tally) {
-  saver.Finish();
-  tally.files = FilesText(saver.Writer(), out);
-  tally.files_written = saver.Writer().Files();
-  CloudSaver::Losses& told = tally.counts.not_written;
-  const CloudSaver::Losses found = saver.Found();
-  if (told.faults == 0 && found.faults > 0) console.Note(found.first_fault);
-  told = found;
 }
 
 void RequirePorts(const Options& options, const Console& console) {
@@ -117,7 +81,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
-  const auto saver = MakeSaver(options);
+  const auto saver = MakeLiveSaver(options.cloud.output, options.choice, CloudSaver::kRoom);
   if (options.cloud.output.verbose) console.ShowLibraryLines();
   const auto source = MakeSource(options, saver.get());
   const std::string where = EndpointText(options.listen.address, options.listen.port);
@@ -127,56 +91,79 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   console.Note("listening on " + where + ", Ctrl-C ends it");
   console.Note(NoPointsText(model));
   console.Note(TransformRemark(options.cloud, model));
-  LiveTally tally = Watch(options, model, *source, console);
+  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, *source, console);
+  LiveTally tally = WatchUntilOver(watcher, *source);
   tally.model = &model;
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
-  if (saver) FinishFiles(*saver, options.cloud.output.out, console, tally);
+  if (saver) {
+    CloudSaver::Losses& losses = tally.counts.not_written;
+    tally.files = FinishFiles(*saver, options.cloud.output.out, losses, console);
+  }
   return tally;
 }
 
-/// Says what the table's losses mean.
-void Explain(const LiveTally& tally, const Console& console) {
-  const auto& packets = tally.counts.packets;
-  if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
-  if (packets.refused_length + packets.refused_identifier > 0) {
-    console.Note(
-        "packets of other kinds came to the port: orliq record keeps them, and orliq info "
-        "then tells who sent them");
-  }
-}
-
-void RequirePackets(const Options& options, const LiveTally& tally) {
+void RequirePackets(const Options& options, const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
   if (packets.decoded > 0) return;
   throw Failure(
       ExitCode::kNoData,
-      WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
-                         tally.model, packets.received, packets.refused_length,
-                         packets.last_refused_length, options.choice.source, packets.other_source,
-                         SenderText(packets.first_sender)}));
+      WhyNothingArrived(
+          {options.listen.address, options.listen.port, tally.reception.seconds, tally.model,
+           packets.received, packets.refused_length, packets.last_refused_length,
+           options.choice.source, packets.other_source, SenderText(packets.first_sender)},
+          console));
 }
 
-ExitCode Run(Options options, Console& console) {
-  console.SetQuiet(options.listen.quiet);
+ExitCode RunOne(Options options, Console& console) {
   const Model& model = KnownModel(options.cloud.model);
   RequireFramesToCome(options, model);
   options.upload = MakeUpload(options, model, console);
-  options.choice.lenient = options.upload.lenient;
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   console.Print(tally.MakeReport());
   if (!tally.refused_tables.empty()) {
     throw MissingTables(model, tally.refused_tables, "no frame was decoded with them");
   }
-  RequirePackets(options, tally);
-  Explain(tally, console);
-  if (tally.LacksTables()) {
+  RequirePackets(options, tally, console);
+  ExplainLosses(tally.counts.packets, console);
+  if (LacksTables(tally.counts.packets)) {
     throw UploadFailure(options.upload, tally.counts.packets.upload, tally.reception.seconds,
                         "live ended, no frame was decoded with it");
   }
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
+}
+
+/// All that the file says of each of its sensors.
+constexpr const char* kOfOneSensor[] = {
+    "--model",       "--check-folder", "--transform",     "--min-distance",     "--max-distance",
+    "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",    "--port",
+    "--address",     "--source",       "--params-from",   "--params-local-port"};
+
+/// Which sensors are meant.
+void RequireSensors(const CLI::App& command, const Options& options) {
+  for (const char* const option : kOfOneSensor) {
+    if (options.config.empty() || command.count(option) == 0) continue;
+    throw Failure(ExitCode::kUsage,
+                  std::string(option) + " describes one sensor: with --config, the file does that");
+  }
+  if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
+    throw Failure(ExitCode::kUsage,
+                  "name one sensor with --model and --port, or several with --config");
+  }
+  if (options.upload.lenient && options.config.empty() && !options.params_from) {
+    throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
+  }
+}
+
+ExitCode Run(const CLI::App& command, Options options, Console& console) {
+  RequireSensors(command, options);
+  console.SetQuiet(options.listen.quiet);
+  options.choice.lenient = options.upload.lenient;
+  if (options.config.empty()) return RunOne(options, console);
+  return RunFusedLive({options.config, options.cloud.output, options.listen, options.choice},
+                      console);
 }
 
 void AddUploadOptions(CLI::App& command, Options& options) {
@@ -191,10 +178,31 @@ void AddUploadOptions(CLI::App& command, Options& options) {
                   "UDP port of this machine to fetch it from; any that is free without it")
       ->check(Within(1, 65535))
       ->needs(from);
+  command.add_flag("--lenient", options.upload.lenient,
+                   "take replies with calibration as they come: from another address or port, of "
+                   "other lengths");
+}
+
+void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
+  command.add_option("--frames", choice.frames, "stop after that many frames")
+      ->check(Within(1.0, 1e9));
+  command.add_flag("--partial", choice.partial,
+                   "count and write the first frame too, of which the beginning is missing");
   command
-      .add_flag("--lenient", options.upload.lenient,
-                "take its replies as they come: from another address or port, of other lengths")
-      ->needs(from);
+      .add_option("--source", choice.source,
+                  "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(HostAddress());
+}
+
+void AddConfigOption(CLI::App& command, std::string& config) {
+  command
+      .add_option("--config", config,
+                  "file that describes several sensors, instead of the options of one; their "
+                  "frames become one cloud")
+      ->check(NotEmpty());
+  for (const char* const option : {"--model", "--port"}) {
+    command.get_option(option)->required(false);
+  }
 }
 
 }  // namespace
@@ -202,26 +210,24 @@ void AddUploadOptions(CLI::App& command, Options& options) {
 Verb AddLive(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand(
-      "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
+      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
-  command->add_option("--frames", options->choice.frames, "stop after that many frames")
-      ->check(Within(1.0, 1e9));
-  command->add_flag("--partial", options->choice.partial,
-                    "count and write the first frame too, of which the beginning is missing");
-  command
-      ->add_option("--source", options->choice.source,
-                   "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(HostAddress());
+  AddChoiceOptions(*command, options->choice);
   AddUploadOptions(*command, *options);
+  AddConfigOption(*command, options->config);
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
       "from 0, which is the partial one, and their files are named after that.\n\n"
+      "With --config, fused clouds are what --frames, --partial and --out mean, and --wait is for "
+      "a packet of every sensor.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
-      "      --out frames --format pcd");
-  return {command, [options](Console& console) { return Run(*options, console); }};
+      "      --out frames --format pcd\n"
+      "  orliq live --config sensors.yaml --frames 50 --out fused");
+  return {command,
+          [command, options](Console& console) { return Run(*command, *options, console); }};
 }
 
 }  // namespace orliq::cli

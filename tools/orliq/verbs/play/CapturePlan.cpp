@@ -58,9 +58,9 @@ std::vector<std::string> MarkRemarks(const CapturePlan& plan, int first) {
 
 }  // namespace
 
-std::vector<std::string> ExamineSource(const CaptureSource& source) {
+void ExamineSource(const CaptureSource& source, const Remarks& remarks) {
   ReadableFileBytes(source.capture);
-  return CalibrationRemarks(*source.model, source.check_folder, source.words);
+  RequireCalibration(*source.model, source.check_folder, remarks);
 }
 
 CapturePlan MakeCapturePlan(const CaptureSource& source, bool quiet) {

@@ -9,6 +9,7 @@
 #include "orliq/capture/CaptureSurvey.h"
 #include "orliq/sensors/Models.h"
 #include "orliq/sensors/SensorWords.h"
+#include "orliq/terminal/Remarks.h"
 
 // What must be known of a capture before its first frame is played.
 namespace orliq::cli {
@@ -33,9 +34,9 @@ struct CapturePlan {
   bool HasMarks() const { return survey.frames.size() > 1; }
 };
 
-/// Refuses by Failure what is cheap to refuse: a file or a check folder that cannot be read. Returns
-/// remarks on the calibration.
-std::vector<std::string> ExamineSource(const CaptureSource& source);
+/// Refuses by Failure what is cheap to refuse: a file or a check folder that cannot be read. Remarks on
+/// the calibration.
+void ExamineSource(const CaptureSource& source, const Remarks& remarks);
 
 /// Surveys the capture and finds the port of the sensor's packets, unless it was given. Throws Failure
 /// when no packet fits, and says why; when several ports fit, and on an interrupt.

@@ -43,7 +43,7 @@ CapturePlan MakePlan(const PlayOptions& options, const Console& console) {
   const OutputOptions& output = options.cloud.output;
   if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
   const CaptureSource source = MakeSource(options, model);
-  for (const std::string& remark : ExamineSource(source)) console.Note(remark);
+  ExamineSource(source, console);
   console.Note(TransformRemark(options.cloud, model));
   return MakeCapturePlan(source, console.Quiet());
 }

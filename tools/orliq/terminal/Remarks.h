@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "orliq/terminal/Console.h"
+
+namespace orliq::cli {
+
+/// Remarks and failures of one sensor, that of the command line or one of several from a file: then its
+/// name stands before each, and what the user may change is a key of that file.
+class Remarks {
+ public:
+  /// The sensor of the command line. By a plain Console, as where there is one only.
+  Remarks(const Console& console) : console_(&console) {}
+
+  /// One of several. The console outlives this.
+  Remarks(const Console& console, const std::string& sensor)
+      : console_(&console), prefix_(sensor + ": ") {}
+
+  /// A remark on standard error; dropped when quiet, or empty.
+  void Note(const std::string& sentence) const {
+    if (!sentence.empty()) console_->Note(prefix_ + sentence);
+  }
+
+  /// The sentence, after the sensor's name.
+  std::string Named(const std::string& sentence) const { return prefix_ + sentence; }
+
+  /// How the user wrote it: "--check-folder", or "check_folder:", as a key.
+  std::string Setting(std::string name) const;
+
+ private:
+  const Console* console_;
+  std::string prefix_;  // empty: the only sensor
+};
+
+/// Runs `check`; the Failure that it throws then begins with the sensor's name.
+template <typename Check>
+void RequireOf(const Remarks& remarks, const Check& check) {
+  try {
+    check();
+  } catch (const Failure& failure) {
+    throw Failure(failure.Code(), remarks.Named(failure.what()));
+  }
+}
+
+}  // namespace orliq::cli
