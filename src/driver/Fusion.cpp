@@ -7,22 +7,13 @@
 #include <thread>
 #include <utility>
 
+#include "driver/FusedCloud.h"
 #include "multi_driver/PointCloud.h"
 
 namespace orliq::lidar {
 namespace {
 
 constexpr std::chrono::microseconds kSupplierPause{100};  // until it is asked for a cloud again
-
-/// A point that has room for it tells which sensor has measured it.
-template <typename P>
-void NameSensor(P* /*points*/, std::size_t /*count*/, std::size_t /*sensor*/) {}
-
-void NameSensor(PointSource* points, std::size_t count, std::size_t sensor) {
-  for (std::size_t i = 0; i < count; ++i) {
-    points[i].source[0] = static_cast<std::uint8_t>(sensor);
-  }
-}
 
 double Seconds(std::chrono::steady_clock::duration time) {
   return std::chrono::duration<double>(time).count();
@@ -102,14 +93,11 @@ void Fusion<T>::FuseRound(const Task& task) {
 
 template <typename T>
 void Fusion<T>::Fill(T& cloud, const Frames& frames) const {
-  auto& points = cloud.points;
-  std::size_t count = points.size();
+  std::size_t count = cloud.points.size();
   for (const auto& frame : frames) count += frame.cloud->points.size();
-  points.reserve(count);
+  cloud.points.reserve(count);
   for (std::size_t sensor = 0; sensor < frames.size(); ++sensor) {
-    const auto& of_frame = frames[sensor].cloud->points;
-    points.insert(points.end(), of_frame.begin(), of_frame.end());
-    NameSensor(points.data() + points.size() - of_frame.size(), of_frame.size(), sensor);
+    AppendFrame(cloud, *frames[sensor].cloud, sensor);
   }
 }
 
