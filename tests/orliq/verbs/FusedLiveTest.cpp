@@ -53,10 +53,16 @@ class FusedLive : public test::RunningProgram {
     return "  - {name: " + name + ", port: " + std::to_string(sensor.port) + ", " + more + "}\n";
   }
   void Fuse(const Source& source, std::ptrdiff_t front, std::ptrdiff_t rear) {
-    const std::uint64_t before = source.Counts().rounds;
+    const FusedCounts before = source.Counts();
     Front().Send(front);
+    // Once a byte behind the frame is refused, the frame has ended, whatever the threads' turns are.
+    test::SendAll({{0}}, Front().port);
+    ASSERT_TRUE(test::Eventually([&] {
+      return source.Counts().sensors[0].packets.refused_length >
+             before.sensors[0].packets.refused_length;
+    }));
     Rear().Send(rear);
-    ASSERT_TRUE(test::Eventually([&] { return source.Counts().rounds > before; }));
+    ASSERT_TRUE(test::Eventually([&] { return source.Counts().rounds > before.rounds; }));
   }
   /// The points of a frame as play writes them, without the line of names.
   std::string Played(const Sensor& sensor, int frame, const std::string& more) {

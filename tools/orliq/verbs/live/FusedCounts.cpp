@@ -23,20 +23,19 @@ void TimeSpread::Add(double seconds) {
 void FusionCounter::Add(Kind kind, const lidar::FusionRound& round,
                         const std::vector<std::uint64_t>& non_zero) {
   const std::uint64_t points = PointsOf(round);
-  {
-    const std::lock_guard lock(mutex_);
-    ++counted_.rounds;
-    counted_.last_skew_s = round.skew_s;
-    for (std::size_t i = 0; i < sensors_.size(); ++i) {
-      sensors_[i].ended += 1 + round.sensors[i].overwritten;
-    }
-    if (round.number == 1 && kind != Kind::kBeforeTables) counted_.partial_points = points;
-    if (kind == Kind::kEmpty) ++counted_.empty_clouds;
-    if (kind == Kind::kBeforeTables) ++counted_.clouds_before_tables;
+  if (kind == Kind::kCounts) {
+    AddFrames(round, non_zero);
+    clouds_.Add(points, std::accumulate(non_zero.begin(), non_zero.end(), std::uint64_t{0}));
   }
-  if (kind != Kind::kCounts) return;
-  AddFrames(round, non_zero);
-  clouds_.Add(points, std::accumulate(non_zero.begin(), non_zero.end(), std::uint64_t{0}));
+  const std::lock_guard lock(mutex_);
+  counted_.last_skew_s = round.skew_s;
+  for (std::size_t i = 0; i < sensors_.size(); ++i) {
+    sensors_[i].ended += 1 + round.sensors[i].overwritten;
+  }
+  if (round.number == 1 && kind != Kind::kBeforeTables) counted_.partial_points = points;
+  if (kind == Kind::kEmpty) ++counted_.empty_clouds;
+  if (kind == Kind::kBeforeTables) ++counted_.clouds_before_tables;
+  ++counted_.rounds;  // what is counted of them is there, for whoever has seen the round
 }
 
 void FusionCounter::AddFrames(const lidar::FusionRound& round,
