@@ -27,10 +27,7 @@ bool Fusion<T>::StartFusion(Slots slots, Receiver receiver, Supplier supplier) {
   worker_.Join();
   task_ = std::make_shared<const Task>(
       Task{std::move(slots), std::move(receiver), std::move(supplier)});
-  {
-    const std::lock_guard<std::mutex> lock(round_mutex_);
-    round_.reset();
-  }
+  ForgetRound();
   return worker_.Start("orliq-fusion", this->shared_from_this(), [this] { Run(); });
 }
 
@@ -42,6 +39,12 @@ void Fusion<T>::StopFusion() {
 }
 
 template <typename T>
+void Fusion<T>::ForgetRound() {
+  const std::lock_guard<std::mutex> lock(round_mutex_);
+  round_.reset();
+}
+
+template <typename T>
 std::optional<FusionRound> Fusion<T>::LatestRound() const {
   const std::lock_guard<std::mutex> lock(round_mutex_);
   return round_;
@@ -49,10 +52,14 @@ std::optional<FusionRound> Fusion<T>::LatestRound() const {
 
 template <typename T>
 void Fusion<T>::Run() {
-  cloud_ = task_->supplier();
   while (worker_.Running()) {
     const auto task = task_;  // a callback may stop this one and start another
-    if (HasCloud(*task) && WaitForAll(*task)) FuseRound(*task);
+    const bool has_cloud = HasCloud(*task);
+    if (task != task_) {
+      cloud_.reset();  // the new one has a supplier of its own
+    } else if (has_cloud && WaitForAll(*task)) {
+      FuseRound(*task);
+    }
   }
   cloud_.reset();
 }
@@ -86,8 +93,8 @@ void Fusion<T>::FuseRound(const Task& task) {
   Fill(*cloud_, frames);
   NoteRound(frames);
   frames.clear();  // their memory is free while the application works
-  const auto cloud = std::exchange(cloud_, nullptr);
-  if (task.receiver) task.receiver(cloud);
+  auto cloud = std::exchange(cloud_, nullptr);
+  if (task.receiver) task.receiver(std::move(cloud));
   for (const auto& slot : task.slots) slot->ResetFusionState();
 }
 

@@ -150,6 +150,22 @@ TEST(MultiDriver, StopsRestartsAndEndsFromInsideTheReceiver) {
   EXPECT_TRUE(robot.Open() && robot.Round());
 }
 
+TEST(MultiDriver, AsksStrictlyForTheCalibrationOfASensor) {
+  Robot robot;
+  robot.params[0].param_source = 1;
+  robot.params[0].calibration_param.remote_address = "127.0.0.1";
+  robot.params[0].calibration_param.remote_port = robot.sensor.port();
+  robot.driver->SetStrictUpload(true);
+  ASSERT_TRUE(robot.Open());
+  sockaddr_in asker = {};
+  ASSERT_TRUE(robot.sensor.Receive(test::kDeadline, &asker)) << "a request";
+  test::LoopbackSocket(INADDR_LOOPBACK + 8).Send(ntohs(asker.sin_port), "?", 1);
+  DriverStatistics statistics;
+  EXPECT_TRUE(Eventually([&] {
+    return robot.driver->GetStatistics(0, statistics) && statistics.upload.other_source == 1;
+  })) << "only a strict upload counts them apart";
+}
+
 TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
   const test::SimulatedCapture glavor(1, {}, "glavor");
   const test::SimulatedCapture juniq(2);
@@ -163,6 +179,7 @@ TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
   ASSERT_TRUE(Eventually([&] { return robot.driver->GetLocalFileStatus(frames); }));
   EXPECT_EQ(frames, 2) << "of the shorter one, with what is behind its last mark";
   EXPECT_FALSE(robot.driver->SetLocalFrame(2)) << "only one of them has it";
+  ASSERT_TRUE(Eventually([&] { return robot.driver->IsFrameWaiting(1); })) << "that one plays it";
   ASSERT_TRUE(Eventually([&] { return !robot.driver->IsLocalFramePlaying(1); }));
   ASSERT_TRUE(robot.driver->SetLocalFrame(0));
   ASSERT_TRUE(Eventually([&] { return robot.Clouds() == 1; }));
