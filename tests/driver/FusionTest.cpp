@@ -68,6 +68,12 @@ struct Sensors {
   }
 };
 
+TEST(Wakeup, KeepsASignalForTheNextWait) {
+  Wakeup wakeup;
+  wakeup.Signal();
+  MustEnd("the wait", [&] { wakeup.Wait(); });
+}
+
 TEST(Fusion, ARoundHasTheLatestFrameOfEverySensorInTheirOrder) {
   struct Put {
     std::size_t sensor;

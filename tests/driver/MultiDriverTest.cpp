@@ -117,6 +117,8 @@ TEST(MultiDriver, KeepsTheSensorsBeforeOneThatFails) {
   EXPECT_TRUE(robot.Round());
   EXPECT_FALSE(robot.driver->InitDriver({0, 1, nullptr}));
 
+  FusionRound round;
+  EXPECT_FALSE(robot.driver->GetFusionRound(round)) << "of the sensors that there are no more";
   ASSERT_TRUE(robot.driver->InitDriver({}));
   EXPECT_TRUE(robot.driver->Start());
   int status = 7;
