@@ -78,12 +78,13 @@ class FusedLive : public test::RunningProgram {
 
 TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOnes) {
   CloudSaver saver((dir_ / "f").string(), "csv");
-  const SensorFile file = ReadSensorFile(Describe(folder_));
+  const SensorFile file = ReadSensorFile(Describe("source: 127.0.0.1, " + folder_));
   FrameChoice choice;
   choice.frames = 2;
   Source source(file.sensors, choice, &saver);
   ASSERT_TRUE(source.Open());
   Fuse(source, 0, 0);
+  test::LoopbackSocket(INADDR_LOOPBACK + 1).Send(Front().port, "", 1);
   Front().Send(1);
   ASSERT_TRUE(test::Eventually([&] { return source.Counts().sensors[0].waits; }));
   EXPECT_FALSE(source.Counts().sensors[1].waits);
@@ -101,6 +102,7 @@ TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOn
   EXPECT_EQ(counts.clouds.points, front.frames.points + rear.frames.points);
   EXPECT_EQ(counts.clouds.non_zero, front.frames.non_zero + rear.frames.non_zero);
   EXPECT_LT(rear.frames.non_zero, rear.frames.points);
+  EXPECT_EQ(front.packets.other_source, 1U);
   EXPECT_TRUE(front.overwritten == 1 && rear.overwritten == 0);
   EXPECT_TRUE(front.ended == 4 && rear.ended == 3);
   EXPECT_GE(front.max_age_s, rear.median_age_s) << "the rear one's frames came last";
@@ -174,6 +176,14 @@ TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {
   }
   ExpectRefusal({"live --model juniq", 2, "or several with --config"});
   ExpectRefusal({"live --model juniq --port 9 --lenient", 2, "--lenient needs --params-from"});
+}
+
+TEST(FusedTally, HasTheLossesOfEverySensor) {
+  FusedTally tally;
+  tally.counts.sensors.resize(2);
+  EXPECT_FALSE(tally.HasLosses());
+  tally.counts.sensors[1].packets.refused_length = 1;
+  EXPECT_TRUE(tally.HasLosses());
 }
 
 /// What a sensor has sent by a moment, and what that says.
