@@ -208,6 +208,7 @@ TEST(HoldUpWatch, TellsWhyASensorHoldsTheOthersUp) {
       {{1.0, 9, 0, 0, 0, false, HoldUp::kNone, "too early to tell"},
        {4.1, 9, 0, 3.1, 0, false, HoldUp::kRefused, "no packet was of its model"}},
       {{1.0, 9, 9, 0, 0, true, HoldUp::kNone, "the others hold it up"},
+       {3.0, 50, 50, 0, 0, true, HoldUp::kNone, "still"},
        {4.9, 98, 98, 0, 0, true, HoldUp::kNone, "and for long"},
        {5.0, 99, 99, 0, 1, false, HoldUp::kNone, "no longer"},
        {5.3, 100, 100, 0, 1, false, HoldUp::kNone, "the next frame begins"},
