@@ -37,6 +37,7 @@ struct Robot {
   static sim::SensorOptions OfSeed(std::uint64_t seed) {
     sim::SensorOptions options;
     options.seed = seed;
+    options.start_time_s += 0.02;  // but a cloud has the time of the first sensor
     return options;
   }
 

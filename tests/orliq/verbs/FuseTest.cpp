@@ -66,6 +66,14 @@ TEST_F(Fuse, PutsTheFramesOfPlayTogetherUntilTheShortestCaptureEnds) {
   EXPECT_TRUE(sums["time_apart_s"].is_null()) << "only one of them has time";
   EXPECT_EQ(sums["clouds"][2]["frames"][0]["frame"], 4);
   EXPECT_EQ(sums["sensors"][0]["frames_unused"], 2);
+  Capture("side", "corvik --frames 5");
+  for (const std::string pose : {"", ", extrinsics: {x: 1}"}) {
+    Describe({"name: side, model: corvik, capture: side.pcap, first_frame: 2" + pose});
+    const json side = FuseJson(0, "--out s --force");
+    const json played = RunJson("play side.pcap --model corvik --frames 2:5 --out p --force");
+    EXPECT_EQ(side["non_zero_points"], played["non_zero_points"]);
+    EXPECT_TRUE(Points("s", 0) == Points("p", 2) || !pose.empty());
+  }
   Describe({"name: top, model: kelvane, capture: top.pcap"});
   EXPECT_EQ(FuseJson(0)["sensors"][0]["first_frame"], 1);
   EXPECT_EQ(FuseJson(0, "--partial")["sensors"][0]["first_frame"], 0);

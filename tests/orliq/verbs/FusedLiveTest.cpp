@@ -78,12 +78,13 @@ class FusedLive : public test::RunningProgram {
 
 TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOnes) {
   CloudSaver saver((dir_ / "f").string(), "csv");
-  const SensorFile file = ReadSensorFile(Describe(folder_));
+  const SensorFile file = ReadSensorFile(Describe("source: 127.0.0.1, " + folder_));
   FrameChoice choice;
   choice.frames = 2;
   Source source(file.sensors, choice, &saver);
   ASSERT_TRUE(source.Open());
   Fuse(source, 0, 0);
+  test::LoopbackSocket(INADDR_LOOPBACK + 1).Send(Front().port, "", 1);
   Front().Send(1);
   ASSERT_TRUE(test::Eventually([&] { return source.Counts().sensors[0].waits; }));
   EXPECT_FALSE(source.Counts().sensors[1].waits);
@@ -101,6 +102,7 @@ TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOn
   EXPECT_EQ(counts.clouds.points, front.frames.points + rear.frames.points);
   EXPECT_EQ(counts.clouds.non_zero, front.frames.non_zero + rear.frames.non_zero);
   EXPECT_LT(rear.frames.non_zero, rear.frames.points);
+  EXPECT_EQ(front.packets.other_source, 1U);
   EXPECT_TRUE(front.overwritten == 1 && rear.overwritten == 0);
   EXPECT_TRUE(front.ended == 4 && rear.ended == 3);
   EXPECT_GE(front.max_age_s, rear.median_age_s) << "the rear one's frames came last";
@@ -176,6 +178,14 @@ TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {
   ExpectRefusal({"live --model juniq --port 9 --lenient", 2, "--lenient needs --params-from"});
 }
 
+TEST(FusedTally, HasTheLossesOfEverySensor) {
+  FusedTally tally;
+  tally.counts.sensors.resize(2);
+  EXPECT_FALSE(tally.HasLosses());
+  tally.counts.sensors[1].packets.refused_length = 1;
+  EXPECT_TRUE(tally.HasLosses());
+}
+
 /// What a sensor has sent by a moment, and what that says.
 struct Moment {
   double at;
@@ -198,6 +208,8 @@ TEST(HoldUpWatch, TellsWhyASensorHoldsTheOthersUp) {
       {{1.0, 9, 0, 0, 0, false, HoldUp::kNone, "too early to tell"},
        {4.1, 9, 0, 3.1, 0, false, HoldUp::kRefused, "no packet was of its model"}},
       {{1.0, 9, 9, 0, 0, true, HoldUp::kNone, "the others hold it up"},
+       {3.0, 50, 50, 0, 0, true, HoldUp::kNone, "still"},
+       {4.9, 98, 98, 0, 0, true, HoldUp::kNone, "and for long"},
        {5.0, 99, 99, 0, 1, false, HoldUp::kNone, "no longer"},
        {5.3, 100, 100, 0, 1, false, HoldUp::kNone, "the next frame begins"},
        {8.2, 100, 100, 2.9, 1, false, HoldUp::kNone, "no frame, but no packet either"},

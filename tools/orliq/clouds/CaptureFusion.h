@@ -17,7 +17,7 @@ namespace orliq::cli {
 struct FusedShare {
   int frame = 0;  ///< entry of its capture
   std::uint64_t points = 0;
-  std::uint64_t non_zero = 0;  ///< of them, not at the origin
+  std::uint64_t non_zero = 0;  ///< of them, with a return inside the limits
   double timestamp = 0.0;      ///< [s] UTC, 0 of a sensor without time
 };
 
@@ -29,6 +29,7 @@ class CaptureFusion {
  public:
   explicit CaptureFusion(std::vector<FramesWanted> sensors) {
     for (auto& sensor : sensors) {
+      origins_.push_back(OriginOf(sensor.param));
       streams_.push_back(std::make_unique<FrameStream<Cloud>>(std::move(sensor)));
     }
   }
@@ -64,12 +65,13 @@ class CaptureFusion {
     for (std::size_t sensor = 0; sensor < frames_.size(); ++sensor) {
       const auto& [entry, of_frame] = frames_[sensor];
       lidar::AppendFrame(cloud, *of_frame, sensor);
-      shares.push_back(
-          {entry, of_frame->points.size(), CountNonZero(*of_frame), of_frame->timestamp});
+      shares.push_back({entry, of_frame->points.size(), CountNonZero(*of_frame, origins_[sensor]),
+                        of_frame->timestamp});
       if (cloud.timestamp == 0.0) cloud.timestamp = of_frame->timestamp;
     }
   }
 
+  std::vector<Origin> origins_;  // of the sensors
   std::vector<std::unique_ptr<FrameStream<Cloud>>> streams_;
   std::vector<typename FrameStream<Cloud>::Frame> frames_;  // of the round that is fused
 };

@@ -71,11 +71,6 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   AddOutputOptions(command, options.output);
 }
 
-std::string TransformRemark(const CloudOptions& options, const Model& model) {
-  if (options.transform.empty() || model.transforms_points) return {};
-  return "--transform has no effect on " + std::string(model.name) + " points";
-}
-
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model) {
   RequireOrder("distance", options.decoder.min_distance, options.decoder.max_distance);
   RequireOrder("azimuth", options.decoder.min_azimuth, options.decoder.max_azimuth);

@@ -33,9 +33,6 @@ struct CloudOptions {
 
 void AddCloudOptions(CLI::App& command, CloudOptions& options);
 
-/// A remark on --transform for a model whose points it does not move; or empty.
-std::string TransformRemark(const CloudOptions& options, const Model& model);
-
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits
 /// that let nothing through.
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model);

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "multi_driver/DriverParam.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/SensorModels.h"
 #include "orliq/clouds/PointFields.h"
 
 namespace orliq::cli {
@@ -37,10 +39,18 @@ struct Origin {
   float z = 0.0F;
 };
 
+/// Where the extrinsics put the sensor, if the driver moves the points of its model.
+inline Origin OriginOf(const lidar::DriverParam& param) {
+  const lidar::TransformParam& pose = param.decoder_param.transform_param;
+  const lidar::SensorModel* const model = lidar::FindSensorModel(param.lidar_type);
+  const bool moved = pose.enable != 0 && model != nullptr && model->transforms_points;
+  return moved ? Origin{pose.x, pose.y, pose.z} : Origin{};
+}
+
 /// Points of a range with a return inside the limits. The others are set to zero by the decoder; what
 /// measured a range of zero, as a Corvik does without a return, lies where the sensor stands.
 template <typename Iterator>
-std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = {}) {
+std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin) {
   std::uint64_t count = 0;
   for (; begin != end; ++begin) {
     const float x = begin->x;
@@ -54,8 +64,8 @@ std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin = 
 }
 
 template <typename T>
-std::uint64_t CountNonZero(const PointCloud<T>& cloud) {
-  return CountNonZero(cloud.points.begin(), cloud.points.end());
+std::uint64_t CountNonZero(const PointCloud<T>& cloud, const Origin& origin) {
+  return CountNonZero(cloud.points.begin(), cloud.points.end(), origin);
 }
 
 }  // namespace orliq::cli

@@ -74,6 +74,7 @@ class DriverSource : public LiveSource {
                                 [] { return std::make_shared<lidar::ImuMsg>(); });
     driver_.SetStrictUpload(!choice_.lenient);
     calibrated_ = param.param_source == 0;
+    origin_ = OriginOf(param);
     return driver_.SetSourceAddress(choice_.source) && driver_.InitDriver(param) && driver_.Start();
   }
 
@@ -117,7 +118,8 @@ class DriverSource : public LiveSource {
       ++empty_frames_;
     } else if (!partial || choice_.partial) {
       if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
-      frames_.Add(points, CountNonZero(*cloud));  // last: a frame that counts is handed over
+      frames_.Add(points,
+                  CountNonZero(*cloud, origin_));  // last: a frame that counts is handed over
     }
   }
 
@@ -141,6 +143,7 @@ class DriverSource : public LiveSource {
   CloudSaver* saver_;
   int clouds_ = 0;           // of all kinds; of the decoding thread
   bool calibrated_ = false;  // from the next frame on; likewise, once it runs
+  Origin origin_;            // of the sensor
   CloudCounter frames_;
   Number empty_frames_{0};
   Number partial_points_{0};

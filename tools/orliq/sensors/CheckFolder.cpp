@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/PlainText.h"
 #include "param/Calibration.h"
@@ -80,15 +81,15 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
                         const Remarks& remarks) {
-  const std::string setting = remarks.Setting("check-folder");
+  const std::string option = "check-folder";
   if (!folder) {
     if (model.needs_tables) {
-      remarks.Note("without " + setting + " all points lie straight ahead, at uncorrected ranges");
+      remarks.Note("without " + remarks.Name(option) + ' ' + kWithoutTables);
     }
     return;
   }
   if (!model.needs_tables) {
-    remarks.Note(std::string(model.name) + " needs no calibration: " + setting + " has no effect");
+    RemarkOnUnusedCalibration(model, option, remarks);
     return;
   }
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);

@@ -14,6 +14,9 @@ class ParamService;
 
 namespace orliq::cli {
 
+/// What becomes of a model that needs tables without them.
+inline constexpr char kWithoutTables[] = "all points lie straight ahead, at uncorrected ranges";
+
 /// What became of a folder of calibration tables, for the user.
 struct CheckFolderReport {
   bool listed = false;               ///< it is a folder with files in it

@@ -5,10 +5,14 @@
 
 namespace orliq::cli {
 
-std::string Remarks::Setting(std::string name) const {
-  if (prefix_.empty()) return "--" + name;
-  std::replace(name.begin(), name.end(), '-', '_');
-  return name + ':';
+std::string Remarks::Name(std::string option) const {
+  if (!AreOfFile()) return "--" + option;
+  std::replace(option.begin(), option.end(), '-', '_');
+  return option;
+}
+
+std::string Remarks::Setting(const std::string& option) const {
+  return Name(option) + (AreOfFile() ? ":" : "");
 }
 
 }  // namespace orliq::cli

@@ -26,8 +26,14 @@ class Remarks {
   /// The sentence, after the sensor's name.
   std::string Named(const std::string& sentence) const { return prefix_ + sentence; }
 
-  /// How the user wrote it: "--check-folder", or "check_folder:", as a key.
-  std::string Setting(std::string name) const;
+  /// Whether the sensor is one of a file, so that the user wrote keys instead of options.
+  bool AreOfFile() const { return !prefix_.empty(); }
+
+  /// How the user wrote it: "--check-folder", or the key "check_folder".
+  std::string Name(std::string option) const;
+
+  /// Likewise as something to write: "--check-folder", or "check_folder:".
+  std::string Setting(const std::string& option) const;
 
  private:
   const Console* console_;

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/NumberText.h"
 
@@ -44,8 +45,7 @@ void ExamineSensors(const SensorFile& file, const Console& console) {
   for (const ConfiguredSensor& sensor : file.sensors) {
     const Remarks remarks(console, sensor.name);
     ForSensor(file.path, sensor, [&] { ExamineSource(MakeSource(sensor), remarks); });
-    if (sensor.decoder.transform_param.enable == 0 || sensor.model->transforms_points) continue;
-    remarks.Note(std::string("extrinsics have no effect on ") + sensor.model->name + " points");
+    RemarkOnUnusedPose(*sensor.model, sensor.decoder.transform_param, remarks);
   }
 }
 

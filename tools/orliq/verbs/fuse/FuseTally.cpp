@@ -11,10 +11,6 @@
 namespace orliq::cli {
 namespace {
 
-Json SpreadJson(const PointSpread& spread) {
-  return {{"min", spread.Min()}, {"median", spread.Median()}, {"max", spread.Max()}};
-}
-
 /// [s]; of an even number the larger one of the two in the middle, as of points.
 struct TimesApart {
   double median, max;
@@ -68,6 +64,7 @@ Json SensorJson(const FuseTally& tally, std::size_t index) {
   const FusedSensor& fused = tally.plan->sensors[index];
   const PlayedPackets packets = tally.Packets(index);
   const auto& clouds = tally.clouds;
+  const PointSpread spread = SpreadOf(tally, index);
   return {
       {"name", fused.sensor.name},
       {"model", fused.plan.model->name},
@@ -77,7 +74,7 @@ Json SensorJson(const FuseTally& tally, std::size_t index) {
       {"first_frame", clouds.front().sensors[index].frame},
       {"frames_used", clouds.size()},
       {"frames_unused", fused.usable - clouds.size()},
-      {"points_per_frame", SpreadJson(SpreadOf(tally, index))},
+      {"points_per_frame", SpreadJson(spread.Min(), spread.Median(), spread.Max())},
       {"packets_decoded", packets.accepted},
       {"refused_length", packets.refused.length},
       {"refused_identifier", packets.refused.identifier},

@@ -10,6 +10,7 @@
 #include "orliq/config/YamlTree.h"
 #include "orliq/network/HostNetwork.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/verbs/live/FusedSilence.h"
 #include "orliq/verbs/live/FusedWatcher.h"
@@ -40,8 +41,7 @@ void RequireCalibration(ConfiguredSensor& sensor, const Remarks& remarks) {
   if (!sensor.params_from) {
     RequireOf(remarks, [&] { RequireCalibration(model, sensor.check_folder, remarks); });
   } else if (!model.needs_tables) {
-    remarks.Note(std::string(model.name) +
-                 " needs no calibration: " + remarks.Setting("params-from") + " has no effect");
+    RemarkOnUnusedCalibration(model, "params-from", remarks);
     sensor.params_from.reset();
   }
 }
@@ -69,10 +69,7 @@ void TellOfModels(const SensorFile& file, const Console& console) {
   for (const ConfiguredSensor& sensor : file.sensors) {
     const Remarks remarks(console, sensor.name);
     remarks.Note(NoPointsText(*sensor.model));
-    if (sensor.decoder.transform_param.enable != 0 && !sensor.model->transforms_points) {
-      remarks.Note(remarks.Setting("extrinsics") + " has no effect on " + sensor.model->name +
-                   " points");
-    }
+    RemarkOnUnusedPose(*sensor.model, sensor.decoder.transform_param, remarks);
   }
 }
 

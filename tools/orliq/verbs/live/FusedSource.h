@@ -54,7 +54,7 @@ class MultiDriverSource : public FusedSource {
         pool_(std::make_shared<CloudPool<Cloud>>(CloudSaver::RoomFor(sensors.size()) + 2)) {
     for (const ConfiguredSensor& sensor : sensors) {
       params_.push_back(MakeDriverParam(sensor));
-      origins_.push_back(OriginOf(sensor));
+      origins_.push_back(OriginOf(params_.back()));
       whole_from_.push_back(sensor.params_from ? kUnknown : 1);
       driver_.SetSourceAddress(params_.size() - 1, sensor.source);
     }
@@ -131,12 +131,6 @@ class MultiDriverSource : public FusedSource {
     lidar::DriverStatistics statistics;
     driver_.GetStatistics(sensor, statistics);
     return statistics.upload.decoded_before_use == 0 ? 1 : round + 3;
-  }
-
-  static Origin OriginOf(const ConfiguredSensor& sensor) {
-    const lidar::TransformParam& pose = sensor.decoder.transform_param;
-    const bool moved = pose.enable != 0 && sensor.model->transforms_points;
-    return moved ? Origin{pose.x, pose.y, pose.z} : Origin{};
   }
 
   std::vector<std::uint64_t> NonZero(const lidar::FusionRound& round, const Cloud& cloud) const {

@@ -41,11 +41,7 @@ void AddCloudRows(Report& report, const FusedTally& tally) {
   report.Add("clouds_per_s", "", rate, "");
   AddLeftOutRows(report, tally);
   AddPointRows(report, clouds.points, clouds.non_zero);
-  const auto& [min, median, max] =
-      std::tie(clouds.min_points, clouds.median_points, clouds.max_points);
-  report.Add("points_per_cloud", max == 0 ? "" : "Points per cloud",
-             {{"min", min}, {"median", median}, {"max", max}},
-             Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
+  AddSpreadRow(report, clouds.min_points, clouds.median_points, clouds.max_points, "cloud");
   const auto& [skew, largest] = std::tie(tally.counts.median_skew_s, tally.counts.max_skew_s);
   report.Add("skew_s", clouds.count == 0 ? "" : "Skew", {{"median", skew}, {"max", largest}},
              Milliseconds(skew) + " / " + Milliseconds(largest) + " ms (median/max)");
@@ -130,7 +126,7 @@ Report FusedTally::MakeReport() const {
   report.Add("seconds", "Time", seconds, Fixed(seconds, 1) + " s");
   report.Add("interrupted", "", interrupted, "");
   AddCloudRows(report, *this);
-  AddFileRows(report, files, counts.not_written);
+  AddFileRows(report, files, counts.not_written, "cloud");
   AddSensorTable(report, *this);
   return report;
 }

@@ -7,6 +7,7 @@
 #include "orliq/network/HostNetwork.h"
 #include "orliq/network/ListenOptions.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
@@ -66,7 +67,7 @@ UploadRequest MakeUpload(const Options& options, const Model& model, const Conso
   if (!options.params_from) return request;
   request.sensor = ParseHostPort("--params-from", *options.params_from);
   if (model.needs_tables) return request;
-  console.Note(std::string(model.name) + " needs no calibration: --params-from has no effect");
+  RemarkOnUnusedCalibration(model, "params-from", console);
   return {};
 }
 
@@ -90,7 +91,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
   console.Note(NoPointsText(model));
-  console.Note(TransformRemark(options.cloud, model));
+  RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
   LiveWatcher watcher({options.listen, options.choice, options.upload, model}, *source, console);
   LiveTally tally = WatchUntilOver(watcher, *source);
   tally.model = &model;

@@ -51,11 +51,12 @@ bool LacksTables(const lidar::DriverStatistics& packets) {
   return state == lidar::UploadState::Asking || state == lidar::UploadState::Receiving;
 }
 
-void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written) {
+void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written,
+                 const std::string& of) {
   report.Add("files_written", files.text.empty() ? "" : "Files", files.count, files.text);
   const auto& [no_room, faults, first_fault] = not_written;
   report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
-             Count(no_room, "frame") + " for a slow disk, " + Grouped(faults) + " for faults");
+             Count(no_room, of) + " for a slow disk, " + Grouped(faults) + " for faults");
   report.Add("frames_with_fault", "", faults, "");
 }
 

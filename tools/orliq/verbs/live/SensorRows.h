@@ -32,6 +32,8 @@ struct WrittenFiles {
   std::uint64_t count = 0;
 };
 
-void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written);
+/// `of` says what a file holds, if not a frame.
+void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written,
+                 const std::string& of = "frame");
 
 }  // namespace orliq::cli

@@ -6,6 +6,7 @@
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/clouds/FramePlayer.h"
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Verb.h"
@@ -38,13 +39,14 @@ CaptureSource MakeSource(const PlayOptions& options, const Model& model) {
 /// Everything that is cheap to refuse goes first.
 CapturePlan MakePlan(const PlayOptions& options, const Console& console) {
   const Model& model = KnownModel(options.cloud.model);
-  MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
+  // Refuses senseless limits before any file is read.
+  const lidar::DriverParam param = MakeDriverParam(options, model, 0);
   ParseFrameRange(options.frames);
   const OutputOptions& output = options.cloud.output;
   if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
   const CaptureSource source = MakeSource(options, model);
   ExamineSource(source, console);
-  console.Note(TransformRemark(options.cloud, model));
+  RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
   return MakeCapturePlan(source, console.Quiet());
 }
 
@@ -60,7 +62,9 @@ class Playback {
   }
 
   PlayTally Run() {
-    if (!player_.Open(MakeDriverParam(options_, *plan_.model, plan_.scope.port), options_.source)) {
+    const lidar::DriverParam param = MakeDriverParam(options_, *plan_.model, plan_.scope.port);
+    origin_ = OriginOf(param);
+    if (!player_.Open(param, options_.source)) {
       throw Failure(ExitCode::kFileFault, "the driver cannot open " + options_.capture);
     }
     tally_.entries = player_.WaitForIndex();
@@ -123,7 +127,7 @@ class Playback {
     played.partial = !plan_.whole.Holds(frame.entry);
     played.timestamp = frame.cloud->timestamp;
     played.points = frame.cloud->points.size();
-    played.non_zero = CountNonZero(*frame.cloud);
+    played.non_zero = CountNonZero(*frame.cloud, origin_);
     played.seconds = frame.seconds;
     played.early_points = frame.early_points;
     if (writer_ && played.points > 0 && !IsLeftOut(frame.entry)) {
@@ -144,6 +148,7 @@ class Playback {
   const PlayOptions& options_;
   const CapturePlan& plan_;
   bool quiet_;
+  Origin origin_;  // of the sensor
   std::unique_ptr<CloudWriter> writer_;
   PlayTally tally_;
   FramePlayer<Cloud> player_;

@@ -54,7 +54,8 @@ void PlanCapture(const ConfiguredSensor& sensor, SensorPlan& plan) {
   if (!sensor.model->needs_tables || sensor.check_folder) return;
   throw Failure(ExitCode::kUsage, plan.where +
                                       "its simulation needs check_folder beside capture: without "
-                                      "its calibration a capture has no points");
+                                      "its calibration " +
+                                      kWithoutTables);
 }
 
 void PlanCalibration(const ConfiguredSensor& sensor, SensorPlan& plan) {

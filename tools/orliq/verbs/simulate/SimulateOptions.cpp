@@ -109,8 +109,9 @@ void RequireTwoPorts(const SimulateOptions& options) {
 
 void RequireUsableFolder(const SimulateOptions& options) {
   if (options.out && !options.check_folder && !options.serve.at) {
-    throw Failure(ExitCode::kUsage,
-                  "--out needs --check-folder: without its calibration a capture has no points");
+    throw Failure(
+        ExitCode::kUsage,
+        std::string("--out needs --check-folder: without its calibration ") + kWithoutTables);
   }
   if (options.check_folder) RequireNoTableWord("--check-folder", *options.check_folder);
 }
