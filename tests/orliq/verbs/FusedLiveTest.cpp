@@ -136,12 +136,7 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   EXPECT_EQ(source.Counts().clouds.count, 1U);
   source.Stop();
   saver.Finish();
-  RunJson("play " + Front().capture.capture + " --model juniq --frames 4:5 --out played.pcd");
-  const auto head = [&](const std::string& file) {
-    const std::string text = dir_.Read(file);
-    return text.substr(0, text.find("VERSION"));
-  };
-  EXPECT_EQ(head("f/frame_000004.pcd"), head("played.pcd")) << "the front one's time";
+  EXPECT_THAT(dir_.Read("f/frame_000004.pcd"), HasSubstr("UTC: 1700000000.400000\n"));
 }
 
 TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {
