@@ -2,6 +2,7 @@
 #include "orliq/config/SensorFile.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <sstream>
@@ -121,6 +122,10 @@ sensors:
       "defaults: {model: juniq, check_folder: c}\n"
       "sensors: [{name: a, port: 1, params_from: '127.0.0.1:1'}]");
   EXPECT_FALSE(asking[0].check_folder) << "params_from takes its place";
+  const auto silent = Read(
+      "defaults: {model: juniq, params_from: 'no-such-host:1'}\n"
+      "sensors: [{name: a, capture: c}, {name: b, port: 1, check_folder: c}]");
+  EXPECT_FALSE(silent[0].params_from || silent[1].params_from) << "so no one is asked for the name";
 }
 
 TEST_F(ASensorFile, TellsWhereAValueOfASensorIsWrong) {
@@ -148,6 +153,7 @@ source: 0.0.0.0 => 3: source: expected the IPv4 address of a sender, found the t
 source: 255.255.255.255 => 3: source: expected
 params_from: 127.0.0.1 => 3: params_from: 127.0.0.1: write an address, a colon and a port
 params_from: '127.0.0.1 :1' => 3: params_from: expected the address of a sensor
+params_from: 127.0.0.300:1 => 3: params_from: expected the address of a sensor
 params_from: 0.0.0.0:1 => 3: params_from: expected the address of a sensor, a colon and a port
 check_folder: '' => 3: check_folder: expected the path of a folder, found the text '' in quotes
 check_folder: "a\0b" => 3: check_folder: expected the path of a folder, found the text 'a?b' in
@@ -175,9 +181,9 @@ TEST_F(ASensorFile, TellsWhatDoesNotGoTogether) {
 port: 1, first_frame: 0 => 3: first_frame: only a capture has
 port: 1, params_local_port: 2 => 3: params_local_port: it has no use without params_from
 capture: c, address: 127.0.0.1 => 3: address: a capture is not listened to
-capture: c, params_from: 127.0.0.1:1 => 3: params_from: a capture has no one to ask
+capture: c, params_from: h:1 => 3: params_from: a capture has no one to ask
 capture: c, params_local_port: 1 => 3: params_local_port: a capture has no one to ask
-port: 1, params_from: 127.0.0.1:1, check_folder: c => 3: params_from: expected either check_folder
+port: 1, params_from: h:1, check_folder: c => 3: params_from: expected either check_folder
 )");
 }
 
@@ -209,10 +215,12 @@ TEST_F(ASensorFile, TellsWhereTheFileAsAWholeIsWrong) {
   ExpectRefusal("sensors: []", "1: sensors: expected 1 to 256 sensors, found 0");
   ExpectRefusal(many, "1: sensors: expected 1 to 256 sensors, found 257");
   ExpectRefusal("defaults: {name: a}\n" + good,
-                "1: defaults: unknown key 'name', expected one of model, port, address, source, "
+                "1: defaults: name is of one sensor and may not stand in defaults");
+  ExpectRefusal("defaults: {Name: a}\n" + good,
+                "1: defaults: unknown key 'Name', expected one of model, port, address, source, "
                 "check_folder, params_from, first_frame, gates, extrinsics");
   ExpectRefusal("defaults: {port: x}\n" + good, "1: defaults.port: expected a whole number");
-  ExpectRefusal("defaults: {params_from: '127.0.0.1:1', check_folder: c}\n" + good,
+  ExpectRefusal("defaults: {params_from: 'h:1', check_folder: c}\n" + good,
                 "1: defaults.params_from: expected either");
   ExpectRefusal("defaults:\n  gates: {max_distance: 1}\n" + good + "    gates: {min_distance: 2}",
                 "7: gates: min_distance 2 is above max_distance 1");
@@ -245,7 +253,10 @@ TEST_F(ASensorFile, MayBeWrittenInOtherWays) {
 
 TEST_F(ASensorFile, ThatCannotBeReadIsAFaultOfTheFile) {
   EXPECT_THAT(RefusalOf(dir_ / "none"), HasSubstr("/none: No such file"));
-  EXPECT_THAT(RefusalOf(dir_.path()), HasSubstr(": Is a directory"));
+  ASSERT_EQ(::mkfifo((dir_ / "fifo").c_str(), 0600), 0);
+  for (const std::string& path : {dir_.path().string(), (dir_ / "fifo").string()}) {
+    EXPECT_THAT(RefusalOf(path), HasSubstr(": it is not a regular file"));
+  }
   const std::string full = dir_.Write("s.yaml", std::string(1U << 20U, '#'));
   EXPECT_THAT(RefusalOf(full), HasSubstr("found nothing"));
   std::ofstream(full, std::ios::app) << '#';

@@ -125,7 +125,8 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   options.port = test::FreePort();
   const auto file =
       ReadSensorFile(Describe("params_from: 127.0.0.1:" + std::to_string(options.port)));
-  Source source(file.sensors, {{}, true, "", false}, nullptr);
+  CloudSaver saver((dir_ / "f").string(), "pcd");
+  Source source(file.sensors, {{}, true, "", false}, &saver);
   ASSERT_TRUE(source.Open());
   Fuse(source, 0, 0);
   std::error_code error;
@@ -135,6 +136,9 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   for (int i = 1; i < 5; ++i) Fuse(source, i, i);
   EXPECT_EQ(source.Counts().clouds_before_tables, 4U);
   EXPECT_EQ(source.Counts().clouds.count, 1U);
+  source.Stop();
+  saver.Finish();
+  EXPECT_THAT(dir_.Read("f/frame_000004.pcd"), HasSubstr("UTC: 1700000000.400000\n"));
 }
 
 TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {
@@ -164,11 +168,12 @@ TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {
       {"  - {name: two, model: juniq, capture: a.pcap}",
        {"", 2, "x.yaml:3: two plays a capture: orliq fuse"}},
       {two + "hestra}", {"", 2, "x.yaml:3: two: hestra packets complete no frame"}},
-      {two + "juniq, check_folder: no}", {"", 4, "live: two: the check folder "}},
+      {two + "juniq, check_folder: no}", {"", 4, "x.yaml:3: two: the check folder "}},
       {"  - {name: two, port: 9, address: 203.0.113.7, model: corvik}",
-       {"", 4, "live: two: 203.0.113.7 is no address of this machine"}},
+       {"", 4, "x.yaml:3: two: 203.0.113.7 is no address of this machine"}},
       {"", {" --out x.ply", 2, "add --frames 1"}},
       {"", {" --port 9", 2, "--port describes one sensor"}},
+      {"", {" --params-local-port 9", 2, "--params-local-port describes one sensor"}},
       {"", {" --max-azimuth 9", 2, "--max-azimuth describes one sensor"}},
   };
   for (const auto& [sensor, row] : rows) {

@@ -148,7 +148,7 @@ TEST_F(SimulateAll, RefusesWhatItCannotSimulate) {
       {a + "model: hestra}", {" --noise 0.1", 2, "no sensor of the file measures ranges"}},
       {a + "model: juniq}", {" --cycle 4", 2, "no sensor of the file has two cycles"}},
       {a + "model: juniq}", {" --drop-replies 0.1", 2, "no sensor of the file has params_from"}},
-      {a + "model: juniq}", {" --to 127.0.0.1:9", 2, "--config excludes --to"}},
+      {a + "model: juniq}", {" --to 127.0.0.1:9", 2, "--to describes one sensor"}},
   };
   for (const auto& [sensors, refusal] : rows) {
     Write(sensors + '\n');
@@ -156,6 +156,7 @@ TEST_F(SimulateAll, RefusesWhatItCannotSimulate) {
                    refusal.sentence});
   }
   EXPECT_EQ(dir_.Files(), (std::set<std::string>{"err", "s.yaml"})) << "nothing was written";
+  ExpectRefusal({"simulate --config ''", 2, "an empty name is no file"});
   ExpectRefusal({"simulate --frames 1", 2, "--model or --config is required"});
   ExpectRefusal({"simulate --model juniq --out a --speed 2", 2, "requires --to or --config"});
 }

@@ -50,12 +50,19 @@ void RequireOneCalibration(const YamlValue::Entries& entries) {
   if (asked != nullptr) asked->Refuse("expected either check_folder or params_from, found both");
 }
 
-ConfiguredSensor ReadDefaults(const YamlValue* value) {
-  ConfiguredSensor defaults;
+/// What all sensors have that do not say otherwise.
+struct Defaults {
+  YamlValue::Entries entries;
+  ConfiguredSensor sensor;
+};
+
+Defaults ReadDefaults(const YamlValue* value) {
+  Defaults defaults;
   if (value == nullptr) return defaults;
-  const YamlValue::Entries entries = value->Mapping(SharedKeyNames());
-  ReadKeys(entries, defaults);
-  RequireOneCalibration(entries);
+  value->RefuseKeys(OwnKeyNames(), "is of one sensor and may not stand in defaults");
+  defaults.entries = value->Mapping(SharedKeyNames());
+  RequireOneCalibration(defaults.entries);
+  ReadKeys(defaults.entries, defaults.sensor);
   return defaults;
 }
 
@@ -64,8 +71,8 @@ ConfiguredSensor ReadSensor(const YamlValue& at, const ConfiguredSensor& default
   Entry entry = {at, at.Mapping(SensorKeyNames()), defaults};
   ConfiguredSensor& sensor = entry.sensor;
   sensor.line = at.Line();
-  ReadKeys(entry.own, sensor);
   RequireOneCalibration(entry.own);
+  ReadKeys(entry.own, sensor);
   if (sensor.name.empty()) at.Refuse("this sensor has no name: expected the key name");
   if (sensor.model == nullptr) {
     at.Refuse("sensor " + sensor.name + " has no model: expected one of " + ModelNames());
@@ -88,8 +95,20 @@ void RequireNewName(const ConfiguredSensor& sensor, const std::vector<Configured
   }
 }
 
-std::vector<ConfiguredSensor> ReadSensors(const YamlValue& value,
-                                          const ConfiguredSensor& defaults) {
+/// Asks for the addresses of names, but only of those in use, so that a file whose names nobody needs
+/// is read without a network.
+void ResolveNames(const std::vector<YamlValue>& items, const Defaults& defaults,
+                  std::vector<ConfiguredSensor>& sensors) {
+  for (std::size_t i = 0; i < sensors.size(); ++i) {
+    if (!sensors[i].params_from) continue;
+    const YamlValue::Entries own = items[i].Mapping(SensorKeyNames());
+    const YamlValue* const asked = own.Find("params_from");
+    ResolveParamsFrom(asked != nullptr ? *asked : *defaults.entries.Find("params_from"),
+                      sensors[i]);
+  }
+}
+
+std::vector<ConfiguredSensor> ReadSensors(const YamlValue& value, const Defaults& defaults) {
   const std::vector<YamlValue> items = value.List("a list of sensors");
   if (items.empty() || items.size() > kMaxSensors) {
     value.Refuse("expected 1 to " + std::to_string(kMaxSensors) + " sensors, found " +
@@ -98,10 +117,11 @@ std::vector<ConfiguredSensor> ReadSensors(const YamlValue& value,
   std::vector<ConfiguredSensor> sensors;
   PortClaims ports;
   for (const YamlValue& item : items) {
-    ConfiguredSensor sensor = ReadSensor(item, defaults, ports);
+    ConfiguredSensor sensor = ReadSensor(item, defaults.sensor, ports);
     RequireNewName(sensor, sensors, item);
     sensors.push_back(std::move(sensor));
   }
+  ResolveNames(items, defaults, sensors);
   return sensors;
 }
 
@@ -112,7 +132,7 @@ SensorFile ReadSensorFile(const std::string& path) {
   const YamlValue file(path, tree.Root());
   const YamlValue::Entries entries = file.Mapping({"defaults", "sensors"});
   const YamlValue* const sensors = entries.Find("sensors");
-  const ConfiguredSensor defaults = ReadDefaults(entries.Find("defaults"));
+  const Defaults defaults = ReadDefaults(entries.Find("defaults"));
   if (sensors == nullptr) file.Refuse("expected the key sensors, with a list of them");
   return {path, ReadSensors(*sensors, defaults)};
 }

@@ -156,16 +156,27 @@ void ReadCheckFolder(const YamlValue& value, ConfiguredSensor& sensor) {
   sensor.params_from.reset();
 }
 
-void ReadParamsFrom(const YamlValue& value, ConfiguredSensor& sensor) {
-  constexpr char kWhat[] = "the address of a sensor, a colon and a port, as 192.168.1.200:2400";
-  const std::string text = value.Text(kWhat);
-  if (!IsWord(text, "-_.:")) value.Expect(kWhat);  // no name to ask the network for
+constexpr char kEndpoint[] = "the address of a sensor, a colon and a port, as 192.168.1.200:2400";
+constexpr char kParamsFrom[] = "params_from:";
+
+/// Does `work` on the text of `value`; what it finds wrong then has file and line.
+template <typename Work>
+void Of(const YamlValue& value, const Work& work) {
   try {
-    sensor.params_from = ParseHostPort("params_from:", text);
+    work();
   } catch (const Failure& fault) {
     throw FailureAt(value.File(), value.Line(), fault.what());
   }
-  if (!IsHost(sensor.params_from->address, false)) value.Expect(kWhat);
+}
+
+/// A name stays one: another key may yet take its place.
+void ReadParamsFrom(const YamlValue& value, ConfiguredSensor& sensor) {
+  const std::string text = value.Text(kEndpoint);
+  if (!IsWord(text, "-_.:")) value.Expect(kEndpoint);  // no name to ask the network for
+  Of(value, [&] { sensor.params_from = SplitHostPort(kParamsFrom, text); });
+  const std::string& host = sensor.params_from->address;
+  const bool numeric = host.find_first_not_of("0123456789.") == std::string::npos;
+  if (numeric && !IsHost(host, false)) value.Expect(kEndpoint);
   sensor.check_folder.reset();
 }
 
@@ -192,12 +203,25 @@ constexpr SensorKey kSensorKeys[] = {
     {"extrinsics", true, &ReadExtrinsics},
 };
 
+std::vector<std::string> NamesOf(bool shared) {
+  std::vector<std::string> names;
+  for (const SensorKey& key : kSensorKeys) {
+    if (key.shared == shared) names.emplace_back(key.name);
+  }
+  return names;
+}
+
 }  // namespace
 
 void ReadKeys(const YamlValue::Entries& entries, ConfiguredSensor& sensor) {
   for (const SensorKey& key : kSensorKeys) {
     if (const YamlValue* const value = entries.Find(key.name)) key.read(*value, sensor);
   }
+}
+
+void ResolveParamsFrom(const YamlValue& value, ConfiguredSensor& sensor) {
+  Of(value, [&] { Resolve(kParamsFrom, *sensor.params_from); });
+  if (!IsHost(sensor.params_from->address, false)) value.Expect(kEndpoint);
 }
 
 std::vector<std::string> SensorKeyNames() {
@@ -207,11 +231,11 @@ std::vector<std::string> SensorKeyNames() {
 }
 
 std::vector<std::string> SharedKeyNames() {
-  std::vector<std::string> names;
-  for (const SensorKey& key : kSensorKeys) {
-    if (key.shared) names.emplace_back(key.name);
-  }
-  return names;
+  return NamesOf(true);
+}
+
+std::vector<std::string> OwnKeyNames() {
+  return NamesOf(false);
 }
 
 }  // namespace orliq::cli

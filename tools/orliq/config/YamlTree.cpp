@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -38,6 +39,12 @@ constexpr char kEnd[] = "\n...\n";
 }
 
 std::string ReadWhole(const std::string& path) {
+  std::error_code ignored;  // what cannot be looked at cannot be opened
+  const auto status = std::filesystem::status(path, ignored);
+  // Nothing may ever come out of a pipe or a terminal.
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    ThrowUnreadable(path, "it is not a regular file");
+  }
   const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"),
                                                                 &std::fclose);
   if (!file) ThrowUnreadable(path, std::generic_category().message(errno));

@@ -145,6 +145,15 @@ const YamlValue* YamlValue::Entries::Find(const std::string& key) const {
   return nullptr;
 }
 
+void YamlValue::RefuseKeys(const std::vector<std::string>& keys, const std::string& why) const {
+  if (node_->kind != YamlNode::Kind::kMapping) return;
+  for (std::size_t i = 0; i < node_->items.size(); i += 2) {
+    const YamlNode& key = *node_->items[i];
+    if (std::find(keys.begin(), keys.end(), key.text) == keys.end()) continue;
+    YamlValue(*file_, key, key.line, keys_).Refuse(key.text + ' ' + why);
+  }
+}
+
 void YamlValue::Refuse(const std::string& why) const {
   throw FailureAt(*file_, line_, (keys_.empty() ? "" : keys_ + ": ") + why);
 }

@@ -41,6 +41,9 @@ class YamlValue {
   /// None of its keys is unknown or repeated.
   Entries Mapping(const std::vector<std::string>& known) const;
 
+  /// Throws Failure for the first of its keys, if it is a mapping, that is among `keys`: "KEY why".
+  void RefuseKeys(const std::vector<std::string>& keys, const std::string& why) const;
+
   /// Throws Failure for this value: "FILE:LINE: KEYS: why".
   [[noreturn]] void Refuse(const std::string& why) const;
 

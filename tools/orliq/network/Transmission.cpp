@@ -89,12 +89,14 @@ void Transmission::Add(Report& report) const {
              Grouped(pauses) + " of more than 2 s, counted as 2 s");
 }
 
-void Transmission::RequireAllSent() const {
+void Transmission::RemarkOnDelay(const Remarks& remarks) const {
   const double delay = WorstDelay();
-  if (delay > kNoticeableDelay) {
-    console_.Note("packets to " + target_.text + " left up to " + Fixed(delay, 2) +
-                  " s behind their time: if that was no passing disturbance, lower --speed");
-  }
+  if (delay <= kNoticeableDelay) return;
+  remarks.Note("packets to " + target_.text + " left up to " + Fixed(delay, 2) +
+               " s behind their time: if that was no passing disturbance, lower --speed");
+}
+
+void Transmission::RequireAllSent() const {
   if (sender_->Failed() == 0) return;
   throw Failure(ExitCode::kLosses, Count(sender_->Failed(), "packet") + " could not be sent to " +
                                        target_.text + ": " + sender_->FirstError());

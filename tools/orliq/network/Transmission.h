@@ -10,6 +10,7 @@
 #include "orliq/network/HostPort.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/Remarks.h"
 #include "orliq/terminal/Report.h"
 #include "simulator/sending/PacedSender.h"
 
@@ -53,7 +54,10 @@ class Transmission {
 
   void Add(Report& report) const;
 
-  /// Remarks on packets that left late; throws Failure when some could not be sent.
+  /// Tells of packets that left noticeably late.
+  void RemarkOnDelay(const Remarks& remarks) const;
+
+  /// Throws Failure when some packets could not be sent.
   void RequireAllSent() const;
 
  private:

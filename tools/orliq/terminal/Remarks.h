@@ -40,14 +40,4 @@ class Remarks {
   std::string prefix_;  // empty: the only sensor
 };
 
-/// Runs `check`; the Failure that it throws then begins with the sensor's name.
-template <typename Check>
-void RequireOf(const Remarks& remarks, const Check& check) {
-  try {
-    check();
-  } catch (const Failure& failure) {
-    throw Failure(failure.Code(), remarks.Named(failure.what()));
-  }
-}
-
 }  // namespace orliq::cli

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "orliq/config/SensorPlace.h"
 #include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/NumberText.h"
@@ -17,17 +18,7 @@ namespace {
 
 [[noreturn]] void Refuse(const std::string& path, const ConfiguredSensor& sensor, ExitCode code,
                          const std::string& why) {
-  throw Failure(code, path + ':' + std::to_string(sensor.line) + ": " + sensor.name + ": " + why);
-}
-
-/// Runs what may fail without knowing which sensor it is for.
-template <typename Work>
-auto ForSensor(const std::string& path, const ConfiguredSensor& sensor, const Work& work) {
-  try {
-    return work();
-  } catch (const Failure& failure) {
-    Refuse(path, sensor, failure.Code(), failure.what());
-  }
+  throw Failure(code, PlaceOf(path, sensor) + why);
 }
 
 void RequireFrames(const std::string& path, const ConfiguredSensor& sensor) {
@@ -44,7 +35,7 @@ void ExamineSensors(const SensorFile& file, const Console& console) {
   for (const ConfiguredSensor& sensor : file.sensors) RequireFrames(file.path, sensor);
   for (const ConfiguredSensor& sensor : file.sensors) {
     const Remarks remarks(console, sensor.name);
-    ForSensor(file.path, sensor, [&] { ExamineSource(MakeSource(sensor), remarks); });
+    At(PlaceOf(file.path, sensor), [&] { ExamineSource(MakeSource(sensor), remarks); });
     RemarkOnUnusedPose(*sensor.model, sensor.decoder.transform_param, remarks);
   }
 }
@@ -82,7 +73,7 @@ void RequireFirstFrame(const std::string& path, const FusedSensor& fused, bool p
 
 FusedSensor Survey(const std::string& path, const ConfiguredSensor& sensor, bool partial,
                    const Console& console) {
-  FusedSensor fused = {sensor, ForSensor(path, sensor, [&] {
+  FusedSensor fused = {sensor, At(PlaceOf(path, sensor), [&] {
                          return MakeCapturePlan(MakeSource(sensor), console.Quiet());
                        })};
   const std::vector<int> usable = UsableFrames(fused.plan, partial);
@@ -178,8 +169,8 @@ FramesWanted MakeFramesWanted(const FusePlan& plan, const FusedSensor& sensor) {
 
 void RequireWholeCaptures(const FusePlan& plan) {
   for (const FusedSensor& fused : plan.sensors) {
-    ForSensor(plan.path, fused.sensor,
-              [&] { RequireWholeCapture(fused.sensor.capture, fused.plan.survey); });
+    At(PlaceOf(plan.path, fused.sensor),
+       [&] { RequireWholeCapture(fused.sensor.capture, fused.plan.survey); });
   }
 }
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "orliq/clouds/CloudTypes.h"
-#include "orliq/config/SensorFile.h"
+#include "orliq/config/SensorPlace.h"
 #include "orliq/config/YamlTree.h"
 #include "orliq/network/HostNetwork.h"
 #include "orliq/sensors/CheckFolder.h"
@@ -39,7 +39,7 @@ void RequireLiveFrames(const SensorFile& file) {
 void RequireCalibration(ConfiguredSensor& sensor, const Remarks& remarks) {
   const Model& model = *sensor.model;
   if (!sensor.params_from) {
-    RequireOf(remarks, [&] { RequireCalibration(model, sensor.check_folder, remarks); });
+    RequireCalibration(model, sensor.check_folder, remarks);
   } else if (!model.needs_tables) {
     RemarkOnUnusedCalibration(model, "params-from", remarks);
     sensor.params_from.reset();
@@ -47,20 +47,20 @@ void RequireCalibration(ConfiguredSensor& sensor, const Remarks& remarks) {
 }
 
 void RequirePorts(const ConfiguredSensor& sensor, const Remarks& remarks) {
-  RequireOf(remarks, [&] {
-    RequirePort(sensor.address, *sensor.port, remarks);
-    if (sensor.params_from && sensor.params_local_port != 0) {
-      RequirePort({}, sensor.params_local_port, remarks);
-    }
-  });
+  RequirePort(sensor.address, *sensor.port, remarks);
+  if (sensor.params_from && sensor.params_local_port != 0) {
+    RequirePort({}, sensor.params_local_port, remarks);
+  }
 }
 
 void Require(SensorFile& file, const Console& console) {
   RequireLiveFrames(file);
   for (ConfiguredSensor& sensor : file.sensors) {
     const Remarks remarks(console, sensor.name);
-    RequireCalibration(sensor, remarks);
-    RequirePorts(sensor, remarks);
+    At(PlaceOf(file.path, sensor), [&] {
+      RequireCalibration(sensor, remarks);
+      RequirePorts(sensor, remarks);
+    });
   }
 }
 
@@ -77,6 +77,18 @@ std::string Where(const ConfiguredSensor& sensor) {
   return EndpointText(sensor.address, *sensor.port) + " (" + sensor.name + ')';
 }
 
+/// A line when two fit in one, else one for each.
+std::string ListeningText(const SensorFile& file) {
+  const bool few = file.sensors.size() <= 2;
+  std::string all;
+  for (const ConfiguredSensor& sensor : file.sensors) {
+    if (!few) all += "\n  ";
+    all += (few && !all.empty() ? ", " : "") + Where(sensor);
+  }
+  if (few) return "listening on " + all + ", Ctrl-C ends it";
+  return "listening on " + std::to_string(file.sensors.size()) + " ports, Ctrl-C ends it:" + all;
+}
+
 void Open(FusedSource& source, const SensorFile& file, const Console& console) {
   if (!source.Open()) {
     const std::size_t failed = source.Opened();
@@ -85,11 +97,7 @@ void Open(FusedSource& source, const SensorFile& file, const Console& console) {
                       ? "the driver cannot listen on " + Where(file.sensors[failed])
                       : "the driver cannot start: the system has no thread left");
   }
-  std::string all;
-  for (const ConfiguredSensor& sensor : file.sensors) {
-    all += (all.empty() ? "" : ", ") + Where(sensor);
-  }
-  console.Note("listening on " + all + ", Ctrl-C ends it");
+  console.Note(ListeningText(file));
   TellOfModels(file, console);
 }
 
@@ -122,9 +130,9 @@ void RequireTables(const FusedTally& tally) {
   for (std::size_t i = 0; i < tally.refused_tables.size(); ++i) {
     if (tally.refused_tables[i].empty()) continue;
     const ConfiguredSensor& sensor = tally.file->sensors[i];
-    const Failure failure =
-        MissingTables(*sensor.model, tally.refused_tables[i], "no cloud holds frames of it");
-    throw Failure(failure.Code(), sensor.name + ": " + failure.what());
+    At(sensor.name + ": ", [&] {
+      throw MissingTables(*sensor.model, tally.refused_tables[i], "no cloud holds frames of it");
+    });
   }
 }
 
@@ -147,9 +155,10 @@ void RequireUploads(const FusedTally& tally, bool lenient) {
     const ConfiguredSensor& sensor = tally.file->sensors[i];
     const lidar::DriverStatistics& packets = tally.counts.sensors[i].packets;
     if (!LacksTables(packets)) continue;
-    const Failure failure = UploadFailure(RequestOf(sensor, lenient), packets.upload, tally.seconds,
-                                          "live ended, no cloud holds frames decoded with it");
-    throw Failure(failure.Code(), sensor.name + ": " + failure.what());
+    At(sensor.name + ": ", [&] {
+      throw UploadFailure(RequestOf(sensor, lenient), packets.upload, tally.seconds,
+                          "live ended, no cloud holds frames decoded with it");
+    });
   }
 }
 

@@ -95,11 +95,20 @@ class MultiDriverSource : public FusedSource {
   void TakeCloud(const std::shared_ptr<Cloud>& cloud) {
     lidar::FusionRound round;
     if (Complete() || !driver_.GetFusionRound(round)) return;
+    cloud->timestamp = TimeOf(round);  // a fused cloud comes without
     const Kind kind = KindOf(round, cloud->points.empty());
     if (kind == Kind::kCounts && saver_ != nullptr) {
       saver_->Save(cloud, View(*cloud), static_cast<int>(round.number - 1));
     }
     counter_.Add(kind, round, NonZero(round, *cloud));  // last: a cloud that counts is handed over
+  }
+
+  /// [s] of the first sensor that tells time; 0.0 when none does.
+  static double TimeOf(const lidar::FusionRound& round) {
+    for (const lidar::FusedFrame& frame : round.sensors) {
+      if (frame.timestamp != 0.0) return frame.timestamp;
+    }
+    return 0.0;
   }
 
   Kind KindOf(const lidar::FusionRound& round, bool empty) {

@@ -85,7 +85,6 @@ std::vector<std::string> SensorCells(const ConfiguredSensor& sensor, const Senso
   const std::string min = Grouped(frames.min_points), max = Grouped(frames.max_points);
   return {sensor.name,
           sensor.model->name,
-          ListenedOn(sensor),
           Grouped(counts.packets.received),
           Grouped(frames.count + counts.empty_frames),
           Grouped(counts.overwritten),
@@ -95,11 +94,11 @@ std::vector<std::string> SensorCells(const ConfiguredSensor& sensor, const Senso
 }
 
 void AddSensorTable(Report& report, const FusedTally& tally) {
-  Table table = {"Sensors",
-                 {"name", "model", "listened on", "packets", "frames", "overwritten",
-                  "points/frame", "age [ms]", "losses"},
-                 {false, false, false, true, true, true, true, true, false},
-                 {}};
+  Table table = {
+      "Sensors",
+      {"name", "model", "packets", "frames", "overwritten", "points/frame", "age [ms]", "losses"},
+      {false, false, true, true, true, true, true, false},
+      {}};
   Json sensors = Json::array();
   for (std::size_t i = 0; i < tally.file->sensors.size(); ++i) {
     const ConfiguredSensor& sensor = tally.file->sensors[i];

@@ -146,12 +146,14 @@ constexpr const char* kOfOneSensor[] = {
 void RequireSensors(const CLI::App& command, const Options& options) {
   for (const char* const option : kOfOneSensor) {
     if (options.config.empty() || command.count(option) == 0) continue;
-    throw Failure(ExitCode::kUsage,
-                  std::string(option) + " describes one sensor: with --config, the file does that");
+    throw Failure(ExitCode::kUsage, OfOneSensor(option));
   }
   if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
     throw Failure(ExitCode::kUsage,
                   "name one sensor with --model and --port, or several with --config");
+  }
+  if (options.upload.local_port != 0 && !options.params_from) {
+    throw Failure(ExitCode::kUsage, "--params-local-port needs --params-from");
   }
   if (options.upload.lenient && options.config.empty() && !options.params_from) {
     throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
@@ -168,17 +170,15 @@ ExitCode Run(const CLI::App& command, Options options, Console& console) {
 }
 
 void AddUploadOptions(CLI::App& command, Options& options) {
-  auto* const from =
-      command
-          .add_option("--params-from", options.params_from,
-                      "HOST:PORT of the sensor, to fetch its calibration while packets come; "
-                      "frames count from the first one on that is decoded with it")
-          ->excludes(command.get_option("--check-folder"));
+  command
+      .add_option("--params-from", options.params_from,
+                  "HOST:PORT of the sensor, to fetch its calibration while packets come; "
+                  "frames count from the first one on that is decoded with it")
+      ->excludes(command.get_option("--check-folder"));
   command
       .add_option("--params-local-port", options.upload.local_port,
-                  "UDP port of this machine to fetch it from; any that is free without it")
-      ->check(Within(1, 65535))
-      ->needs(from);
+                  "UDP port of this machine for --params-from; any that is free without it")
+      ->check(Within(1, 65535));
   command.add_flag("--lenient", options.upload.lenient,
                    "take replies with calibration as they come: from another address or port, of "
                    "other lengths");

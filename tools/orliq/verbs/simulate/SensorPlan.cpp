@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "orliq/config/SensorPlace.h"
 #include "orliq/network/HostNetwork.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/ExitCode.h"
@@ -75,7 +76,7 @@ SensorPlan PlanSensor(const SimulateOptions& common, const std::string& path,
                       const ConfiguredSensor& sensor) {
   SensorPlan plan;
   plan.name = sensor.name;
-  plan.where = path + ':' + std::to_string(sensor.line) + ": " + sensor.name + ": ";
+  plan.where = PlaceOf(path, sensor);
   plan.options = common;
   plan.options.model = sensor.model->name;
   plan.pose = PoseOf(sensor.decoder.transform_param);

@@ -42,6 +42,7 @@ ExitCode SimulateOne(SimulateOptions options, Console& console) {
   const ServedCalibration* const served = simulation.Served();
   if (served != nullptr && !simulation.Sends()) served->WaitForInterrupt(console);
   console.Print(simulation.MakeReport());
+  simulation.RemarkOnDelay(console);
   simulation.RequireAllSent();
   simulation.RequireAllFrames();
   return ExitCode::kDone;

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "orliq/config/SensorPlace.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Report.h"
@@ -24,16 +25,6 @@ namespace {
 constexpr std::chrono::milliseconds kLook{100};  // at how far all are
 constexpr std::chrono::seconds kStatusPause{1};
 
-/// Does `work`, whose failure is told as one of the sensor that `who` names.
-template <typename Work>
-void For(const std::string& who, const Work& work) {
-  try {
-    work();
-  } catch (const Failure& failure) {
-    throw Failure(failure.Code(), who + failure.what());
-  }
-}
-
 /// The sensors of a file, each of which sends or writes on a thread of its own and encodes on another,
 /// so that none waits for the next.
 class SensorGroup {
@@ -43,7 +34,7 @@ class SensorGroup {
               const Console& console)
       : options_(options), plans_(plans), console_(console) {
     for (const SensorPlan& plan : plans_) {
-      For(plan.where, [&] {
+      At(plan.where, [&] {
         auto sensor = sim::MakeSensor(plan.options.model, plan.options.sensor);
         if (!sensor) throw Failure(ExitCode::kUsage, "these options fit no sensor");
         simulations_.push_back(std::make_unique<Simulation>(
@@ -55,7 +46,7 @@ class SensorGroup {
   /// Until all are done, or the user ends it, or one of them fails, which ends the others.
   void Run(const sim::Scene& scene) {
     for (std::size_t i = 0; i < plans_.size(); ++i) {
-      For(plans_[i].where, [&] { simulations_[i]->Begin({scene, plans_[i].pose}); });
+      At(plans_[i].where, [&] { simulations_[i]->Begin({scene, plans_[i].pose}); });
     }
     // They start together: when each has its first frame.
     for (const auto& simulation : simulations_) simulation->AwaitFirstFrame();
@@ -75,13 +66,22 @@ class SensorGroup {
 
   Report MakeReport();
 
+  /// Only of the worst: what made it late did so to the others, whose delays the table has.
+  void RemarkOnDelay() const {
+    std::size_t worst = 0;
+    for (std::size_t i = 0; i < plans_.size(); ++i) {
+      if (simulations_[i]->WorstDelay() > simulations_[worst]->WorstDelay()) worst = i;
+    }
+    simulations_[worst]->RemarkOnDelay({console_, plans_[worst].name});
+  }
+
   /// Throws Failure when some packets could not be sent, or it was stopped before the last frame.
   void RequireAll() const {
     for (std::size_t i = 0; i < plans_.size(); ++i) {
-      For(plans_[i].name + ": ", [&] { simulations_[i]->RequireAllSent(); });
+      At(plans_[i].name + ": ", [&] { simulations_[i]->RequireAllSent(); });
     }
     for (std::size_t i = 0; i < plans_.size(); ++i) {
-      For(plans_[i].name + ": ", [&] { simulations_[i]->RequireAllFrames(); });
+      At(plans_[i].name + ": ", [&] { simulations_[i]->RequireAllFrames(); });
     }
   }
 
@@ -92,7 +92,7 @@ class SensorGroup {
     return std::async(std::launch::async, [this, i] {
       ::pthread_setname_np(::pthread_self(), ("orliq-send-" + std::to_string(i)).c_str());
       try {
-        For(plans_[i].where, [&] { simulations_[i]->Run(); });
+        At(plans_[i].where, [&] { simulations_[i]->Run(); });
       } catch (...) {
         failed_ = true;
         throw;
@@ -160,7 +160,6 @@ std::vector<std::string> SensorGroup::Row(const SensorPlan& plan, const Simulati
   return {
       plan.name,
       options.model,
-      std::to_string(options.sensor.seed),
       options.out.value_or(options.transmission.to),
       options.serve.at ? "served at " + *options.serve.at : options.check_folder.value_or("none"),
       Grouped(simulation.Frames()),
@@ -171,9 +170,8 @@ std::vector<std::string> SensorGroup::Row(const SensorPlan& plan, const Simulati
 
 Report SensorGroup::MakeReport() {
   Table table = {"Sensors",
-                 {"name", "model", "seed", "to", "calibration", "frames", "packets", "faults",
-                  "worst delay [ms]"},
-                 {false, false, true, false, false, true, true, true, true},
+                 {"name", "model", "to", "calibration", "frames", "packets", "faults", "late [ms]"},
+                 {false, false, false, false, true, true, true, true},
                  {}};
   Json sensors = Json::array();
   bool interrupted = false;
@@ -205,6 +203,7 @@ ExitCode SimulateAll(const SimulateOptions& options, Console& console) {
   SensorGroup group(options, plans, console);
   group.Run(*scene);
   console.Print(group.MakeReport());
+  group.RemarkOnDelay();
   group.RequireAll();
   return ExitCode::kDone;
 }

@@ -131,7 +131,8 @@ void AddSensor(CLI::App& command, SimulateOptions& options) {
   AddName(command, "--config", options.config,
           "YAML file of several sensors, in place of --model: each stands at its extrinsics and "
           "sends to its address and port on this machine, or writes its capture; seeds count up "
-          "from --seed");
+          "from --seed")
+      ->check(NotEmpty());
   command.add_option("--scene", options.scene, "surroundings of the sensor")
       ->check(CLI::IsMember(sim::SceneNames()))
       ->capture_default_str();
@@ -191,9 +192,10 @@ Needs TakeNeeds(CLI::App& command, const Options& replaced) {
   return needs;
 }
 
-void RequireAlone(const CLI::Option& config, const Options& replaced) {
+void RequireAlone(const Options& replaced) {
   for (const CLI::Option* const option : replaced) {
-    if (!option->empty()) throw CLI::ExcludesError(config.get_name(), option->get_name());
+    if (option->empty()) continue;
+    throw CLI::ExcludesError(OfOneSensor(option->get_name()), CLI::ExitCodes::ExcludesError);
   }
 }
 
@@ -215,7 +217,7 @@ void SettleConfig(CLI::App& command) {
   }
   const Needs needs = TakeNeeds(command, replaced);
   command.callback([config, replaced, needs] {
-    if (!config->empty()) return RequireAlone(*config, replaced);
+    if (!config->empty()) return RequireAlone(replaced);
     if (replaced.front()->empty()) throw CLI::RequiredError("--model or --config");
     RequireNeeds(needs);
   });

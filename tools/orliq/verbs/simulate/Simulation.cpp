@@ -132,6 +132,10 @@ std::uint64_t Simulation::PacketsWithFaults() const {
   return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
 }
 
+void Simulation::RemarkOnDelay(const Remarks& remarks) const {
+  if (transmission_) transmission_->RemarkOnDelay(remarks);
+}
+
 void Simulation::RequireAllSent() const {
   if (transmission_) transmission_->RequireAllSent();
 }

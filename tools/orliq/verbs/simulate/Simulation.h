@@ -73,7 +73,10 @@ class Simulation {
   std::uint64_t PacketsWithFaults() const;
   double WorstDelay() const { return transmission_ ? transmission_->WorstDelay() : 0.0; }  ///< [s]
 
-  /// Remarks on packets that left late; throws Failure when some could not be sent.
+  /// Tells of packets that left noticeably late.
+  void RemarkOnDelay(const Remarks& remarks) const;
+
+  /// Throws Failure when some packets could not be sent.
   void RequireAllSent() const;
 
   /// Throws Failure when it was stopped before the frames that were asked for.
