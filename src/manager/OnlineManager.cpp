@@ -142,7 +142,8 @@ template <typename T>
 bool OnlineManager<T>::Impl::StartThreads(const std::shared_ptr<Impl>& self) {
   const std::lock_guard<std::mutex> not_yet(starting);
   const std::string id = std::to_string(instance_id % 10000);  // a name has 15 characters
-  if (loader && !loader->StartLoad("orliq-load-" + id, self, [this] { AwaitStart(); })) return false;
+  if (loader && !loader->StartLoad("orliq-load-" + id, self, [this] { AwaitStart(); }))
+    return false;
   return receiver.Start("orliq-recv-" + id, self, [this] { Receive(); }) &&
          decoding.Start("orliq-dec-" + id, self, [this] {
            AwaitStart();
