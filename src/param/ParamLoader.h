@@ -55,8 +55,9 @@ class ParamLoader {
 
   /// Starts the thread, named `name`, unless it runs; `owner` is kept alive while it does. Before
   /// anything else the thread calls `begin`. Whether it runs.
-  bool StartLoad(const std::string& name, const std::shared_ptr<void>& owner,
-                 const std::function<void()>& begin = [] {});
+  bool StartLoad(
+      const std::string& name, const std::shared_ptr<void>& owner,
+      const std::function<void()>& begin = [] {});
 
   /// Ends the thread within 250 ms.
   void StopLoad();
