@@ -2,7 +2,7 @@
 # Two doors for a newcomer. Both install what is missing on Debian or Ubuntu and build in build/; the
 # first builds the program only.
 PACKAGES := g++ cmake libpcap-dev libeigen3-dev libcli11-dev nlohmann-json3-dev \
-            libpng-dev libgtest-dev libgmock-dev libbenchmark-dev
+            libpng-dev libyaml-cpp-dev libgtest-dev libgmock-dev libbenchmark-dev
 PRESET ?= release
 
 .PHONY: demo test configure packages

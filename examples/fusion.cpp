@@ -7,11 +7,17 @@ using orliq::lidar::FusionRound;
 
 namespace {
 
+/// 0 for what is none.
+std::uint16_t Port(const char* text) {
+  const long port = std::strtol(text, nullptr, 10);
+  return port > 0 && port <= 65535 ? static_cast<std::uint16_t>(port) : 0;
+}
+
 /// A Juniq of a robot, with the pose of its origin in the robot's own frame [m, deg].
 DriverParam Juniq(const char* port, const char* check_folder, float x, float yaw) {
   DriverParam param;
   param.lidar_type = orliq::lidar::LidarType::Juniq;
-  param.input_param.port = static_cast<std::uint16_t>(std::atoi(port));
+  param.input_param.port = Port(port);
   param.calibration_param.check_folder = check_folder;
   param.decoder_param.transform_param = {1, x, 0.0F, 0.0F, 0.0F, 0.0F, yaw};
   return param;
@@ -20,7 +26,7 @@ DriverParam Juniq(const char* port, const char* check_folder, float x, float yaw
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 5) {
+  if (argc != 5 || Port(argv[1]) == 0 || Port(argv[3]) == 0) {
     std::cerr << "usage: fusion FRONT_PORT FRONT_CHECK_FOLDER REAR_PORT REAR_CHECK_FOLDER\n";
     return 2;
   }

@@ -13,8 +13,8 @@ struct ORLIQ_API FusedFrame {
   std::uint64_t points = 0;  ///< of its frame, which follow those of the sensors before it
   double timestamp = 0.0;    ///< [s] of its frame, as the sensor tells; 0.0 of one without time
   double age_s = 0.0;        ///< from the end of its frame to the hand-over of the round
-  std::uint64_t overwritten =
-      0;  ///< frames since the round before that a later one took the place of
+  /// Frames since the round before that a later one took the place of.
+  std::uint64_t overwritten = 0;
 };
 
 /// What a fused cloud is made of, to judge whether its frames belong together.

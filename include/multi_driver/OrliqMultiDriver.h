@@ -20,18 +20,22 @@
 /// `T` is one of the four clouds. A sensor that is faster than the others gives its latest frame to
 /// each round, one that stalls holds all rounds up: there is no time limit, and nothing is sorted or
 /// moved by time. Each sensor's points come as its own transform places them. Of the fused cloud only
-/// the points are written; each `PointSource` carries its sensor's index (0 to 255) in `source[0]`.
+/// the points are written, behind those that it holds already, and not through PushPoint; each
+/// `PointSource` carries its sensor's index (0 to 255) in `source[0]`.
 ///
-/// Call order: RegisterPointCloudCallBack, InitDriver, Start. Samples of inertial sensors and packet
-/// faults are not handed over; use an OrliqDriver for those.
+/// Call order: RegisterPointCloudCallBack, InitDriver, Start. Each live sensor needs a port, or an
+/// address, of its own: two drivers on one share no packet. Samples of inertial sensors and packet faults
+/// are not handed over; use an OrliqDriver for those.
 ///
 /// Threads: call the driver from one application thread, or from inside its callbacks, which run on
 /// the driver's fusion thread. Sensors go on while one runs: their latest frames wait. Stop,
-/// InitDriver and destruction are allowed inside a callback.
-/// Ownership: clouds are made by the supplier and given back to the receiver; the driver keeps no
-/// reference to what it has handed over. Destruction stops every thread first.
-/// Failure: public calls never throw; they return false. The process ends when the fusion thread
-/// finds no supplier, at a second Start without Stop, and when an exception escapes a callback.
+/// InitDriver, Start and destruction are allowed inside a callback, but not inside a diagnostic sink.
+/// Ownership: clouds are made by the supplier, which is asked from Start on for the next one ahead, and
+/// given back to the receiver; the driver keeps no reference to what it has handed over. Destruction
+/// stops every thread first.
+/// Failure: InitDriver and Start do not throw, they return false. The process ends when the fusion
+/// thread finds no supplier, at a second Start without Stop, when an exception escapes a callback, and
+/// when memory runs out for a round.
 template <typename T>
 class ORLIQ_API OrliqMultiDriver {
   static_assert(
@@ -65,14 +69,16 @@ class ORLIQ_API OrliqMultiDriver {
   /// before it run, and nothing is fused. While the fusion runs, the process ends.
   bool Start();
 
-  /// Stops the fusion, then the sensors in their order. From inside a callback it is the last one.
+  /// Stops the fusion, then the sensors in their order. From inside a callback it is the last one. A
+  /// frame that waits then belongs to the first round after the next Start: its age tells.
   void Stop();
 
   /// Does nothing: transforms are those given to InitDriver.
   void UpdateTransform(const orliq::lidar::MultiTransformParam& transform);
 
-  /// Asks every sensor for that frame of its capture. True when all accept; false without sensors. When
-  /// one does not, the frames of the others wait for its next one, unless later ones replace them.
+  /// Asks every sensor for that frame of its capture. True when all accept; false without sensors, while
+  /// one still plays, and with a live sensor among them. When one has no such frame, those of the others
+  /// wait for its next one, unless later ones replace them.
   bool SetLocalFrame(const int& frame);
 
   /// Stores the frames of the shortest capture, as OrliqDriver::GetLocalFileStatus does for one. False
@@ -89,8 +95,12 @@ class ORLIQ_API OrliqMultiDriver {
   void SetQueueLimit(const std::uint64_t& packets);  ///< of each sensor
 
   /// Stores what the latest fused cloud was made of; inside the receiver that is the cloud it gets. May
-  /// be called from any thread while no InitDriver runs. False before the first one.
+  /// be called from any thread while no InitDriver runs. False before the first one of a start.
   bool GetFusionRound(orliq::lidar::FusionRound& round) const;
+
+  /// Whether a new frame of that sensor waits for those of the others: a sensor without one holds the
+  /// round up. May be called from any thread while no InitDriver runs.
+  bool IsFrameWaiting(std::size_t sensor) const;
 
  private:
   struct ORLIQ_LOCAL Impl;

@@ -7,22 +7,13 @@
 #include <thread>
 #include <utility>
 
+#include "driver/FusedCloud.h"
 #include "multi_driver/PointCloud.h"
 
 namespace orliq::lidar {
 namespace {
 
 constexpr std::chrono::microseconds kSupplierPause{100};  // until it is asked for a cloud again
-
-/// A point that has room for it tells which sensor has measured it.
-template <typename P>
-void NameSensor(P* /*points*/, std::size_t /*count*/, std::size_t /*sensor*/) {}
-
-void NameSensor(PointSource* points, std::size_t count, std::size_t sensor) {
-  for (std::size_t i = 0; i < count; ++i) {
-    points[i].source[0] = static_cast<std::uint8_t>(sensor);
-  }
-}
 
 double Seconds(std::chrono::steady_clock::duration time) {
   return std::chrono::duration<double>(time).count();
@@ -36,10 +27,7 @@ bool Fusion<T>::StartFusion(Slots slots, Receiver receiver, Supplier supplier) {
   worker_.Join();
   task_ = std::make_shared<const Task>(
       Task{std::move(slots), std::move(receiver), std::move(supplier)});
-  {
-    const std::lock_guard<std::mutex> lock(round_mutex_);
-    round_.reset();
-  }
+  ForgetRound();
   return worker_.Start("orliq-fusion", this->shared_from_this(), [this] { Run(); });
 }
 
@@ -51,6 +39,12 @@ void Fusion<T>::StopFusion() {
 }
 
 template <typename T>
+void Fusion<T>::ForgetRound() {
+  const std::lock_guard<std::mutex> lock(round_mutex_);
+  round_.reset();
+}
+
+template <typename T>
 std::optional<FusionRound> Fusion<T>::LatestRound() const {
   const std::lock_guard<std::mutex> lock(round_mutex_);
   return round_;
@@ -58,10 +52,14 @@ std::optional<FusionRound> Fusion<T>::LatestRound() const {
 
 template <typename T>
 void Fusion<T>::Run() {
-  cloud_ = task_->supplier();
   while (worker_.Running()) {
     const auto task = task_;  // a callback may stop this one and start another
-    if (HasCloud(*task) && WaitForAll(*task)) FuseRound(*task);
+    const bool has_cloud = HasCloud(*task);
+    if (task != task_) {
+      cloud_.reset();  // the new one has a supplier of its own
+    } else if (has_cloud && WaitForAll(*task)) {
+      FuseRound(*task);
+    }
   }
   cloud_.reset();
 }
@@ -95,21 +93,18 @@ void Fusion<T>::FuseRound(const Task& task) {
   Fill(*cloud_, frames);
   NoteRound(frames);
   frames.clear();  // their memory is free while the application works
-  const auto cloud = std::exchange(cloud_, nullptr);
-  if (task.receiver) task.receiver(cloud);
+  auto cloud = std::exchange(cloud_, nullptr);
+  if (task.receiver) task.receiver(std::move(cloud));
   for (const auto& slot : task.slots) slot->ResetFusionState();
 }
 
 template <typename T>
 void Fusion<T>::Fill(T& cloud, const Frames& frames) const {
-  auto& points = cloud.points;
-  std::size_t count = points.size();
+  std::size_t count = cloud.points.size();
   for (const auto& frame : frames) count += frame.cloud->points.size();
-  points.reserve(count);
+  cloud.points.reserve(count);
   for (std::size_t sensor = 0; sensor < frames.size(); ++sensor) {
-    const auto& of_frame = frames[sensor].cloud->points;
-    points.insert(points.end(), of_frame.begin(), of_frame.end());
-    NameSensor(points.data() + points.size() - of_frame.size(), of_frame.size(), sensor);
+    AppendFrame(cloud, *frames[sensor].cloud, sensor);
   }
 }
 

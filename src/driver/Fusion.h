@@ -41,6 +41,7 @@ class Fusion : public std::enable_shared_from_this<Fusion<T>> {
   void DetachIfOwnThread() { worker_.DetachIfOwnThread(); }
 
   std::optional<FusionRound> LatestRound() const;
+  void ForgetRound();
 
  private:
   struct Task {

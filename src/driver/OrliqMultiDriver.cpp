@@ -85,6 +85,7 @@ void OrliqMultiDriver<T>::Impl::Release() {
   Stop();
   for (auto& manager : managers) manager.reset();
   managers.clear();
+  fusion->ForgetRound();
 }
 
 template <typename T>
@@ -165,7 +166,11 @@ bool OrliqMultiDriver<T>::InitDriver(const orliq::lidar::MultiDriverParam& param
 
 template <typename T>
 bool OrliqMultiDriver<T>::Start() {
-  return impl->Start();
+  try {
+    return impl->Start();
+  } catch (...) {  // memory ran out, or a callback cannot be copied
+    return false;
+  }
 }
 
 template <typename T>
@@ -178,8 +183,11 @@ void OrliqMultiDriver<T>::UpdateTransform(const orliq::lidar::MultiTransformPara
 
 template <typename T>
 bool OrliqMultiDriver<T>::SetLocalFrame(const int& frame) {
-  bool accepted = !impl->managers.empty();
-  for (const auto& manager : impl->managers) {
+  const auto& managers = impl->managers;
+  const auto plays = [](const auto& manager) { return manager->Driver().IsLocalFramePlaying(); };
+  if (std::any_of(managers.begin(), managers.end(), plays)) return false;
+  bool accepted = !managers.empty();
+  for (const auto& manager : managers) {
     if (!manager->SetLocalFrame(frame)) accepted = false;
   }
   return accepted;
@@ -233,6 +241,12 @@ bool OrliqMultiDriver<T>::GetFusionRound(orliq::lidar::FusionRound& round) const
   auto latest = impl->fusion->LatestRound();
   if (latest) round = std::move(*latest);
   return latest.has_value();
+}
+
+template <typename T>
+bool OrliqMultiDriver<T>::IsFrameWaiting(std::size_t sensor) const {
+  const auto* const manager = impl->Sensor(sensor);
+  return manager != nullptr && manager->Slot()->HasNewPointCloud();
 }
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class OrliqMultiDriver<CLOUD>;

@@ -68,6 +68,12 @@ struct Sensors {
   }
 };
 
+TEST(Wakeup, KeepsASignalForTheNextWait) {
+  Wakeup wakeup;
+  wakeup.Signal();
+  MustEnd("the wait", [&] { wakeup.Wait(); });
+}
+
 TEST(Fusion, ARoundHasTheLatestFrameOfEverySensorInTheirOrder) {
   struct Put {
     std::size_t sensor;
@@ -180,6 +186,61 @@ TEST(Fusion, NeitherASupplierWithoutACloudNorNoReceiverStopsIt) {
   }
 }
 
+TEST(Fusion, NothingIsKeptOfWhatWasHandedOver) {
+  Sensors sensors(1);
+  std::weak_ptr<Cloud> frame;
+  std::weak_ptr<Cloud> supplied;
+  long owners = 0;
+  std::size_t points = 0;
+  std::atomic<int> asked{0};
+  sensors.supplier = [&] {
+    auto cloud = std::make_shared<Cloud>();
+    cloud->points.resize(5);
+    supplied = cloud;
+    ++asked;
+    return cloud;
+  };
+  const auto receive = [&](const std::shared_ptr<Cloud>& cloud) {
+    points = cloud->points.size();
+    owners = frame.expired() ? cloud.use_count() : -1;
+  };
+  auto given = std::make_shared<Cloud>();
+  given->points.resize(2);
+  frame = given;
+  sensors.slots[0]->PutPointCloud(std::move(given));
+  EXPECT_TRUE(sensors.fusion->StartFusion(sensors.slots, receive, sensors.supplier));
+  EXPECT_TRUE(Eventually([&] { return asked == 2; })) << "the round is over";
+  sensors.fusion->StopFusion();
+  EXPECT_EQ(owners, 1) << "the receiver is the only one, and the frame is gone";
+  EXPECT_EQ(points, 7U) << "behind what the cloud held";
+  EXPECT_TRUE(supplied.expired()) << "the one that nobody filled";
+}
+
+TEST(Fusion, ASupplierMayStartItAnewWithOtherSensors) {
+  for (const int nth : {1, 2}) {
+    Sensors sensors(1);
+    std::atomic<bool> again{false};
+    sensors.supplier = [&, asked = 0, own = Rings(100, nth)]() mutable {
+      if (++asked == nth) {
+        sensors.slots = {std::make_shared<FusionSlot<Cloud>>(sensors.fusion->Arrival())};
+        sensors.supplier = [] { return std::make_shared<Cloud>(); };
+        sensors.fusion->StopFusion();
+        sensors.Start();
+        again = true;
+      }
+      EXPECT_EQ(own.at(99), nth) << "it is there until it returns";
+      return std::make_shared<Cloud>();
+    };
+    sensors.Put(0, 1);
+    sensors.Start();
+    ASSERT_TRUE(Eventually([&] { return again.load(); }));
+    sensors.Put(0, 2);
+    ASSERT_TRUE(sensors.WaitFor(static_cast<std::size_t>(nth)));
+    MustEnd("the fusion", [&] { sensors.fusion->StopFusion(); });
+    EXPECT_EQ(sensors.rounds.back(), Rings{2});
+  }
+}
+
 TEST(Fusion, ProducersAtFullSpeedLoseNoFrameUncounted) {
   constexpr int kFrames = 2000;
   Sensors sensors(4);
@@ -196,12 +257,12 @@ TEST(Fusion, ProducersAtFullSpeedLoseNoFrameUncounted) {
     });
   }
   for (auto& producer : producers) producer.join();
+  ASSERT_TRUE(sensors.WaitFor(1));  // of what waits now, at the latest
   MustEnd("the fusion", [&] { sensors.fusion->StopFusion(); });
-  ASSERT_FALSE(sensors.rounds.empty());
   Rings last(10);
   for (const Rings& round : sensors.rounds) {
     ASSERT_EQ(round.size(), 10U);
-    for (const std::size_t at : {0, 1, 3, 6}) {  // the first point of each sensor
+    for (const std::size_t at : {0U, 1U, 3U, 6U}) {  // the first point of each sensor
       EXPECT_GT(round[at], last[at]);
     }
     last = round;

@@ -88,8 +88,9 @@ TEST(MultiDriver, FusesLiveSensorsAndTellsOfEach) {
     DriverStatistics statistics;
     return robot.driver->GetStatistics(index, statistics) ? statistics.received : 99;
   };
-  EXPECT_TRUE(Eventually([&] { return received(1) == 3; }));
-  EXPECT_TRUE(received(0) == 2 && received(2) == 99);
+  EXPECT_TRUE(Eventually([&] { return robot.driver->IsFrameWaiting(1); }));
+  EXPECT_FALSE(robot.driver->IsFrameWaiting(0) || robot.driver->IsFrameWaiting(2));
+  EXPECT_TRUE(received(0) == 2 && received(1) == 3 && received(2) == 99);
   EXPECT_TRUE(robot.driver->GetFusionRound(round) && round.number == 2);
   EXPECT_EQ(round.sensors.size(), 2U);
   robot.driver->UpdateTransform({});
@@ -116,6 +117,8 @@ TEST(MultiDriver, KeepsTheSensorsBeforeOneThatFails) {
   EXPECT_TRUE(robot.Round());
   EXPECT_FALSE(robot.driver->InitDriver({0, 1, nullptr}));
 
+  FusionRound round;
+  EXPECT_FALSE(robot.driver->GetFusionRound(round)) << "of the sensors that there are no more";
   ASSERT_TRUE(robot.driver->InitDriver({}));
   EXPECT_TRUE(robot.driver->Start());
   int status = 7;
@@ -149,6 +152,22 @@ TEST(MultiDriver, StopsRestartsAndEndsFromInsideTheReceiver) {
   EXPECT_TRUE(robot.Open() && robot.Round());
 }
 
+TEST(MultiDriver, AsksStrictlyForTheCalibrationOfASensor) {
+  Robot robot;
+  robot.params[0].param_source = 1;
+  robot.params[0].calibration_param.remote_address = "127.0.0.1";
+  robot.params[0].calibration_param.remote_port = robot.sensor.port();
+  robot.driver->SetStrictUpload(true);
+  ASSERT_TRUE(robot.Open());
+  sockaddr_in asker = {};
+  ASSERT_TRUE(robot.sensor.Receive(test::kDeadline, &asker)) << "a request";
+  test::LoopbackSocket(INADDR_LOOPBACK + 8).Send(ntohs(asker.sin_port), "?", 1);
+  DriverStatistics statistics;
+  EXPECT_TRUE(Eventually([&] {
+    return robot.driver->GetStatistics(0, statistics) && statistics.upload.other_source == 1;
+  })) << "only a strict upload counts them apart";
+}
+
 TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
   const test::SimulatedCapture glavor(1, {}, "glavor");
   const test::SimulatedCapture juniq(2);
@@ -162,6 +181,7 @@ TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
   ASSERT_TRUE(Eventually([&] { return robot.driver->GetLocalFileStatus(frames); }));
   EXPECT_EQ(frames, 2) << "of the shorter one, with what is behind its last mark";
   EXPECT_FALSE(robot.driver->SetLocalFrame(2)) << "only one of them has it";
+  ASSERT_TRUE(Eventually([&] { return robot.driver->IsFrameWaiting(1); })) << "that one plays it";
   ASSERT_TRUE(Eventually([&] { return !robot.driver->IsLocalFramePlaying(1); }));
   ASSERT_TRUE(robot.driver->SetLocalFrame(0));
   ASSERT_TRUE(Eventually([&] { return robot.Clouds() == 1; }));

@@ -137,6 +137,8 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
       const std::string help = Run(verb + std::string(" --help")).out;
       EXPECT_THAT(help, testing::ContainsRegex(row.model + std::string(" [^\n]*") + row.help));
     }
+    const json unmoved = RunJson("play" + model + check);
+    EXPECT_EQ(sums["non_zero_points"], unmoved["non_zero_points"]) << row.model;
     if (row.frames == 0) continue;
     RunJson(play + "alone.pcd --frames 1:2");
     const std::string frame = row.model + std::string("/frame_000001.pcd");

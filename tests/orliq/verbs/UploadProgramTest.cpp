@@ -229,9 +229,9 @@ TEST_F(UploadingLive, CountsFramesWithAllTablesOnlyAndEndsWhenOneIsMissing) {
     ASSERT_TRUE(source.Open(param));
     ASSERT_TRUE(test::Eventually([&] { return source.Calibration().loaded; }));
     Send(0, 1536);
-    const auto both = [&](auto sums) { return sums.frames + sums.frames_before_tables == 2; };
+    const auto both = [&](auto sums) { return sums.frames.count + sums.frames_before_tables == 2; };
     ASSERT_TRUE(test::Eventually([&] { return both(source.Counts()); }));
-    EXPECT_EQ(source.Counts().frames, all ? 2 : 0);
+    EXPECT_EQ(source.Counts().frames.count, all ? 2 : 0);
   }
   const std::string live = "live --model juniq --port " + std::to_string(packets_);
   ExpectRefusal({live + " --params-from " + from_, 4, "no offset table (marker EEEE)"});

@@ -54,6 +54,14 @@ TEST(Pacer, LetsPacketsGoAtTheirMomentAndNeverBefore) {
   }
 }
 
+TEST(Pacer, OfACommonStartCountsFromItWhateverPacketComesFirst) {
+  TestClock clock;
+  const auto start = clock.now + std::chrono::milliseconds(5);
+  Pacer pacer(2, clock, [] { return false; });
+  pacer.Start(1.7e9, start);
+  EXPECT_NEAR(Milliseconds(pacer.Due(1.7e9 + 0.1) - start), 50, 0.01);
+}
+
 TEST(PacedSender, SendsABurstWhenTheLastOfItIsDue) {
   const test::LoopbackSocket receiver;
   std::string error;

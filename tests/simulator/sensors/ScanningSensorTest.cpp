@@ -70,9 +70,13 @@ class ScanTest : public testing::TestWithParam<Scan> {
   std::vector<std::vector<std::uint8_t>> Payloads(std::uint64_t seed, std::uint64_t before) {
     options_.seed = seed;
     const auto sensor = MakeSensor(scan_.model, options_);
-    sensor->EncodeFrame(*scene_, before);
+    const SceneView moving(*scene_);
+    const auto room = MakeScene("boxes");
+    sensor->EncodeFrame({*room, {{0.1 * static_cast<double>(before), 0, 0}}}, before);
     std::vector<std::vector<std::uint8_t>> payloads;
-    for (Packet& packet : sensor->EncodeFrame(*scene_, 8)) payloads.push_back(packet.payload);
+    for (Packet& packet : sensor->EncodeFrame(*room, 8)) payloads.push_back(packet.payload);
+    sensor->EncodeFrame(moving, before);
+    for (Packet& packet : sensor->EncodeFrame(moving, 8)) payloads.push_back(packet.payload);
     return payloads;
   }
 
@@ -91,7 +95,7 @@ class ScanTest : public testing::TestWithParam<Scan> {
 
   void ExpectTruth(const BeamTruth& truth, const Vec3& beam, double time_s) const {
     if (truth.is_false) return;
-    const double range = scene_->Cast(beam, time_s - options_.start_time_s).range_m;
+    const double range = scene_->Cast({}, beam, time_s - options_.start_time_s).range_m;
     ASSERT_NEAR(truth.range_m, range <= scan_.far ? range : 0.0, 1e-5) << truth.position;
   }
 

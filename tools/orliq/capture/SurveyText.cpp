@@ -60,8 +60,9 @@ const char* HindranceText(Skip reason) {
 
 }  // namespace
 
-CaptureSurvey SurveyWithBar(const std::string& path, const SurveyScope& scope, bool quiet) {
-  ProgressBar bar("reading", ReadableFileBytes(path), quiet);
+CaptureSurvey SurveyWithBar(const std::string& path, const SurveyScope& scope, bool quiet,
+                            const std::string& task) {
+  ProgressBar bar(task, ReadableFileBytes(path), quiet);
   return SurveyCapture(path, scope, [&](std::uint64_t bytes) { bar.Update(bytes); });
 }
 
@@ -83,11 +84,12 @@ std::set<std::uint16_t> FittingPorts(const CaptureSurvey& survey, const Model& m
   return ports;
 }
 
-std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model) {
+std::uint16_t FittingPort(const CaptureSurvey& survey, const Model& model,
+                          const SensorWords& words) {
   const auto ports = FittingPorts(survey, model);
   if (ports.size() <= 1) return ports.empty() ? std::uint16_t{0} : *ports.begin();
   throw Failure(ExitCode::kUsage, "packets that fit " + std::string(model.name) +
-                                      " go to several ports: choose one with --port (" +
+                                      " go to several ports: choose one with " + words.port + " (" +
                                       Listed(PortNames(ports), "or") + ')');
 }
 
@@ -108,13 +110,14 @@ std::vector<std::string> Senders(const CaptureSurvey& survey, const Model& model
   return names;
 }
 
-std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port) {
+std::string MixedText(const std::vector<std::string>& senders, std::uint16_t port,
+                      const SensorWords& words) {
   std::set<std::string> addresses;
   for (const auto& sender : senders) addresses.insert(sender.substr(0, sender.find(':')));
   return Listed(senders, "and") + " send to " +
          (port == 0 ? "these ports" : "port " + std::to_string(port)) +
          ": a frame would mix their points" +
-         (addresses.size() > 1 ? ", choose one with --source"
+         (addresses.size() > 1 ? std::string(", choose one with ") + words.source
                                : ", unless it is one sensor that was started again");
 }
 
@@ -137,7 +140,8 @@ std::string FitText(const Flow& flow) {
   return Listed(names, "or") + share + but;
 }
 
-std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
+std::string OtherModelText(const CaptureSurvey& survey, const Model& model,
+                           const SensorWords& words) {
   for (const Flow& flow : survey.flows) {
     if (!IsReadable(flow, model)) continue;
     const auto [likely, why] = flow.hints.FindLike(model);
@@ -146,9 +150,10 @@ std::string OtherModelText(const CaptureSurvey& survey, const Model& model) {
     const std::string sender = DottedAddress(flow.source);
     std::string text = "packets from " + sender + " to port " + std::to_string(flow.port);
     text.append(" look like those of ").append(name).append(", not of ").append(model.name);
-    text.append(" (").append(why).append("): nothing proves it, but try --model ").append(name);
+    text.append(" (").append(why).append("): nothing proves it, but try ");
+    text.append(words.model).append(" ").append(name);
     if (Senders(survey, model, flow.port).size() > 1) {
-      text.append(" with --source ").append(sender);
+      text.append(" with ").append(words.source).append(" ").append(sender);
     }
     return text;
   }
@@ -174,15 +179,14 @@ std::string ScopeText(const SurveyScope& scope) {
 }
 
 /// What to try for a model, none of whose packets is within the scope.
-std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const Model& model) {
+std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const Model& model,
+                   const SensorWords& words) {
   if (FitsAny(survey, model)) {
     const auto ports = PortNames(FittingPorts(survey, model));
     const bool both = scope.source != 0 && scope.port != 0;
     return ", but those to port " + Listed(ports, "or") + " do: leave " +
-           (both              ? "--port and --source"
-            : scope.port != 0 ? "--port"
-                              : "--source") +
-           " away";
+           (scope.port != 0 ? words.port : "") + (both ? " and " : "") +
+           (scope.source != 0 ? words.source : "") + " away";
   }
   if (const Flow* const flow = UnreadableFlow(survey, &model)) {
     return " in a form that can be read: those to port " + std::to_string(flow->port) + " are " +
@@ -197,21 +201,22 @@ std::string Remedy(const CaptureSurvey& survey, const SurveyScope& scope, const 
   const std::string fit =
       ", but those to port " + std::to_string(other->port) + " fit " + Listed(names, "or") + ": ";
   if (likely.model != nullptr && names.size() > 1) {
-    return fit + "most likely " + likely.model->name + ", try --model " + likely.model->name;
+    return fit + "most likely " + likely.model->name + ", try " + words.model + ' ' +
+           likely.model->name;
   }
-  return fit +
-         (names.size() > 1 ? "nothing tells which sent them" : "try --model " + names.front());
+  return fit + (names.size() > 1 ? "nothing tells which sent them"
+                                 : std::string("try ") + words.model + ' ' + names.front());
 }
 
 }  // namespace
 
 std::string WhyNothingFits(const CaptureSurvey& survey, const SurveyScope& scope,
-                           const Model* model) {
+                           const Model* model, const SensorWords& words) {
   if (survey.records == 0) return "the capture holds no record";
   if (survey.flows.empty()) return "the capture holds no UDP packet that can be played";
   if (model != nullptr) {
     return "no packet" + ScopeText(scope) + " fits " + std::string(model->name) + " (" +
-           std::to_string(model->packet_bytes) + " bytes)" + Remedy(survey, scope, *model);
+           std::to_string(model->packet_bytes) + " bytes)" + Remedy(survey, scope, *model, words);
   }
   const Flow* const flow = UnreadableFlow(survey, nullptr);
   const std::string why = flow == nullptr ? std::string()

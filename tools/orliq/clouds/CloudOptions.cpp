@@ -32,14 +32,7 @@ void RequireOrder(const char* quantity, float min, float max) {
 
 }  // namespace
 
-void AddCloudOptions(CLI::App& command, CloudOptions& options) {
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
-  // By a function, as an optional text would take an empty one for none.
-  command.add_option_function<std::string>(
-      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
-      "folder to read the sensor's calibration from");
+void AddOutputOptions(CLI::App& command, OutputOptions& options) {
   command.add_option("--out", options.out, "folder for one file per frame, or one file")
       ->check(NotEmpty());
   command
@@ -51,10 +44,22 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
   command
       .add_option("--point", options.point,
                   "what a point holds: x, y, z [m], intensity and ring; point-time adds the time "
-                  "[s]; point-source adds time, whole metres of range and an empty source; juniq "
-                  "adds row, column and the raw pulse")
+                  "[s]; point-source adds time, whole metres of range and the source, which begins "
+                  "with the index of the sensor, 0 for one alone; juniq adds row, column and the "
+                  "raw pulse")
       ->check(CLI::IsMember({"point", "point-time", "point-source", "juniq"}))
       ->capture_default_str();
+  command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
+}
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
+      ->transform(LowerCase())
+      ->required();
+  // By a function, as an optional text would take an empty one for none.
+  command.add_option_function<std::string>(
+      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
+      "folder to read the sensor's calibration from");
   command
       .add_option("--transform", options.transform,
                   "pose of the sensor as x,y,z,roll,pitch,yaw [m, deg]: a point is turned about "
@@ -63,12 +68,7 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
       ->expected(6)
       ->check(Finite());
   AddLimits(command, options.decoder);
-  command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
-}
-
-std::string TransformRemark(const CloudOptions& options, const Model& model) {
-  if (options.transform.empty() || model.transforms_points) return {};
-  return "--transform has no effect on " + std::string(model.name) + " points";
+  AddOutputOptions(command, options.output);
 }
 
 lidar::DriverParam MakeDriverParam(const CloudOptions& options, const Model& model) {

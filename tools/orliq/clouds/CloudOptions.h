@@ -11,23 +11,27 @@
 
 namespace orliq::cli {
 
-/// How packets become clouds and where the clouds go, for every verb that decodes.
-struct CloudOptions {
-  std::string model;
-  std::optional<std::string> check_folder;
-  std::string out;
+/// What clouds hold and where they go, for every verb that decodes.
+struct OutputOptions {
+  std::string out;  ///< empty: no files
   std::string format;
   bool force = false;  ///< replaces the file or frames of an earlier run
   std::string point = "point";
-  std::vector<float> transform;  ///< empty or x, y, z [m], roll, pitch, yaw [deg]
-  lidar::DecoderParam decoder;   ///< limits
   bool verbose = false;
 };
 
-void AddCloudOptions(CLI::App& command, CloudOptions& options);
+void AddOutputOptions(CLI::App& command, OutputOptions& options);
 
-/// A remark on --transform for a model whose points it does not move; or empty.
-std::string TransformRemark(const CloudOptions& options, const Model& model);
+/// How packets of a sensor that the command line names become clouds, and where these go.
+struct CloudOptions {
+  std::string model;
+  std::optional<std::string> check_folder;
+  std::vector<float> transform;  ///< empty or x, y, z [m], roll, pitch, yaw [deg]
+  lidar::DecoderParam decoder;   ///< limits
+  OutputOptions output;
+};
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options);
 
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits
 /// that let nothing through.

@@ -6,12 +6,13 @@
 
 namespace orliq::cli {
 
-CloudSaver::CloudSaver(const std::string& target, const std::string& format, bool replace)
-    : writer_(target, format, replace), thread_([this] { Run(); }) {}
+CloudSaver::CloudSaver(const std::string& target, const std::string& format, bool replace,
+                       std::size_t room)
+    : room_(room), writer_(target, format, replace), thread_([this] { Run(); }) {}
 
 void CloudSaver::Save(std::shared_ptr<const void> owner, const CloudView& view, int frame) {
   const std::lock_guard lock(mutex_);
-  if (jobs_.size() == kRoom) {
+  if (jobs_.size() == room_) {
     ++losses_.no_room;
     return;
   }

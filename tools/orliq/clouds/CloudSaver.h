@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -14,11 +15,16 @@
 
 namespace orliq::cli {
 
-/// Writes clouds on a thread of its own, so that the disk never makes decoding wait. At most kRoom
-/// clouds wait; one that finds the queue full is given up and counted.
+/// Writes clouds on a thread of its own, so that the disk never makes decoding wait. A cloud that
+/// finds the queue full is given up and counted.
 class CloudSaver {
  public:
   static constexpr std::size_t kRoom = 64;  // 2.5 s of a 25 Hz sensor
+
+  /// Room for clouds of so many sensors, in about the memory of one sensor's.
+  static std::size_t RoomFor(std::size_t sensors) {
+    return std::max<std::size_t>(16, kRoom / sensors);
+  }
 
   /// What has not been written, and why.
   struct Losses {
@@ -27,8 +33,9 @@ class CloudSaver {
     std::string first_fault;
   };
 
-  /// Throws Failure as CloudWriter does.
-  CloudSaver(const std::string& target, const std::string& format, bool replace = false);
+  /// At most `room` clouds wait. Throws Failure as CloudWriter does.
+  CloudSaver(const std::string& target, const std::string& format, bool replace = false,
+             std::size_t room = kRoom);
   ~CloudSaver() { Finish(); }
   CloudSaver(const CloudSaver&) = delete;
   CloudSaver& operator=(const CloudSaver&) = delete;
@@ -55,6 +62,7 @@ class CloudSaver {
   void Run();
   void Write(const Job& job);
 
+  const std::size_t room_;
   CloudWriter writer_;  // of the thread
   mutable std::mutex mutex_;
   std::condition_variable work_;

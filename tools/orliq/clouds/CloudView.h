@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
+#include "multi_driver/DriverParam.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/SensorModels.h"
 #include "orliq/clouds/PointFields.h"
 
 namespace orliq::cli {
@@ -29,17 +32,40 @@ CloudView View(const PointCloud<T>& cloud) {
           cloud.timestamp};
 }
 
-/// Points that are not exactly at the sensor's origin: those with a return inside the limits.
-template <typename T>
-std::size_t CountNonZero(const PointCloud<T>& cloud) {
-  std::size_t count = 0;
-  for (const T& point : cloud.points) {
-    const float x = point.x;
-    const float y = point.y;
-    const float z = point.z;
-    if (x != 0.0F || y != 0.0F || z != 0.0F) ++count;
+/// Where a sensor stands in its cloud [m].
+struct Origin {
+  float x = 0.0F;
+  float y = 0.0F;
+  float z = 0.0F;
+};
+
+/// Where the extrinsics put the sensor, if the driver moves the points of its model.
+inline Origin OriginOf(const lidar::DriverParam& param) {
+  const lidar::TransformParam& pose = param.decoder_param.transform_param;
+  const lidar::SensorModel* const model = lidar::FindSensorModel(param.lidar_type);
+  const bool moved = pose.enable != 0 && model != nullptr && model->transforms_points;
+  return moved ? Origin{pose.x, pose.y, pose.z} : Origin{};
+}
+
+/// Points of a range with a return inside the limits. The others are set to zero by the decoder; what
+/// measured a range of zero, as a Corvik does without a return, lies where the sensor stands.
+template <typename Iterator>
+std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin) {
+  std::uint64_t count = 0;
+  for (; begin != end; ++begin) {
+    const float x = begin->x;
+    const float y = begin->y;
+    const float z = begin->z;
+    const bool at_zero = x == 0.0F && y == 0.0F && z == 0.0F;
+    const bool at_sensor = x == origin.x && y == origin.y && z == origin.z;
+    if (!at_zero && !at_sensor) ++count;
   }
   return count;
+}
+
+template <typename T>
+std::uint64_t CountNonZero(const PointCloud<T>& cloud, const Origin& origin) {
+  return CountNonZero(cloud.points.begin(), cloud.points.end(), origin);
 }
 
 }  // namespace orliq::cli

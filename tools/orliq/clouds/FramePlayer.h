@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -31,8 +32,8 @@ namespace orliq::cli {
 /// Threads: call it from one thread. Clouds arrive on the driver's thread and are handed on to the
 /// caller's; while the caller works on one frame, the driver decodes the next. At most kRoom clouds
 /// wait in between: then the driver waits for the caller, however many clouds one request gives.
-/// Failure: Open returns false; afterwards a request only ever waits for the driver, and Ctrl-C ends
-/// every wait.
+/// Failure: Open returns false; afterwards a request only ever waits for the driver, and Ctrl-C or
+/// Abandon, which may come from any thread, ends every wait.
 template <typename Cloud>
 class FramePlayer {
  public:
@@ -51,6 +52,10 @@ class FramePlayer {
   FramePlayer(const FramePlayer&) = delete;
   FramePlayer& operator=(const FramePlayer&) = delete;
 
+  /// Lets WaitForIndex and Play end as an interrupt does; from any thread.
+  void Abandon() { abandoned_ = true; }
+  bool Ended() const { return abandoned_ || InterruptRequested(); }
+
   /// Initialises and starts the driver; an empty `source` takes every sender.
   bool Open(const lidar::DriverParam& param, const std::string& source) {
     driver_.RegisterPointCloudCallBack(
@@ -63,18 +68,18 @@ class FramePlayer {
     return driver_.SetSourceAddress(source) && driver_.InitDriver(param) && driver_.Start();
   }
 
-  /// Waits until the capture is indexed and returns its number of frame entries; 0 when the user
-  /// interrupts it.
+  /// Waits until the capture is indexed and returns its number of frame entries; 0 when it is
+  /// interrupted.
   int WaitForIndex() {
     int entries = 0;
-    while (!InterruptRequested() && !driver_.GetLocalFileStatus(entries)) {
+    while (!Ended() && !driver_.GetLocalFileStatus(entries)) {
       std::this_thread::sleep_for(kPoll);
     }
     return entries;
   }
 
   /// Plays the entries `first` to before `last`, which must be there, and hands every cloud to
-  /// `sink(frame)` in order; false when the user interrupted it. The driver has stopped when it
+  /// `sink(frame)` in order; false when it was interrupted. The driver has stopped when it
   /// returns. A decoder that remembers plays `ahead` before, and nobody sees it.
   template <typename Sink>
   bool Play(int ahead, int first, int last, const Sink& sink) {
@@ -103,11 +108,11 @@ class FramePlayer {
   static constexpr auto kPoll = std::chrono::microseconds(200);
   static constexpr auto kInterruptPoll = std::chrono::milliseconds(50);
 
-  /// Asks with mutex_ held until the answer is yes; false when the user interrupts it. A cloud that
+  /// Asks with mutex_ held until the answer is yes; false when it is interrupted. A cloud that
   /// waits alone stays, to be worked on while the driver decodes the next frame.
   template <typename Sink, typename Ask>
   bool Wait(const Sink& sink, const Ask& ask) {
-    for (; !InterruptRequested(); std::this_thread::sleep_for(kPoll)) {
+    for (; !Ended(); std::this_thread::sleep_for(kPoll)) {
       HandOn(sink, 1);
       const std::lock_guard lock(mutex_);
       if (ask()) return true;
@@ -115,7 +120,7 @@ class FramePlayer {
     return false;
   }
 
-  /// Requests an entry once the driver is free; false when the user interrupts it. The lock spans
+  /// Requests an entry once the driver is free; false when it is interrupted. The lock spans
   /// request and bookkeeping, so that no cloud of the new frame can arrive before `entry_` names it.
   template <typename Sink>
   bool Request(int entry, bool discard, const Sink& sink) {
@@ -139,10 +144,10 @@ class FramePlayer {
     return true;
   }
 
-  /// Until the frame that was requested last gave a cloud; false when the user interrupts it.
+  /// Until the frame that was requested last gave a cloud; false when it is interrupted.
   bool WaitForCloud() {
     std::unique_lock lock(mutex_);
-    while (!answered_ && !InterruptRequested()) arrival_.wait_for(lock, kInterruptPoll);
+    while (!answered_ && !Ended()) arrival_.wait_for(lock, kInterruptPoll);
     return answered_;
   }
 
@@ -206,6 +211,7 @@ class FramePlayer {
     for (const Frame& frame : frames) sink(frame);
   }
 
+  std::atomic<bool> abandoned_{false};
   const bool remembers_;  // the decoder, the packet before: one frame for all clouds of a request
   std::mutex mutex_;
   std::condition_variable arrival_;

@@ -2,37 +2,28 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "multi_driver/OrliqDriver.h"
+#include "orliq/clouds/CloudCounter.h"
 #include "orliq/clouds/CloudPool.h"
 #include "orliq/clouds/CloudSaver.h"
 #include "orliq/clouds/CloudView.h"
-#include "orliq/clouds/PointSpread.h"
 
 namespace orliq::cli {
 
 /// What has come from a live sensor so far.
 struct LiveCounts {
   lidar::DriverStatistics packets;
-  std::uint64_t frames = 0;  ///< clouds with points, the partial one only when it is kept
-  double frames_span = 0.0;  ///< [s] from the first of them to the last
+  CloudSums frames;  ///< clouds with points, the partial one only when it is kept
   std::uint64_t empty_frames = 0;
   std::uint64_t partial_points = 0;  ///< of the first one, which had begun before
   /// Decoded without the sensor's tables, in whole or in part; none of the others.
   std::uint64_t frames_before_tables = 0;
-  std::uint64_t points = 0;
-  std::uint64_t min_points = 0;  ///< of a frame
-  std::uint64_t median_points = 0;
-  std::uint64_t max_points = 0;
-  std::uint64_t non_zero = 0;
-  std::uint64_t last_points = 0;  ///< of the latest frame
   std::uint64_t imu_samples = 0;
   CloudSaver::Losses not_written;  ///< so far: frames may still wait for the disk
 };
@@ -83,31 +74,21 @@ class DriverSource : public LiveSource {
                                 [] { return std::make_shared<lidar::ImuMsg>(); });
     driver_.SetStrictUpload(!choice_.lenient);
     calibrated_ = param.param_source == 0;
+    origin_ = OriginOf(param);
     return driver_.SetSourceAddress(choice_.source) && driver_.InitDriver(param) && driver_.Start();
   }
 
   void Stop() override { driver_.Stop(); }
 
-  bool Complete() const override { return frames_ == wanted_; }
+  bool Complete() const override { return frames_.Count() == wanted_; }
 
   LiveCounts Counts() const override {
     LiveCounts counts;
     driver_.GetStatistics(counts.packets);
-    counts.frames = frames_;
-    counts.frames_span =
-        std::chrono::duration<double>(last_frame_.load() - first_frame_.load()).count();
+    counts.frames = frames_.Sums();
     counts.empty_frames = empty_frames_;
     counts.partial_points = partial_points_;
     counts.frames_before_tables = frames_before_tables_;
-    counts.points = points_;
-    {
-      const std::lock_guard lock(spread_mutex_);
-      counts.min_points = spread_.Min();
-      counts.median_points = spread_.Median();
-      counts.max_points = spread_.Max();
-    }
-    counts.non_zero = non_zero_;
-    counts.last_points = last_points_;
     counts.imu_samples = imu_samples_;
     if (saver_ != nullptr) counts.not_written = saver_->Found();
     return counts;
@@ -121,7 +102,6 @@ class DriverSource : public LiveSource {
 
  private:
   using Number = std::atomic<std::uint64_t>;
-  using Clock = std::chrono::steady_clock;
 
   void TakeCloud(const std::shared_ptr<Cloud>& cloud) {
     if (Complete()) return;
@@ -137,9 +117,9 @@ class DriverSource : public LiveSource {
     if (points == 0) {
       ++empty_frames_;
     } else if (!partial || choice_.partial) {
-      Count(*cloud);
       if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
-      ++frames_;  // last: whoever sees the frame complete finds it counted and handed over
+      frames_.Add(points,
+                  CountNonZero(*cloud, origin_));  // last: a frame that counts is handed over
     }
   }
 
@@ -154,17 +134,6 @@ class DriverSource : public LiveSource {
     return calibrated_ && statistics.upload.decoded_before_use == 0;
   }
 
-  void Count(const Cloud& cloud) {
-    const std::size_t points = cloud.points.size();
-    last_points_ = points;
-    points_ += points;
-    non_zero_ += CountNonZero(cloud);
-    last_frame_ = Clock::now();
-    if (frames_ == 0) first_frame_ = last_frame_.load();
-    const std::lock_guard lock(spread_mutex_);
-    spread_.Add(points);
-  }
-
   void TakeImu() {
     if (!Complete()) ++imu_samples_;
   }
@@ -174,18 +143,12 @@ class DriverSource : public LiveSource {
   CloudSaver* saver_;
   int clouds_ = 0;           // of all kinds; of the decoding thread
   bool calibrated_ = false;  // from the next frame on; likewise, once it runs
-  Number frames_{0};
+  Origin origin_;            // of the sensor
+  CloudCounter frames_;
   Number empty_frames_{0};
   Number partial_points_{0};
   Number frames_before_tables_{0};
-  Number points_{0};
-  Number non_zero_{0};
-  Number last_points_{0};
   Number imu_samples_{0};
-  mutable std::mutex spread_mutex_;
-  PointSpread spread_;  // of the frames; guarded by spread_mutex_
-  std::atomic<Clock::time_point> first_frame_{Clock::time_point()};
-  std::atomic<Clock::time_point> last_frame_{Clock::time_point()};
   std::shared_ptr<CloudPool<Cloud>> pool_ =
       std::make_shared<CloudPool<Cloud>>(CloudSaver::kRoom + 2);
   OrliqDriver<Cloud> driver_;  // last, so that its threads end before anything they use

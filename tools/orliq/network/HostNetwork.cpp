@@ -10,6 +10,7 @@
 #include <set>
 #include <sstream>
 #include <system_error>
+#include <vector>
 
 #include "common/SocketMemory.h"
 #include "orliq/terminal/NumberText.h"
@@ -18,6 +19,9 @@ namespace orliq::cli {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr in_addr_t kLoopbackLow = 0x7F000000;   // 127.0.0.0 names the network,
+constexpr in_addr_t kLoopbackHigh = 0x7FFFFFFF;  // 127.255.255.255 everyone in it
 
 /// The names of this process's sockets, as the system numbers them.
 std::set<std::string> OwnSockets() {
@@ -47,6 +51,27 @@ bool HasPort(const std::string& row, std::uint16_t port, std::string& inode) {
   return colon != std::string::npos && std::stoul(local.substr(colon + 1), nullptr, 16) == port;
 }
 
+struct OwnAddress {
+  std::string dotted;
+  std::string interface;
+};
+
+/// The IPv4 addresses of this machine's interfaces.
+std::vector<OwnAddress> OwnAddresses() {
+  std::vector<OwnAddress> all;
+  ifaddrs* list = nullptr;
+  if (::getifaddrs(&list) != 0) return all;
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
+    char dotted[INET_ADDRSTRLEN] = {};
+    const auto* const address = reinterpret_cast<const sockaddr_in*>(entry->ifa_addr);
+    ::inet_ntop(AF_INET, &address->sin_addr, dotted, sizeof dotted);
+    all.push_back({dotted, entry->ifa_name});
+  }
+  ::freeifaddrs(list);
+  return all;
+}
+
 }  // namespace
 
 std::string EndpointText(const std::string& address, std::uint16_t port) {
@@ -54,18 +79,21 @@ std::string EndpointText(const std::string& address, std::uint16_t port) {
 }
 
 std::string LocalAddressText() {
-  ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) return "none";
   std::string text;
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET) continue;
-    char dotted[INET_ADDRSTRLEN] = {};
-    const auto* const address = reinterpret_cast<const sockaddr_in*>(entry->ifa_addr);
-    ::inet_ntop(AF_INET, &address->sin_addr, dotted, sizeof dotted);
-    text += (text.empty() ? "" : ", ") + std::string(dotted) + " (" + entry->ifa_name + ')';
+  for (const OwnAddress& own : OwnAddresses()) {
+    text += (text.empty() ? "" : ", ") + own.dotted + " (" + own.interface + ')';
   }
-  ::freeifaddrs(list);
   return text.empty() ? "none" : text;
+}
+
+bool IsLocalAddress(const std::string& address) {
+  in_addr parsed = {};
+  if (::inet_pton(AF_INET, address.c_str(), &parsed) != 1) return false;
+  const in_addr_t host = ntohl(parsed.s_addr);
+  if (host >> 24U == IN_LOOPBACKNET) return host != kLoopbackLow && host != kLoopbackHigh;
+  const auto all = OwnAddresses();
+  return std::any_of(all.begin(), all.end(),
+                     [&](const OwnAddress& own) { return own.dotted == address; });
 }
 
 std::size_t ForeignSockets(std::uint16_t port) {

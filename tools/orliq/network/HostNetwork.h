@@ -14,6 +14,9 @@ std::string EndpointText(const std::string& address, std::uint16_t port);
 /// The machine's IPv4 addresses: "127.0.0.1 (lo), 192.168.1.102 (eth0)"; "none" without any.
 std::string LocalAddressText();
 
+/// Whether an IPv4 address in dotted form is one of this machine's; all of 127.0.0.0/8 but its ends is.
+bool IsLocalAddress(const std::string& address);
+
 /// UDP sockets bound to that port that do not belong to this process.
 std::size_t ForeignSockets(std::uint16_t port);
 

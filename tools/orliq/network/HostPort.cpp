@@ -28,7 +28,7 @@ std::uint16_t ParsePort(const std::string& text, const std::string& value) {
   return static_cast<std::uint16_t>(port);
 }
 
-std::string Resolve(const std::string& host, const std::string& value) {
+std::string AddressOf(const std::string& host, const std::string& value) {
   addrinfo wanted = {};
   wanted.ai_family = AF_INET;
   wanted.ai_socktype = SOCK_DGRAM;
@@ -49,7 +49,7 @@ std::string Resolve(const std::string& host, const std::string& value) {
 
 }  // namespace
 
-HostPort ParseHostPort(const std::string& option, const std::string& text) {
+HostPort SplitHostPort(const std::string& option, const std::string& text) {
   const std::string value = option + ' ' + text;
   if (std::count(text.begin(), text.end(), ':') > 1) {
     Refuse(value, "IPv6 is not supported: write an IPv4 address or a name, such as 127.0.0.1:2368");
@@ -58,8 +58,17 @@ HostPort ParseHostPort(const std::string& option, const std::string& text) {
   if (colon == std::string::npos || colon == 0) {
     Refuse(value, "write an address, a colon and a port, such as 127.0.0.1:2368");
   }
-  const std::uint16_t port = ParsePort(text.substr(colon + 1), value);
-  return {text, Resolve(text.substr(0, colon), value), port};
+  return {text, text.substr(0, colon), ParsePort(text.substr(colon + 1), value)};
+}
+
+void Resolve(const std::string& option, HostPort& host) {
+  host.address = AddressOf(host.address, option + ' ' + host.text);
+}
+
+HostPort ParseHostPort(const std::string& option, const std::string& text) {
+  HostPort host = SplitHostPort(option, text);
+  Resolve(option, host);
+  return host;
 }
 
 }  // namespace orliq::cli

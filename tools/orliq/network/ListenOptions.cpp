@@ -29,10 +29,10 @@ void AddListenOptions(CLI::App& command, ListenOptions& options) {
   command.add_flag("--quiet", options.quiet, "no status line, no remarks");
 }
 
-void RequirePort(const std::string& address, std::uint16_t port, const Console& console) {
+void RequirePort(const std::string& address, std::uint16_t port, const Remarks& remarks) {
   const UdpReceiver trial(address, port, UdpReceiver::Sharing::kShared);
   if (ForeignSockets(port) == 0) return;
-  console.Note("another socket has UDP port " + std::to_string(port) +
+  remarks.Note("another socket has UDP port " + std::to_string(port) +
                " bound too: a packet goes to one of the two only (" + SocketOwnerHint(port) + ')');
 }
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "orliq/terminal/Console.h"
+#include "orliq/terminal/Remarks.h"
 
 namespace orliq::cli {
 
@@ -24,7 +24,7 @@ void AddListenOptions(CLI::App& command, ListenOptions& options);
 
 /// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why:
 /// throws Failure then, and remarks on another socket that has the port too.
-void RequirePort(const std::string& address, std::uint16_t port, const Console& console);
+void RequirePort(const std::string& address, std::uint16_t port, const Remarks& remarks);
 
 /// Runs from its making on.
 class ListenTime {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/network/Transmission.h"
 
+#include <utility>
+
 #include "orliq/terminal/ExitCode.h"
-#include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 
 namespace orliq::cli {
@@ -10,19 +11,14 @@ namespace {
 
 constexpr double kNoticeableDelay = 0.1;  // [s] longer than an idle machine ever makes one wait
 
-std::unique_ptr<sim::UdpSender> OpenSender(const HostPort& target) {
+std::unique_ptr<sim::UdpSender> OpenSender(const HostPort& target, const std::string& source) {
   std::string error;
-  auto sender = sim::UdpSender::Create(target.address, target.port, error);
+  auto sender = sim::UdpSender::Create(target.address, target.port, error, source);
   if (!sender) {
     throw Failure(ExitCode::kFileFault, "cannot send to " + target.text + ": " + error);
   }
   return sender;
 }
-
-double Seconds(sim::PaceClock::Time time) {
-  return std::chrono::duration<double>(time).count();
-}
-
 }  // namespace
 
 CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options) {
@@ -45,11 +41,12 @@ CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& opti
   return to;
 }
 
-Transmission::Transmission(const TransmissionOptions& options, const Console& console)
+Transmission::Transmission(const TransmissionOptions& options, const Console& console,
+                           std::function<bool()> stop)
     : console_(console),
       target_(ParseHostPort("--to", options.to)),
-      sender_(OpenSender(target_)),
-      pacer_(options.speed, clock_, &InterruptRequested),
+      sender_(OpenSender(target_, options.source)),
+      pacer_(options.speed, clock_, std::move(stop)),
       paced_(*sender_, pacer_, options.burst) {}
 
 void Transmission::Send(const std::uint8_t* payload, std::size_t size, double time_s) {
@@ -68,9 +65,13 @@ void Transmission::RemarkOnFailure() {
   console_.Note("a packet could not be sent to " + target_.text + ": " + sender_->FirstError());
 }
 
+double Transmission::WorstDelay() const {
+  return std::chrono::duration<double>(pacer_.WorstDelay()).count();
+}
+
 void Transmission::Add(Report& report) const {
   const double seconds = paced_.Seconds();
-  const double delay = Seconds(pacer_.WorstDelay());
+  const double delay = WorstDelay();
   const std::uint64_t packets = sender_->Datagrams();
   report.Add("to", "Sent", target_.address + ':' + std::to_string(target_.port),
              Count(packets, "packet") + ", " + Megabytes(sender_->Bytes()) + " to " + target_.text);
@@ -88,12 +89,14 @@ void Transmission::Add(Report& report) const {
              Grouped(pauses) + " of more than 2 s, counted as 2 s");
 }
 
+void Transmission::RemarkOnDelay(const Remarks& remarks) const {
+  const double delay = WorstDelay();
+  if (delay <= kNoticeableDelay) return;
+  remarks.Note("packets to " + target_.text + " left up to " + Fixed(delay, 2) +
+               " s behind their time: if that was no passing disturbance, lower --speed");
+}
+
 void Transmission::RequireAllSent() const {
-  const double delay = Seconds(pacer_.WorstDelay());
-  if (delay > kNoticeableDelay) {
-    console_.Note("packets left up to " + Fixed(delay, 2) +
-                  " s behind their time: if that was no passing disturbance, lower --speed");
-  }
   if (sender_->Failed() == 0) return;
   throw Failure(ExitCode::kLosses, Count(sender_->Failed(), "packet") + " could not be sent to " +
                                        target_.text + ": " + sender_->FirstError());

@@ -3,11 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "orliq/network/HostPort.h"
 #include "orliq/terminal/Console.h"
+#include "orliq/terminal/Interrupt.h"
+#include "orliq/terminal/Remarks.h"
 #include "orliq/terminal/Report.h"
 #include "simulator/sending/PacedSender.h"
 
@@ -16,6 +19,7 @@ namespace orliq::cli {
 /// Options of a verb that sends packets.
 struct TransmissionOptions {
   std::string to;
+  std::string source;  ///< IPv4 address of this machine to send from; empty: the system chooses
   double speed = 1.0;
   std::size_t burst = 1;
 };
@@ -23,12 +27,17 @@ struct TransmissionOptions {
 /// Adds --to, --speed and --burst; returns --to.
 CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options);
 
-/// Sends a verb's packets at their pace and tells how that went. A request to finish ends every
-/// wait.
+/// Sends a verb's packets at their pace and tells how that went. Not thread safe.
 class Transmission {
  public:
-  /// Throws Failure when the target makes no sense or there is no way to it.
-  Transmission(const TransmissionOptions& options, const Console& console);
+  /// `stop` is asked while waiting and ends every wait. Throws Failure when the target makes no sense
+  /// or there is no way to it.
+  Transmission(const TransmissionOptions& options, const Console& console,
+               std::function<bool()> stop = &InterruptRequested);
+
+  /// What has the time `time_s` is due at `moment`, rather than the first packet at once. Call it
+  /// before any packet.
+  void Start(double time_s, sim::PaceClock::Time moment) { pacer_.Start(time_s, moment); }
 
   /// Sends a packet when it is due; `time_s` counts seconds from any moment. The first packet that
   /// cannot be sent is remarked on.
@@ -40,9 +49,15 @@ class Transmission {
   const HostPort& Target() const { return target_; }
   std::uint64_t Packets() const { return sender_->Datagrams(); }
 
+  /// [s] by which the latest packet missed its moment.
+  double WorstDelay() const;
+
   void Add(Report& report) const;
 
-  /// Remarks on packets that left late; throws Failure when some could not be sent.
+  /// Tells of packets that left noticeably late.
+  void RemarkOnDelay(const Remarks& remarks) const;
+
+  /// Throws Failure when some packets could not be sent.
   void RequireAllSent() const;
 
  private:

@@ -53,7 +53,7 @@ std::string WhyNotBound(const std::string& address, std::uint16_t port, int faul
       return "another program holds UDP port " + name + ": end it (" + SocketOwnerHint(port) + ')';
     case EADDRNOTAVAIL:
       return address + " is no address of this machine, which has " + LocalAddressText() +
-             ": choose one of them or leave --address away";
+             ": choose one of them, or none to listen on all";
     default:
       return "cannot listen on " + EndpointText(address, port) + ": " +
              std::generic_category().message(fault);

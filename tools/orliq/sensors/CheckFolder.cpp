@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/PlainText.h"
 #include "param/Calibration.h"
@@ -79,15 +80,16 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 }
 
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
-                        const Console& console) {
+                        const Remarks& remarks) {
+  const std::string option = "check-folder";
   if (!folder) {
     if (model.needs_tables) {
-      console.Note("without --check-folder all points lie straight ahead, at uncorrected ranges");
+      remarks.Note("without " + remarks.Name(option) + ' ' + kWithoutTables);
     }
     return;
   }
   if (!model.needs_tables) {
-    console.Note(std::string(model.name) + " needs no calibration: --check-folder has no effect");
+    RemarkOnUnusedCalibration(model, option, remarks);
     return;
   }
   const CheckFolderReport report = ExamineCheckFolder(model, *folder);
@@ -96,7 +98,7 @@ void RequireCalibration(const Model& model, const std::optional<std::string>& fo
                                             "\norliq check-params DIR --model " + model.name +
                                             " tells more, and the rules");
   }
-  for (const std::string& remark : report.remarks) console.Note(remark);
+  for (const std::string& remark : report.remarks) remarks.Note(remark);
 }
 
 std::string TableWordIn(const std::string& path) {

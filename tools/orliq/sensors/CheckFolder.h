@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "orliq/sensors/Models.h"
-#include "orliq/terminal/Console.h"
+#include "orliq/terminal/Remarks.h"
 
 namespace orliq::lidar {
 class ParamService;
 }
 
 namespace orliq::cli {
+
+/// What becomes of a model that needs tables without them.
+inline constexpr char kWithoutTables[] = "all points lie straight ahead, at uncorrected ranges";
 
 /// What became of a folder of calibration tables, for the user.
 struct CheckFolderReport {
@@ -36,7 +39,7 @@ std::string CheckFolderFault(const Model& model, const std::string& folder,
 /// load or two files give it, also for an empty name, and remarks on a folder that was not named or
 /// has files of no use.
 void RequireCalibration(const Model& model, const std::optional<std::string>& folder,
-                        const Console& console);
+                        const Remarks& remarks);
 
 /// The word in `path` by which a table file is recognised, or nothing. Such a word in the path of a
 /// folder makes every file in it count as that table.

@@ -56,6 +56,11 @@ inline CLI::Validator NotEmpty() {
   return {check, "", "named"};
 }
 
+/// Why an option cannot stand beside --config, the file of several sensors.
+inline std::string OfOneSensor(const std::string& option) {
+  return option + " describes one sensor: with --config, the file does that";
+}
+
 /// The IPv4 address of one sender, which 0.0.0.0 is not.
 inline CLI::Validator HostAddress() {
   const auto check = [](const std::string& text) {

@@ -23,17 +23,16 @@ State& Shared() {
   return *state;
 }
 
-/// Columns of the terminal; a longer line would break and could not be written over.
-std::size_t Width() {
-  winsize size = {};
-  const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? size.ws_col : 80;
-}
-
 }  // namespace
 
 bool IsTerminal() {
   return ::isatty(STDERR_FILENO) == 1;
+}
+
+std::size_t Width() {
+  winsize size = {};
+  const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : 80;
 }
 
 void PrintLine(const std::string& text) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 // Standard error, which whole lines and one line of progress share: a line that comes while progress
@@ -8,6 +9,9 @@
 namespace orliq::cli::standard_error {
 
 bool IsTerminal();
+
+/// Columns of the terminal; a longer line would break and could not be written over.
+std::size_t Width();
 
 /// One whole line. Colours are left out where no terminal would show them.
 void PrintLine(const std::string& text);

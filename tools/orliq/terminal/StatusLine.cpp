@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/terminal/StatusLine.h"
 
+#include <limits>
+
 #include "orliq/terminal/StandardError.h"
 
 namespace orliq::cli {
@@ -18,6 +20,10 @@ StatusLine::StatusLine(bool silent, std::chrono::milliseconds pause)
 
 StatusLine::~StatusLine() {
   if (!silent_ && terminal_) standard_error::ClearProgress();
+}
+
+std::size_t StatusLine::Width() const {
+  return terminal_ ? standard_error::Width() - 1 : std::numeric_limits<std::size_t>::max();
 }
 
 void StatusLine::Show(const std::string& text) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 namespace orliq::cli {
@@ -21,6 +22,9 @@ class StatusLine {
   /// Whether it is time for a new text.
   bool Due() const { return !silent_ && Clock::now() >= next_; }
   void Show(const std::string& text);
+
+  /// Columns of a text that show: those of the terminal, or all of them.
+  std::size_t Width() const;
 
   /// Whether the text shows on a terminal.
   bool OnTerminal() const { return terminal_; }

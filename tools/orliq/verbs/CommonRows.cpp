@@ -24,9 +24,13 @@ void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero) 
              Grouped(non_zero) + " (" + Fixed(share, 1) + " %)");
 }
 
-void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max) {
-  report.Add("points_per_frame", max == 0 ? "" : "Points per frame",
-             {{"min", min}, {"median", median}, {"max", max}},
+Json SpreadJson(std::uint64_t min, std::uint64_t median, std::uint64_t max) {
+  return {{"min", min}, {"median", median}, {"max", max}};
+}
+
+void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max,
+                  const std::string& of) {
+  report.Add("points_per_" + of, max == 0 ? "" : "Points per " + of, SpreadJson(min, median, max),
              Grouped(min) + " / " + Grouped(median) + " / " + Grouped(max) + " (min/median/max)");
 }
 

@@ -30,9 +30,13 @@ struct Reception {
 void AddReceptionRows(Report& report, const Reception& reception);
 void AddPointRows(Report& report, std::uint64_t points, std::uint64_t non_zero);
 
+Json SpreadJson(std::uint64_t min, std::uint64_t median, std::uint64_t max);
+
 /// Fewest, median and most points of a frame, so that loss shows: a frame that lost packets has fewer
-/// points, one without its mark those of two. All are 0 without a frame.
-void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max);
+/// points, one without its mark those of two. All are 0 without a frame. `of` says of what, if not of
+/// a frame.
+void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::uint64_t max,
+                  const std::string& of = "frame");
 
 /// A remark on clouds of a model that measures, when they hold no point but at the origin, or none at
 /// all; else empty.

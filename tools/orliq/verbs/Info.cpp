@@ -18,7 +18,6 @@ struct Options {
   std::optional<std::string> check_folder;
   std::string source;
   std::uint16_t port = 0;
-  bool json = false;
   bool quiet = false;
 };
 
@@ -34,7 +33,7 @@ void AddOptions(CLI::App& command, Options& options) {
   command.add_option_function<std::string>(
       "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
       "also say whether this calibration folder is good for the model");
-  command.add_flag("--json", options.json, "report as JSON");
+  command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
 }
 

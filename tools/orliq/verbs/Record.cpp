@@ -169,7 +169,7 @@ ExitCode Run(const Options& options, Console& console) {
   console.Print(MakeReport(options, recording, result));
   if (recording.Packets() == 0) {
     throw Failure(ExitCode::kNoData,
-                  WhyNothingArrived({listen.address, listen.port, result.seconds}));
+                  WhyNothingArrived({listen.address, listen.port, result.seconds}, console));
   }
   if (recording.Senders().size() > 1) {
     console.Note("several senders sent to this port: orliq play --source chooses one by address");

@@ -123,6 +123,7 @@ class Replay {
                     options_.capture + ' ' + FaultText(found_));
     }
     if (time_.datagrams == 0 && !InterruptRequested()) ThrowNothingToSend();
+    transmission_.RemarkOnDelay(console_);
     transmission_.RequireAllSent();
     if (Interrupted() && rounds_ != kForever) {
       throw Failure(ExitCode::kLosses,

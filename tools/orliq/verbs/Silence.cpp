@@ -10,7 +10,7 @@
 namespace orliq::cli {
 namespace {
 
-std::string WhyNothingFitted(const Silence& silence) {
+std::string WhyNothingFitted(const Silence& silence, const Remarks& remarks) {
   const Model& model = *silence.model;
   const std::string name = model.name;
   const std::string came = Count(silence.datagrams, "datagram") + " arrived at " +
@@ -29,7 +29,8 @@ std::string WhyNothingFitted(const Silence& silence) {
     return length + ", a length that no model sends. Check that the sensor, and nothing else, " +
            "sends to this port";
   }
-  return length + ", as the packets of " + models + " have. Check --model and --port";
+  return length + ", as the packets of " + models + " have. Check " + remarks.Setting("model") +
+         " and " + remarks.Setting("port");
 }
 
 std::string OtherSocketsText(std::uint16_t port) {
@@ -42,22 +43,22 @@ std::string OtherSocketsText(std::uint16_t port) {
 
 }  // namespace
 
-std::string WhyNothingArrived(const Silence& silence) {
-  if (silence.model != nullptr && silence.datagrams > 0) return WhyNothingFitted(silence);
+std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks) {
+  if (silence.model != nullptr && silence.datagrams > 0) return WhyNothingFitted(silence, remarks);
   if (silence.of_others > 0) {
     return "nothing arrived from " + silence.source + ", but " +
            Count(silence.of_others, "datagram") + " from " + silence.other +
-           ": name that address with --source, or leave it away";
+           ": name that address with " + remarks.Setting("source") + ", or leave it away";
   }
   const std::string port = std::to_string(silence.port);
-  const std::string target =
-      silence.address.empty()
-          ? "an address of this machine: " + LocalAddressText()
-          : silence.address + "; without --address every address is listened on";
+  const std::string target = silence.address.empty()
+                                 ? "an address of this machine: " + LocalAddressText()
+                                 : silence.address + "; without " + remarks.Setting("address") +
+                                       " every address is listened on";
   return "nothing arrived at " + EndpointText(silence.address, silence.port) + " within " +
          Fixed(silence.seconds, 1) + " s. Check that" +
          "\n  the sensor is on, and its cable and this machine's interface are up" +
-         "\n  it sends to UDP port " + port + " (--port) of " + target +
+         "\n  it sends to UDP port " + port + " (" + remarks.Setting("port") + ") of " + target +
          "\n  no firewall keeps UDP port " + port + " from this machine" + "\n  " +
          OtherSocketsText(silence.port);
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orliq/sensors/Models.h"
+#include "orliq/terminal/Remarks.h"
 
 namespace orliq::cli {
 
@@ -23,8 +24,8 @@ struct Silence {
   std::string other = {};          ///< one of those
 };
 
-/// What it listened on and what to check, for the user.
-std::string WhyNothingArrived(const Silence& silence);
+/// What it listened on and what to check, for the user, who wrote the settings as `remarks` knows.
+std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks);
 
 /// The models whose packets have that many bytes: "corvik, brantis or hestra"; or nothing.
 std::string ModelsOfLength(std::size_t bytes);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulator/scene/Scene.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "simulator/scene/Surface.h"
@@ -10,7 +11,7 @@ namespace {
 
 using Surfaces = std::vector<std::unique_ptr<Surface>>;
 
-constexpr double kGround = -1.8;     // [m] z of the ground: the sensor is mounted at 1.8 m
+constexpr double kGround = -1.8;     // [m] z of the ground: the origin is 1.8 m above it
 constexpr double kWallTop = 2.2;     // [m] beams that pass above the walls come back empty
 constexpr double kFrontWall = 20.0;  // [m] x of the front wall's face, the rear wall mirrors it
 constexpr double kSideWall = 8.0;    // [m] y of the left wall's face, the right wall mirrors it
@@ -20,15 +21,20 @@ class SurfaceScene final : public Scene {
  public:
   explicit SurfaceScene(Surfaces surfaces) : surfaces_(std::move(surfaces)) {}
 
-  Hit Cast(const Vec3& direction, double time_s) const override {
+  Hit Cast(const Vec3& origin, const Vec3& direction, double time_s) const override {
     Hit nearest;
     for (const auto& surface : surfaces_) {
-      const double range = surface->Range(direction, time_s);
+      const double range = surface->Range(origin, direction, time_s);
       if (range < nearest.range_m) {
         nearest = {range, surface->Reflectivity()};
       }
     }
     return nearest;
+  }
+
+  bool Still() const override {
+    return std::none_of(surfaces_.begin(), surfaces_.end(),
+                        [](const auto& surface) { return surface->Moves(); });
   }
 
  private:

@@ -16,7 +16,8 @@ struct Hit {
   double reflectivity = 0.0;                                 ///< share of light sent back, 0 to 1
 };
 
-/// Surroundings of a sensor at the origin. Constant after construction: any thread may cast.
+/// Surroundings of sensors. Its origin is 1.8 m above the ground, where a vehicle carries a sensor.
+/// Constant after construction: any thread may cast.
 class Scene {
  public:
   Scene() = default;
@@ -24,8 +25,12 @@ class Scene {
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
-  /// The first surface along `direction` (of unit length) `time_s` seconds after the scene started.
-  virtual Hit Cast(const Vec3& direction, double time_s) const = 0;
+  /// The first surface that a beam from `origin` along `direction` (of unit length) meets, `time_s`
+  /// seconds after the scene started.
+  virtual Hit Cast(const Vec3& origin, const Vec3& direction, double time_s) const = 0;
+
+  /// Whether nothing in it moves, so that a beam always meets the same.
+  virtual bool Still() const = 0;
 };
 
 /// The scene of that name; null for an unknown name.

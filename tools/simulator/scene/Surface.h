@@ -5,7 +5,8 @@
 
 namespace orliq::sim {
 
-/// Something a beam from the origin can hit. Lengths in metres, directions of unit length.
+/// The skin of something that a beam can hit, from outside and from inside. Lengths in metres,
+/// directions of unit length.
 class Surface {
  public:
   /// `reflectivity` is the share of light sent back, 0 to 1.
@@ -14,9 +15,11 @@ class Surface {
   Surface(const Surface&) = delete;
   Surface& operator=(const Surface&) = delete;
 
-  /// Range [m] to the nearest crossing in front of the origin `time_s` seconds after the scene
-  /// started; infinity when the beam passes by.
-  virtual double Range(const Vec3& direction, double time_s) const = 0;
+  /// Range [m] > 0 at which a beam from `origin` first crosses the skin `time_s` seconds after the
+  /// scene started; infinity when it never does. What stands on the skin does not cross it there.
+  virtual double Range(const Vec3& origin, const Vec3& direction, double time_s) const = 0;
+
+  virtual bool Moves() const { return false; }
 
   double Reflectivity() const { return reflectivity_; }
 
@@ -28,18 +31,18 @@ class Surface {
 class Ground final : public Surface {
  public:
   Ground(double reflectivity, double height_m) : Surface(reflectivity), height_m_(height_m) {}
-  double Range(const Vec3& direction, double time_s) const override;
+  double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
-  double height_m_;  // z of the ground, negative below the sensor
+  double height_m_;  // z of the ground
 };
 
-/// Box with sides along the axes; the sensor stands outside of it.
+/// Box with sides along the axes.
 class Box final : public Surface {
  public:
   Box(double reflectivity, const Vec3& low, const Vec3& high)
       : Surface(reflectivity), low_(low), high_(high) {}
-  double Range(const Vec3& direction, double time_s) const override;
+  double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
   Vec3 low_;   // corner with the smallest coordinates
@@ -57,7 +60,8 @@ class ShuttlingBox final : public Surface {
         half_size_(half_size),
         travel_m_(travel_m),
         speed_mps_(speed_mps) {}
-  double Range(const Vec3& direction, double time_s) const override;
+  bool Moves() const override { return true; }
+  double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
   Vec3 centre_;
@@ -70,20 +74,20 @@ class Sphere final : public Surface {
  public:
   Sphere(double reflectivity, const Vec3& centre, double radius_m)
       : Surface(reflectivity), centre_(centre), radius_m_(radius_m) {}
-  double Range(const Vec3& direction, double time_s) const override;
+  double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
   Vec3 centre_;
   double radius_m_;
 };
 
-/// Upright round pole. Its end faces are left out: no sensor of ours looks down on one.
+/// Upright round pole.
 class Pole final : public Surface {
  public:
   /// Axis through (`foot.x`, `foot.y`), from `foot.z` up to `top_m`.
   Pole(double reflectivity, const Vec3& foot, double top_m, double radius_m)
       : Surface(reflectivity), foot_(foot), top_m_(top_m), radius_m_(radius_m) {}
-  double Range(const Vec3& direction, double time_s) const override;
+  double Range(const Vec3& origin, const Vec3& direction, double time_s) const override;
 
  private:
   Vec3 foot_;

@@ -12,8 +12,8 @@ constexpr std::size_t kAhead = 4;  // [frames] a sixth of a second of the fastes
 
 }  // namespace
 
-EncodeAhead::EncodeAhead(Sensor& sensor, const Scene& scene, std::optional<std::uint64_t> frames)
-    : sensor_(sensor), scene_(scene), frames_(frames), worker_([this] { Encode(); }) {}
+EncodeAhead::EncodeAhead(Sensor& sensor, const SceneView& view, std::optional<std::uint64_t> frames)
+    : sensor_(sensor), view_(view), frames_(frames), worker_([this] { Encode(); }) {}
 
 EncodeAhead::~EncodeAhead() {
   {
@@ -42,7 +42,7 @@ void EncodeAhead::Encode() {
   std::exception_ptr fault;
   try {
     for (std::uint64_t frame = 0; (!frames_ || frame < *frames_) && WaitForRoom(); ++frame) {
-      std::vector<Packet> packets = sensor_.EncodeFrame(scene_, frame);
+      std::vector<Packet> packets = sensor_.EncodeFrame(view_, frame);
       const std::lock_guard<std::mutex> lock(mutex_);
       ready_.push_back(std::move(packets));
       changed_.notify_all();

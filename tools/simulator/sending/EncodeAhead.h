@@ -21,9 +21,9 @@ namespace orliq::sim {
 /// While this lives, nobody else uses the sensor. One thread asks for frames.
 class EncodeAhead {
  public:
-  /// Frames 0 to before `frames`; all frames for ever when it is empty. `sensor` and `scene` stay
+  /// Frames 0 to before `frames`; all frames for ever when it is empty. `sensor` and the scene stay
   /// the caller's and must outlive this.
-  EncodeAhead(Sensor& sensor, const Scene& scene, std::optional<std::uint64_t> frames);
+  EncodeAhead(Sensor& sensor, const SceneView& view, std::optional<std::uint64_t> frames);
   ~EncodeAhead();
   EncodeAhead(const EncodeAhead&) = delete;
   EncodeAhead& operator=(const EncodeAhead&) = delete;
@@ -36,7 +36,7 @@ class EncodeAhead {
   bool WaitForRoom();
 
   Sensor& sensor_;
-  const Scene& scene_;
+  const SceneView view_;
   const std::optional<std::uint64_t> frames_;
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -42,6 +42,13 @@ void Pacer::WaitUntil(Time due) {
   worst_delay_ = std::max(worst_delay_, now - due);
 }
 
+void Pacer::Start(double time_s, Time moment) {
+  Anchor(time_s, moment);
+  started_ = true;
+  latest_s_ = time_s;
+  latest_due_ = moment;
+}
+
 Pacer::Time Pacer::Due(double time_s) {
   const double step = started_ ? time_s - latest_s_ : 0.0;
   if (-kDisorder < step && step < 0.0) return latest_due_;

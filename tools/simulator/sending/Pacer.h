@@ -41,6 +41,10 @@ class Pacer {
   /// Plays `speed` times as fast as recorded, > 0. `stop` is asked while waiting and ends the wait.
   Pacer(double speed, PaceClock& clock, std::function<bool()> stop);
 
+  /// What is recorded at `time_s` is due at `moment`, rather than the first packet at once. Call it
+  /// before any packet: pacers of one start keep step.
+  void Start(double time_s, Time moment);
+
   /// When the packet recorded at `time_s` is due. Call it for every packet, in their order.
   Time Due(double time_s);
 

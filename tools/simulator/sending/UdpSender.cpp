@@ -20,11 +20,19 @@ std::string SystemText() {
   return std::generic_category().message(errno);
 }
 
-bool Connect(int descriptor, const in_addr& address, std::uint16_t port) {
-  sockaddr_in target = {};
-  target.sin_family = AF_INET;
-  target.sin_port = htons(port);
-  target.sin_addr = address;
+/// Port 0 is any. False when the address does not parse.
+bool Parse(const std::string& address, std::uint16_t port, sockaddr_in& endpoint) {
+  endpoint = {};
+  endpoint.sin_family = AF_INET;
+  endpoint.sin_port = htons(port);
+  return ::inet_pton(AF_INET, address.c_str(), &endpoint.sin_addr) == 1;
+}
+
+bool Bind(int descriptor, const sockaddr_in& source) {
+  return ::bind(descriptor, reinterpret_cast<const sockaddr*>(&source), sizeof source) == 0;
+}
+
+bool Connect(int descriptor, const sockaddr_in& target) {
   const int yes = 1;  // some sensors send to everyone on their network
   return ::setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &yes, sizeof yes) == 0 &&
          ::connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0;
@@ -33,10 +41,12 @@ bool Connect(int descriptor, const in_addr& address, std::uint16_t port) {
 }  // namespace
 
 std::unique_ptr<UdpSender> UdpSender::Create(const std::string& address, std::uint16_t port,
-                                             std::string& error) {
-  in_addr parsed = {};
-  if (::inet_pton(AF_INET, address.c_str(), &parsed) != 1) {
-    error = "not an IPv4 address: " + address;
+                                             std::string& error, const std::string& source) {
+  sockaddr_in target;
+  sockaddr_in from;
+  const bool any = source.empty();
+  if (!Parse(address, port, target) || !Parse(any ? "0.0.0.0" : source, 0, from)) {
+    error = "not an IPv4 address: " + address + (any ? "" : " or " + source);
     return nullptr;
   }
   const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -45,7 +55,11 @@ std::unique_ptr<UdpSender> UdpSender::Create(const std::string& address, std::ui
     return nullptr;
   }
   std::unique_ptr<UdpSender> sender(new UdpSender(descriptor));
-  if (!Connect(descriptor, parsed, port)) {
+  if (!any && !Bind(descriptor, from)) {
+    error = "no way to send from " + source + ": " + SystemText();
+    return nullptr;
+  }
+  if (!Connect(descriptor, target)) {
     error = "no way to " + address + ": " + SystemText();
     return nullptr;
   }

@@ -14,10 +14,11 @@ namespace orliq::sim {
 /// datagram is sent all the same. Not thread safe.
 class UdpSender {
  public:
-  /// `address` in dotted form. Null, and a line in `error`, when it does not parse or the system
-  /// knows no way there.
+  /// `address` in dotted form. `source` is the address of this machine to send from; empty: the
+  /// system chooses. Null, and a line in `error`, when one of them does not parse, the machine lacks
+  /// `source`, or the system knows no way to `address`.
   static std::unique_ptr<UdpSender> Create(const std::string& address, std::uint16_t port,
-                                           std::string& error);
+                                           std::string& error, const std::string& source = "");
   ~UdpSender();
   UdpSender(const UdpSender&) = delete;
   UdpSender& operator=(const UdpSender&) = delete;

@@ -37,12 +37,16 @@ class BeamSensor : public ScanningSensor {
   virtual void WriteTail(ByteWriter& writer, const PacketSlot& slot) = 0;
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) final;
+  Hit Meet(const SceneView& view, std::uint16_t position, double time_s);
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) final;
 
   BlockLayout layout_;
   BeamCalibration calibration_;
   std::vector<std::uint16_t> order_;  // positions in the order sent
   std::vector<Vec3> directions_;      // by position
+  std::uint64_t still_number_ = 0;    // of the view that met_ is of; 0: of none
+  std::vector<Hit> met_;              // by position
+  std::vector<bool> known_;           // which of them
 };
 
 }  // namespace orliq::sim

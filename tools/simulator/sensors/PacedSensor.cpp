@@ -10,13 +10,13 @@ PacedSensor::PacedSensor(const SensorTraits& traits, std::size_t packets_per_fra
       packets_per_second_(options.frame_rate_hz * static_cast<double>(packets_per_frame)),
       start_time_s_(options.start_time_s) {}
 
-std::vector<Packet> PacedSensor::EncodeFrame(const Scene& scene, std::uint64_t frame) {
+std::vector<Packet> PacedSensor::EncodeFrame(const SceneView& view, std::uint64_t frame) {
   StartFrame(frame);
   std::vector<Packet> packets;
   packets.reserve(packets_per_frame_);
   for (std::size_t i = 0; i < packets_per_frame_; ++i) {
     const PacketSlot slot = Slot(frame, i);
-    packets.push_back({EncodePacket(scene, slot), slot.time_s});
+    packets.push_back({EncodePacket(view, slot), slot.time_s});
   }
   return packets;
 }

@@ -22,7 +22,7 @@ struct PacketSlot {
 class PacedSensor : public Sensor {
  public:
   std::size_t PacketsPerFrame() const final { return packets_per_frame_; }
-  std::vector<Packet> EncodeFrame(const Scene& scene, std::uint64_t frame) final;
+  std::vector<Packet> EncodeFrame(const SceneView& view, std::uint64_t frame) final;
 
  protected:
   PacedSensor(const SensorTraits& traits, std::size_t packets_per_frame,
@@ -32,7 +32,7 @@ class PacedSensor : public Sensor {
   virtual void StartFrame(std::uint64_t /*frame*/) {}
 
   /// The payload of one packet. Called for each packet of a frame in order.
-  virtual std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) = 0;
+  virtual std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) = 0;
 
  private:
   PacketSlot Slot(std::uint64_t frame, std::size_t index) const;

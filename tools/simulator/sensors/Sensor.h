@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "simulator/scene/Scene.h"
+#include "simulator/scene/SceneView.h"
 #include "simulator/sensors/CheckFolder.h"
 
 namespace orliq::sim {
@@ -57,7 +57,7 @@ class Sensor {
 
   /// The packets of one frame in the order they leave. Frames are asked for in order from 0. The
   /// scene starts together with frame 0.
-  virtual std::vector<Packet> EncodeFrame(const Scene& scene, std::uint64_t frame) = 0;
+  virtual std::vector<Packet> EncodeFrame(const SceneView& view, std::uint64_t frame) = 0;
 
   bool HasBeams() const { return traits_.beams; }
   bool HasImu() const { return traits_.imu; }

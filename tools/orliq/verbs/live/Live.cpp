@@ -7,18 +7,20 @@
 #include "orliq/network/HostNetwork.h"
 #include "orliq/network/ListenOptions.h"
 #include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/Silence.h"
+#include "orliq/verbs/live/FusedLive.h"
+#include "orliq/verbs/live/LiveFiles.h"
 #include "orliq/verbs/live/LiveTally.h"
 #include "orliq/verbs/live/LiveWatcher.h"
+#include "orliq/verbs/live/Watching.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
 namespace {
-
-constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
 
 struct Options {
   CloudOptions cloud;
@@ -26,6 +28,7 @@ struct Options {
   FrameChoice choice;
   std::optional<std::string> params_from;
   UploadRequest upload;
+  std::string config;  ///< of several sensors; empty: of one, by the options above
 };
 
 lidar::DriverParam MakeParam(const Options& options, const Model& model) {
@@ -48,44 +51,6 @@ void RequireFramesToCome(const Options& options, const Model& model) {
                                       "use --duration");
 }
 
-/// Null when no files are wanted.
-std::unique_ptr<CloudSaver> MakeSaver(const Options& options) {
-  const auto& [out, format, force] =
-      std::tie(options.cloud.out, options.cloud.format, options.cloud.force);
-  if (out.empty()) return nullptr;
-  if (options.choice.frames != 1 && ExamineTarget(out, format, force).single_file) {
-    throw Failure(ExitCode::kUsage, "--out " + out +
-                                        " is one file, which takes one frame: name a "
-                                        "folder, or add --frames 1");
-  }
-  return std::make_unique<CloudSaver>(out, format, force);
-}
-
-/// Looks at the counts until it is time to end.
-LiveTally Watch(const Options& options, const Model& model, LiveSource& source,
-                const Console& console) {
-  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, source, console);
-  while (!watcher.Over() && !WaitForInterrupt(kPass)) {
-    watcher.Look();
-    watcher.Show();
-  }
-  source.Stop();
-  watcher.Conclude();
-  return watcher.Tally();
-}
-
-/// Writes what waits, and says the first fault, unless it came while the watcher looked.
-void FinishFiles(CloudSaver& saver, const std::string& out, const Console& console,
-                 LiveTally& tally) {
-  saver.Finish();
-  tally.files = FilesText(saver.Writer(), out);
-  tally.files_written = saver.Writer().Files();
-  CloudSaver::Losses& told = tally.counts.not_written;
-  const CloudSaver::Losses found = saver.Found();
-  if (told.faults == 0 && found.faults > 0) console.Note(found.first_fault);
-  told = found;
-}
-
 void RequirePorts(const Options& options, const Console& console) {
   RequirePort(options.listen.address, options.listen.port, console);
   const std::uint16_t port = options.upload.local_port;
@@ -102,12 +67,12 @@ UploadRequest MakeUpload(const Options& options, const Model& model, const Conso
   if (!options.params_from) return request;
   request.sensor = ParseHostPort("--params-from", *options.params_from);
   if (model.needs_tables) return request;
-  console.Note(std::string(model.name) + " needs no calibration: --params-from has no effect");
+  RemarkOnUnusedCalibration(model, "params-from", console);
   return {};
 }
 
 std::unique_ptr<LiveSource> MakeSource(const Options& options, CloudSaver* saver) {
-  return WithCloudType(options.cloud.point, [&](auto type) {
+  return WithCloudType(options.cloud.output.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
     return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver));
   });
@@ -117,8 +82,8 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
-  const auto saver = MakeSaver(options);
-  if (options.cloud.verbose) console.ShowLibraryLines();
+  const auto saver = MakeLiveSaver(options.cloud.output, options.choice, CloudSaver::kRoom);
+  if (options.cloud.output.verbose) console.ShowLibraryLines();
   const auto source = MakeSource(options, saver.get());
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
@@ -126,75 +91,119 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   }
   console.Note("listening on " + where + ", Ctrl-C ends it");
   console.Note(NoPointsText(model));
-  console.Note(TransformRemark(options.cloud, model));
-  LiveTally tally = Watch(options, model, *source, console);
+  RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
+  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, *source, console);
+  LiveTally tally = WatchUntilOver(watcher, *source);
   tally.model = &model;
   tally.source = options.choice.source;
   tally.keeps_partial = options.choice.partial;
   tally.reception.listened_on = where;
-  if (saver) FinishFiles(*saver, options.cloud.out, console, tally);
+  if (saver) {
+    CloudSaver::Losses& losses = tally.counts.not_written;
+    tally.files = FinishFiles(*saver, options.cloud.output.out, losses, console);
+  }
   return tally;
 }
 
-/// Says what the table's losses mean.
-void Explain(const LiveTally& tally, const Console& console) {
-  const auto& packets = tally.counts.packets;
-  if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
-  if (packets.refused_length + packets.refused_identifier > 0) {
-    console.Note(
-        "packets of other kinds came to the port: orliq record keeps them, and orliq info "
-        "then tells who sent them");
-  }
-}
-
-void RequirePackets(const Options& options, const LiveTally& tally) {
+void RequirePackets(const Options& options, const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
   if (packets.decoded > 0) return;
   throw Failure(
       ExitCode::kNoData,
-      WhyNothingArrived({options.listen.address, options.listen.port, tally.reception.seconds,
-                         tally.model, packets.received, packets.refused_length,
-                         packets.last_refused_length, options.choice.source, packets.other_source,
-                         SenderText(packets.first_sender)}));
+      WhyNothingArrived(
+          {options.listen.address, options.listen.port, tally.reception.seconds, tally.model,
+           packets.received, packets.refused_length, packets.last_refused_length,
+           options.choice.source, packets.other_source, SenderText(packets.first_sender)},
+          console));
 }
 
-ExitCode Run(Options options, Console& console) {
-  console.SetQuiet(options.listen.quiet);
+ExitCode RunOne(Options options, Console& console) {
   const Model& model = KnownModel(options.cloud.model);
   RequireFramesToCome(options, model);
   options.upload = MakeUpload(options, model, console);
-  options.choice.lenient = options.upload.lenient;
   CatchInterrupts();
   const LiveTally tally = Listen(options, model, console);
   console.Print(tally.MakeReport());
   if (!tally.refused_tables.empty()) {
     throw MissingTables(model, tally.refused_tables, "no frame was decoded with them");
   }
-  RequirePackets(options, tally);
-  Explain(tally, console);
-  if (tally.LacksTables()) {
+  RequirePackets(options, tally, console);
+  ExplainLosses(tally.counts.packets, console);
+  if (LacksTables(tally.counts.packets)) {
     throw UploadFailure(options.upload, tally.counts.packets.upload, tally.reception.seconds,
                         "live ended, no frame was decoded with it");
   }
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
+/// All that the file says of each of its sensors.
+constexpr const char* kOfOneSensor[] = {
+    "--model",       "--check-folder", "--transform",     "--min-distance",     "--max-distance",
+    "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",    "--port",
+    "--address",     "--source",       "--params-from",   "--params-local-port"};
+
+/// Which sensors are meant.
+void RequireSensors(const CLI::App& command, const Options& options) {
+  for (const char* const option : kOfOneSensor) {
+    if (options.config.empty() || command.count(option) == 0) continue;
+    throw Failure(ExitCode::kUsage, OfOneSensor(option));
+  }
+  if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
+    throw Failure(ExitCode::kUsage,
+                  "name one sensor with --model and --port, or several with --config");
+  }
+  if (options.upload.local_port != 0 && !options.params_from) {
+    throw Failure(ExitCode::kUsage, "--params-local-port needs --params-from");
+  }
+  if (options.upload.lenient && options.config.empty() && !options.params_from) {
+    throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
+  }
+}
+
+ExitCode Run(const CLI::App& command, Options options, Console& console) {
+  RequireSensors(command, options);
+  console.SetQuiet(options.listen.quiet);
+  options.choice.lenient = options.upload.lenient;
+  if (options.config.empty()) return RunOne(options, console);
+  return RunFusedLive({options.config, options.cloud.output, options.listen, options.choice},
+                      console);
+}
+
 void AddUploadOptions(CLI::App& command, Options& options) {
-  auto* const from =
-      command
-          .add_option("--params-from", options.params_from,
-                      "HOST:PORT of the sensor, to fetch its calibration while packets come; "
-                      "frames count from the first one on that is decoded with it")
-          ->excludes(command.get_option("--check-folder"));
+  command
+      .add_option("--params-from", options.params_from,
+                  "HOST:PORT of the sensor, to fetch its calibration while packets come; "
+                  "frames count from the first one on that is decoded with it")
+      ->excludes(command.get_option("--check-folder"));
   command
       .add_option("--params-local-port", options.upload.local_port,
-                  "UDP port of this machine to fetch it from; any that is free without it")
-      ->check(Within(1, 65535))
-      ->needs(from);
+                  "UDP port of this machine for --params-from; any that is free without it")
+      ->check(Within(1, 65535));
+  command.add_flag("--lenient", options.upload.lenient,
+                   "take replies with calibration as they come: from another address or port, of "
+                   "other lengths");
+}
+
+void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
+  command.add_option("--frames", choice.frames, "stop after that many frames")
+      ->check(Within(1.0, 1e9));
+  command.add_flag("--partial", choice.partial,
+                   "count and write the first frame too, of which the beginning is missing");
   command
-      .add_flag("--lenient", options.upload.lenient,
-                "take its replies as they come: from another address or port, of other lengths")
-      ->needs(from);
+      .add_option("--source", choice.source,
+                  "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(HostAddress());
+}
+
+void AddConfigOption(CLI::App& command, std::string& config) {
+  command
+      .add_option("--config", config,
+                  "file that describes several sensors, instead of the options of one; their "
+                  "frames become one cloud")
+      ->check(NotEmpty());
+  for (const char* const option : {"--model", "--port"}) {
+    command.get_option(option)->required(false);
+  }
 }
 
 }  // namespace
@@ -202,26 +211,24 @@ void AddUploadOptions(CLI::App& command, Options& options) {
 Verb AddLive(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand(
-      "live", "Decodes the packets of a live sensor and writes its frames as clouds.");
+      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
-  command->add_option("--frames", options->choice.frames, "stop after that many frames")
-      ->check(Within(1.0, 1e9));
-  command->add_flag("--partial", options->choice.partial,
-                    "count and write the first frame too, of which the beginning is missing");
-  command
-      ->add_option("--source", options->choice.source,
-                   "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(HostAddress());
+  AddChoiceOptions(*command, options->choice);
   AddUploadOptions(*command, *options);
+  AddConfigOption(*command, options->config);
   command->footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
       "from 0, which is the partial one, and their files are named after that.\n\n"
+      "With --config, fused clouds are what --frames, --partial and --out mean, and --wait is for "
+      "a packet of every sensor.\n\n"
       "Example:\n"
       "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
-      "      --out frames --format pcd");
-  return {command, [options](Console& console) { return Run(*options, console); }};
+      "      --out frames --format pcd\n"
+      "  orliq live --config sensors.yaml --frames 50 --out fused");
+  return {command,
+          [command, options](Console& console) { return Run(*command, *options, console); }};
 }
 
 }  // namespace orliq::cli

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/network/ListenOptions.h"
@@ -11,7 +9,7 @@
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/StatusLine.h"
 #include "orliq/verbs/live/LiveTally.h"
-#include "orliq/verbs/params/UploadRemarks.h"
+#include "orliq/verbs/live/SensorRemarks.h"
 
 namespace orliq::cli {
 
@@ -40,30 +38,18 @@ class LiveWatcher {
 
   /// Without all of the sensor's tables no frame can come any more.
   bool Over() const {
-    return source_.Complete() || !refused_tables_.empty() ||
+    return source_.Complete() || !remarks_.RefusedTables().empty() ||
            time_.Over(counts_.packets.decoded > 0);
   }
   LiveTally Tally() const;
 
  private:
-  void WarnOfMixture();
-  void WarnOfFault();
-  void WarnOfNothing(std::uint64_t at_least);
   void WarnOfNoFrame();
-  void WarnOfHoles();
-  void WarnOfSilence();
-  void TellOfTables();
 
-  const LiveWishes wishes_;
+  const Model& model_;
   const LiveSource& source_;
   const Console& console_;
-  bool warned_ = false;
-  bool fault_told_ = false;
-  bool nothing_told_ = false;
-  bool holes_told_ = false;
-  bool tables_told_ = false;
-  lidar::UploadState silence_told_ = lidar::UploadState::None;  // the one it was told of last
-  std::vector<lidar::RefusedTable> refused_tables_;
+  SensorRemarks remarks_;
   ListenTime time_;
   StatusLine line_;
   LiveCounts counts_;
@@ -71,7 +57,6 @@ class LiveWatcher {
   double first_ = -1.0;              // of a packet; negative before any
   double last_ = -1.0;               // likewise
   std::uint64_t by_first_look_ = 0;  // packets
-  double moved_ = 0.0;               // when the calibration last got further
   LiveCounts shown_;
   double shown_at_ = 0.0;
 };

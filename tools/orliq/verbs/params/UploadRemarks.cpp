@@ -182,7 +182,7 @@ std::string HolesText(const UploadRequest& request, const UploadStatistics& uplo
 Failure MissingTables(const Model& model, const std::vector<lidar::RefusedTable>& refused,
                       const std::string& consequence) {
   std::string text = "the sensor does not send every table of a " + std::string(model.name) +
-                     " (--model), so " + consequence + ':';
+                     " (if it is one), so " + consequence + ':';
   for (const lidar::RefusedTable& table : refused) text += "\n  " + table.text;
   return {ExitCode::kFileFault, text};
 }

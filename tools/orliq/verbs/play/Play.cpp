@@ -1,32 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
-#include "orliq/capture/CaptureFile.h"
-#include "orliq/capture/FrameRemarks.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/clouds/FramePlayer.h"
-#include "orliq/sensors/CheckFolder.h"
+#include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Verb.h"
+#include "orliq/verbs/play/CapturePlan.h"
 #include "orliq/verbs/play/PlayOptions.h"
 #include "orliq/verbs/play/PlayTally.h"
 
 namespace orliq::cli {
 namespace {
-
-/// What is known before the first frame is played.
-struct Plan {
-  const Model* model;
-  SurveyScope scope;
-  FrameRange range;
-  CaptureSurvey survey;  ///< of the datagrams in the scope
-};
 
 lidar::DriverParam MakeDriverParam(const PlayOptions& options, const Model& model,
                                    std::uint16_t port) {
@@ -37,76 +26,55 @@ lidar::DriverParam MakeDriverParam(const PlayOptions& options, const Model& mode
   return param;
 }
 
-CaptureSurvey SurveyUnlessInterrupted(const std::string& path, const SurveyScope& scope,
-                                      bool quiet) {
-  CaptureSurvey survey = SurveyWithBar(path, scope, quiet);
-  if (!survey.interrupted) return survey;
-  throw Failure(ExitCode::kLosses, "interrupted before a frame was played");
+CaptureSource MakeSource(const PlayOptions& options, const Model& model) {
+  CaptureSource source;
+  source.capture = options.capture;
+  source.model = &model;
+  source.port = options.port;
+  source.source = options.source;
+  source.check_folder = options.cloud.check_folder;
+  return source;
 }
 
-/// Throws Failure when no packet in the scope fits the model, and says why.
-void RequireFit(const PlayOptions& options, const Plan& plan, bool quiet) {
-  if (FitsAny(plan.survey, *plan.model)) return;
-  const bool narrowed = plan.scope.port != 0 || plan.scope.source != 0;
-  const auto everything =
-      narrowed ? SurveyUnlessInterrupted(options.capture, {0, 0, plan.model}, quiet) : plan.survey;
-  const bool malformed = plan.survey.records == 0 && !plan.survey.fault.empty();
-  throw Failure(malformed ? ExitCode::kFileFault : ExitCode::kNoData,
-                (malformed ? options.capture + ' ' + FaultText(plan.survey)
-                           : WhyNothingFits(everything, plan.scope, plan.model)) +
-                    ". orliq info shows what the capture holds");
-}
-
-/// Finds the port of the sensor's packets, unless it was given.
-Plan MakePlan(const PlayOptions& options, const Console& console) {
+/// Everything that is cheap to refuse goes first.
+CapturePlan MakePlan(const PlayOptions& options, const Console& console) {
   const Model& model = KnownModel(options.cloud.model);
-  MakeDriverParam(options, model, 0);  // refuses senseless limits before any file is read
-  const SurveyScope scope = {options.port.value_or(0), ParseSource(options.source), &model};
-  Plan plan = {&model, scope, ParseFrameRange(options.frames), {}};
-  ReadableFileBytes(options.capture);  // everything that is cheap to refuse goes first
-  if (!options.cloud.out.empty()) {
-    ExamineTarget(options.cloud.out, options.cloud.format, options.cloud.force);
-  }
-  RequireCalibration(model, options.cloud.check_folder, console);
-  console.Note(TransformRemark(options.cloud, model));
-  const bool quiet = console.Quiet();
-  plan.survey = SurveyUnlessInterrupted(options.capture, scope, quiet);
-  RequireFit(options, plan, quiet);
-  if (!options.port) {
-    plan.scope.port = FittingPort(plan.survey, model);
-    if (plan.survey.flows.size() > 1) {
-      plan.survey = SurveyUnlessInterrupted(options.capture, plan.scope, quiet);
-    }
-  }
-  return plan;
+  // Refuses senseless limits before any file is read.
+  const lidar::DriverParam param = MakeDriverParam(options, model, 0);
+  ParseFrameRange(options.frames);
+  const OutputOptions& output = options.cloud.output;
+  if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
+  const CaptureSource source = MakeSource(options, model);
+  ExamineSource(source, console);
+  RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
+  return MakeCapturePlan(source, console.Quiet());
 }
 
 template <typename Cloud>
 class Playback {
  public:
-  Playback(const PlayOptions& options, const Plan& plan, const Console& console)
+  Playback(const PlayOptions& options, const CapturePlan& plan, const Console& console)
       : options_(options), plan_(plan), quiet_(console.Quiet()), player_(*plan.model) {
     tally_.model = plan.model;
     tally_.keep_partial = options.partial;
     tally_.marks = plan.survey.frames.empty() ? 0 : plan.survey.frames.size() - 1;
     tally_.senders = Senders(plan.survey, *plan.model, plan.scope.port);
-    // Clouds of a capture without a mark are no frames, but all that there is.
-    const auto& frames = plan.survey.frames;
-    whole_ = frames.size() < 2 ? WholeFrames{0, 1} : FindWholeFrames(frames, *plan.model);
   }
 
   PlayTally Run() {
-    if (!player_.Open(MakeDriverParam(options_, *plan_.model, plan_.scope.port), options_.source)) {
+    const lidar::DriverParam param = MakeDriverParam(options_, *plan_.model, plan_.scope.port);
+    origin_ = OriginOf(param);
+    if (!player_.Open(param, options_.source)) {
       throw Failure(ExitCode::kFileFault, "the driver cannot open " + options_.capture);
     }
     tally_.entries = player_.WaitForIndex();
     if (tally_.entries == 0) ThrowNoIndex();
-    const FrameRange range = WithinCapture(plan_.range, tally_.entries);
+    const FrameRange range = WithinCapture(ParseFrameRange(options_.frames), tally_.entries);
     tally_.first = tally_.done = range.first;
     tally_.last = *range.last;
-    if (!options_.cloud.out.empty()) {
-      writer_ = std::make_unique<CloudWriter>(options_.cloud.out, options_.cloud.format,
-                                              options_.cloud.force);
+    if (!options_.cloud.output.out.empty()) {
+      writer_ = std::make_unique<CloudWriter>(
+          options_.cloud.output.out, options_.cloud.output.format, options_.cloud.output.force);
       RequireOneFrame(*writer_);
     }
     PlayFrames();
@@ -123,7 +91,7 @@ class Playback {
                                             " any more: the file has changed meanwhile");
   }
 
-  bool IsLeftOut(int frame) const { return !options_.partial && !whole_.Holds(frame); }
+  bool IsLeftOut(int frame) const { return !options_.partial && !plan_.whole.Holds(frame); }
 
   /// A single output file takes one frame.
   void RequireOneFrame(const CloudWriter& writer) const {
@@ -134,7 +102,8 @@ class Playback {
     }
     if (!writer.SingleFile() || wanted <= 1) return;
     throw Failure(ExitCode::kUsage,
-                  "--out " + options_.cloud.out + " is one file, but " + Count(wanted, "frame") +
+                  "--out " + options_.cloud.output.out + " is one file, but " +
+                      Count(wanted, "frame") +
                       " would go into it: name a folder, or choose one frame with --frames " +
                       std::to_string(first) + ':' + std::to_string(first + 1));
   }
@@ -146,20 +115,8 @@ class Playback {
       // Of the frame itself further clouds may come.
       bar.Update(static_cast<std::uint64_t>(frame.entry - tally_.first));
     };
-    tally_.interrupted = !player_.Play(EntryAhead(), tally_.first, tally_.last, take);
-  }
-
-  /// The entry before the first played one, at whose end the decoder knows the packet that comes. The
-  /// capture's beginning has none before it; the number that starts a frame is below all others, so
-  /// it follows well there. The entry with most packets has not lost its first.
-  int EntryAhead() const {
-    const auto& frames = plan_.survey.frames;
-    if (tally_.first > 0) return tally_.first - 1;
-    if (frames.size() < 2) return 0;
-    const auto fullest = std::max_element(
-        frames.begin() + 1, frames.end(),
-        [](const FrameRecords& a, const FrameRecords& b) { return a.packets < b.packets; });
-    return std::min(static_cast<int>(fullest - frames.begin()), tally_.entries) - 1;
+    const int ahead = EntryAhead(plan_, tally_.first, tally_.entries);
+    tally_.interrupted = !player_.Play(ahead, tally_.first, tally_.last, take);
   }
 
   void Take(const typename FramePlayer<Cloud>::Frame& frame) {
@@ -167,10 +124,10 @@ class Playback {
     PlayedFrame played;
     played.frame = frame.entry;
     played.part = further ? tally_.frames.back().part + 1 : 0;
-    played.partial = !whole_.Holds(frame.entry);
+    played.partial = !plan_.whole.Holds(frame.entry);
     played.timestamp = frame.cloud->timestamp;
     played.points = frame.cloud->points.size();
-    played.non_zero = CountNonZero(*frame.cloud);
+    played.non_zero = CountNonZero(*frame.cloud, origin_);
     played.seconds = frame.seconds;
     played.early_points = frame.early_points;
     if (writer_ && played.points > 0 && !IsLeftOut(frame.entry)) {
@@ -185,72 +142,37 @@ class Playback {
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();
-    tally_.files = FilesText(*writer_, options_.cloud.out);
+    tally_.files = FilesText(*writer_, options_.cloud.output.out);
   }
 
   const PlayOptions& options_;
-  const Plan& plan_;
+  const CapturePlan& plan_;
   bool quiet_;
-  WholeFrames whole_;
+  Origin origin_;  // of the sensor
   std::unique_ptr<CloudWriter> writer_;
   PlayTally tally_;
   FramePlayer<Cloud> player_;
 };
 
-PlayTally PlayPoints(const PlayOptions& options, const Plan& plan, const Console& console) {
-  return WithCloudType(options.cloud.point, [&](auto type) {
+PlayTally PlayPoints(const PlayOptions& options, const CapturePlan& plan, const Console& console) {
+  return WithCloudType(options.cloud.output.point, [&](auto type) {
     return Playback<typename decltype(type)::Cloud>(options, plan, console).Run();
   });
 }
 
-/// What frame marks mean that are few, or stand where none is due.
-void ExplainMarks(const Plan& plan, const PlayTally& tally, const Console& console) {
-  if (tally.marks == 0) {
-    console.Note("the capture holds no frame mark: its clouds end anywhere and are no frames");
-  }
-  const auto& frames = plan.survey.frames;
-  const bool doubtful = tally.first == 0 || plan.model->frame_mark == lidar::FrameMark::First;
-  if (doubtful) console.Note(SingleMarkText(frames, *plan.model));
-  console.Note(TornText(frames, *plan.model));
-  console.Note(JoinedText(frames, *plan.model));
-}
-
 /// What the table means.
-void Explain(const Plan& plan, const PlayTally& tally, const Console& console) {
-  if (tally.senders.size() > 1) console.Note(MixedText(tally.senders, plan.scope.port));
-  console.Note(NoPointsText(*plan.model));
-  console.Note(OtherModelText(plan.survey, *plan.model));
+void Explain(const CapturePlan& plan, const PlayTally& tally, const Console& console) {
+  for (const std::string& remark : CaptureRemarks(plan, tally.first)) console.Note(remark);
   console.Note(tally.Doubt());
-  const auto& [packets, refused, unreadable] = tally.packets;
-  if (refused.length + refused.identifier > 0) {
-    console.Note(
-        "packets of other kinds reached the decoder: orliq info shows the ports, --port "
-        "chooses one");
-  }
-  if (plan.model->delivers_frames) ExplainMarks(plan, tally, console);
-  if (!unreadable.empty()) {
-    console.Note("unreadable packets went to the sensor's port: their points are missing");
-  }
-}
-
-/// Whether the file is not the one any more in which the frames were counted.
-bool HasChanged(const std::string& capture, const CaptureSurvey& survey) {
-  std::error_code gone;  // a file that was removed can still be read to its end
-  const auto bytes = std::filesystem::file_size(capture, gone);
-  return !gone && bytes != survey.file_bytes;
+  for (const std::string& remark : LossRemarks(tally.packets)) console.Note(remark);
 }
 
 /// Throws Failure when not all was done that was asked for.
-void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTally& tally) {
+void RequireAllPlayed(const PlayOptions& options, const CapturePlan& plan, const PlayTally& tally) {
   if (tally.interrupted) {
     throw Failure(ExitCode::kLosses, "interrupted before all frames were played");
   }
-  if (!plan.survey.fault.empty()) {
-    throw Failure(ExitCode::kLosses, options.capture + ' ' + FaultText(plan.survey));
-  }
-  if (HasChanged(options.capture, plan.survey)) {
-    throw Failure(ExitCode::kLosses, options.capture + " has changed while it was played");
-  }
+  RequireWholeCapture(options.capture, plan.survey);
   if (!plan.model->delivers_frames) return;  // the end of the capture is all there is
   const auto counts = [&](const PlayedFrame& frame) {
     return frame.points > 0 && (options.partial || !frame.partial);
@@ -268,8 +190,8 @@ void RequireAllPlayed(const PlayOptions& options, const Plan& plan, const PlayTa
 
 ExitCode Run(const PlayOptions& options, Console& console) {
   CatchInterrupts();
-  const Plan plan = MakePlan(options, console);
-  if (options.cloud.verbose) console.ShowLibraryLines();
+  const CapturePlan plan = MakePlan(options, console);
+  if (options.cloud.output.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   console.Print(tally.MakeReport());
   Explain(plan, tally, console);

@@ -17,7 +17,7 @@ void AddPlayOptions(CLI::App& command, PlayOptions& options) {
       ->check(HostAddress());
   command.add_flag("--partial", options.partial,
                    "keep what precedes the first whole frame and what follows the last");
-  command.add_flag("--json", options.json, "report as JSON, with every frame");
+  command.add_flag("--json", "report as JSON, with every frame");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
 }
 

@@ -18,7 +18,6 @@ struct PlayOptions {
   std::optional<std::uint16_t> port;  ///< nothing: the port whose packets fit the model; 0: any
   std::string source;                 ///< address of the sender; empty: any
   bool partial = false;               ///< keeps frames that are not whole
-  bool json = false;
   bool quiet = false;
 };
 

@@ -176,6 +176,19 @@ PlayedPackets FindPackets(const std::vector<FrameRecords>& frames, int first, in
   return packets;
 }
 
+std::vector<std::string> LossRemarks(const PlayedPackets& packets, const SensorWords& words) {
+  std::vector<std::string> remarks;
+  if (packets.refused.length + packets.refused.identifier > 0) {
+    remarks.push_back(
+        std::string("packets of other kinds reached the decoder: orliq info shows the ports, ") +
+        words.port + " chooses one");
+  }
+  if (!packets.unreadable.empty()) {
+    remarks.emplace_back("unreadable packets went to the sensor's port: their points are missing");
+  }
+  return remarks;
+}
+
 std::string PlayTally::Doubt() const {
   const Sums sums = SumUp(*this);
   return NothingMeasuredText(*model, sums.spread.Frames() + sums.empty, sums.non_zero);

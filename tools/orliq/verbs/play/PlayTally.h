@@ -9,6 +9,7 @@
 
 #include "orliq/capture/CaptureSurvey.h"
 #include "orliq/sensors/Models.h"
+#include "orliq/sensors/SensorWords.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/verbs/CommonRows.h"
 
@@ -36,6 +37,9 @@ struct PlayedPackets {
   bool AnyLost() const { return refused.length + refused.identifier > 0 || !unreadable.empty(); }
 };
 PlayedPackets FindPackets(const std::vector<FrameRecords>& frames, int first, int last);
+
+/// What is wrong with those that were lost.
+std::vector<std::string> LossRemarks(const PlayedPackets& packets, const SensorWords& words = {});
 
 /// Sums of a playback and its closing table.
 struct PlayTally {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/simulate/ServedCalibration.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -22,18 +23,19 @@ constexpr double kLongestTime = 3600.0;  // [s]
 constexpr std::chrono::seconds kStatusPause{1};
 constexpr std::chrono::milliseconds kLook{100};  // for a signal and the time of a status line
 
-std::string WhyNotServed(const HostPort& where, const std::error_code& error) {
+std::string WhyNotServed(const HostPort& where, const std::string& setting,
+                         const std::error_code& error) {
   const std::string port = std::to_string(where.port);
   if (error == std::errc::address_in_use) {
     return "another program holds UDP port " + port + ": end it (" + SocketOwnerHint(where.port) +
-           ") or give --serve-params another port";
+           ") or give " + setting + " another port";
   }
   if (error == std::errc::permission_denied) {
-    return "UDP port " + port + " needs privileges: give --serve-params one above 1023";
+    return "UDP port " + port + " needs privileges: give " + setting + " one above 1023";
   }
   if (error == std::errc::address_not_available) {
     return where.address + " is no address of this machine, which has " + LocalAddressText() +
-           ": give --serve-params one of them";
+           ": give " + setting + " one of them";
   }
   return "cannot serve at " + where.text + ": " + error.message();
 }
@@ -55,7 +57,7 @@ std::unique_ptr<sim::ParamServer> Serve(const ServeOptions& options, const HostP
   server.down = Milliseconds(options.down);
   std::error_code error;
   auto serving = sim::ParamServer::Create(server, std::move(image), error);
-  if (!serving) throw Failure(ExitCode::kFileFault, WhyNotServed(where, error));
+  if (!serving) throw Failure(ExitCode::kFileFault, WhyNotServed(where, options.setting, error));
   return serving;
 }
 
@@ -129,8 +131,14 @@ void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string
   ReplyFaultOptions(command, serve, options).Add();
 }
 
+bool AsksForReplyFaults(const ServeOptions& options) {
+  const auto& rates = options.faults.values;
+  return options.restart_after > 0 ||
+         std::any_of(rates.begin(), rates.end(), [](double rate) { return rate > 0.0; });
+}
+
 HostPort ServedAt(const ServeOptions& options) {
-  const std::string option = "--serve-params";
+  const std::string& option = options.setting;
   std::string at = *options.at;
   if (at.find(':') != std::string::npos) return ParseHostPort(option, at);
   const bool digits = at.find_first_not_of("0123456789") == std::string::npos;

@@ -17,7 +17,8 @@ namespace orliq::cli {
 
 /// Where a synthetic sensor hands out its calibration, and what goes wrong with it.
 struct ServeOptions {
-  std::optional<std::string> at;  ///< "PORT" or "HOST:PORT"; none: nowhere
+  std::optional<std::string> at;           ///< "PORT" or "HOST:PORT"; none: nowhere
+  std::string setting = "--serve-params";  ///< what the user changes to have it elsewhere
   sim::ReplyFaultRates faults;
   double delay = 0.15;              ///< [s] of a delayed reply
   double silence = 1.0;             ///< [s]
@@ -27,6 +28,9 @@ struct ServeOptions {
 
 /// `only_for` tells in the help which models can.
 void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string& only_for);
+
+/// Whether something is to go wrong.
+bool AsksForReplyFaults(const ServeOptions& options);
 
 /// Where `options` want it served. Throws Failure when the address makes no sense.
 HostPort ServedAt(const ServeOptions& options);

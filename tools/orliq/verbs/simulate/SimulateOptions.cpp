@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
+#include <vector>
 
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/ExitCode.h"
@@ -12,7 +14,6 @@
 namespace orliq::cli {
 namespace {
 
-constexpr std::uint64_t kFramesOfACapture = 20;
 constexpr double kLatestStart = 2.1e9;  // [s] the times of a capture end in the year 2038
 
 double Now() {
@@ -20,54 +21,44 @@ double Now() {
   return std::chrono::duration<double>(since_1970).count();
 }
 
-/// "juniq, glavor": the models that have it.
-std::string ModelsWith(bool sim::SensorTraits::*trait) {
-  std::string names;
-  for (const std::string& name : sim::SensorNames(trait)) {
-    names += (names.empty() ? "" : ", ") + name;
-  }
-  return names;
-}
-
 /// For the help.
 std::string OnlyFor(bool sim::SensorTraits::*trait) {
   return " (only " + ModelsWith(trait) + ')';
 }
 
-void AddFaults(CLI::App& command, SimulateOptions& options) {
-  const std::string beams = OnlyFor(&sim::SensorTraits::beams);
-  const std::string group = "Faults (shares are 0 to 1; a packet suffers the first that hits it)";
-  const auto share = [&](const char* name, double& rate, const std::string& text) {
-    command.add_option(name, rate, text)->check(Within(0.0, 1.0))->group(group);
-  };
-  const auto packets = [&](const char* name, sim::PacketFault fault, const char* text) {
-    share(name, options.faults[fault], text);
-  };
-  auto& sensor = options.sensor.faults;
-  command.add_option("--noise", sensor.range_noise_m, "standard deviation of ranges [m]" + beams)
-      ->check(Within(0.0, 10.0))
-      ->group(group);
-  share("--false-returns", sensor.false_return_rate, "share of beams" + beams);
-  packets("--drop", sim::PacketFault::kLost, "share of packets lost");
-  packets("--wrong-length", sim::PacketFault::kWrongLength, "share of packets cut or lengthened");
-  packets("--wrong-identifier", sim::PacketFault::kWrongIdentifier,
-          "share of packets with a damaged identifier");
-  packets("--duplicate", sim::PacketFault::kDuplicated, "share of packets that come twice");
-  packets("--swap", sim::PacketFault::kSwapped, "share of packets that the next one overtakes");
-  packets("--foreign", sim::PacketFault::kForeign,
-          "packets of another device to the same port, as a share of the sensor's");
-  command
-      .add_flag(
-          "--no-radius-filter", options.no_radius_filter,
-          "calibration leaves isolated returns in" + OnlyFor(&sim::SensorTraits::radius_filter))
-      ->group(group);
+constexpr char kFaultGroup[] =
+    "Faults (shares are 0 to 1; a packet suffers the first that hits it)";
+
+void AddShare(CLI::App& command, const char* name, double& share, const std::string& text) {
+  command.add_option(name, share, text)->check(Within(0.0, 1.0))->group(kFaultGroup);
 }
 
-/// Keeps an empty name apart from none.
-CLI::Option* AddName(CLI::App& command, const char* option, std::optional<std::string>& name,
-                     const std::string& text) {
-  return command.add_option_function<std::string>(
-      option, [&name](const std::string& given) { name = given; }, text);
+void AddSensorFaults(CLI::App& command, SimulateOptions& options) {
+  const std::string beams = OnlyFor(&sim::SensorTraits::beams);
+  auto& faults = options.sensor.faults;
+  command.add_option("--noise", faults.range_noise_m, "standard deviation of ranges [m]" + beams)
+      ->check(Within(0.0, 10.0))
+      ->group(kFaultGroup);
+  AddShare(command, "--false-returns", faults.false_return_rate, "share of beams" + beams);
+  const std::string filter = OnlyFor(&sim::SensorTraits::radius_filter);
+  command
+      .add_flag("--no-radius-filter", options.no_radius_filter,
+                "calibration leaves isolated returns in" + filter)
+      ->group(kFaultGroup);
+}
+
+void AddPacketFaults(CLI::App& command, sim::PacketFaultRates& rates) {
+  const auto share = [&](const char* name, sim::PacketFault fault, const char* text) {
+    AddShare(command, name, rates[fault], text);
+  };
+  share("--drop", sim::PacketFault::kLost, "share of packets lost");
+  share("--wrong-length", sim::PacketFault::kWrongLength, "share of packets cut or lengthened");
+  share("--wrong-identifier", sim::PacketFault::kWrongIdentifier,
+        "share of packets with a damaged identifier");
+  share("--duplicate", sim::PacketFault::kDuplicated, "share of packets that come twice");
+  share("--swap", sim::PacketFault::kSwapped, "share of packets that the next one overtakes");
+  share("--foreign", sim::PacketFault::kForeign,
+        "packets of another device to the same port, as a share of the sensor's");
 }
 
 void RequireNames(const SimulateOptions& options) {
@@ -118,34 +109,32 @@ void RequireTwoPorts(const SimulateOptions& options) {
 
 void RequireUsableFolder(const SimulateOptions& options) {
   if (options.out && !options.check_folder && !options.serve.at) {
-    throw Failure(ExitCode::kUsage,
-                  "--out needs --check-folder: without its calibration a capture has no points");
+    throw Failure(
+        ExitCode::kUsage,
+        std::string("--out needs --check-folder: without its calibration ") + kWithoutTables);
   }
   if (options.check_folder) RequireNoTableWord("--check-folder", *options.check_folder);
 }
 
-}  // namespace
+/// Keeps an empty name apart from none.
+CLI::Option* AddName(CLI::App& command, const char* option, std::optional<std::string>& name,
+                     const std::string& text) {
+  return command.add_option_function<std::string>(
+      option, [&name](const std::string& given) { name = given; }, text);
+}
 
-void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
-  command.add_option("--model", options.model, "sensor model")
-      ->required()
+/// What is simulated.
+void AddSensor(CLI::App& command, SimulateOptions& options) {
+  command.add_option("--model", options.model, "sensor model; needed without --config")
       ->transform(LowerCase())
       ->check(CLI::IsMember(sim::SensorNames()));
+  AddName(command, "--config", options.config,
+          "YAML file of several sensors, in place of --model: each stands at its extrinsics and "
+          "sends to its address and port on this machine, or writes its capture; seeds count up "
+          "from --seed")
+      ->check(NotEmpty());
   command.add_option("--scene", options.scene, "surroundings of the sensor")
       ->check(CLI::IsMember(sim::SceneNames()))
-      ->capture_default_str();
-  command
-      .add_option("--frames", options.frames,
-                  "frames to simulate; without it 20 for --out alone, with --to until Ctrl-C")
-      ->check(Within(1, 1000000));
-  CLI::Option* const out = AddName(command, "--out", options.out, "capture file to write");
-  AddName(command, "--check-folder", options.check_folder,
-          std::string("folder to write the sensor's calibration to, which play and live read; ") +
-              "--out needs one, or --serve-params" + OnlyFor(&sim::SensorTraits::check_folder));
-  command.add_flag("--force", options.force,
-                   "let --out and --check-folder replace what no simulation wrote");
-  command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
-      ->check(Within(0.1, 1000.0))
       ->capture_default_str();
   command
       .add_option("--cycle", options.cycle,
@@ -154,20 +143,97 @@ void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
   command.add_option("--seed", options.sensor.seed, "chooses the individual sensor and all chance")
       ->check(WholeNumber())
       ->capture_default_str();
+}
+
+void AddTimes(CLI::App& command, SimulateOptions& options) {
+  command
+      .add_option("--frames", options.frames,
+                  "frames to simulate; without it 20 for --out alone, with --to until Ctrl-C")
+      ->check(Within(1, 1000000));
+  command.add_option("--rate", options.sensor.frame_rate_hz, "frames per second [Hz]")
+      ->check(Within(0.1, 1000.0))
+      ->capture_default_str();
   command
       .add_option("--start-time", options.start_time_s,
                   "[s] since 1970 UTC, of the first frame; without it now for --to alone, always "
                   "the same with --out")
       ->check(Within(0.0, kLatestStart));
+}
+
+/// What becomes of it.
+void AddFiles(CLI::App& command, SimulateOptions& options) {
+  CLI::Option* const out = AddName(command, "--out", options.out, "capture file to write");
+  AddName(command, "--check-folder", options.check_folder,
+          std::string("folder to write the sensor's calibration to, which play and live read; ") +
+              "--out needs one, or --serve-params" + OnlyFor(&sim::SensorTraits::check_folder));
+  command.add_flag("--force", options.force,
+                   "let captures and check folders replace what no simulation wrote");
   command.add_option("--port", options.port, "destination port in the capture")
       ->check(Within(1, 65535))
       ->capture_default_str()
       ->needs(out);
   command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+}
+
+using Options = std::vector<CLI::Option*>;
+
+/// An option and another that it makes sense with.
+using Needs = std::vector<std::pair<CLI::Option*, CLI::Option*>>;
+
+/// Takes from all options what they need of `replaced`.
+Needs TakeNeeds(CLI::App& command, const Options& replaced) {
+  Needs needs;
+  for (CLI::Option* const needed : replaced) {
+    for (CLI::Option* const option : command.get_options()) {
+      if (option->remove_needs(needed)) needs.emplace_back(option, needed);
+    }
+  }
+  return needs;
+}
+
+void RequireAlone(const Options& replaced) {
+  for (const CLI::Option* const option : replaced) {
+    if (option->empty()) continue;
+    throw CLI::ExcludesError(OfOneSensor(option->get_name()), CLI::ExitCodes::ExcludesError);
+  }
+}
+
+void RequireNeeds(const Needs& needs) {
+  for (const auto& [option, needed] : needs) {
+    if (option->empty() || !needed->empty()) continue;
+    throw CLI::RequiresError(option->get_name(), needed->get_name() + " or --config");
+  }
+}
+
+/// --config stands for the options that name a sensor and where its packets go: it excludes these, and
+/// what needs one of them is content with it.
+void SettleConfig(CLI::App& command) {
+  const CLI::Option* const config = command.get_option("--config");
+  Options replaced;
+  for (const char* const name :
+       {"--model", "--out", "--to", "--port", "--check-folder", "--serve-params"}) {
+    replaced.push_back(command.get_option(name));
+  }
+  const Needs needs = TakeNeeds(command, replaced);
+  command.callback([config, replaced, needs] {
+    if (!config->empty()) return RequireAlone(replaced);
+    if (replaced.front()->empty()) throw CLI::RequiredError("--model or --config");
+    RequireNeeds(needs);
+  });
+}
+
+}  // namespace
+
+void AddSimulateOptions(CLI::App& command, SimulateOptions& options) {
+  AddSensor(command, options);
+  AddTimes(command, options);
+  AddFiles(command, options);
   AddTransmissionOptions(command, options.transmission);
-  AddFaults(command, options);
+  AddSensorFaults(command, options);
+  AddPacketFaults(command, options.faults);
   AddServeOptions(command, options.serve, OnlyFor(&sim::SensorTraits::check_folder));
+  SettleConfig(command);
 }
 
 void CompleteSimulateOptions(SimulateOptions& options) {
@@ -176,11 +242,28 @@ void CompleteSimulateOptions(SimulateOptions& options) {
   if (!options.out && !sends) RequireOnlyServing(options);
   RequireTwoPorts(options);
   if (!options.frames && !sends) options.frames = kFramesOfACapture;
+  CompleteSensorOptions(options, !options.out);
+}
+
+void CompleteSensorOptions(SimulateOptions& options, bool live) {
   options.sensor.cycle_packets = options.cycle.value_or(options.sensor.cycle_packets);
   options.sensor.radius_filter = !options.no_radius_filter;
   // A capture is to be the same each time; a sensor that is received lives now.
-  if (!options.out) options.sensor.start_time_s = Now();
+  if (live) options.sensor.start_time_s = Now();
   if (options.start_time_s) options.sensor.start_time_s = *options.start_time_s;
+}
+
+bool HasTrait(const std::string& model, bool sim::SensorTraits::*trait) {
+  const auto names = sim::SensorNames(trait);
+  return std::find(names.begin(), names.end(), model) != names.end();
+}
+
+std::string ModelsWith(bool sim::SensorTraits::*trait) {
+  std::string names;
+  for (const std::string& name : sim::SensorNames(trait)) {
+    names += (names.empty() ? "" : ", ") + name;
+  }
+  return names;
 }
 
 void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Console& console) {

@@ -15,9 +15,12 @@
 
 namespace orliq::cli {
 
+constexpr std::uint64_t kFramesOfACapture = 20;  // if no number is asked for
+
 /// What the user asks of `orliq simulate`.
 struct SimulateOptions {
   std::string model;
+  std::optional<std::string> config;  ///< file of several sensors, in place of one
   std::string scene = "boxes";
   std::optional<std::uint64_t> frames;  ///< none: until the user ends it
   std::optional<std::string> out;
@@ -36,11 +39,20 @@ struct SimulateOptions {
 
 void AddSimulateOptions(CLI::App& command, SimulateOptions& options);
 
-/// Fills in what follows from other options. Throws Failure where they do not fit together.
+/// Fills in what follows from other options for one sensor. Throws Failure where they do not fit together.
 void CompleteSimulateOptions(SimulateOptions& options);
 
 /// Options for what the sensor lacks. Throws Failure where the user would not get what was asked for;
 /// takes back, with a remark, what the sensor does not need, so that a script may name it for all.
 void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Console& console);
+
+/// Fills in what every sensor has; `live` if no capture is written.
+void CompleteSensorOptions(SimulateOptions& options, bool live);
+
+/// Whether a model has what some lack.
+bool HasTrait(const std::string& model, bool sim::SensorTraits::*trait);
+
+/// "juniq, glavor": the models that have it.
+std::string ModelsWith(bool sim::SensorTraits::*trait);
 
 }  // namespace orliq::cli

@@ -31,8 +31,8 @@ constexpr char kListTitle[] = "Written by orliq simulate, which may replace thes
 
 [[noreturn]] void ThrowForeign(const std::string& folder, const std::string& name) {
   ThrowFault("the folder " + folder + " holds " + name +
-             ", which no simulation wrote: simulate writes its calibration to --check-folder, so "
-             "name an empty folder, or add --force to replace what is there");
+             ", which no simulation wrote: simulate writes its calibration there, so name an empty "
+             "folder, or add --force to replace what is there");
 }
 
 /// FNV-1a in hexadecimal digits: it tells of a change, not of an attack.

@@ -15,7 +15,7 @@ constexpr std::uint16_t kFirstNumber = 65526;  // ten frames before the number s
 BrantisSensor::BrantisSensor(const SensorOptions& options)
     : PacedSensor(kTraits, kPacketsPerFrame, options) {}
 
-std::vector<std::uint8_t> BrantisSensor::EncodePacket(const Scene& /*scene*/,
+std::vector<std::uint8_t> BrantisSensor::EncodePacket(const SceneView& /*view*/,
                                                       const PacketSlot& slot) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(kPacketBytes);

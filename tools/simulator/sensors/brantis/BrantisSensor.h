@@ -18,7 +18,7 @@ class BrantisSensor final : public PacedSensor {
   explicit BrantisSensor(const SensorOptions& options);
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) override;
 };
 
 }  // namespace orliq::sim

@@ -36,23 +36,25 @@ CorvikSensor::CorvikSensor(const SensorOptions& options)
   }
 }
 
-CorvikSample CorvikSensor::SampleAt(const Scene& scene, std::size_t position, double scene_time_s) {
-  const auto hit = Measure(static_cast<std::uint32_t>(position),
-                           scene.Cast(directions_[position], scene_time_s));
+CorvikSample CorvikSensor::SampleAt(const SceneView& view, std::size_t position,
+                                    double scene_time_s) {
+  const auto hit =
+      Measure(static_cast<std::uint32_t>(position), view.Cast(directions_[position], scene_time_s));
   if (!hit) return {};
   const std::uint16_t intensity = Intensity(*hit);
   return {intensity, intensity < 1000 ? CorvikReturn::kWeak : CorvikReturn::kStrong,
           CorvikDistanceCode(hit->range_m)};
 }
 
-std::vector<std::uint8_t> CorvikSensor::EncodePacket(const Scene& scene, const PacketSlot& slot) {
+std::vector<std::uint8_t> CorvikSensor::EncodePacket(const SceneView& view,
+                                                     const PacketSlot& slot) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(kCorvikPacketBytes);
   ByteWriter writer(bytes, ByteWriter::Order::Little);
   WriteCorvikHead(writer, static_cast<std::uint8_t>(slot.index));
   const std::size_t first = slot.index * kCorvikSamplesPerPacket;
   for (std::size_t i = 0; i < kCorvikSamplesPerPacket; ++i) {
-    WriteCorvikSample(writer, SampleAt(scene, first + i, slot.scene_time_s));
+    WriteCorvikSample(writer, SampleAt(view, first + i, slot.scene_time_s));
   }
   WriteCorvikTail(writer, LatestImu(slot.scene_time_s).sample, slot.time_s);
   return bytes;

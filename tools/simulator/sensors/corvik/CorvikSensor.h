@@ -22,8 +22,8 @@ class CorvikSensor final : public ScanningSensor {
   explicit CorvikSensor(const SensorOptions& options);
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
-  CorvikSample SampleAt(const Scene& scene, std::size_t position, double scene_time_s);
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) override;
+  CorvikSample SampleAt(const SceneView& view, std::size_t position, double scene_time_s);
 
   std::array<Vec3, kCorvikLines * kCorvikSamplesPerPacket> directions_;  // by position
 };

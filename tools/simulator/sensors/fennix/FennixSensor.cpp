@@ -25,7 +25,7 @@ std::vector<std::uint16_t> MarkerFirst() {
 FennixSensor::FennixSensor(const SensorOptions& options)
     : PacedSensor(kTraits, kPacketsPerFrame, options), order_(MarkerFirst()) {}
 
-std::vector<std::uint8_t> FennixSensor::EncodePacket(const Scene& /*scene*/,
+std::vector<std::uint8_t> FennixSensor::EncodePacket(const SceneView& /*view*/,
                                                      const PacketSlot& slot) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(kPacketBytes);

@@ -19,7 +19,7 @@ class FennixSensor final : public PacedSensor {
   explicit FennixSensor(const SensorOptions& options);
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) override;
 
   std::vector<std::uint16_t> order_;  // positions in the order sent
 };

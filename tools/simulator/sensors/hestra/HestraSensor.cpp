@@ -14,7 +14,7 @@ constexpr std::size_t kPacketsPerFrame = 56;
 HestraSensor::HestraSensor(const SensorOptions& options)
     : PacedSensor(kTraits, kPacketsPerFrame, options) {}
 
-std::vector<std::uint8_t> HestraSensor::EncodePacket(const Scene& /*scene*/,
+std::vector<std::uint8_t> HestraSensor::EncodePacket(const SceneView& /*view*/,
                                                      const PacketSlot& /*slot*/) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(kPacketBytes);

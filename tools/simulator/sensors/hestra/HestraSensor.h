@@ -17,7 +17,7 @@ class HestraSensor final : public PacedSensor {
   explicit HestraSensor(const SensorOptions& options);
 
  private:
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) override;
 };
 
 }  // namespace orliq::sim

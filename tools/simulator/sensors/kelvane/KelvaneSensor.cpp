@@ -50,12 +50,12 @@ KelvaneSensor::KelvaneSensor(const SensorOptions& options)
 }
 
 /// The records of one column: each measures what the beam meets once more.
-void KelvaneSensor::WriteColumn(ByteWriter& writer, const Scene& scene, const PacketSlot& slot,
+void KelvaneSensor::WriteColumn(ByteWriter& writer, const SceneView& view, const PacketSlot& slot,
                                 std::size_t column) {
   const std::size_t step = slot.index / cycle_packets_;
   const Angle& az = azimuths_[step];
   const Angle& el = elevations_[slot.frame % kKelvaneFaces][column];
-  const Hit truth = scene.Cast({el.cos * az.cos, el.cos * az.sin, el.sin}, slot.scene_time_s);
+  const Hit truth = view.Cast({el.cos * az.cos, el.cos * az.sin, el.sin}, slot.scene_time_s);
   const auto position = static_cast<std::uint32_t>(column + kKelvaneColumns * step);
   for (std::size_t record = 0; record < cycle_packets_ / 2; ++record) {
     const auto hit = Measure(position, truth);
@@ -65,7 +65,8 @@ void KelvaneSensor::WriteColumn(ByteWriter& writer, const Scene& scene, const Pa
   }
 }
 
-std::vector<std::uint8_t> KelvaneSensor::EncodePacket(const Scene& scene, const PacketSlot& slot) {
+std::vector<std::uint8_t> KelvaneSensor::EncodePacket(const SceneView& view,
+                                                      const PacketSlot& slot) {
   std::vector<std::uint8_t> bytes;
   bytes.reserve(kKelvanePacketBytes);
   ByteWriter writer(bytes, ByteWriter::Order::Big);
@@ -75,7 +76,7 @@ std::vector<std::uint8_t> KelvaneSensor::EncodePacket(const Scene& scene, const 
                             static_cast<std::uint8_t>(1 + slot.frame % kKelvaneFaces)});
   const std::size_t columns = kKelvaneColumns / cycle_packets_;
   const std::size_t first = slot.index % cycle_packets_ * columns;
-  for (std::size_t i = 0; i < columns; ++i) WriteColumn(writer, scene, slot, first + i);
+  for (std::size_t i = 0; i < columns; ++i) WriteColumn(writer, view, slot, first + i);
   WriteKelvaneTail(writer);
   return bytes;
 }

@@ -33,8 +33,8 @@ class KelvaneSensor final : public ScanningSensor {
   };
   static Angle AngleOf(int centidegrees);
 
-  std::vector<std::uint8_t> EncodePacket(const Scene& scene, const PacketSlot& slot) override;
-  void WriteColumn(ByteWriter& writer, const Scene& scene, const PacketSlot& slot,
+  std::vector<std::uint8_t> EncodePacket(const SceneView& view, const PacketSlot& slot) override;
+  void WriteColumn(ByteWriter& writer, const SceneView& view, const PacketSlot& slot,
                    std::size_t column);
 
   std::size_t cycle_packets_;

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "driver/FusedCloud.h"
+#include "orliq/clouds/CloudView.h"
+#include "orliq/clouds/FrameStream.h"
+
+namespace orliq::cli {
+
+/// One sensor's frame in a fused cloud.
+struct FusedShare {
+  int frame = 0;  ///< entry of its capture
+  std::uint64_t points = 0;
+  std::uint64_t non_zero = 0;  ///< of them, with a return inside the limits
+  double timestamp = 0.0;      ///< [s] UTC, 0 of a sensor without time
+};
+
+/// Plays several captures at once and makes one cloud of a frame of each, the first sensor's points
+/// first, as the library does for live sensors. The captures are played on threads of their own, which
+/// end with this.
+template <typename Cloud>
+class CaptureFusion {
+ public:
+  explicit CaptureFusion(std::vector<FramesWanted> sensors) {
+    for (auto& sensor : sensors) {
+      origins_.push_back(OriginOf(sensor.param));
+      streams_.push_back(std::make_unique<FrameStream<Cloud>>(std::move(sensor)));
+    }
+  }
+  ~CaptureFusion() {
+    for (const auto& stream : streams_) stream->Abandon();  // all of them before one is waited for
+  }
+  CaptureFusion(const CaptureFusion&) = delete;
+  CaptureFusion& operator=(const CaptureFusion&) = delete;
+
+  /// Fuses the next frame of each capture into `cloud`, in place of what it held, and tells of each in
+  /// `shares`. False, with both undefined, when one has no frame left, and after an interrupt. Throws
+  /// Failure as FrameStream does.
+  bool Next(Cloud& cloud, std::vector<FusedShare>& shares) {
+    frames_.clear();
+    for (const auto& stream : streams_) {
+      auto frame = stream->Next();
+      if (!frame) return false;
+      frames_.push_back(std::move(*frame));
+    }
+    Fill(cloud, shares);
+    frames_.clear();
+    return true;
+  }
+
+ private:
+  /// The cloud has the time of the first sensor that tells one.
+  void Fill(Cloud& cloud, std::vector<FusedShare>& shares) const {
+    std::size_t points = 0;
+    for (const auto& frame : frames_) points += frame.cloud->points.size();
+    cloud = Cloud();
+    cloud.points.reserve(points);
+    shares.clear();
+    for (std::size_t sensor = 0; sensor < frames_.size(); ++sensor) {
+      const auto& [entry, of_frame] = frames_[sensor];
+      lidar::AppendFrame(cloud, *of_frame, sensor);
+      shares.push_back({entry, of_frame->points.size(), CountNonZero(*of_frame, origins_[sensor]),
+                        of_frame->timestamp});
+      if (cloud.timestamp == 0.0) cloud.timestamp = of_frame->timestamp;
+    }
+  }
+
+  std::vector<Origin> origins_;  // of the sensors
+  std::vector<std::unique_ptr<FrameStream<Cloud>>> streams_;
+  std::vector<typename FrameStream<Cloud>::Frame> frames_;  // of the round that is fused
+};
+
+}  // namespace orliq::cli

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/live/SensorRows.h"
+
+#include <tuple>
+#include <utility>
+
+#include "orliq/capture/UdpRecord.h"
+#include "orliq/verbs/CommonRows.h"
+
+namespace orliq::cli {
+
+std::string SenderText(const lidar::PacketSender& sender) {
+  return sender.address == 0 ? "none" : Endpoint(sender.address, sender.port);
+}
+
+void AddSenderRows(Report& report, const lidar::DriverStatistics& packets,
+                   const std::string& source) {
+  const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
+  Json senders = Json::array();
+  if (first.address != 0) senders.push_back(SenderText(first));
+  if (other.address != 0) senders.push_back(SenderText(other));
+  report.Add("senders", first.address != 0 ? "Sender" : "", std::move(senders), SenderText(first));
+  report.Add("packets_of_other_senders", packets.of_other_senders > 0 ? "Other senders" : "",
+             packets.of_other_senders,
+             Count(packets.of_other_senders, "packet") + ", the last of " + SenderText(other));
+  report.Add("packets_passed_over", source.empty() ? "" : "Passed over", packets.other_source,
+             Count(packets.other_source, "packet") + " not from " + source);
+}
+
+void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
+  AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
+  report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
+             NoneOr(packets.dropped_by_kernel, "by the system", packets.dropped_by_limit,
+                    "by the limit of the queue"));
+  report.Add("dropped_by_limit", "", packets.dropped_by_limit, "");
+  report.Add("receive_errors", "", packets.receive_errors, "");
+  report.Add("queued_max", "Highest queue", packets.queued_max,
+             Count(packets.queued_max, "packet"));
+  report.Add("queued_at_end", "", packets.queued, "");
+  report.Add("socket_buffer_bytes", "", packets.socket_buffer_bytes, "");
+}
+
+bool HasLosses(const lidar::DriverStatistics& packets) {
+  return packets.refused_length + packets.refused_identifier + packets.dropped_by_kernel +
+             packets.dropped_by_limit >
+         0;
+}
+
+bool LacksTables(const lidar::DriverStatistics& packets) {
+  const lidar::UploadState state = packets.upload.state;
+  return state == lidar::UploadState::Asking || state == lidar::UploadState::Receiving;
+}
+
+void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written,
+                 const std::string& of) {
+  report.Add("files_written", files.text.empty() ? "" : "Files", files.count, files.text);
+  const auto& [no_room, faults, first_fault] = not_written;
+  report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
+             Count(no_room, of) + " for a slow disk, " + Grouped(faults) + " for faults");
+  report.Add("frames_with_fault", "", faults, "");
+}
+
+}  // namespace orliq::cli
