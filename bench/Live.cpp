@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A sensor on loopback, and who keeps up with it: the driver beside a bare recvfrom loop, in packets
-// without loss, CPU time, and the time from a frame's last packet to the callback.
+// A sensor on loopback, and who keeps up with it, in packets without loss, CPU time, and the time from
+// a frame's last packet to the callback: the driver beside a bare blocking recvfrom loop, and beside
+// such a loop that decodes and filters.
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -20,10 +21,10 @@ namespace {
 
 using orliq::bench::BareReceiver;
 using orliq::bench::Clock;
+using orliq::bench::DecodingReceiver;
 using orliq::bench::DriverReceiver;
 using orliq::bench::LiveReceiver;
 using orliq::bench::SharedStream;
-using orliq::bench::SleepingLoops;
 using orliq::bench::Stream;
 using Seconds = std::chrono::duration<double>;
 using MakeReceiver = std::function<std::unique_ptr<LiveReceiver>(std::uint16_t port)>;
@@ -133,9 +134,10 @@ double HighestRate(const Stream& stream, const MakeReceiver& make, double second
   return highest;
 }
 
-/// CPU time per second of a receiver to which nobody sends.
-double IdleCpu(const MakeReceiver& make, double seconds) {
-  const auto receiver = make(orliq::test::FreePort());
+/// CPU time per second of so many receivers to which nobody sends.
+double IdleCpu(const MakeReceiver& make, int count, double seconds) {
+  std::vector<std::unique_ptr<LiveReceiver>> receivers;
+  while (count-- > 0) receivers.push_back(make(orliq::test::FreePort()));
   const double cpu = CpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
   std::this_thread::sleep_for(Seconds(seconds));
   return (CpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - cpu) / seconds;
@@ -153,32 +155,52 @@ MakeReceiver BareLoopFor(const Stream& stream) {
   };
 }
 
+MakeReceiver DecodingLoopFor(Stream& stream) {
+  return [&stream](auto port) {
+    return std::make_unique<DecodingReceiver>(port, stream.type,
+                                              stream.params.GetCheckParam(stream.type));
+  };
+}
+
 struct Load {
   const char* model;
   double rate;  // packets/s
   double seconds;
 };
 
-/// One row for the driver and one for the bare loop; true when the driver received something.
+double Median(const Result& result) {
+  return result.latency_us.empty() ? 0.0 : result.latency_us[result.latency_us.size() / 2];
+}
+
+/// One row for the driver and one for each loop; true when the driver received something.
 bool RunLoad(const Load& load, double unit) {
-  const Stream& stream = SharedStream(load.model);
-  const Result by_driver = Measure(stream, DriverOf(stream), load.rate, load.seconds * unit);
-  PrintRow(load.model, "driver", by_driver);
-  const Result by_loop = Measure(stream, BareLoopFor(stream), load.rate, load.seconds * unit);
-  PrintRow(load.model, "bare", by_loop);
-  return by_driver.received > 0;
+  Stream& stream = SharedStream(load.model);
+  const auto run = [&](const char* name, const MakeReceiver& make) {
+    const Result result = Measure(stream, make, load.rate, load.seconds * unit);
+    PrintRow(load.model, name, result);
+    return result;
+  };
+  const Result driver = run("driver", DriverOf(stream));
+  const Result decoding = run("decoding", DecodingLoopFor(stream));
+  const Result bare = run("bare", BareLoopFor(stream));
+  // What the decoding loop needs more than the bare one goes by decoding and filtering the frame.
+  std::printf(
+      "%-8s CPU driver/decoding loop %.2f; driver's way to the callback %.0f us longer than\n"
+      "         the decoding loop's, which decodes and filters for %.0f us\n",
+      load.model, driver.cpu_seconds / decoding.cpu_seconds, Median(driver) - Median(decoding),
+      Median(decoding) - Median(bare));
+  std::fflush(stdout);
+  return driver.received > 0;
 }
 
 void PrintLimits(const Stream& stream, double unit) {
-  const MakeReceiver loops = [](auto port) { return std::make_unique<SleepingLoops>(port); };
   const MakeReceiver driver = DriverOf(stream);
-  std::printf("\nhighest rate without loss for %.1f s [packets/s]: driver %.0f", 3 * unit,
-              HighestRate(stream, driver, 3 * unit));
-  std::printf(", bare %.0f\n", HighestRate(stream, BareLoopFor(stream), 3 * unit));
-  const double idle_driver = IdleCpu(driver, 5 * unit);
-  const double idle_loops = IdleCpu(loops, 5 * unit);
-  std::printf("idle CPU [%% of a core]: driver %.1f, two loops that sleep 1 us a pass %.1f\n",
-              idle_driver * 100, idle_loops * 100);
+  const double highest = HighestRate(stream, driver, 3 * unit);
+  const double bare = HighestRate(stream, BareLoopFor(stream), 3 * unit);
+  std::printf("\nhighest rate without loss for %.1f s [packets/s]: driver %.0f, bare %.0f (%.2f)\n",
+              3 * unit, highest, bare, highest / bare);
+  std::printf("idle CPU [%% of a core]: one driver %.3f, eight %.3f\n",
+              IdleCpu(driver, 1, 5 * unit) * 100, IdleCpu(driver, 8, 5 * unit) * 100);
 }
 
 }  // namespace

@@ -2,18 +2,20 @@
 #include "bench/LiveReceiver.h"
 
 #include <arpa/inet.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <stdexcept>
+#include <utility>
+
+#include "decoder/DecoderFactory.h"
 
 namespace orliq::bench {
 namespace {
 
-int BoundSocket(std::uint16_t port, int flags) {
-  const int descriptor = ::socket(AF_INET, SOCK_DGRAM | flags, 0);
+int BoundSocket(std::uint16_t port) {
+  const int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
   const int buffer = 16 * 1024 * 1024;
   ::setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &buffer, sizeof buffer);
   sockaddr_in address = {};
@@ -55,73 +57,60 @@ Clock::duration DriverReceiver::Stop() {
   return Clock::now() - begin;
 }
 
-BareReceiver::BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame,
-                           std::uint64_t closing)
-    : packets_per_frame_(packets_per_frame),
-      closing_(closing),
-      descriptor_(BoundSocket(port, 0)),
-      thread_([this] { Receive(); }) {}
+BlockingLoop::BlockingLoop(std::uint16_t port) : descriptor_(BoundSocket(port)) {}
 
-BareReceiver::~BareReceiver() {
+BlockingLoop::~BlockingLoop() {
   Stop();
   ::close(descriptor_);
 }
 
-Clock::duration BareReceiver::Stop() {
+void BlockingLoop::Begin(std::function<void(const std::uint8_t*, std::size_t)> take) {
+  take_ = std::move(take);
+  thread_ = std::thread([this] { Receive(); });
+}
+
+Clock::duration BlockingLoop::Stop() {
   const auto begin = Clock::now();
   running_ = false;
   if (thread_.joinable()) thread_.join();
   return Clock::now() - begin;
 }
 
-void BareReceiver::Receive() {
-  const timeval timeout = {0, 1000};
+void BlockingLoop::Receive() {
+  const timeval timeout = {0, 50'000};  // so that it can be stopped
   ::setsockopt(descriptor_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   std::uint8_t packet[1546];
   while (running_) {
     const ssize_t count = ::recvfrom(descriptor_, packet, sizeof packet, 0, nullptr, nullptr);
     if (count <= 0) continue;
-    const std::uint64_t place = packets_.load(std::memory_order_relaxed);
-    if (place > 0 && place % packets_per_frame_ == closing_) frames_.push_back(Clock::now());
-    packets_.store(place + 1, std::memory_order_relaxed);
+    take_(packet, static_cast<std::size_t>(count));
+    packets_.store(Place() + 1, std::memory_order_relaxed);
   }
 }
 
-SleepingLoops::SleepingLoops(std::uint16_t port) : descriptor_(BoundSocket(port, SOCK_NONBLOCK)) {
-  constexpr std::chrono::microseconds kPause{1};
-  receiving_ = std::thread([this, kPause] {
-    std::uint8_t packet[1546];
-    while (running_) {
-      if (::recvfrom(descriptor_, packet, sizeof packet, 0, nullptr, nullptr) < 0) {
-        pollfd readable = {descriptor_, POLLIN, 0};
-        const timespec wait = {0, 100'000};
-        ::ppoll(&readable, 1, &wait, nullptr);
-      }
-      std::this_thread::sleep_for(kPause);
-    }
-  });
-  decoding_ = std::thread([this, kPause] {
-    while (running_) {
-      {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!queue_.empty()) queue_.pop_back();
-      }
-      std::this_thread::sleep_for(kPause);
-    }
+BareReceiver::BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame,
+                           std::uint64_t closing)
+    : BlockingLoop(port) {
+  Begin([this, packets_per_frame, closing](const std::uint8_t*, std::size_t) {
+    const std::uint64_t place = Place();
+    if (place > 0 && place % packets_per_frame == closing) frames_.push_back(Clock::now());
   });
 }
 
-SleepingLoops::~SleepingLoops() {
-  Stop();
-  ::close(descriptor_);
-}
-
-Clock::duration SleepingLoops::Stop() {
-  const auto begin = Clock::now();
-  running_ = false;
-  if (receiving_.joinable()) receiving_.join();
-  if (decoding_.joinable()) decoding_.join();
-  return Clock::now() - begin;
+DecodingReceiver::DecodingReceiver(std::uint16_t port, lidar::LidarType type,
+                                   lidar::CheckParam* tables)
+    : BlockingLoop(port), decoder_(lidar::DecoderFactory<Cloud>::CreateDecoder(type, {})) {
+  decoder_->UpdateCheckParam(tables);
+  const auto cloud = std::make_shared<Cloud>();
+  decoder_->InstallCloud(cloud);
+  decoder_->RegisterCallBack([](const lidar::Error&) {},
+                             [this, cloud](const std::uint16_t&, const double&) {
+                               frames_.push_back(Clock::now());
+                               cloud->points.clear();
+                             });
+  Begin([this](const std::uint8_t* packet, std::size_t size) {
+    decoder_->ProcessMsopPacket(packet, size, 0);
+  });
 }
 
 }  // namespace orliq::bench

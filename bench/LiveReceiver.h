@@ -3,14 +3,17 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "decoder/Decoder.h"
 #include "multi_driver/OrliqDriver.h"
+#include "param/CheckParam.h"
 
 namespace orliq::bench {
 
@@ -46,41 +49,48 @@ class DriverReceiver final : public LiveReceiver {
   OrliqDriver<Cloud> driver_;
 };
 
-/// The least a receiver can do: one thread in a recvfrom loop that counts. A packet at place `closing`
-/// of its frame completes one, but for the very first packet.
-class BareReceiver final : public LiveReceiver {
+/// One thread in a blocking recvfrom loop, which gives each packet to `take`. `take` notes the time
+/// itself when a frame is complete.
+class BlockingLoop : public LiveReceiver {
  public:
-  BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame, std::uint64_t closing);
-  ~BareReceiver() override;
+  ~BlockingLoop() override;
   std::uint64_t Packets() const override { return packets_; }
   Clock::duration Stop() override;
+
+ protected:
+  explicit BlockingLoop(std::uint16_t port);
+  void Begin(std::function<void(const std::uint8_t*, std::size_t)> take);
+  std::uint64_t Place() const { return packets_.load(std::memory_order_relaxed); }
 
  private:
   void Receive();
 
-  const std::uint64_t packets_per_frame_;
-  const std::uint64_t closing_;
   int descriptor_;
+  std::function<void(const std::uint8_t*, std::size_t)> take_;
   std::atomic<bool> running_{true};
   std::atomic<std::uint64_t> packets_{0};
   std::thread thread_;
 };
 
-/// Two threads that poll and sleep for 1 us a pass, one a socket, one an empty queue: the yardstick
-/// for what an idle driver may cost.
-class SleepingLoops final : public LiveReceiver {
+/// The least a receiver can do: it counts. A packet at place `closing` of its frame completes one, but
+/// for the very first packet.
+class BareReceiver final : public BlockingLoop {
  public:
-  explicit SleepingLoops(std::uint16_t port);
-  ~SleepingLoops() override;
-  std::uint64_t Packets() const override { return 0; }
-  Clock::duration Stop() override;
+  BareReceiver(std::uint16_t port, std::uint64_t packets_per_frame, std::uint64_t closing);
+  ~BareReceiver() override { Stop(); }
+};
+
+/// The same loop, which decodes and filters as the driver does, in the one thread and with nothing
+/// between: what a driver's threads, queue and counts are measured against.
+class DecodingReceiver final : public BlockingLoop {
+ public:
+  /// `tables` may be null, for a model without.
+  DecodingReceiver(std::uint16_t port, lidar::LidarType type, lidar::CheckParam* tables);
+  ~DecodingReceiver() override { Stop(); }
 
  private:
-  int descriptor_;
-  std::mutex mutex_;
-  std::vector<int> queue_;  // guarded by mutex_
-  std::atomic<bool> running_{true};
-  std::thread receiving_, decoding_;
+  using Cloud = PointCloud<Point>;
+  std::shared_ptr<lidar::Decoder<Cloud>> decoder_;
 };
 
 }  // namespace orliq::bench

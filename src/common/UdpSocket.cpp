@@ -12,6 +12,8 @@
 namespace orliq::lidar {
 namespace {
 
+constexpr std::chrono::microseconds kLookAgain{1000};  // where nothing would end a wait
+
 timespec TimeSpec(std::chrono::microseconds time) {
   return {time.count() / 1'000'000, time.count() % 1'000'000 * 1000};
 }
@@ -58,10 +60,12 @@ bool UdpSocket::WaitWrite(std::chrono::microseconds timeout) const {
   return Wait(POLLOUT, timeout);
 }
 
-void UdpSocket::WaitReadOr(const WakeDescriptor& wake, std::chrono::microseconds timeout) const {
+void UdpSocket::WaitReadOr(const WakeDescriptor& wake) const {
   pollfd descriptors[] = {{descriptor_, POLLIN, 0}, {wake.Descriptor(), POLLIN, 0}};
-  const timespec time = TimeSpec(timeout);
-  ::ppoll(descriptors, 2, timeout.count() < 0 ? nullptr : &time, nullptr);
+  // A timeout costs as much as the rest of the wait: a timer that is set and cleared each time.
+  const bool somebody_wakes = IsOpen() && wake.Descriptor() >= 0;
+  const timespec time = TimeSpec(kLookAgain);
+  ::ppoll(descriptors, 2, somebody_wakes ? nullptr : &time, nullptr);
 }
 
 /// A process with more than a thousand descriptors is beyond what select can name, so it is ppoll.

@@ -44,9 +44,8 @@ class UdpSocket {
   bool WaitRead(std::chrono::microseconds timeout) const;
   bool WaitWrite(std::chrono::microseconds timeout) const;
 
-  /// Waits until a datagram can be read, it is woken or that time is over; a negative one
-  /// never is.
-  void WaitReadOr(const WakeDescriptor& wake, std::chrono::microseconds timeout) const;
+  /// Waits until a datagram can be read or it is woken.
+  void WaitReadOr(const WakeDescriptor& wake) const;
 
   /// Takes one datagram, cut at `room` bytes, and tells who sent it. Its length, or negative with
   /// EAGAIN when there is none.

@@ -7,7 +7,7 @@ namespace orliq::lidar {
 /// until it is cleared.
 ///
 /// Threads: Signal may be called from any, the rest from one. Failure: a system without descriptors
-/// leaves it without one (-1), and nobody is woken.
+/// leaves it without one (-1): who waits for it has to look again by itself.
 class WakeDescriptor {
  public:
   WakeDescriptor();

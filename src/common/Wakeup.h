@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 namespace orliq::lidar {
 
@@ -22,6 +24,13 @@ class Wakeup {
     std::unique_lock<std::mutex> lock(mutex_);
     waiting_.wait(lock, [this] { return signalled_; });
     signalled_ = false;
+  }
+
+  /// Waits so long at most; whether there was a signal.
+  bool WaitFor(std::chrono::milliseconds time) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    waiting_.wait_for(lock, time, [this] { return signalled_; });
+    return std::exchange(signalled_, false);
   }
 
  private:

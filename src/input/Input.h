@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -34,15 +34,14 @@ class Input {
   virtual int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                          const bool& remember) = 0;
 
-  /// Delivers the packets that are waiting, without waiting for any, at most one for each entry of
-  /// `buffers`, none of which may be empty. Those that hold them come first, in the order of arrival.
-  /// Returns how many; 0 for none, negative at the end of the source or on an error.
-  virtual int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers);
+  /// Delivers the packets that are waiting, without waiting for any, at most `most` and one for each
+  /// entry of `buffers`, none of which may be empty. Those that hold them come first, in the order of
+  /// arrival. Returns how many; 0 for none, negative at the end of the source or on an error.
+  virtual int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t most);
 
-  /// Waits for packets until it is woken or that time is over; a negative one never is.
-  /// Returns at once for a source whose packets are always there.
-  virtual void WaitForPackets(const WakeDescriptor& /*wake*/,
-                              std::chrono::microseconds /*timeout*/) {}
+  /// Waits for packets, or until it is woken. Returns at once for a source whose packets are always
+  /// there.
+  virtual void WaitForPackets(const WakeDescriptor& /*wake*/) {}
 
   /// Datagrams that the system threw away because its buffer of this source was full, and the size
   /// of that buffer. 0 for a source that loses nothing.
@@ -69,7 +68,7 @@ class Input {
   std::uint32_t source_ = 0;  // network byte order
 };
 
-inline int Input::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) {
+inline int Input::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t /*most*/) {
   const int count = RecvPacket(buffers.front(), Buffer::kDefaultCapacity, nullptr, true);
   return count < 1 ? count : 1;
 }

@@ -104,6 +104,7 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) {
   if (!Admit(sender, static_cast<std::size_t>(count))) return kSkipped;
   buffer.data_offset = 0;
   buffer.length = static_cast<std::uint64_t>(count);
+  buffer.arrival_ns = 0;
   return count;
 }
 
@@ -123,8 +124,8 @@ int InputSock::RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, i
   return ReceiveBatch(buffers, static_cast<std::size_t>(max_count), size);
 }
 
-int InputSock::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) {
-  const int count = ReceiveBatch(buffers, kBatch, Buffer::kDefaultCapacity);
+int InputSock::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t most) {
+  const int count = ReceiveBatch(buffers, most, Buffer::kDefaultCapacity);
   int wanted = 0;
   for (int i = 0; i < count; ++i) {
     const auto slot = static_cast<std::size_t>(i);
@@ -134,8 +135,8 @@ int InputSock::RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) {
   return count < 0 ? count : wanted;
 }
 
-void InputSock::WaitForPackets(const WakeDescriptor& wake, std::chrono::microseconds timeout) {
-  sock_.WaitReadOr(wake, timeout);
+void InputSock::WaitForPackets(const WakeDescriptor& wake) {
+  sock_.WaitReadOr(wake);
 }
 
 /// What is waiting now, at most `count` datagrams and one for each buffer.

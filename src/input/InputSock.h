@@ -55,10 +55,10 @@ class InputSock final : public Input {
   /// for a count below 1.
   int RecvBatchPackets(std::vector<std::shared_ptr<Buffer>>& buffers, int max_count, unsigned size);
 
-  /// The wanted ones of at most kBatch waiting datagrams; others are counted and passed over. May
-  /// return 0 though more are waiting, when none of those was wanted.
-  int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers) override;
-  void WaitForPackets(const WakeDescriptor& wake, std::chrono::microseconds timeout) override;
+  /// The wanted ones of at most `most` waiting datagrams, of kBatch in any case; others are counted and
+  /// passed over. May return 0 though more are waiting, when none of those was wanted.
+  int RecvWaiting(std::vector<std::shared_ptr<Buffer>>& buffers, std::size_t most) override;
+  void WaitForPackets(const WakeDescriptor& wake) override;
 
   /// Makes the descriptor non-blocking; false when the system refuses.
   bool SetNonblock() const;

@@ -14,12 +14,18 @@ constexpr std::uint64_t kSpareBuffers = 8192;
 
 constexpr unsigned kNoBound = 0;  // of a push
 
-constexpr std::size_t kBatch = 64;  // packets that are received at once
+// To ask for several packets when one is waiting costs half as much again as to ask for that one. When
+// packets come as close as this, others are likely to wait behind.
+constexpr std::size_t kBatch = 64;
+constexpr std::uint64_t kCloseNs = 30'000;
 constexpr std::chrono::milliseconds kErrorPause{1};
 
-// For so many packets, or after so long, the decoding thread is woken.
-constexpr std::uint64_t kEnough = 8;
-constexpr std::uint64_t kLongestDelayNs = 1'000'000;
+// For so many packets, or so long after the last time, the decoding thread is woken.
+constexpr std::uint64_t kEnough = 16;
+constexpr std::uint64_t kLongestDelayNs = 2'000'000;
+// For so long after it was woken last the decoding thread looks again by itself: any packet that comes
+// later does wake it.
+constexpr std::chrono::milliseconds kStragglers{10};
 
 std::uint64_t NowNs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -35,7 +41,7 @@ void PacketFlow::Receive(Input& input, const Bound& shows_bound) {
     receive_errors_.Add();
     std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
   }
-  WaitForMore(input);
+  input.WaitForPackets(receiver_wakeup_);
 }
 
 int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
@@ -43,7 +49,7 @@ int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
   for (auto& buffer : batch_) {
     if (!buffer) buffer = GetBuffer();
   }
-  const int count = input.RecvWaiting(batch_);
+  const int count = input.RecvWaiting(batch_, close_ ? kBatch : 1);
   const auto end = batch_.begin() + std::max(count, 0);
   const bool bound =
       std::any_of(batch_.begin(), end, [&](const auto& buffer) { return shows_bound(*buffer); });
@@ -55,8 +61,8 @@ int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
 /// The first so many of the batch.
 void PacketFlow::Enqueue(std::size_t count) {
   const std::uint64_t now = NowNs();
+  close_ = now - last_packet_ns_.Value() < kCloseNs;
   last_packet_ns_.Set(now);
-  if (unannounced_ == 0) unannounced_since_ns_ = now;
   unannounced_ += count;
   received_.Add(count);
   for (std::size_t i = 0; i < count; ++i) received_bytes_.Add(batch_[i]->length);
@@ -68,17 +74,20 @@ void PacketFlow::Enqueue(std::size_t count) {
 /// Wakes the decoding thread, if that is worth it.
 void PacketFlow::Announce(bool at_once) {
   if (unannounced_ == 0) return;
-  const bool due =
-      at_once || unannounced_ >= kEnough || NowNs() - unannounced_since_ns_ >= kLongestDelayNs;
-  if (!due) return;
+  const std::uint64_t now = NowNs();  // after they were queued, so that none is left behind
+  if (!at_once && unannounced_ < kEnough && now - announced_ns_ < kLongestDelayNs) return;
   unannounced_ = 0;
+  announced_ns_ = now;
   WakeDecoder();
 }
 
-void PacketFlow::WaitForMore(Input& input) const {
-  using std::chrono::microseconds;
-  const auto delay = unannounced_ > 0 ? microseconds(kLongestDelayNs / 1000) : microseconds(-1);
-  input.WaitForPackets(receiver_wakeup_, delay);
+void PacketFlow::WaitForPackets() {
+  if (flowing_) {
+    flowing_ = decoder_wakeup_.WaitFor(kStragglers);
+  } else {
+    decoder_wakeup_.Wait();
+    flowing_ = true;
+  }
 }
 
 void PacketFlow::ReleaseBuffers() {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -22,7 +21,8 @@ namespace orliq::lidar {
 ///
 /// Both threads sleep while there is nothing to do. To wake a thread costs more than to decode a
 /// packet, so the decoding one is woken for several packets at once, for one that shows the bound of a
-/// frame, and for any that has waited for a millisecond.
+/// frame, and for one that comes long after it was woken last. When a flow ends, the few packets that
+/// it was not woken for are found because for a while it looks again by itself.
 ///
 /// Threads: Receive and ReleaseBuffers belong to the receiving thread, Take and WaitForPackets to the
 /// decoding one, the rest may be called from any.
@@ -39,7 +39,7 @@ class PacketFlow {
   std::shared_ptr<Buffer> Take();
 
   /// Waits until there is something to do for the decoding thread, or somebody calls WakeDecoder.
-  void WaitForPackets() { decoder_wakeup_.Wait(); }
+  void WaitForPackets();
 
   void WakeReceiver() const { receiver_wakeup_.Signal(); }
   void WakeDecoder() { decoder_wakeup_.Signal(); }
@@ -63,15 +63,16 @@ class PacketFlow {
   int TakeWaiting(Input& input, const Bound& shows_bound);
   void Enqueue(std::size_t count);
   void Announce(bool at_once);
-  void WaitForMore(Input& input) const;
   std::shared_ptr<Buffer> GetBuffer();
   void DropBeyondLimit();
 
   SyncQueue<std::shared_ptr<Buffer>> packets_;  // filled by the receiving thread
   SyncQueue<std::shared_ptr<Buffer>> free_;     // filled by both, emptied by the receiving one
   std::vector<std::shared_ptr<Buffer>> batch_;  // to be filled next; of the receiving thread
+  bool close_ = false;                          // the latest packets came soon after those before
   std::uint64_t unannounced_ = 0;               // packets that the decoder was not woken for
-  std::uint64_t unannounced_since_ns_ = 0;      // both of the receiving thread
+  std::uint64_t announced_ns_ = 0;              // when it was; all of the receiving thread
+  bool flowing_ = false;                        // it was of late; of the decoding thread
   WakeDescriptor receiver_wakeup_;
   Wakeup decoder_wakeup_;
   Counter received_, received_bytes_, receive_errors_;

@@ -22,7 +22,7 @@ double Offset(std::uint64_t arrival_ns, double packet_time) {
 
 void SensorClock::Note(std::uint64_t arrival_ns, double packet_time) {
   const double offset = Offset(arrival_ns, packet_time);
-  const std::uint64_t second = arrival_ns / kNsPerSecond;
+  const auto second = static_cast<std::int64_t>(arrival_ns / kNsPerSecond);
   const std::lock_guard<std::mutex> lock(mutex_);
   if (packets_++ > 0 && std::abs(offset - latest_) > kJump) {
     ++jumps_;
@@ -46,7 +46,7 @@ ClockStatistics SensorClock::Count() const {
   statistics.packets = packets_;
   statistics.jumps = jumps_;
   statistics.latest_s = statistics.smallest_s = statistics.largest_s = latest_;
-  for (std::size_t i = 0; i < std::min(filled_, kShown); ++i) {
+  for (std::size_t i = 0; i < filled_ && Ago(0).number - Ago(i).number < kShown; ++i) {
     statistics.smallest_s = std::min(statistics.smallest_s, Ago(i).smallest);
     statistics.largest_s = std::max(statistics.largest_s, Ago(i).largest);
   }

@@ -21,12 +21,12 @@ class SensorClock {
   ClockStatistics Count() const;
 
  private:
-  static constexpr std::size_t kKept = 60;   // seconds, for the drift
-  static constexpr std::size_t kShown = 10;  // of them, for the spread
+  static constexpr std::size_t kKept = 60;    // seconds, for the drift
+  static constexpr std::int64_t kShown = 10;  // of them, for the spread
 
   /// The offsets [s] of one second of arrivals.
   struct Second {
-    std::uint64_t number;  // since 1970
+    std::int64_t number;  // since 1970; may go back as the machine's clock does
     double smallest;
     double largest;
   };
