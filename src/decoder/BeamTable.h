@@ -35,7 +35,7 @@ class BeamTable {
   const Beam* Data() const { return beams_.data(); }
   /// Place of the beam; both numbers are bytes.
   static std::size_t Index(std::int32_t column, std::int32_t row) {
-    return static_cast<std::size_t>(column * 256 + row);
+    return static_cast<std::size_t>(column) * 256 + static_cast<std::size_t>(row);
   }
 
   /// Works all beams out: `angles(position)` gives their directions, `offset(position)` their range

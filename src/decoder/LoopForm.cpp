@@ -4,7 +4,7 @@
 namespace orliq::lidar {
 
 // Until this is set, decoders of other static objects run the portable form.
-std::atomic<bool> LoopForm::wide_{LoopForm::HasWide()};
+std::atomic<bool> LoopForm::wide{LoopForm::HasWide()};
 
 bool LoopForm::HasWide() {
 #if ORLIQ_HAS_WIDE_FORM

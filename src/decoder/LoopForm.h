@@ -23,13 +23,13 @@ class LoopForm {
  public:
   /// Whether this processor has the wide form.
   static bool HasWide();
-  static bool IsWide() { return wide_.load(std::memory_order_relaxed); }
+  static bool IsWide() { return wide.load(std::memory_order_relaxed); }
 
   /// For tests and benchmarks: keeps every decoder of the process to the portable form, or no longer.
-  static void ForcePortable(bool force) { wide_.store(!force && HasWide()); }
+  static void ForcePortable(bool force) { wide.store(!force && HasWide()); }
 
  private:
-  static std::atomic<bool> wide_;
+  static std::atomic<bool> wide;
 };
 
 template <typename Loop, typename... Args>
