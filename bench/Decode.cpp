@@ -7,6 +7,7 @@
 
 #include "bench/Stream.h"
 #include "bench/plain/Models.h"
+#include "decoder/LoopForm.h"
 
 // Packets to points, as the decoding thread does it: validation, decoding, frame hand-over. The
 // provider gives the same cloud again and again, so it keeps its capacity. The plain form, which
@@ -16,6 +17,7 @@ namespace {
 using orliq::bench::SharedStream;
 using orliq::bench::Stream;
 using orliq::lidar::DecoderParam;
+using orliq::lidar::LoopForm;
 
 /// What the sensor's calibration asks for, without the radius filter: that has its own benchmark.
 template <typename Model>
@@ -65,8 +67,11 @@ struct Derived : PointCloud<P> {
   void PushPoint(const P& point) override { this->points.push_back(point); }
 };
 
+enum class Form { kPortable, kWide };
+
 template <typename Model, typename P, typename Cloud>
-void Decode(benchmark::State& state, bool transform) {
+void Decode(benchmark::State& state, bool transform, Form form) {
+  LoopForm::ForcePortable(form == Form::kPortable);
   Stream& stream = SharedStream(Model::kName);
   DecoderParam param;
   param.transform_param = {transform ? 1U : 0U, 1, 2, 3, 4, 5, 6};
@@ -94,8 +99,11 @@ template <typename Model, typename P>
 void RegisterRecord(const char* record) {
   const std::string family = std::string(Model::kName) + '/' + record;
   benchmark::RegisterBenchmark((family + "/plain").c_str(), Plain<Model, P>);
-  const auto add = [&family](const char* name, auto run, bool transform) {
-    benchmark::RegisterBenchmark((family + name).c_str(), run, transform);
+  const auto add = [&family](const std::string& name, auto run, bool transform) {
+    const std::string wide = family + name;
+    benchmark::RegisterBenchmark(wide.c_str(), run, transform, Form::kWide);
+    if (!LoopForm::HasWide()) return;
+    benchmark::RegisterBenchmark((wide + "/portable").c_str(), run, transform, Form::kPortable);
   };
   add("/decoder", Decode<Model, P, PointCloud<P>>, false);
   if (Model::kTransforms) add("/decoder/transform", Decode<Model, P, PointCloud<P>>, true);

@@ -31,7 +31,12 @@ class BeamTable {
   static constexpr std::size_t kPositions = 65536;
 
   BeamTable() : beams_(kPositions) {}
-  const Beam& At(std::uint8_t column, std::uint8_t row) const { return beams_[Index(column, row)]; }
+  /// All kPositions beams, by Index.
+  const Beam* Data() const { return beams_.data(); }
+  /// Place of the beam; both numbers are bytes.
+  static std::size_t Index(std::int32_t column, std::int32_t row) {
+    return static_cast<std::size_t>(column) * 256 + static_cast<std::size_t>(row);
+  }
 
   /// Works all beams out: `angles(position)` gives their directions, `offset(position)` their range
   /// offsets [m], `inside(azimuth, elevation)` [deg] tells whether the limits hold them.
@@ -39,7 +44,6 @@ class BeamTable {
   void Fill(const Trigon& trigon, const Angles& angles, const Offset& offset, const Inside& inside);
 
  private:
-  static std::size_t Index(std::uint8_t column, std::uint8_t row) { return column * 256U + row; }
   std::vector<Beam> beams_;
 };
 
@@ -55,7 +59,7 @@ void BeamTable::Fill(const Trigon& trigon, const Angles& angles, const Offset& o
     const BeamAngles beam = angles(position);
     const bool held = inside(CentidegreesToDegrees(beam.azimuth_cdeg),
                              CentidegreesToDegrees(beam.elevation_cdeg));
-    beams_[Index(static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8))] = {
+    beams_[Index(position & 0xFF, position >> 8)] = {
         {LookUp(trigon, beam.azimuth_cdeg), LookUp(trigon, beam.elevation_cdeg)},
         offset(position),
         held ? 1 : 0};

@@ -83,6 +83,18 @@ double Decoder<T_PointCloud>::GetTimeUTCWithUs(const UTCBlock& utc) {
   return static_cast<double>(timegm(&calendar)) + utc.microsecond * 1e-6;
 }
 
+/// Many packets share a second, and the calendar costs as much as a tenth of decoding one.
+template <typename T_PointCloud>
+double Decoder<T_PointCloud>::TakePacketTime(const UTCBlock& utc) {
+  UTCBlock second = utc;
+  second.microsecond.Set(0);
+  if (std::memcmp(&second, &second_, sizeof second) != 0) {
+    second_time_ = GetTimeUTCWithUs(second);
+    second_ = second;
+  }
+  return packet_time_ = second_time_ + utc.microsecond * 1e-6;
+}
+
 template <typename T_PointCloud>
 void Decoder<T_PointCloud>::TransformPoint(float& x, float& y, float& z) const {
   if (TransformEnabled()) transform_matrix_.Apply(x, y, z);

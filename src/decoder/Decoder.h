@@ -113,12 +113,16 @@ class Decoder {
   /// Hands the frame out with its time [s], with whatever callback is there.
   void EndFrame(double timestamp) { split_frame_cb_(const_param_.LASER_NUM, timestamp); }
   /// The time [s] of the packet that is being decoded.
-  double TakePacketTime(const UTCBlock& utc) { return packet_time_ = GetTimeUTCWithUs(utc); }
+  double TakePacketTime(const UTCBlock& utc);
   void CountReturns(std::size_t returns, std::size_t kept) {
     counts_.returns.Add(returns);
     counts_.gated.Add(returns - kept);
   }
   bool TransformEnabled() const { return transform_enabled_.load(std::memory_order_relaxed); }
+  /// Null while the transform is switched off.
+  const ExtrinsicTransform* ActiveTransform() const {
+    return TransformEnabled() ? &transform_matrix_ : nullptr;
+  }
 
   Trigon trigon_;
   std::shared_ptr<T_PointCloud> point_cloud_;  // being filled; null drops points
@@ -138,7 +142,9 @@ class Decoder {
  private:
   bool HasIdentifier(const std::uint8_t* pkt) const;
 
-  double packet_time_ = 0.0;  // [s] since 1970 UTC
+  double packet_time_ = 0.0;                        // [s] since 1970 UTC
+  UTCBlock second_ = {};                            // of the last packet, without its microseconds
+  double second_time_ = GetTimeUTCWithUs(second_);  // [s] since 1970 UTC
 };
 
 }  // namespace orliq::lidar

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench/plain/Models.h"
+#include "decoder/LoopForm.h"
 
 namespace orliq::lidar {
 namespace {
@@ -67,18 +68,49 @@ void Tame(bench::Kelvane /*model*/, std::uint8_t* packet, Dice& dice) {
   if (dice.Below(2) == 0) packet[24] = static_cast<std::uint8_t>(dice.Below(24));  // azimuth
 }
 
+/// A decoder that runs in one form only.
+template <typename Model, typename P>
+class Decoding {
+ public:
+  Decoding(const DecoderParam& param, typename Model::Check& check, bool portable)
+      : portable_(portable), decoder_(param) {
+    decoder_.UpdateCheckParam(&check);
+    decoder_.InstallCloud(cloud_);
+    decoder_.RegisterCallBack({}, [](const std::uint16_t&, const double&) {});
+  }
+
+  const std::vector<P>& Decode(const std::vector<std::uint8_t>& packet, std::size_t start) {
+    cloud_->points.clear();
+    LoopForm::ForcePortable(portable_);
+    decoder_.ProcessMsopPacket(packet.data(), packet.size(), static_cast<std::uint16_t>(start));
+    LoopForm::ForcePortable(false);
+    return cloud_->points;
+  }
+
+ private:
+  bool portable_;
+  typename Model::template Decoder<P> decoder_;
+  std::shared_ptr<PointCloud<P>> cloud_ = std::make_shared<PointCloud<P>>();
+};
+
+template <typename P>
+void ExpectSameBits(const std::vector<P>& points, const std::vector<P>& expected) {
+  ASSERT_EQ(points.size(), expected.size());
+  if (expected.empty()) return;
+  EXPECT_EQ(std::memcmp(&points[0], &expected[0], expected.size() * sizeof(P)), 0);
+}
+
 /// Returns how many points were placed elsewhere than at the origin.
 template <typename Model, typename P>
 int ExpectBitsOfPlainLoop(const DecoderParam& limits, Dice& dice) {
   const auto check = std::make_unique<typename Model::Check>();
   Fill(*check, dice);
   typename Model::template Plain<P> plain(*check, limits);
-  typename Model::template Decoder<P> decoder(limits);
-  const auto cloud = std::make_shared<PointCloud<P>>();
-  decoder.UpdateCheckParam(check.get());
-  decoder.InstallCloud(cloud);
-  decoder.RegisterCallBack({}, [](const std::uint16_t&, const double&) {});
-  const DecoderConstParam facts = decoder.GetConstParam();
+  DecoderParam moved = limits;
+  moved.transform_param = {1, 1, -2, 3, 4, -5, 60};
+  Decoding<Model, P> wide(limits, *check, false), portable(limits, *check, true);
+  Decoding<Model, P> wide_moved(moved, *check, false), portable_moved(moved, *check, true);
+  const DecoderConstParam facts = Model::template Decoder<P>::GetConstParam();
   int placed = 0;
   for (int i = 0; i < 80; ++i) {
     std::vector<std::uint8_t> packet(facts.MSOP_LEN);
@@ -88,11 +120,9 @@ int ExpectBitsOfPlainLoop(const DecoderParam& limits, Dice& dice) {
     const std::size_t start = dice.Below(4) == 0 ? dice.Below(facts.BLOCKS_PER_PKT + 2U) : 0;
     std::vector<P> expected;
     plain.Decode(packet.data(), start, expected);
-    cloud->points.clear();
-    decoder.ProcessMsopPacket(packet.data(), packet.size(), static_cast<std::uint16_t>(start));
-    EXPECT_EQ(cloud->points.size(), expected.size());
-    if (cloud->points.size() != expected.size() || expected.empty()) continue;
-    EXPECT_EQ(std::memcmp(&cloud->points[0], &expected[0], expected.size() * sizeof(P)), 0);
+    ExpectSameBits(wide.Decode(packet, start), expected);
+    ExpectSameBits(portable.Decode(packet, start), expected);
+    ExpectSameBits(wide_moved.Decode(packet, start), portable_moved.Decode(packet, start));
     for (const P& p : expected) placed += p.x > 0.0F ? 1 : 0;
   }
   return placed;
@@ -114,6 +144,23 @@ TYPED_TEST(PlainLoopTest, GivesTheBitsOfTheDecoder) {
     placed += ExpectBitsOfPlainLoop<TypeParam, JuniqPoint>(limits, dice);
   }
   EXPECT_GT(placed, 10000);
+}
+
+struct Nothing {
+  ORLIQ_LOOP_STEP static void Run() {}
+};
+
+TEST(LoopForms, TheWideOneRunsWhereTheProcessorHasItUnlessThePortableOneIsForced) {
+#if ORLIQ_HAS_WIDE_FORM
+  const auto best = __builtin_cpu_supports("avx2") ? &RunWide<Nothing> : &RunPortable<Nothing>;
+#else
+  const auto best = &RunPortable<Nothing>;
+#endif
+  EXPECT_EQ(ChooseForm<Nothing>(), best);
+  LoopForm::ForcePortable(true);
+  EXPECT_EQ(ChooseForm<Nothing>(), &RunPortable<Nothing>);
+  LoopForm::ForcePortable(false);
+  EXPECT_EQ(ChooseForm<Nothing>(), best);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "decoder/LoopForm.h"
 #include "multi_driver/SensorModels.h"
 #include "support/Playback.h"
 #include "support/SimulatedCapture.h"
@@ -52,10 +53,15 @@ TEST_P(DecodedBits, AreTheSameEverywhere) {
   options.faults.false_return_rate = 0.01;
   const test::SimulatedCapture capture(3, options, golden.model);
   const LidarType model = FindSensorModel(golden.model)->type;
-  EXPECT_EQ(DecodedBytes<Point>(capture, model), golden.point);
-  EXPECT_EQ(DecodedBytes<PointTime>(capture, model), golden.point_time);
-  EXPECT_EQ(DecodedBytes<PointSource>(capture, model), golden.point_source);
-  EXPECT_EQ(DecodedBytes<JuniqPoint>(capture, model), golden.juniq_point);
+  for (const bool portable : {false, true}) {
+    SCOPED_TRACE(portable ? "portable form" : "form of this processor");
+    LoopForm::ForcePortable(portable);
+    EXPECT_EQ(DecodedBytes<Point>(capture, model), golden.point);
+    EXPECT_EQ(DecodedBytes<PointTime>(capture, model), golden.point_time);
+    EXPECT_EQ(DecodedBytes<PointSource>(capture, model), golden.point_source);
+    EXPECT_EQ(DecodedBytes<JuniqPoint>(capture, model), golden.juniq_point);
+  }
+  LoopForm::ForcePortable(false);
 }
 
 constexpr Golden kGolden[] = {

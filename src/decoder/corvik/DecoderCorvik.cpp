@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "decoder/BeamDirection.h"
+#include "decoder/CloudAppend.h"
 #include "decoder/ImuSample.h"
 #include "decoder/PointFields.h"
 #include "decoder/ReturnBatch.h"
@@ -21,11 +22,60 @@ constexpr double FIRST_SAMPLE = 6000.0;        // [0.01 deg] azimuth
 constexpr double SAMPLE_STEP = 62.5;           // [0.01 deg] to the right
 constexpr double FIRST_LINE = -1500.0;         // [0.01 deg] depression
 constexpr double LINE_STEP = 53.5714286;       // [0.01 deg] downwards
-constexpr unsigned INTENSITY = 0x0FFF;         // its bits; what the others say is unknown
+constexpr int INTENSITY = 0x0FFF;              // its bits; what the others say is unknown
 constexpr double NO_TIME = 0.0;                // [s] of a frame that the end of the stream ends
 constexpr std::uint16_t SECOND_SAMPLE = 1;     // where playback enters a frame
 constexpr ImuUnits IMU_UNITS = {2.0345e-5,     // [pi rad/s] per count
                                 0.004788403};  // [m/s^2] per count
+
+/// Directions of the samples of a line, and whether the azimuth limits hold them (1 or 0), in lists
+/// that the loops over a line read in a row.
+struct SampleFan {
+  float sin[SAMPLES];
+  float cos[SAMPLES];
+  std::int32_t inside[SAMPLES];
+};
+
+/// The line that a packet holds.
+struct ScanLine {
+  const SampleFan& fan;
+  SinCos elevation;
+  std::int32_t inside;  // 1 when the elevation limits hold it
+  std::int32_t number;
+  const ExtrinsicTransform* transform;  // null: switched off
+  Interval range;
+};
+
+/// The returns of a packet that are being decoded.
+struct CorvikBatch : ReturnBatch<SAMPLES> {
+  ORLIQ_LOOP_STEP void MeasureRange(const CorvikSample* __restrict samples, std::int32_t line) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto range = static_cast<float>(samples[i].distance * METRES_PER_COUNT + ZERO_COUNT);
+      distance[i] = range < 0.0F ? 0.0F : range;
+      tag[i] = HeadTag(samples[i].intensity & INTENSITY, line);
+    }
+  }
+
+  ORLIQ_LOOP_STEP void Locate(ScanLine line) {
+    const std::size_t start = SAMPLES - count;
+    const SampleFan& __restrict fan = line.fan;
+    for (std::size_t i = 0; i < count; ++i) {
+      const SinCos azimuth = {fan.sin[start + i], fan.cos[start + i]};
+      LocateAhead(distance[i], {azimuth, line.elevation}, x[i], y[i], z[i]);
+      inside[i] = fan.inside[start + i] & line.inside;
+    }
+    Finish(line.transform, line.range);
+  }
+};
+
+/// From samples to the heads of their points.
+struct CorvikLoop {
+  ORLIQ_LOOP_STEP static void Run(const CorvikSample* samples, const ScanLine& line,
+                                  CorvikBatch& batch) {
+    batch.MeasureRange(samples, line.number);
+    batch.Locate(line);
+  }
+};
 
 }  // namespace
 
@@ -38,9 +88,6 @@ struct DecoderCorvik<T_PointCloud>::Impl {
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
   bool IsNewFrame(const std::uint16_t& line, const std::uint16_t& other);
-  void MeasureRange(const CorvikSample* samples);
-  void Locate(std::size_t start, SinCos elevation);
-  void MarkInside(std::size_t start, std::int32_t line);
   void DecodeSamples(const CorvikMsop& msop, std::size_t start, double packet_time);
   void DecodeImu(const CorvikMsop& msop, double packet_time);
 
@@ -48,15 +95,10 @@ struct DecoderCorvik<T_PointCloud>::Impl {
   IMUBlock last_imu = {};
   std::uint8_t last_line = 0;  // of the packet before; nothing is below the 0 at first
 
-  // Directions, and whether the decoder's limits hold them (1 or 0): of the samples in lists of
-  // plain numbers, which the loops over a line read in a row, of the lines one a packet.
-  float azimuth_sin[SAMPLES];
-  float azimuth_cos[SAMPLES];
-  std::int32_t azimuth_inside[SAMPLES];
+  SampleFan fan;
   SinCos line_elevation[LINES];
-  std::int32_t line_inside[LINES];
-
-  ReturnBatch<T_PointCloud, SAMPLES> batch = {};  // the returns that are being decoded
+  std::int32_t line_inside[LINES];  // 1 when the elevation limits hold it
+  CorvikBatch batch = {};           // the returns that are being decoded
 };
 
 template <typename T_PointCloud>
@@ -66,9 +108,9 @@ DecoderCorvik<T_PointCloud>::Impl::Impl(DecoderCorvik* decoder) : owner(decoder)
   for (std::size_t k = 0; k < SAMPLES; ++k) {
     const int angle = static_cast<int>(FIRST_SAMPLE - static_cast<double>(k) * SAMPLE_STEP);
     const SinCos direction = LookUp(owner->trigon_, angle);
-    azimuth_sin[k] = direction.sin;
-    azimuth_cos[k] = direction.cos;
-    azimuth_inside[k] = azimuths.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
+    fan.sin[k] = direction.sin;
+    fan.cos[k] = direction.cos;
+    fan.inside[k] = azimuths.Holds(CentidegreesToDegrees(angle)) ? 1 : 0;
   }
   for (std::size_t line = 0; line < LINES; ++line) {
     const int angle = -static_cast<int>(static_cast<double>(line) * LINE_STEP + FIRST_LINE);
@@ -107,41 +149,16 @@ void DecoderCorvik<T_PointCloud>::Impl::DecodeSamples(const CorvikMsop& msop, st
                                                       double packet_time) {
   const CorvikSample* const samples = msop.samples + start;
   batch.count = SAMPLES - start;
-  MeasureRange(samples);
-  Locate(start, line_elevation[msop.line]);
-  if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
-  MarkInside(start, line_inside[msop.line]);
-  owner->CountReturns(batch.count, batch.Gate(owner->DistanceLimits()));
+  const ScanLine line = {fan,       line_elevation[msop.line], line_inside[msop.line],
+                         msop.line, owner->ActiveTransform(),  owner->DistanceLimits()};
+  RunLoop<CorvikLoop>(samples, line, batch);
+  owner->CountReturns(batch.count, batch.kept);
   if (!owner->point_cloud_) return;
-  const auto set_fields = [=, line = msop.line](PointType& point, std::size_t i) {
-    point.intensity = static_cast<std::uint16_t>(samples[i].intensity & INTENSITY);
-    point.ring = line;
+  AppendPoints(*owner->point_cloud_, batch.count, [&b = batch, packet_time](std::size_t i) {
+    PointType point = b.template PointOf<PointType>(i);
     SetTimestamp(point, packet_time);
-  };
-  AppendPoints(*owner->point_cloud_, batch.count, batch.PointOf(set_fields));
-}
-
-template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::MeasureRange(const CorvikSample* samples) {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const auto range = static_cast<float>(samples[i].distance * METRES_PER_COUNT + ZERO_COUNT);
-    batch.distance[i] = range < 0.0F ? 0.0F : range;
-  }
-}
-
-template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::Locate(std::size_t start, SinCos elevation) {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const SinCos azimuth = {azimuth_sin[start + i], azimuth_cos[start + i]};
-    LocateAhead(batch.distance[i], {azimuth, elevation}, batch.x[i], batch.y[i], batch.z[i]);
-  }
-}
-
-template <typename T_PointCloud>
-void DecoderCorvik<T_PointCloud>::Impl::MarkInside(std::size_t start, std::int32_t line) {
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    batch.inside[i] = azimuth_inside[start + i] & line;
-  }
+    return point;
+  });
 }
 
 /// An inertial sample that equals the one before is the same sample.

@@ -5,10 +5,10 @@
 
 #include "common/FloatToInt.h"
 #include "decoder/BeamTable.h"
+#include "decoder/CloudAppend.h"
 #include "decoder/FrameMarker.h"
 #include "decoder/PointFields.h"
 #include "decoder/PulseBatch.h"
-#include "decoder/RangeChain.h"
 #include "decoder/glavor/GlavorModel.h"
 #include "param/CheckParam.h"
 
@@ -24,13 +24,39 @@ constexpr double COLUMN_STEP = 47.05882353;      // [0.01 deg]
 constexpr double FIRST_ROW_ELEVATION = 4500.0;   // [0.01 deg]
 constexpr double ROW_STEP = 47.120419;           // [0.01 deg]
 
+/// The returns of a packet that are being decoded.
+struct GlavorBatch : PulseBatch<GlavorMsop::kBlocks> {
+  /// Time of flight to calibrated range. One that is not positive is a range as any other: the gates
+  /// normally refuse it.
+  ORLIQ_LOOP_STEP void MeasureRange(PulseSetup setup) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const float raw = RawDistance(tof[i], METRES_PER_UNIT);
+      const float ratio = static_cast<float>(width[i]) / static_cast<float>(width_ref[i]);
+      const float range = CalibrateDistance(raw, ratio, setup.weights);
+      const float strength = static_cast<float>(peak[i]);
+      distance[i] = FilterNearNoisePoints(range, strength, setup.noise_filter);
+      tag[i] = HeadTag(peak[i], row[i]);
+    }
+  }
+};
+
+/// From blocks to the heads of their points.
+struct GlavorLoop {
+  ORLIQ_LOOP_STEP static void Run(const OrliqGlavorMsopBlock* blocks, const PulseSetup& setup,
+                                  GlavorBatch& batch) {
+    batch.TakeApart(blocks);
+    batch.LookUp(setup.beams);
+    batch.MeasureRange(setup);
+    batch.Locate(setup);
+  }
+};
+
 }  // namespace
 
 /// Working state and the steps of decoding, in the order in which they run.
 template <typename T_PointCloud>
 struct DecoderGlavor<T_PointCloud>::Impl {
   using PointType = typename T_PointCloud::PointType;
-  using Batch = PulseBatch<T_PointCloud, GlavorMsop::kBlocks>;
 
   explicit Impl(DecoderGlavor* decoder) : owner(decoder) { BuildBeams(); }
 
@@ -42,7 +68,6 @@ struct DecoderGlavor<T_PointCloud>::Impl {
 
   void BuildBeams();
   bool DecodeBlocks(const GlavorMsop& msop, std::size_t start);
-  void MeasureRange();
   void Append() const;
 
   DecoderGlavor* owner;
@@ -51,7 +76,7 @@ struct DecoderGlavor<T_PointCloud>::Impl {
   float weight[4] = {};       // aligned copies of the packed vectors, for the inner loops
   float near_filter[9] = {};  // likewise
   std::uint32_t frame_point_count = 0;
-  Batch batch = {};  // the returns that are being decoded
+  GlavorBatch batch = {};  // the returns that are being decoded
 };
 
 template <typename T_PointCloud>
@@ -75,42 +100,26 @@ bool DecoderGlavor<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt
 template <typename T_PointCloud>
 bool DecoderGlavor<T_PointCloud>::Impl::DecodeBlocks(const GlavorMsop& msop, std::size_t start) {
   if (start >= GlavorMsop::kBlocks) return false;
-  const std::size_t count = GlavorMsop::kBlocks - start;
-  const bool marker = batch.Gather(msop.blocks + start, count, beams);
-  MeasureRange();
-  batch.Locate();
-  if (owner->TransformEnabled()) batch.Transform(owner->transform_matrix_);
-  owner->CountReturns(batch.count, batch.Gate(owner->DistanceLimits()));
+  const OrliqGlavorMsopBlock* const blocks = msop.blocks + start;
+  batch.count = GlavorMsop::kBlocks - start;
+  const PulseSetup setup = {beams, RangeWeights(weight), NearFilter(near_filter),
+                            owner->ActiveTransform(), owner->DistanceLimits()};
+  RunLoop<GlavorLoop>(blocks, setup, batch);
+  owner->CountReturns(batch.count, batch.kept);
   Append();
-  frame_point_count += static_cast<std::uint32_t>(count);
-  return marker;
-}
-
-/// Time of flight to calibrated range. One that is not positive is a range as any other: the gates
-/// normally refuse it.
-template <typename T_PointCloud>
-void DecoderGlavor<T_PointCloud>::Impl::MeasureRange() {
-  const RangeWeights weights(weight);
-  const NearFilter noise_filter(near_filter);
-  for (std::size_t i = 0; i < batch.count; ++i) {
-    const float raw = RawDistance(batch.tof[i], METRES_PER_UNIT);
-    const float ratio = static_cast<float>(batch.width[i]) / static_cast<float>(batch.width_ref[i]);
-    const float range = CalibrateDistance(raw, ratio, weights);
-    const float peak = static_cast<float>(batch.peak[i]);
-    batch.distance[i] = FilterNearNoisePoints(range, peak, noise_filter);
-  }
+  frame_point_count += static_cast<std::uint32_t>(batch.count);
+  return batch.marker;
 }
 
 template <typename T_PointCloud>
 void DecoderGlavor<T_PointCloud>::Impl::Append() const {
   if (!owner->point_cloud_) return;
-  const auto set_fields = [&b = batch](PointType& point, std::size_t i) {
-    point.intensity = static_cast<std::uint16_t>(b.peak[i]);
-    point.ring = static_cast<std::uint16_t>(b.Row(i));
+  AppendPoints(*owner->point_cloud_, batch.count, [&b = batch](std::size_t i) {
+    PointType point = b.template PointOf<PointType>(i);
     SetTimestamp(point, NO_TIME);
     SetDistance(point, SaturatingTruncate<std::int32_t>(b.distance[i]));
-  };
-  AppendPoints(*owner->point_cloud_, batch.count, batch.PointOf(set_fields));
+    return point;
+  });
 }
 
 template <typename T_PointCloud>

@@ -7,26 +7,24 @@
 
 #include "common/Diagnostics.h"
 #include "common/FloatToInt.h"
+#include "decoder/CloudAppend.h"
 #include "decoder/FrameMarker.h"
 #include "decoder/ImuSample.h"
 #include "decoder/PointFields.h"
-#include "decoder/RangeChain.h"
 #include "decoder/juniq/DecoderJuniqImpl.h"
 #include "decoder/juniq/JuniqModel.h"
 
 namespace orliq::lidar {
 namespace {
 
-constexpr float METRES_PER_UNIT = 0.14989623F;  // [m] half the light path of a nanosecond
-constexpr int FIRST_RIGHT_COLUMN = 128;         // columns below it have near_filter[8]
-constexpr ImuUnits IMU_UNITS = {0.000173611,    // [pi rad/s] per count
-                                0.004788403};   // [m/s^2] per count
+constexpr ImuUnits IMU_UNITS = {0.000173611,   // [pi rad/s] per count
+                                0.004788403};  // [m/s^2] per count
 
 }  // namespace
 
 template <typename T_PointCloud>
 DecoderJuniq<T_PointCloud>::Impl::Impl(DecoderJuniq* decoder)
-    : owner(decoder), batch(std::make_unique<Batch>()) {
+    : owner(decoder), batch(std::make_unique<JuniqBatch>()) {
   BuildBeams();
 }
 
@@ -60,57 +58,35 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::
                                                     double packet_time) {
   if (start >= JuniqMsop::kBlocks) return false;
   const OrliqJuniqMsopBlock* const blocks = msop.blocks + start;
-  const bool marker = batch->Gather(blocks, JuniqMsop::kBlocks - start, beams);
-  MeasureRange();
-  batch->Locate();
-  if (owner->TransformEnabled()) batch->Transform(owner->transform_matrix_);
-  owner->CountReturns(batch->count, batch->Gate(owner->DistanceLimits()));
+  batch->count = JuniqMsop::kBlocks - start;
+  const JuniqSetup setup = {{beams, RangeWeights(weight), NearFilter(near_filter),
+                             owner->ActiveTransform(), owner->DistanceLimits()},
+                            GetLeftOrRightDistanceOffset(0),
+                            GetLeftOrRightDistanceOffset(JuniqBatch::FIRST_RIGHT_COLUMN)};
+  RunLoop<JuniqLoop>(blocks, setup, *batch);
+  owner->CountReturns(batch->count, batch->kept);
   Append(blocks, packet_time);
-  return marker;
-}
-
-/// Time of flight to calibrated range. A range that is not positive after its offset is a null
-/// point: the sensor saw nothing there.
-template <typename T_PointCloud>
-void DecoderJuniq<T_PointCloud>::Impl::MeasureRange() {
-  Batch& b = *batch;
-  const RangeWeights weights(weight);
-  const NearFilter noise_filter(near_filter);
-  const float left = GetLeftOrRightDistanceOffset(0);
-  const float right = GetLeftOrRightDistanceOffset(FIRST_RIGHT_COLUMN);
-  for (std::size_t i = 0; i < b.count; ++i) {
-    const float raw = RawDistance(b.tof[i], METRES_PER_UNIT) - b.offset[i];
-    b.is_null[i] = raw <= 0.0F;
-    const float ratio = static_cast<float>(b.width[i]) / static_cast<float>(b.width_ref[i]);
-    const float side = b.Column(i) < FIRST_RIGHT_COLUMN ? left : right;
-    b.distance[i] = CalibrateDistance(raw, ratio, weights) - side;
-  }
-  for (std::size_t i = 0; i < b.count; ++i) {
-    const float peak = static_cast<float>(b.peak[i]);
-    const float range = FilterNearNoisePoints(b.distance[i], peak, noise_filter);
-    b.distance[i] = b.is_null[i] != 0 ? 0.0F : range;
-    b.inside[i] &= b.is_null[i] ^ 1;
-  }
+  return batch->marker;
 }
 
 template <typename T_PointCloud>
 void DecoderJuniq<T_PointCloud>::Impl::Append(const OrliqJuniqMsopBlock* blocks,
                                               double packet_time) {
-  const Batch& b = *batch;
+  const JuniqBatch& b = *batch;
   const BlockClock now = clock;
   clock.Advance(b.count, packet_time);
   frame_point_count += static_cast<std::uint32_t>(b.count);
   if (!owner->point_cloud_) return;
-  const auto point_of = b.PointOf([=, &b](PointType& point, std::size_t i) {
-    point.intensity = static_cast<std::uint16_t>(b.width[i]);
-    point.ring = static_cast<std::uint16_t>(b.Row(i));
+  const auto point_of = [=, &b](std::size_t i) {
+    PointType point = b.template PointOf<PointType>(i);
     SetTimestamp(point, now.TimeOf(i, packet_time));
     SetDistance(point, SaturatingTruncate<std::int32_t>(b.distance[i]));
     SetJuniqMeasurement(point, blocks[i]);
-  });
+    return point;
+  };
   if (!filter) return AppendPoints(*owner->point_cloud_, b.count, point_of);
   AppendPoints(*owner->point_cloud_, b.count, point_of, [this, &b](std::size_t i, int index) {
-    filter->UpdateHashMap(b.Row(i), b.Column(i), index, b.distance[i], b.is_null[i] != 0);
+    filter->UpdateHashMap(b.row[i], b.column[i], index, b.distance[i], b.is_null[i] != 0);
   });
 }
 
@@ -173,7 +149,7 @@ float DecoderJuniq<T_PointCloud>::Impl::GetDistanceOffset(std::uint16_t position
 
 template <typename T_PointCloud>
 float DecoderJuniq<T_PointCloud>::Impl::GetLeftOrRightDistanceOffset(int column) const {
-  return column < FIRST_RIGHT_COLUMN ? near_filter[8] : near_filter[7];
+  return column < JuniqBatch::FIRST_RIGHT_COLUMN ? near_filter[8] : near_filter[7];
 }
 
 template <typename T_PointCloud>

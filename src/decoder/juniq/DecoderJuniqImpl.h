@@ -7,8 +7,8 @@
 
 #include "decoder/BeamTable.h"
 #include "decoder/BlockClock.h"
-#include "decoder/PulseBatch.h"
 #include "decoder/juniq/DecoderJuniq.h"
+#include "decoder/juniq/JuniqBatch.h"
 #include "decoder/juniq/JuniqPacket.h"
 #include "filter/CloudFilter.h"
 #include "param/CheckParam.h"
@@ -19,10 +19,6 @@ namespace orliq::lidar {
 template <typename T_PointCloud>
 struct DecoderJuniq<T_PointCloud>::Impl {
   using PointType = typename T_PointCloud::PointType;
-
-  struct Batch : PulseBatch<T_PointCloud, JuniqMsop::kBlocks> {
-    std::int32_t is_null[JuniqMsop::kBlocks];  // 1 when nothing was measured
-  };
 
   explicit Impl(DecoderJuniq* decoder);
   ~Impl();
@@ -61,16 +57,15 @@ struct DecoderJuniq<T_PointCloud>::Impl {
   BlockClock clock;                                   // times of the points
   double frame_time = 0.0;                            // [s] UTC, first packet of the frame
   std::uint32_t frame_point_count = 0;
-  BeamTable beams;               // check_param, ready for decoding
-  float weight[4] = {};          // aligned copies of the packed vectors, for the inner loops
-  float near_filter[9] = {};     // likewise
-  std::unique_ptr<Batch> batch;  // the returns that are being decoded
+  BeamTable beams;                    // check_param, ready for decoding
+  float weight[4] = {};               // aligned copies of the packed vectors, for the inner loops
+  float near_filter[9] = {};          // likewise
+  std::unique_ptr<JuniqBatch> batch;  // the returns that are being decoded
 
  private:
   void BuildBeams();
   void RegisterPoints();
   bool DecodeBlocks(const JuniqMsop& msop, std::size_t start, double packet_time);
-  void MeasureRange();
   void Append(const OrliqJuniqMsopBlock* blocks, double packet_time);
   void DecodeImu(const JuniqMsop& msop, double packet_time);
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <tuple>
 
+#include "decoder/LoopForm.h"
 #include "decoder/RangeChain.h"
 #include "support/DecoderProbe.h"
 
@@ -76,7 +77,9 @@ TEST(JuniqGates, EachLimitHoldsItsOwnValueAndNothingBeyond) {
       {&DecoderParam::min_azimuth, 59.37F, 1e3F},  {&DecoderParam::max_azimuth, 59.37F, 0.0F},
       {&DecoderParam::min_elevation, 10.0F, 1e3F}, {&DecoderParam::max_elevation, 10.0F, 0.0F}};
   for (const auto& [limit, value, inward] : limits) {
-    for (const bool held : {true, false}) {
+    for (const unsigned form : {0U, 1U, 2U, 3U}) {
+      const bool held = (form & 1) != 0;
+      LoopForm::ForcePortable((form & 2) != 0);
       DecoderParam param;
       param.*limit = held ? value : std::nextafter(value, inward);
       JuniqProbe<Point> probe(param);
@@ -85,6 +88,8 @@ TEST(JuniqGates, EachLimitHoldsItsOwnValueAndNothingBeyond) {
       probe.Calibrate();
       probe.Decode(JuniqPacket());
       EXPECT_EQ(probe.points()[0].z != 0.0F, held) << value << ' ' << inward;
+      EXPECT_EQ(probe.decoder.Counts().gated.Value(), held ? 0U : 64U);
+      LoopForm::ForcePortable(false);
     }
   }
 }
@@ -184,6 +189,24 @@ TEST(JuniqTime, PointsAreStampedInGroupsOf256BlocksAcrossFrames) {
   in_step.Decode(JuniqPacket().Block(0, kMarker));
   EXPECT_EQ(in_step.frames[0]->timestamp, 0.0);
   EXPECT_EQ(in_step.frames[1]->timestamp, kPacketTime) << "a frame ended by hand ended as well";
+}
+
+TEST(JuniqTime, EachFieldOfThePacketTimeCountsInARowOfPackets) {
+  JuniqProbe<Point> probe;
+  const auto time = [&probe](const JuniqPacket& packet) {
+    probe.Decode(packet);
+    return probe.decoder.PacketTime();
+  };
+  EXPECT_EQ(time(JuniqPacket().Time(0, 0, 0, 0, 0, 0, 0)), -62169984000.0) << "30 November, -1";
+  constexpr double kNewYear = 1704067200.0;
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 1, 0, 0, 0, 0)), kNewYear);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 1, 0, 0, 0, 500000)), kNewYear + 0.5);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 1, 0, 0, 1, 0)), kNewYear + 1);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 1, 0, 1, 1, 0)), kNewYear + 61);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 1, 1, 1, 1, 0)), kNewYear + 3661);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 1, 2, 1, 1, 1, 0)), kNewYear + 3661 + 86400);
+  EXPECT_EQ(time(JuniqPacket().Time(2024, 2, 2, 1, 1, 1, 0)), kNewYear + 3661 + 32 * 86400);
+  EXPECT_EQ(time(JuniqPacket().Time(2025, 2, 2, 1, 1, 1, 0)), kNewYear + 3661 + 398 * 86400);
 }
 
 TEST(JuniqImu, ASampleIsHandedOutOncePerStampInTheAxesOfThePointFrame) {
