@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/terminal/WrappedText.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace orliq::cli {
+
+std::string Wrapped(const std::string& head, const std::string& text, std::size_t columns) {
+  const std::string indent(head.size(), ' ');
+  std::istringstream lines(text);
+  std::string wrapped;
+  for (std::string line; std::getline(lines, line);) {
+    const std::string own(std::min(line.find_first_not_of(' '), line.size()), ' ');
+    line = (wrapped.empty() ? head : indent) + line;
+    const std::size_t least =
+        indent.size() + own.size();  // up to there, a break would gain nothing
+    while (line.size() > columns) {
+      std::size_t blank = line.rfind(' ', columns);
+      if (blank == std::string::npos || blank <= least) blank = line.find(' ', columns);
+      if (blank == std::string::npos) break;
+      wrapped += line.substr(0, blank) + '\n';
+      line = indent + own + line.substr(blank + 1);
+    }
+    wrapped += line + '\n';
+  }
+  return wrapped;
+}
+
+}  // namespace orliq::cli
