@@ -113,8 +113,8 @@ class InterfaceLook {
   Capture capture_;
 };
 
-/// Null, and why in `error`, when it cannot be looked at. Never promiscuous.
-Capture OpenInterface(const std::string& name, std::string& error) {
+/// Null, and why in `seen`, when it cannot be looked at. Never promiscuous.
+Capture OpenInterface(const std::string& name, SeenPackets& seen) {
   char text[PCAP_ERRBUF_SIZE] = {};
   Capture capture(pcap_create(name.c_str(), text));
   if (!capture) return nullptr;
@@ -125,8 +125,8 @@ Capture OpenInterface(const std::string& name, std::string& error) {
   pcap_set_buffer_size(raw, kRingBytes);
   const int result = pcap_activate(raw);
   if (result < 0) {
-    const bool rights = result == PCAP_ERROR_PERM_DENIED;
-    error = rights ? "it takes the right CAP_NET_RAW" : pcap_statustostr(result);
+    seen.lacks_right = result == PCAP_ERROR_PERM_DENIED;
+    seen.why_not = seen.lacks_right ? "it takes the right CAP_NET_RAW" : pcap_statustostr(result);
     return nullptr;
   }
   bpf_program filter = {};
@@ -142,7 +142,7 @@ class LibpcapLook : public PacketLook {
   LibpcapLook() {
     for (const Interface& interface : ReadInterfaces()) {
       if (!interface.up || looks_.size() >= kMaxInterfaces) continue;
-      Capture capture = OpenInterface(interface.name, why_not_);
+      Capture capture = OpenInterface(interface.name, fault_);
       if (capture) looks_.emplace_back(interface.name, std::move(capture));
     }
     if (!looks_.empty()) thread_ = std::thread([this] { Run(); });
@@ -152,9 +152,9 @@ class LibpcapLook : public PacketLook {
   SeenPackets Finish() override {
     Stop();
     for (const InterfaceLook& look : looks_) sight_.AddMissed(look.Missed());
-    SeenPackets seen = sight_.Take();
-    if (looks_.empty()) seen.why_not = why_not_.empty() ? "no interface is up" : why_not_;
-    return seen;
+    if (!looks_.empty()) return sight_.Take();
+    if (fault_.why_not.empty()) fault_.why_not = "no interface is up";
+    return std::move(fault_);
   }
 
  private:
@@ -177,8 +177,8 @@ class LibpcapLook : public PacketLook {
   }
 
   std::vector<InterfaceLook> looks_;
-  std::string why_not_;
-  Sight sight_;  // of the thread, until it has ended
+  SeenPackets fault_;  // when there are none
+  Sight sight_;        // of the thread, until it has ended
   std::atomic<bool> over_{false};
   std::thread thread_;
 };

@@ -14,6 +14,7 @@ namespace orliq::cli {
 /// UDP packets that reached this machine's interfaces, whether or not any program got them.
 struct SeenPackets {
   std::string why_not;                  ///< why nothing could be looked at; empty: it was
+  bool lacks_right = false;             ///< because this program may not
   std::vector<Flow> flows;              ///< by where they go, in the order in which they began
   std::vector<std::string> interfaces;  ///< at which each flow came in first
   std::uint64_t in_further_flows = 0;   ///< of flows beyond the first 200

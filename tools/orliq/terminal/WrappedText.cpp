@@ -11,7 +11,8 @@ std::string Wrapped(const std::string& head, const std::string& text, std::size_
   std::istringstream lines(text);
   std::string wrapped;
   for (std::string line; std::getline(lines, line);) {
-    const std::string own(std::min(line.find_first_not_of(' '), line.size()), ' ');
+    const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+    const std::string own(blanks == 0 ? 0 : blanks + 2, ' ');
     line = (wrapped.empty() ? head : indent) + line;
     const std::size_t least =
         indent.size() + own.size();  // up to there, a break would gain nothing

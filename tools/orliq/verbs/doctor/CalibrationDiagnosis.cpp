@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cmath>
+
 #include "orliq/capture/UdpRecord.h"
 #include "orliq/sensors/ClockWords.h"
 #include "orliq/verbs/doctor/Diagnosis.h"
@@ -7,6 +9,8 @@ namespace orliq::cli {
 namespace {
 
 using lidar::UploadState;
+
+constexpr double kFarApart = 1.0;  // [s] between two clocks: no lag of a system explains it
 
 std::string Joined(const std::vector<std::string>& sentences) {
   std::string text;
@@ -43,7 +47,7 @@ std::string ClosedText(const Case& subject) {
   const auto& upload = subject.Packets().upload;
   const auto found = closed.find(Endpoint(upload.sensor.address, upload.sensor.port));
   if (found == closed.end()) return {};
-  return ". Its host answered " + std::to_string(found->second) +
+  return "its host answered " + std::to_string(found->second) +
          (found->second == 1 ? " time" : " times") + " that no program has that port";
 }
 
@@ -70,9 +74,7 @@ void DiagnoseUpload(const Case& subject, const Model& model, HealthFindings& fin
     findings.push_back({Severity::kProblem,
                         "upload_silent",
                         "the sensor does not hand out its calibration",
-                        Count(upload.requests, "request") + " went to " +
-                            facts.request.sensor.text + ", " + Count(upload.replies, "datagram") +
-                            " came back" + ClosedText(subject),
+                        ClosedText(subject),
                         UploadAdvice(facts.request, upload),
                         {}});
   }
@@ -131,9 +133,10 @@ void DiagnoseClock(const Case& subject, HealthFindings& findings) {
     findings.push_back({Severity::kOk, "clock", text});
     return;
   }
-  // A drift or a jump will part two clocks that are together now.
-  const bool apart = verdict.relation > ClockRelation::kTogether;
-  findings.push_back({apart ? Severity::kProblem : Severity::kNote,
+  // A drift or a jump parts two clocks in time, and below a second points only lag.
+  const bool far = verdict.relation == ClockRelation::kOtherPace ||
+                   std::abs(subject.Packets().clock.smallest_s) >= kFarApart;
+  findings.push_back({far ? Severity::kProblem : Severity::kNote,
                       std::string("clock_") + ClockRelationKey(verdict.relation),
                       text,
                       "",

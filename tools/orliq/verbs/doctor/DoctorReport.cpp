@@ -31,7 +31,7 @@ std::string FindingText(const HealthFinding& finding, bool colours) {
   text = Coloured(finding.severity, name, colours) + text.substr(name.size());
   if (!finding.evidence.empty()) text += Wrapped(indent + "seen: ", finding.evidence, kColumns);
   if (!finding.advice.empty()) text += Wrapped(indent + "do: ", finding.advice, kColumns);
-  for (const std::string& command : finding.commands) text += indent + "  " + command + '\n';
+  for (const std::string& command : finding.commands) text += indent + "    " + command + '\n';
   return text;
 }
 

@@ -108,10 +108,10 @@ void AddShortFrames(const Case& subject, HealthFindings& findings) {
        "frames come incomplete",
        Grouped(packets.short_frames - 1) + " of " + Grouped(packets.frames - 1) +
            " whole frames lack measurements; " + rate + " packets/s came" +
-           (expected > 0.0
-                ? ", and the sensor sends " + Grouped(static_cast<std::uint64_t>(expected + 0.5)) +
-                      " at " + Fixed(subject.sensor.counts.frames.Rate(), 1) + " frames/s"
-                : std::string()),
+           (expected > 0.0 ? ", of " + Grouped(static_cast<std::uint64_t>(expected + 0.5)) +
+                                 " for whole frames at " +
+                                 Fixed(subject.sensor.counts.frames.Rate(), 1) + " frames/s"
+                           : std::string()),
        packets.dropped_by_kernel > 0  ? "Mend the loss in this machine first."
        : packets.of_other_senders > 0 ? "Mend the mixture of senders first."
                                       : kOnTheWay,
@@ -121,6 +121,19 @@ void AddShortFrames(const Case& subject, HealthFindings& findings) {
 std::uint64_t Ended(const LiveCounts& counts) {
   return counts.frames.count + counts.empty_frames + counts.frames_before_tables +
          (counts.partial_points > 0 ? 1 : 0);
+}
+
+std::string FramesText(const LiveCounts& counts) {
+  const CloudSums& frames = counts.frames;
+  if (frames.count > 0) {
+    return Count(frames.count, "frame") + ", " + Fixed(frames.Rate(), 1) + " frames/s, with " +
+           Grouped(frames.median_points) + " points each";
+  }
+  if (counts.frames_before_tables > 0) {
+    return Count(counts.frames_before_tables, "frame") +
+           ", all of them before the calibration came";
+  }
+  return "the first frame ended, which had begun before";
 }
 
 }  // namespace
@@ -156,10 +169,7 @@ void DiagnoseFrames(const Case& subject, HealthFindings& findings) {
     findings.push_back({Severity::kProblem, "nothing_measured", nothing});
     return;
   }
-  const CloudSums& frames = counts.frames;
-  findings.push_back({Severity::kOk, "frames",
-                      Count(frames.count, "frame") + ", " + Fixed(frames.Rate(), 1) +
-                          " frames/s, with " + Grouped(frames.median_points) + " points each"});
+  findings.push_back({Severity::kOk, "frames", FramesText(counts)});
 }
 
 }  // namespace orliq::cli

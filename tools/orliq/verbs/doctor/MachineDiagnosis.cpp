@@ -6,14 +6,19 @@ namespace orliq::cli {
 namespace {
 
 HealthFinding NotLookedAt(const MachineState& machine, bool silent) {
-  return {
-      Severity::kNote,
-      "not_looked_at",
-      "not looked at: packets for other ports or addresses, in pieces, or dropped by a firewall",
-      machine.seen.why_not,
-      silent ? "They may tell why nothing arrived. Once and for all, or this once:"
-             : "Once and for all, or this once:",
-      {"sudo setcap cap_net_raw+ep " + machine.program, "sudo " + machine.program + " doctor ..."}};
+  HealthFinding finding = {Severity::kNote,
+                           "not_looked_at",
+                           "not looked at: packets for other ports or addresses, in pieces, or "
+                           "dropped by a firewall",
+                           machine.seen.why_not,
+                           "",
+                           {}};
+  if (!machine.seen.lacks_right) return finding;
+  finding.advice = std::string(silent ? "They may tell why nothing arrived. " : "") +
+                   "Allow it once and for all, or for this once:";
+  finding.commands = {"sudo setcap cap_net_raw+ep " + machine.program,
+                      "sudo " + machine.program + " doctor ..."};
+  return finding;
 }
 
 void AddErrors(const MachineState& machine, HealthFindings& findings) {
@@ -29,18 +34,23 @@ void AddErrors(const MachineState& machine, HealthFindings& findings) {
   }
 }
 
+/// Of any sender: the system does not count by sender.
+void AddPieces(const StackCounters& stack, HealthFindings& findings) {
+  if (stack.pieces == 0) return;
+  const bool lost = stack.not_reassembled > 0;
+  findings.push_back({Severity::kNote,
+                      lost ? "pieces_lost" : "pieces",
+                      std::string("packets came in pieces to this machine") +
+                          (lost ? ", and some never whole" : ""),
+                      Count(stack.pieces, "piece") + " (of any sender), " +
+                          Grouped(stack.not_reassembled) + " packets given up",
+                      "One lost piece loses a packet. These sensors' packets need no splitting "
+                      "with an MTU of 1,500 bytes: find the link on the way that has less.",
+                      {}});
+}
+
 void AddStack(const StackCounters& stack, HealthFindings& findings) {
-  if (stack.not_reassembled > 0) {
-    findings.push_back(
-        {Severity::kNote,
-         "pieces_lost",
-         "packets came in pieces to this machine, and some never whole",
-         Count(stack.pieces, "piece") + ", " + Grouped(stack.not_reassembled) +
-             " packets given up (of any sender)",
-         "Packets of these sensors need no splitting with an MTU of 1,500 bytes: find "
-         "the link on the way that has less.",
-         {}});
-  }
+  AddPieces(stack, findings);
   if (stack.bad_checksum > 0) {
     findings.push_back({Severity::kNote,
                         "bad_checksums",

@@ -27,13 +27,12 @@ std::string BytesText(const Model& model) {
   return text + " and begin " + HexBytes(model.identifier.data(), model.identifier_bytes);
 }
 
-/// How the packets of the busiest flow look beside those of the model.
-std::string LooksText(const Flow& flow, const Model& model) {
+/// How the packets of a flow look.
+std::string LooksText(const Flow& flow) {
   const auto size = std::max_element(flow.sizes.begin(), flow.sizes.end(),
                                      [](auto& a, auto& b) { return a.second < b.second; });
   return "most have " + std::to_string(size->first) + " bytes, the first begins " +
-         HexBytes(flow.first_bytes.data(), flow.first_bytes.size()) + "; those of " + model.name +
-         " have " + BytesText(model);
+         HexBytes(flow.first_bytes.data(), flow.first_bytes.size());
 }
 
 /// Nothing that came is of the model that the user named.
@@ -42,11 +41,11 @@ HealthFinding WrongModel(const Case& subject) {
   const Flow* const flow = Busiest(subject.sensor);
   const std::string fits =
       flow != nullptr ? FitText(*flow) : ModelsOfLength(subject.Packets().last_refused_length);
-  const std::string wanted = std::string("packets of ") + model.name;
   const std::string looks =
-      flow != nullptr ? LooksText(*flow, model)
-                      : "the last had " + std::to_string(subject.Packets().last_refused_length) +
-                            " bytes; those of " + model.name + " have " + BytesText(model);
+      (flow != nullptr
+           ? LooksText(*flow)
+           : "the last had " + std::to_string(subject.Packets().last_refused_length) + " bytes") +
+      "; those of " + model.name + " have " + BytesText(model);
   if (fits.empty() || fits == "none") {
     return {Severity::kProblem,
             "unknown_packets",
@@ -77,7 +76,7 @@ void AddUnlike(const Case& subject, HealthFindings& findings) {
                       "wrong_model",
                       std::string("the packets look like those of ") + likely.model->name +
                           ", not of " + model.name,
-                      "both have " + BytesText(model) + ", but here are " + likely.why,
+                      "both have " + BytesText(model) + "; here: " + likely.why,
                       "It is no proof: see what is written on the sensor, or try " +
                           subject.Setting("model", likely.model->name) + '.',
                       {}});
@@ -147,7 +146,7 @@ void AddFound(const Case& subject, HealthFindings& findings) {
                       fits == "none" ? "unknown_packets" : "model_unknown",
                       fits == "none" ? "packets come, but they are of none of the models"
                                      : "the packets may be of " + fits,
-                      flow == nullptr ? "" : LooksText(*flow, lidar::SensorModels().front()),
+                      flow == nullptr ? "" : LooksText(*flow),
                       fits == "none"
                           ? "Check that the sensor, and nothing else, sends to this port."
                           : "Name the model with " + subject.remarks.Setting("model") + '.',

@@ -1,11 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <iterator>
 
 #include "orliq/network/HostNetwork.h"
 #include "orliq/verbs/doctor/Diagnosis.h"
 
 namespace orliq::cli {
 namespace {
+
+/// Those that are in the way: of two addresses of this machine each has ports of its own.
+std::vector<PortHolder> Rivals(const Observation& sensor) {
+  std::vector<PortHolder> rivals;
+  std::copy_if(sensor.holders.begin(), sensor.holders.end(), std::back_inserter(rivals),
+               [&](const PortHolder& holder) {
+                 return holder.address.empty() || sensor.address.empty() ||
+                        holder.address == sensor.address;
+               });
+  return rivals;
+}
 
 std::string HoldersText(const std::vector<PortHolder>& holders) {
   std::string text;
@@ -14,8 +26,8 @@ std::string HoldersText(const std::vector<PortHolder>& holders) {
 }
 
 /// One that this user may not see is named to the administrator.
-std::vector<std::string> HolderCommands(const Case& subject) {
-  const auto& holders = subject.sensor.holders;
+std::vector<std::string> HolderCommands(const Case& subject,
+                                        const std::vector<PortHolder>& holders) {
   const bool hidden = std::any_of(holders.begin(), holders.end(),
                                   [](const PortHolder& holder) { return holder.process == 0; });
   if (!hidden) return {};
@@ -41,40 +53,60 @@ std::string Seen(const Case& subject) {
          "to the driver";
 }
 
-HealthFinding Shared(const Case& subject) {
+HealthFinding Shared(const Case& subject, const std::vector<PortHolder>& rivals) {
   const std::string port = "UDP port " + std::to_string(subject.sensor.port);
-  const std::string holders = HoldersText(subject.sensor.holders);
   if (subject.Arrived() == 0 && MayHaveTaken(subject)) {
     const bool sure = subject.machine.seen.Looked();
     return {Severity::kProblem,
             "port_taken",
             "another program has " + port + " too and " + (sure ? "gets" : "may get") +
                 " all of the packets",
-            holders + Seen(subject),
+            HoldersText(rivals) + Seen(subject),
             "End it: of two sockets on a port one gets a sender's whole flow.",
-            HolderCommands(subject)};
+            HolderCommands(subject, rivals)};
   }
   return {Severity::kNote,
           "port_shared",
           "another program has " + port + " too",
-          holders,
+          HoldersText(rivals),
           "Of two sockets on a port one gets a sender's whole flow, now or after a restart the "
           "other one. While this program listened, the other may have got nothing.",
-          HolderCommands(subject)};
+          HolderCommands(subject, rivals)};
+}
+
+/// The port of a privileged number, or of an address that is not there, cannot be had in any case.
+bool IsOnlyHeld(const Case& subject) {
+  constexpr std::uint16_t kFirstFree = 1024;
+  const auto address = ParseAddress(subject.sensor.address);
+  const auto& interfaces = subject.machine.interfaces;
+  return subject.sensor.port >= kFirstFree &&
+         (!address ||
+          std::any_of(interfaces.begin(), interfaces.end(),
+                      [&](const Interface& interface) { return interface.Has(*address); }));
+}
+
+HealthFinding NotBound(const Case& subject, const std::vector<PortHolder>& rivals) {
+  if (rivals.empty() || !IsOnlyHeld(subject)) {
+    return {Severity::kProblem, "port_unusable", subject.sensor.no_port};
+  }
+  return {Severity::kProblem,
+          "port_held",
+          "another program holds UDP port " + std::to_string(subject.sensor.port) +
+              " and shares it with nobody",
+          HoldersText(rivals),
+          "End it, or let the sensor send to another port.",
+          HolderCommands(subject, rivals)};
 }
 
 }  // namespace
 
 void DiagnosePort(const Case& subject, HealthFindings& findings) {
   const Observation& sensor = subject.sensor;
+  const std::vector<PortHolder> rivals = Rivals(sensor);
   if (!sensor.no_port.empty()) {
-    const bool held = !sensor.holders.empty();
-    findings.push_back({Severity::kProblem, held ? "port_taken" : "port_unusable", sensor.no_port,
-                        HoldersText(sensor.holders),
-                        held ? "End it, or let the sensor send to another port." : "",
-                        HolderCommands(subject)});
-  } else if (!sensor.holders.empty()) {
-    findings.push_back(Shared(subject));
+    findings.push_back(NotBound(subject, rivals));
+  } else if (!rivals.empty()) {
+    findings.push_back(Shared(subject, rivals));
   } else {
     findings.push_back({Severity::kOk, "port",
                         EndpointText(sensor.address, sensor.port) +

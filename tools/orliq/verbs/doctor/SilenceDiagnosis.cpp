@@ -85,6 +85,22 @@ void AddAllDown(const MachineState& machine, HealthFindings& findings) {
        {"ip -brief link", "ip -brief address"}});
 }
 
+/// Some drivers of interfaces take no packets that are longer than what may be sent.
+void AddSmallMtu(const Case& subject, const Interface& interface, HealthFindings& findings) {
+  constexpr unsigned kHeaders = 28;  // [bytes] IPv4 and UDP
+  const Model* const model = subject.sensor.model;
+  if (model == nullptr || interface.mtu == 0 || interface.mtu >= model->packet_bytes + kHeaders) {
+    return;
+  }
+  findings.push_back({Severity::kNote,
+                      "small_mtu",
+                      interface.name + " may refuse packets as long as those of " + model->name,
+                      "its MTU is " + std::to_string(interface.mtu) + " bytes, and they have " +
+                          std::to_string(model->packet_bytes + kHeaders),
+                      "Allow the usual:",
+                      {"sudo ip link set " + interface.name + " mtu 1500"}});
+}
+
 void AddInterfaces(const Case& subject, HealthFindings& findings) {
   const auto& way = subject.sensor.way;
   if (way && !way->from) {
@@ -99,6 +115,7 @@ void AddInterfaces(const Case& subject, HealthFindings& findings) {
   const Interface* const expected = ExpectedInterface(subject);
   if (expected == nullptr) return AddAllDown(subject.machine, findings);
   if (!expected->up || !expected->carrier) AddDown(*expected, findings);
+  AddSmallMtu(subject, *expected, findings);
 }
 
 /// What the machine received meanwhile, from anyone.
