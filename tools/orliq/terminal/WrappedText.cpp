@@ -14,9 +14,9 @@ std::string Wrapped(const std::string& head, const std::string& text, std::size_
     const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
     const std::string own(blanks == 0 ? 0 : blanks + 2, ' ');
     line = (wrapped.empty() ? head : indent) + line;
-    const std::size_t least =
-        indent.size() + own.size();  // up to there, a break would gain nothing
     while (line.size() > columns) {
+      // Up to where its first word ends, a break would gain nothing.
+      const std::size_t least = std::max(indent.size(), line.find_first_not_of(' '));
       std::size_t blank = line.rfind(' ', columns);
       if (blank == std::string::npos || blank <= least) blank = line.find(' ', columns);
       if (blank == std::string::npos) break;
