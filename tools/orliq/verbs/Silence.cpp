@@ -53,7 +53,8 @@ std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks) {
   }
   return "nothing arrived at " + EndpointText(silence.address, silence.port) + " within " +
          Fixed(silence.seconds, 1) + " s. Check that" + WhatToCheck(silence, remarks) + "\n  " +
-         OtherSocketsText(silence.port);
+         OtherSocketsText(silence.port) + "\norliq doctor --port " + std::to_string(silence.port) +
+         " looks for the reason";
 }
 
 std::string WhatToCheck(const Silence& silence, const Remarks& remarks) {

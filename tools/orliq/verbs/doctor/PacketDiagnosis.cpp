@@ -13,12 +13,14 @@ namespace {
 constexpr double kStall = 1.0;                // [s] without a packet: many packets of every model
 constexpr std::uint64_t kForeignShare = 100;  // one refused packet of so many is a problem
 
-/// The busiest flow of the plain socket; null when nothing came to it.
+/// The busiest flow of the plain socket that counts; null when there is none.
 const Flow* Busiest(const Observation& sensor) {
-  const auto found =
-      std::max_element(sensor.flows.begin(), sensor.flows.end(),
-                       [](const Flow& a, const Flow& b) { return a.packets < b.packets; });
-  return found == sensor.flows.end() ? nullptr : &*found;
+  const Flow* busiest = nullptr;
+  for (const Flow& flow : sensor.flows) {
+    if (!sensor.source.empty() && DottedAddress(flow.source) != sensor.source) continue;
+    if (busiest == nullptr || flow.packets > busiest->packets) busiest = &flow;
+  }
+  return busiest;
 }
 
 std::string BytesText(const Model& model) {

@@ -118,6 +118,21 @@ void AddInterfaces(const Case& subject, HealthFindings& findings) {
   AddSmallMtu(subject, *expected, findings);
 }
 
+/// Sensors that send elsewhere: perhaps it is one of them.
+std::string OthersText(const MachineState& machine) {
+  constexpr int kShown = 3;
+  std::string text;
+  int shown = 0;
+  for (const Flow& flow : machine.seen.flows) {
+    const bool fits = std::any_of(flow.fits.begin(), flow.fits.end(), [](auto n) { return n > 0; });
+    const auto& ports = machine.ports;
+    if (!fits || std::find(ports.begin(), ports.end(), flow.port) != ports.end()) continue;
+    if (++shown > kShown) break;
+    text += "\n  " + FlowText(flow) + ", which fit " + FitText(flow);
+  }
+  return text.empty() ? "" : ". Packets of sensors elsewhere:" + text;
+}
+
 /// What the machine received meanwhile, from anyone.
 std::string MeanwhileText(const MachineState& machine) {
   std::string text;
@@ -131,7 +146,7 @@ std::string MeanwhileText(const MachineState& machine) {
     text += ". " + Count(machine.stack.no_port, "datagram") +
             " went to UDP ports of this machine that no program has";
   }
-  return text;
+  return text + OthersText(machine);
 }
 
 void AddNothing(const Case& subject, HealthFindings& findings) {
