@@ -35,7 +35,9 @@ class LoopbackSocket {
   std::uint16_t port() const { return ntohs(address_.sin_port); }
 
   void Send(std::uint16_t port, const void* bytes, std::size_t size) const {
-    const sockaddr_in to = Address(port);
+    SendTo(Address(port), bytes, size);
+  }
+  void SendTo(const sockaddr_in& to, const void* bytes, std::size_t size) const {
     ::sendto(descriptor_, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
   }
 

@@ -17,7 +17,7 @@ using orliq::cli::Failure;
 using orliq::cli::Verb;
 
 constexpr char kVerbNames[] =
-    "simulate, info, play, fuse, live, record, send, check-params or fetch-params";
+    "simulate, info, play, fuse, live, doctor, record, send, check-params or fetch-params";
 
 ExitCode Fail(Console& console, const std::string& command, ExitCode code,
               const std::string& sentence) {
@@ -67,11 +67,11 @@ ExitCode Run(int argc, char** argv, Console& console) {
   app.set_version_flag("--version", ORLIQ_VERSION);
   app.require_subcommand(1);
   app.footer("orliq VERB --help shows the options of a verb and an example.");
-  const Verb verbs[] = {orliq::cli::AddSimulate(app),   orliq::cli::AddInfo(app),
-                        orliq::cli::AddPlay(app),       orliq::cli::AddFuse(app),
-                        orliq::cli::AddLive(app),       orliq::cli::AddRecord(app),
-                        orliq::cli::AddSend(app),       orliq::cli::AddCheckParams(app),
-                        orliq::cli::AddFetchParams(app)};
+  const Verb verbs[] = {orliq::cli::AddSimulate(app),    orliq::cli::AddInfo(app),
+                        orliq::cli::AddPlay(app),        orliq::cli::AddFuse(app),
+                        orliq::cli::AddLive(app),        orliq::cli::AddDoctor(app),
+                        orliq::cli::AddRecord(app),      orliq::cli::AddSend(app),
+                        orliq::cli::AddCheckParams(app), orliq::cli::AddFetchParams(app)};
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

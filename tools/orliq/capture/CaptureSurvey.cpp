@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 #include "orliq/capture/CaptureFile.h"
 #include "orliq/terminal/Interrupt.h"
@@ -10,11 +11,8 @@
 namespace orliq::cli {
 namespace {
 
-constexpr std::size_t kMaxFlows = 1000;         // a port scan must not fill the memory
+constexpr std::size_t kMaxFlows = 1000;
 constexpr std::uint64_t kProgressEvery = 4096;  // [records]
-
-using FlowKey =
-    std::tuple<std::uint16_t, std::uint32_t, std::uint16_t, std::uint32_t, std::optional<Skip>>;
 
 class Surveyor {
  public:
@@ -29,11 +27,15 @@ class Surveyor {
     ++survey_.records;
     if (record.skip) ++survey_.skipped[static_cast<std::size_t>(*record.skip)];
     if (counter_) counter_->Add(record);
-    if (record.datagram) AddToFlow(record);
+    if (!record.datagram) return;
+    const auto flow = flows_.Add(record);
+    if (flow) CountFrames(*flow, record);
   }
 
   void Finish() {
     if (counter_) survey_.frames = counter_->Frames();
+    survey_.in_further_flows = flows_.InFurtherFlows();
+    survey_.flows = std::move(flows_.Flows());
     for (const auto& [flow, counter] : flow_counters_) {
       survey_.flows[flow].frames = counter.Frames();
     }
@@ -50,40 +52,8 @@ class Surveyor {
     survey_.last_time = first ? time : std::max(survey_.last_time, time);
   }
 
-  void AddToFlow(const UdpRecord& record) {
-    const Datagram& datagram = *record.datagram;
-    const FlowKey key = {datagram.port, datagram.source, datagram.source_port, datagram.destination,
-                         record.skip};
-    auto known = places_.find(key);
-    if (known == places_.end()) {
-      if (survey_.flows.size() >= kMaxFlows) {
-        ++survey_.in_further_flows;
-        return;
-      }
-      known = places_.emplace(key, survey_.flows.size()).first;
-      survey_.flows.push_back(NewFlow(record));
-    }
-    Flow& flow = survey_.flows[known->second];
-    ++flow.packets;
-    ++flow.sizes[datagram.payload_bytes];
-    NoteFits(flow, datagram);
-    if (datagram.present_bytes == datagram.payload_bytes) {
-      flow.hints.Add(datagram.payload, datagram.payload_bytes);
-    }
-    CountFrames(known->second, record);
-  }
-
-  /// By its length and first bytes, also of a datagram that the driver cannot read.
-  static void NoteFits(Flow& flow, const Datagram& datagram) {
-    for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
-      const Model& model = lidar::SensorModels()[i];
-      if (datagram.present_bytes < model.identifier_bytes) continue;
-      if (Fits(model, datagram.payload, datagram.payload_bytes)) ++flow.fits[i];
-    }
-  }
-
   void CountFrames(std::size_t flow, const UdpRecord& record) {
-    if (!counter_ || record.skip || survey_.flows[flow].fits[model_] == 0) return;
+    if (!counter_ || record.skip || flows_.Flows()[flow].fits[model_] == 0) return;
     auto place = flow_counters_.find(flow);
     if (place == flow_counters_.end()) {
       place = flow_counters_.emplace(flow, counter_->ForAnotherFlow()).first;
@@ -91,24 +61,11 @@ class Surveyor {
     place->second.Add(record);
   }
 
-  static Flow NewFlow(const UdpRecord& record) {
-    const Datagram& datagram = *record.datagram;
-    Flow flow;
-    flow.hindrance = record.skip;
-    flow.source = datagram.source;
-    flow.destination = datagram.destination;
-    flow.source_port = datagram.source_port;
-    flow.port = datagram.port;
-    flow.first_bytes.assign(datagram.payload,
-                            datagram.payload + std::min<std::size_t>(8, datagram.present_bytes));
-    return flow;
-  }
-
   CaptureSurvey& survey_;
-  std::map<FlowKey, std::size_t> places_;              // index into survey_.flows
+  FlowList flows_{kMaxFlows};
   std::size_t model_ = 0;                              // index of the one whose frames are counted
   std::optional<FrameCounter> counter_;                // nothing: no frames are counted
-  std::map<std::size_t, FrameCounter> flow_counters_;  // by index into survey_.flows
+  std::map<std::size_t, FrameCounter> flow_counters_;  // by index into flows_
 };
 
 }  // namespace

@@ -4,33 +4,15 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "orliq/capture/FlowList.h"
 #include "orliq/capture/FrameCounter.h"
-#include "orliq/capture/ModelHints.h"
 #include "orliq/capture/UdpRecord.h"
 #include "orliq/sensors/Models.h"
 
 namespace orliq::cli {
-
-/// The datagrams of a capture that go from one address and port to another, in one arrangement.
-struct Flow {
-  std::uint32_t source = 0;
-  std::uint32_t destination = 0;
-  std::uint16_t source_port = 0;
-  std::uint16_t port = 0;  ///< destination port
-  std::uint64_t packets = 0;
-  std::map<std::size_t, std::uint64_t> sizes;  ///< [bytes] of payload -> datagrams
-  std::vector<std::uint8_t> first_bytes;       ///< up to 8 of the first datagram: its identifier
-  std::array<std::uint64_t, lidar::kSensorModels>
-      fits{};                        ///< datagrams that fit each model of lidar::SensorModels()
-  ModelHints hints;                  ///< which of these models is the likelier
-  std::optional<Skip> hindrance;     ///< why the driver cannot read them, if it cannot
-  std::vector<FrameRecords> frames;  ///< of the model asked for, if it fits
-};
 
 /// What a capture holds.
 struct CaptureSurvey {

@@ -52,14 +52,19 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
   command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
 }
 
-void AddCloudOptions(CLI::App& command, CloudOptions& options) {
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
+void AddModelOptions(CLI::App& command, std::string& model,
+                     std::optional<std::string>& check_folder) {
+  command.add_option("--model", model, "sensor model (" + ModelNames() + ")")
       ->transform(LowerCase())
       ->required();
   // By a function, as an optional text would take an empty one for none.
   command.add_option_function<std::string>(
-      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
+      "--check-folder", [&check_folder](const std::string& folder) { check_folder = folder; },
       "folder to read the sensor's calibration from");
+}
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+  AddModelOptions(command, options.model, options.check_folder);
   command
       .add_option("--transform", options.transform,
                   "pose of the sensor as x,y,z,roll,pitch,yaw [m, deg]: a point is turned about "

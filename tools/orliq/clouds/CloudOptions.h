@@ -31,6 +31,9 @@ struct CloudOptions {
   OutputOptions output;
 };
 
+/// --model, which is required, and --check-folder.
+void AddModelOptions(CLI::App& command, std::string& model,
+                     std::optional<std::string>& check_folder);
 void AddCloudOptions(CLI::App& command, CloudOptions& options);
 
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits

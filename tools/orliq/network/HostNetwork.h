@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // What this machine's network looks like to a sensor.
 namespace orliq::cli {
@@ -17,11 +17,15 @@ std::string LocalAddressText();
 /// Whether an IPv4 address in dotted form is one of this machine's; all of 127.0.0.0/8 but its ends is.
 bool IsLocalAddress(const std::string& address);
 
-/// UDP sockets bound to that port that do not belong to this process.
-std::size_t ForeignSockets(std::uint16_t port);
-
 /// "ss -lunp 'sport = :2368' names it": how to find the program behind a socket.
 std::string SocketOwnerHint(std::uint16_t port);
+
+/// "ss -lunp 'sport = :2368'"
+std::string SocketOwnerCommand(std::uint16_t port);
+
+/// What an administrator types for receive buffers as large as the driver asks for: until the machine
+/// starts again, and from then on.
+std::vector<std::string> LargerBufferCommands();
 
 /// What helps against datagrams that found the receive buffer of a socket full; the system grants
 /// twice the bytes that it lets a program ask for, to cover its own records.

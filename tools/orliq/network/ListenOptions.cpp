@@ -2,6 +2,7 @@
 #include "orliq/network/ListenOptions.h"
 
 #include "orliq/network/HostNetwork.h"
+#include "orliq/network/SocketTable.h"
 #include "orliq/network/UdpReceiver.h"
 #include "orliq/terminal/OptionChecks.h"
 
@@ -12,14 +13,25 @@ constexpr double kLongestTime = 1e6;  // [s] eleven days
 
 }  // namespace
 
-void AddListenOptions(CLI::App& command, ListenOptions& options) {
-  command.add_option("--port", options.port, "UDP port that the sensor sends to")
+void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address) {
+  command.add_option("--port", port, "UDP port that the sensor sends to")
       ->required()
       ->check(Within(1, 65535));
   command
-      .add_option("--address", options.address,
+      .add_option("--address", address,
                   "IPv4 address of this machine to listen on; all of them without it")
       ->check(CLI::ValidIPV4);
+}
+
+void AddSourceOption(CLI::App& command, std::string& source) {
+  command
+      .add_option("--source", source,
+                  "IPv4 address of the sensor: packets of all others are passed over")
+      ->check(HostAddress());
+}
+
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
+  AddPortOptions(command, options.port, options.address);
   command.add_option("--duration", options.duration, "[s] stop after that time")
       ->check(Within(0.1, kLongestTime));
   command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")

@@ -20,6 +20,9 @@ struct ListenOptions {
   bool quiet = false;
 };
 
+/// --port, which is required, and --address.
+void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address);
+void AddSourceOption(CLI::App& command, std::string& source);
 void AddListenOptions(CLI::App& command, ListenOptions& options);
 
 /// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why:

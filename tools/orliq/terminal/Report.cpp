@@ -58,6 +58,7 @@ void Report::PrintText(std::ostream& out) const {
     out << Padded(line.label, width, false) << "  " << line.text << '\n';
   }
   for (const Table& table : tables_) PrintTable(out, table);
+  out << free_text_;
 }
 
 }  // namespace orliq::cli

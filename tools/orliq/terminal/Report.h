@@ -29,6 +29,9 @@ class Report {
   /// A table, and the JSON member `key` for it.
   void Add(const std::string& key, Json value, Table table);
 
+  /// Text of its own form, behind all lines and tables; JSON has none of it.
+  void AddText(const std::string& text) { free_text_ += text; }
+
   void PrintText(std::ostream& out) const;
   const Json& AsJson() const { return json_; }
 
@@ -40,6 +43,7 @@ class Report {
   Json json_ = Json::object();
   std::vector<Line> lines_;
   std::vector<Table> tables_;
+  std::string free_text_;
 };
 
 }  // namespace orliq::cli

@@ -20,6 +20,7 @@ Verb AddSimulate(CLI::App& app);
 Verb AddInfo(CLI::App& app);
 Verb AddPlay(CLI::App& app);
 Verb AddLive(CLI::App& app);
+Verb AddDoctor(CLI::App& app);
 Verb AddFuse(CLI::App& app);
 Verb AddRecord(CLI::App& app);
 Verb AddSend(CLI::App& app);

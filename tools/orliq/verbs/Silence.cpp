@@ -5,6 +5,7 @@
 
 #include "orliq/capture/UdpRecord.h"
 #include "orliq/network/HostNetwork.h"
+#include "orliq/network/SocketTable.h"
 #include "orliq/terminal/NumberText.h"
 
 namespace orliq::cli {
@@ -50,17 +51,22 @@ std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks) {
            Count(silence.of_others, "datagram") + " from " + silence.other +
            ": name that address with " + remarks.Setting("source") + ", or leave it away";
   }
+  return "nothing arrived at " + EndpointText(silence.address, silence.port) + " within " +
+         Fixed(silence.seconds, 1) + " s. Check that" + WhatToCheck(silence, remarks) + "\n  " +
+         OtherSocketsText(silence.port) + "\norliq doctor --port " + std::to_string(silence.port) +
+         " looks for the reason";
+}
+
+std::string WhatToCheck(const Silence& silence, const Remarks& remarks) {
   const std::string port = std::to_string(silence.port);
   const std::string target = silence.address.empty()
                                  ? "an address of this machine: " + LocalAddressText()
                                  : silence.address + "; without " + remarks.Setting("address") +
                                        " every address is listened on";
-  return "nothing arrived at " + EndpointText(silence.address, silence.port) + " within " +
-         Fixed(silence.seconds, 1) + " s. Check that" +
-         "\n  the sensor is on, and its cable and this machine's interface are up" +
-         "\n  it sends to UDP port " + port + " (" + remarks.Setting("port") + ") of " + target +
-         "\n  no firewall keeps UDP port " + port + " from this machine" + "\n  " +
-         OtherSocketsText(silence.port);
+  return "\n  the sensor is on, and its cable and this machine's interface are up"
+         "\n  it sends to UDP port " +
+         port + " (" + remarks.Setting("port") + ") of " + target +
+         "\n  no firewall keeps UDP port " + port + " from this machine";
 }
 
 std::string ModelsOfLength(std::size_t bytes) {

@@ -27,6 +27,9 @@ struct Silence {
 /// What it listened on and what to check, for the user, who wrote the settings as `remarks` knows.
 std::string WhyNothingArrived(const Silence& silence, const Remarks& remarks);
 
+/// What can be the reason when nothing arrives at all: a line for each, after "Check that".
+std::string WhatToCheck(const Silence& silence, const Remarks& remarks);
+
 /// The models whose packets have that many bytes: "corvik, brantis or hestra"; or nothing.
 std::string ModelsOfLength(std::size_t bytes);
 

@@ -17,6 +17,7 @@
 #include "orliq/verbs/live/LiveTally.h"
 #include "orliq/verbs/live/LiveWatcher.h"
 #include "orliq/verbs/live/Watching.h"
+#include "orliq/verbs/params/UploadOptions.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
@@ -169,30 +170,12 @@ ExitCode Run(const CLI::App& command, Options options, Console& console) {
                       console);
 }
 
-void AddUploadOptions(CLI::App& command, Options& options) {
-  command
-      .add_option("--params-from", options.params_from,
-                  "HOST:PORT of the sensor, to fetch its calibration while packets come; "
-                  "frames count from the first one on that is decoded with it")
-      ->excludes(command.get_option("--check-folder"));
-  command
-      .add_option("--params-local-port", options.upload.local_port,
-                  "UDP port of this machine for --params-from; any that is free without it")
-      ->check(Within(1, 65535));
-  command.add_flag("--lenient", options.upload.lenient,
-                   "take replies with calibration as they come: from another address or port, of "
-                   "other lengths");
-}
-
 void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
   command.add_option("--frames", choice.frames, "stop after that many frames")
       ->check(Within(1.0, 1e9));
   command.add_flag("--partial", choice.partial,
                    "count and write the first frame too, of which the beginning is missing");
-  command
-      .add_option("--source", choice.source,
-                  "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(HostAddress());
+  AddSourceOption(command, choice.source);
 }
 
 void AddConfigOption(CLI::App& command, std::string& config) {
@@ -215,7 +198,7 @@ Verb AddLive(CLI::App& app) {
   AddCloudOptions(*command, options->cloud);
   AddListenOptions(*command, options->listen);
   AddChoiceOptions(*command, options->choice);
-  AddUploadOptions(*command, *options);
+  AddUploadOptions(*command, options->params_from, options->upload);
   AddConfigOption(*command, options->config);
   command->footer(
       ModelTable() +

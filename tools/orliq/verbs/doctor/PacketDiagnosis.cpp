@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "orliq/capture/SurveyText.h"
+#include "orliq/verbs/Silence.h"
+#include "orliq/verbs/doctor/Diagnosis.h"
+#include "orliq/verbs/live/SensorRemarks.h"
+#include "orliq/verbs/live/SensorRows.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr double kStall = 1.0;                // [s] without a packet: many packets of every model
+constexpr std::uint64_t kForeignShare = 100;  // one refused packet of so many is a problem
+
+/// The busiest flow of the plain socket that counts; null when there is none.
+const Flow* Busiest(const Observation& sensor) {
+  const Flow* busiest = nullptr;
+  for (const Flow& flow : sensor.flows) {
+    if (!sensor.source.empty() && DottedAddress(flow.source) != sensor.source) continue;
+    if (busiest == nullptr || flow.packets > busiest->packets) busiest = &flow;
+  }
+  return busiest;
+}
+
+std::string BytesText(const Model& model) {
+  std::string text = std::to_string(model.packet_bytes) + " bytes";
+  if (model.identifier_bytes == 0) return text;
+  return text + " and begin " + HexBytes(model.identifier.data(), model.identifier_bytes);
+}
+
+/// How the packets of a flow look.
+std::string LooksText(const Flow& flow) {
+  const auto size = std::max_element(flow.sizes.begin(), flow.sizes.end(),
+                                     [](auto& a, auto& b) { return a.second < b.second; });
+  return "most have " + std::to_string(size->first) + " bytes, the first begins " +
+         HexBytes(flow.first_bytes.data(), flow.first_bytes.size());
+}
+
+/// Nothing that came is of the model that the user named.
+HealthFinding WrongModel(const Case& subject) {
+  const Model& model = *subject.sensor.driven;
+  const Flow* const flow = Busiest(subject.sensor);
+  const std::string fits =
+      flow != nullptr ? FitText(*flow) : ModelsOfLength(subject.Packets().last_refused_length);
+  const std::string looks =
+      (flow != nullptr
+           ? LooksText(*flow)
+           : "the last had " + std::to_string(subject.Packets().last_refused_length) + " bytes") +
+      "; those of " + model.name + " have " + BytesText(model);
+  if (fits.empty() || fits == "none") {
+    return {Severity::kProblem,
+            "unknown_packets",
+            "packets come, but none is of " + std::string(model.name) + ", nor of any other model",
+            looks,
+            "Check that the sensor, and nothing else, sends to this port.",
+            {}};
+  }
+  const Model* const likely = flow != nullptr ? LikelyModel(*flow) : nullptr;
+  const std::string really = likely != nullptr ? likely->name : fits;
+  return {Severity::kProblem,
+          "wrong_model",
+          "the packets are of " + really + ", not of " + model.name,
+          looks,
+          "Use " + subject.Setting("model", really) + ", or check " +
+              subject.remarks.Setting("port") + " and where the " + model.name + " sends to.",
+          {}};
+}
+
+/// Models that share length and identifier differ in what their packets hold.
+void AddUnlike(const Case& subject, HealthFindings& findings) {
+  const Model& model = *subject.sensor.driven;
+  const Flow* const flow = Busiest(subject.sensor);
+  if (flow == nullptr || flow->fits[ModelIndex(model)] == 0) return;
+  const Likely likely = flow->hints.FindLike(model);
+  if (likely.model == nullptr || likely.model == &model) return;
+  findings.push_back({Severity::kProblem,
+                      "wrong_model",
+                      std::string("the packets look like those of ") + likely.model->name +
+                          ", not of " + model.name,
+                      "both have " + BytesText(model) + "; here: " + likely.why,
+                      "It is no proof: see what is written on the sensor, or try " +
+                          subject.Setting("model", likely.model->name) + '.',
+                      {}});
+}
+
+void AddForeign(const Case& subject, HealthFindings& findings) {
+  const auto& packets = subject.Packets();
+  const std::uint64_t refused = packets.refused_length + packets.refused_identifier;
+  if (refused == 0) return;
+  const bool many = kForeignShare * refused >= packets.received;
+  findings.push_back(
+      {many ? Severity::kProblem : Severity::kNote,
+       "foreign_packets",
+       "other packets than those of " + std::string(subject.sensor.driven->name) + " come too",
+       Grouped(refused) + " of " + Grouped(packets.received) + " were refused (" +
+           ShareText(refused, packets.received) + "): " + Grouped(packets.refused_length) +
+           " for their length, " + Grouped(packets.refused_identifier) + " for how they begin",
+       "Damaged packets, or another sender: orliq record keeps them, and orliq info tells who sent "
+       "them.",
+       {}});
+}
+
+void AddSenders(const Case& subject, HealthFindings& findings) {
+  const auto& packets = subject.Packets();
+  if (packets.of_other_senders == 0 || !subject.sensor.source.empty()) return;
+  findings.push_back({Severity::kProblem,
+                      "mixed_senders",
+                      "more than one sender sends to this port",
+                      Count(packets.of_other_senders, "packet") + " of " +
+                          Grouped(packets.received) + " are not of the first, " +
+                          SenderText(packets.first_sender),
+                      MixedSendersText(packets, subject.remarks) + '.',
+                      {}});
+}
+
+/// Packets a second while they came.
+double Rate(const Case& subject) {
+  const double seconds =
+      subject.sensor.seconds - std::max(subject.Packets().last_packet_age_s, 0.0);
+  return seconds > 0.0 ? static_cast<double>(subject.Packets().received) / seconds : 0.0;
+}
+
+void AddStall(const Case& subject, HealthFindings& findings) {
+  const double age = subject.Packets().last_packet_age_s;
+  if (age < kStall) return;
+  findings.push_back({Severity::kProblem,
+                      "stalled",
+                      "packets came, but none in the last " + Fixed(age, 1) + " s",
+                      Count(subject.Packets().received, "packet") + " until then",
+                      "Check the sensor's power and cable.",
+                      {}});
+}
+
+/// Without --model the packets tell it, or they do not.
+void AddFound(const Case& subject, HealthFindings& findings) {
+  const Observation& sensor = subject.sensor;
+  if (sensor.model != nullptr || subject.Counted() == 0) return;
+  if (sensor.driven != nullptr) {
+    findings.push_back({Severity::kOk, "model",
+                        "the packets are of " + std::string(sensor.driven->name) + ": " +
+                            subject.Setting("model", sensor.driven->name)});
+    return;
+  }
+  const Flow* const flow = Busiest(sensor);
+  const std::string fits = flow == nullptr ? "none" : FitText(*flow);
+  findings.push_back({Severity::kProblem,
+                      fits == "none" ? "unknown_packets" : "model_unknown",
+                      fits == "none" ? "packets come, but they are of none of the models"
+                                     : "the packets may be of " + fits,
+                      flow == nullptr ? "" : LooksText(*flow),
+                      fits == "none"
+                          ? "Check that the sensor, and nothing else, sends to this port."
+                          : "Name the model with " + subject.remarks.Setting("model") + '.',
+                      {}});
+}
+
+}  // namespace
+
+void DiagnosePackets(const Case& subject, HealthFindings& findings) {
+  AddFound(subject, findings);
+  const auto& packets = subject.Packets();
+  if (subject.sensor.driven == nullptr || subject.Counted() == 0) return;
+  if (packets.decoded == 0 && packets.received > 0) {
+    findings.push_back(WrongModel(subject));
+    return;
+  }
+  if (packets.received == 0) {
+    findings.push_back({Severity::kProblem,
+                        "stalled",
+                        "packets came, but only at the beginning",
+                        Count(subject.Counted(), "packet") + " in the first second",
+                        "Check the sensor's power and cable.",
+                        {}});
+    return;
+  }
+  findings.push_back({Severity::kOk, "packets",
+                      Count(packets.decoded, std::string(subject.sensor.driven->name) + " packet") +
+                          ", " + Grouped(static_cast<std::uint64_t>(Rate(subject) + 0.5)) +
+                          " packets/s, from " + SenderText(packets.first_sender)});
+  AddUnlike(subject, findings);
+  AddForeign(subject, findings);
+  AddSenders(subject, findings);
+  AddStall(subject, findings);
+}
+
+}  // namespace orliq::cli
