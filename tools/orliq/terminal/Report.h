@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orliq/terminal/NumberText.h"
@@ -28,6 +29,9 @@ class Report {
 
   /// A table, and the JSON member `key` for it.
   void Add(const std::string& key, Json value, Table table);
+
+  /// A table for people only.
+  void Add(Table table) { tables_.push_back(std::move(table)); }
 
   void PrintText(std::ostream& out) const;
   const Json& AsJson() const { return json_; }
