@@ -3,22 +3,27 @@
 
 #include <cstdint>
 
+#include "multi_driver/CaptureStatistics.h"
 #include "multi_driver/ClockStatistics.h"
 #include "multi_driver/Export.h"
 #include "multi_driver/UploadStatistics.h"
 
 namespace orliq::lidar {
 
-/// What became of the packets of a live sensor, counted from InitDriver on.
+/// What became of the packets of a sensor, counted from InitDriver on.
 ///
-/// Every datagram that reached the socket waits in its buffer or is in exactly one of `received`,
-/// `other_source`, `empty` and `dropped_by_kernel`; `receive_errors` counts calls, not datagrams.
-/// Every received one is waiting in the queue, being decoded, `decoded`, refused for its length or
-/// identifier, or `dropped_by_limit`.
+/// Of a live one, every datagram that reached the socket waits in its buffer or is in exactly one of
+/// `received`, `other_source`, `empty` and `dropped_by_kernel`; `receive_errors` counts calls, not
+/// datagrams. Every received one is waiting in the queue, being decoded, `decoded`, refused for its
+/// length or identifier, or `dropped_by_limit`.
 /// A port that a second socket has bound as well gives the whole flow of a sensor to one of the two:
 /// then `received` stands still while the sensor sends.
+///
+/// Of a capture, `received` are the packets of the frames that were asked for; each of them is being
+/// decoded, `decoded` or refused. `capture` tells what was read for that and what was passed over.
+/// All that is of a socket, a queue, an upload or the clock stays as it is here.
 struct ORLIQ_API DriverStatistics {
-  std::uint64_t received = 0;             ///< datagrams taken from the socket
+  std::uint64_t received = 0;             ///< datagrams taken from the socket, or the capture
   std::uint64_t received_bytes = 0;       ///< their payload, cut at 1546 bytes each
   std::uint64_t receive_errors = 0;       ///< failed receive calls
   std::uint64_t dropped_by_kernel = 0;    ///< that found the socket's buffer full, or were damaged
@@ -46,6 +51,7 @@ struct ORLIQ_API DriverStatistics {
   std::uint64_t skipped_packets = 0;  ///< by the sequence numbers that only a Kelvane sends
   UploadStatistics upload;            ///< of the calibration, when it comes from the sensor
   ClockStatistics clock;              ///< the sensor's against this machine's
+  CaptureStatistics capture;          ///< how the file was read, when it comes from one
 };
 
 }  // namespace orliq::lidar

@@ -109,8 +109,8 @@ class ORLIQ_API OrliqDriver {
   /// playing. False while the file is indexed and for a live sensor.
   bool GetLocalFileStatus(int& status);
 
-  /// Stores what became of a live sensor's packets so far. May be called from any thread while no
-  /// InitDriver runs. False for a capture file and without a successful InitDriver.
+  /// Stores what became of the packets of a live sensor or a capture so far. May be called from any
+  /// thread while no InitDriver runs. False without a successful InitDriver.
   bool GetStatistics(orliq::lidar::DriverStatistics& statistics) const;
 
   /// Stores where the calibration tables came from, whether they are in use, and which were not taken

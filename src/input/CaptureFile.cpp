@@ -64,7 +64,9 @@ void CaptureFile::Close() {
 }
 
 bool CaptureFile::Next() {
-  if (ended_ || pcap_next_ex(handle_, &record_, &bytes_) != 1) {
+  const int found = ended_ ? PCAP_ERROR_BREAK : pcap_next_ex(handle_, &record_, &bytes_);
+  damaged_ = found == PCAP_ERROR;
+  if (found != 1) {
     ended_ = true;  // what follows a damaged record is not a record
     position_ = kUnknown;
     return false;

@@ -29,6 +29,8 @@ class CaptureFile {
 
   /// Reads the next record; false at the end of the file or on a damaged record.
   bool Next();
+  /// Whether that was a damaged record, and not the end or a repeated call.
+  bool Damaged() const { return damaged_; }
   const pcap_pkthdr& Record() const { return *record_; }
   const std::uint8_t* Bytes() const { return bytes_; }
 
@@ -50,6 +52,7 @@ class CaptureFile {
   pcap_t* handle_ = nullptr;
   pcap_pkthdr* record_ = nullptr;
   const std::uint8_t* bytes_ = nullptr;
+  bool damaged_ = false;           // the last Next found a record that cannot be read
   bool ended_ = true;              // nothing more to read until a Seek
   long position_ = kUnknown;       // of the next record; kUnknown: ask the stream
   long record_header_ = 0;         // [bytes] before each record's data; 0: not a fixed size

@@ -8,6 +8,7 @@
 
 #include "common/WakeDescriptor.h"
 #include "input/Buffer.h"
+#include "input/RecordCounters.h"
 #include "multi_driver/DriverStatistics.h"
 
 namespace orliq::lidar {
@@ -42,6 +43,10 @@ class Input {
   /// Waits for packets, or until it is woken. Returns at once for a source whose packets are always
   /// there.
   virtual void WaitForPackets(const WakeDescriptor& /*wake*/) {}
+
+  /// Counts the records that are read from now on there; it outlives the input. Nothing for a source
+  /// without records.
+  virtual void CountInto(RecordCounters& /*counters*/) {}
 
   /// Datagrams that the system threw away because its buffer of this source was full, and the size
   /// of that buffer. 0 for a source that loses nothing.

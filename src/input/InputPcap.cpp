@@ -20,23 +20,23 @@ std::uint32_t Sender(const std::uint8_t* record) {
   return address;
 }
 
+/// Whether it is a piece of an IPv4 datagram, and not the first one, which alone has the ports.
+bool IsLaterFragment(const std::uint8_t* record, std::uint64_t present) {
+  if (present < 22 || record[12] != 0x08 || record[13] != 0x00) return false;
+  return ((record[20] & 0x1FU) | record[21]) != 0;
+}
+
 }  // namespace
 
 InputPcap::InputPcap(const InputParam& param)
     : param_(param), filter_expression_(MakeFilterExpression(param.port)) {}
 
-InputPcap::~InputPcap() {
-  pcap_freecode(&filter_program_);
-}
-
 bool InputPcap::Init() {
   const bool opened = file_.Open(param_.pcap_file);
   diagnostics::CaptureOpened(param_.pcap_file);
   if (!opened) return false;
-  pcap_freecode(&filter_program_);
-  const bool compiled = pcap_compile(file_.Handle(), &filter_program_, filter_expression_.c_str(),
-                                     1, PCAP_NETMASK_UNKNOWN) == 0;
-  if (!compiled) filter_program_ = {};
+  filter_.Compile(file_.Handle(), filter_expression_);
+  udp_filter_.Compile(file_.Handle(), MakeFilterExpression(0));
   return true;
 }
 
@@ -49,20 +49,47 @@ int InputPcap::RecvPacket(std::shared_ptr<Buffer>& buffer, const int& /*size*/, 
       file_.Seek(*position);
     }
   }
-  if (!file_.Next()) return -1;
-  const pcap_pkthdr& record = file_.Record();
-  const bool matches = filter_program_.bf_insns != nullptr &&
-                       pcap_offline_filter(&filter_program_, &record, file_.Bytes()) != 0;
-  const std::uint64_t headers = header_length_ + header_extra_;
-  const std::uint64_t present = std::min(record.len, record.caplen);
-  if (!matches || !buffer || present < headers || !IsSource(Sender(file_.Bytes()))) return 0;
+  if (!file_.Next()) {
+    if (file_.Damaged()) counters_->damaged.Add();
+    return -1;
+  }
+  counters_->records.Add();
+  Counter& count = CountOfRecord();
+  count.Add();
+  const bool wanted = &count == &counters_->packets || &count == &counters_->empty;
+  return wanted && buffer ? Deliver(*buffer) : 0;
+}
 
-  const std::uint64_t room = buffer->capacity - std::min(buffer->data_offset, buffer->capacity);
-  const std::uint64_t length = std::min(present - headers, room);
-  std::memcpy(buffer->data + buffer->data_offset, file_.Bytes() + header_length_, length);
-  buffer->data_offset = 0;
-  buffer->length = length;
+/// The payload of the record that was read last, as far as it exists and fits.
+int InputPcap::Deliver(Buffer& buffer) const {
+  const std::uint64_t payload = PresentBytes() - (header_length_ + header_extra_);
+  const std::uint64_t room = buffer.capacity - std::min(buffer.data_offset, buffer.capacity);
+  const std::uint64_t length = std::min(payload, room);
+  if (payload > 0 && file_.Record().caplen < file_.Record().len) counters_->cut.Add();
+  if (payload > room) counters_->too_long.Add();
+  std::memcpy(buffer.data + buffer.data_offset, file_.Bytes() + header_length_, length);
+  buffer.data_offset = 0;
+  buffer.length = length;
   return static_cast<int>(length);
+}
+
+/// Where the record belongs that was read last.
+Counter& InputPcap::CountOfRecord() const {
+  const pcap_pkthdr& record = file_.Record();
+  const std::uint64_t headers = header_length_ + header_extra_;
+  const std::uint64_t present = PresentBytes();
+  if (!filter_.Matches(record, file_.Bytes())) {
+    if (!udp_filter_.Matches(record, file_.Bytes())) return counters_->not_udp;
+    return IsLaterFragment(file_.Bytes(), present) ? counters_->fragments : counters_->other_port;
+  }
+  if (present < headers) return counters_->too_short;
+  if (!IsSource(Sender(file_.Bytes()))) return counters_->other_source;
+  return present == headers ? counters_->empty : counters_->packets;
+}
+
+/// What the file holds of it, never more than it claims to have had.
+std::uint64_t InputPcap::PresentBytes() const {
+  return std::min(file_.Record().len, file_.Record().caplen);
 }
 
 }  // namespace orliq::lidar

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <pcap/pcap.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "input/CaptureFile.h"
 #include "input/Input.h"
+#include "input/RecordFilter.h"
 #include "multi_driver/DriverParam.h"
 
 namespace orliq::lidar {
@@ -23,7 +22,6 @@ class InputPcap final : public Input {
  public:
   /// Port 0 of `param` accepts any UDP destination port.
   explicit InputPcap(const InputParam& param);
-  ~InputPcap() override;
 
   /// Opens the capture file and prints its path; false when it cannot be opened.
   bool Init() override;
@@ -34,15 +32,24 @@ class InputPcap final : public Input {
   int RecvPacket(std::shared_ptr<Buffer>& buffer, const int& size, long* position,
                  const bool& remember) override;
 
+  void CountInto(RecordCounters& counters) override { counters_ = &counters; }
+
   const std::string& FilterExpression() const { return filter_expression_; }
 
  private:
+  Counter& CountOfRecord() const;
+  int Deliver(Buffer& buffer) const;
+  std::uint64_t PresentBytes() const;
+
   InputParam param_;
   CaptureFile file_;
   std::uint64_t header_length_ = 14 + 20 + 8;  // [bytes] Ethernet, IPv4, UDP
   std::uint64_t header_extra_ = 0;             // [bytes] further subtracted from the length
   std::string filter_expression_;
-  bpf_program filter_program_ = {};  // empty when it did not compile: nothing matches
+  RecordFilter filter_;      // by that expression
+  RecordFilter udp_filter_;  // of any port
+  RecordCounters nobodys_;
+  RecordCounters* counters_ = &nobodys_;  // those that count
 };
 
 }  // namespace orliq::lidar

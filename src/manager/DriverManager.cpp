@@ -42,11 +42,6 @@ void DriverManager<T>::RegisterExceptionCallBack(
 }
 
 template <typename T>
-bool DriverManager<T>::GetStatistics(DriverStatistics& /*statistics*/) const {
-  return false;
-}
-
-template <typename T>
 void DriverManager<T>::SetQueueLimit(std::uint64_t /*packets*/) {}
 
 template <typename T>

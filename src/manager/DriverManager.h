@@ -40,8 +40,10 @@ class DriverManager {
                                    const std::function<std::shared_ptr<ImuMsg>()>& get);
   virtual void RegisterExceptionCallBack(const std::function<void(const Error&)>& callback);
 
-  /// False by default, and nothing: only a live sensor has packets that wait or get lost.
-  virtual bool GetStatistics(DriverStatistics& statistics) const;
+  /// What became of the packets; false without a successful Init.
+  virtual bool GetStatistics(DriverStatistics& statistics) const = 0;
+
+  /// Nothing by default: only a live sensor has packets that wait.
   virtual void SetQueueLimit(std::uint64_t packets);
 
   /// False by default, as only a capture file has frames that play.

@@ -8,12 +8,12 @@
 #include <thread>
 #include <utility>
 
-#include "common/Counter.h"
 #include "common/Diagnostics.h"
 #include "common/Worker.h"
 #include "decoder/DecoderFactory.h"
 #include "input/InputFactory.h"
 #include "manager/ApplicationCallbacks.h"
+#include "manager/FrameCounts.h"
 #include "manager/PacketFlow.h"
 #include "manager/SensorClock.h"
 #include "multi_driver/PointCloud.h"
@@ -44,7 +44,6 @@ struct OnlineManager<T>::Impl {
   bool DecodePacket();
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   void SplitIMUFrame();
-  void CountFrame();
   void AskForCloud();
   void AskForMessage();
 
@@ -59,9 +58,7 @@ struct OnlineManager<T>::Impl {
   CalibrationStatus calibration;  // from a folder
   PacketFlow packets;
   SensorClock clock;
-  Counter frames, points, short_frames;
-  std::uint64_t whole_frame = 0;     // returns; 0: not fixed
-  std::uint64_t returns_before = 0;  // those of the frames that have ended; of the decoding thread
+  FrameCounts frames;
 
   std::mutex starting;  // held while threads are started
 
@@ -116,7 +113,7 @@ bool OnlineManager<T>::Impl::MakeDecoder(const DriverParam& param) {
                               SplitFrame(rings, timestamp);
                             });
   decoder->RegisterIMUCallBack([this] { SplitIMUFrame(); });
-  whole_frame = FindSensorModel(param.lidar_type)->returns;
+  frames.SetWholeFrame(FindSensorModel(param.lidar_type)->returns);
   return true;
 }
 
@@ -213,20 +210,10 @@ bool OnlineManager<T>::Impl::DecodePacket() {
 
 template <typename T>
 void OnlineManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
-  CountFrame();
+  frames.End(*decoder, callbacks);
   callbacks.PutPointCloud(*decoder, timestamp);
   AskForCloud();
   AskForMessage();
-}
-
-template <typename T>
-void OnlineManager<T>::Impl::CountFrame() {
-  const std::uint64_t returns = decoder->Counts().returns.Value();
-  if (returns - std::exchange(returns_before, returns) < whole_frame) short_frames.Add();
-  const auto& cloud = decoder->CurrentCloud();
-  if (!cloud || !callbacks.HasConsumer()) return;
-  frames.Add();
-  points.Add(cloud->points.size());
 }
 
 template <typename T>
@@ -291,19 +278,9 @@ template <typename T>
 bool OnlineManager<T>::GetStatistics(DriverStatistics& statistics) const {
   const Impl& impl = *impl_;
   if (!impl.input) return false;
-  const auto& counts = impl.decoder->Counts();
+  statistics = {};
   // Against the way of a packet, so that no sum exceeds what was received.
-  statistics.decoded = counts.decoded.Value();
-  statistics.refused_length = counts.refused_length.Value();
-  statistics.refused_identifier = counts.refused_identifier.Value();
-  statistics.last_refused_length = counts.last_refused_length.Value();
-  statistics.returns = counts.returns.Value();
-  statistics.gated = counts.gated.Value();
-  statistics.filtered = counts.filtered.Value();
-  statistics.skipped_packets = counts.skipped.Value();
-  statistics.frames = impl.frames.Value();
-  statistics.points = impl.points.Value();
-  statistics.short_frames = impl.short_frames.Value();
+  impl.frames.Count(*impl.decoder, statistics);
   impl.packets.Count(statistics);
   statistics.dropped_by_kernel = impl.input->DroppedDatagrams();
   statistics.other_source = impl.input->OtherSourceDatagrams();

@@ -2,7 +2,6 @@
 #include "manager/PcapManager.h"
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -12,20 +11,16 @@
 #include "common/Diagnostics.h"
 #include "common/Worker.h"
 #include "decoder/DecoderFactory.h"
-#include "input/InputFactory.h"
 #include "manager/ApplicationCallbacks.h"
+#include "manager/FrameCounts.h"
 #include "manager/FramePosPackage.h"
+#include "manager/RecordReader.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/SensorModels.h"
 #include "param/Calibration.h"
 
 namespace orliq::lidar {
 namespace {
-
-constexpr std::chrono::milliseconds kPause{1};
-
-// A capture of mixed traffic holds millions of foreign records: pausing for each one would take
-// minutes, so the worker pauses once per this many of them in a row.
-constexpr int kForeignRecordsPerPause = 1000;
 
 constexpr int kNoFrame = -1;
 
@@ -41,9 +36,9 @@ struct PcapManager<T>::Impl {
   bool WaitForFrame(std::optional<FramePosPackage>& requested);
   void BeginFrame(const FramePosPackage& frame);
   void PlayRecord();
+  bool Decode(std::uint16_t start);
   void FinishFrame();
   void EndOfFile();
-  void CountForeignRecord();
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   std::shared_ptr<T> GetPointCloud();
 
@@ -60,15 +55,15 @@ struct PcapManager<T>::Impl {
   std::atomic<bool> busy{false};     // a record is being decoded; set with mutex held
   unsigned generation = 0;           // of the last accepted request; guarded by mutex
   unsigned playing_generation = 0;   // of the frame being decoded; the worker's own
-  int foreign_records = 0;           // in a row; the worker's own
   std::atomic<bool> indexed{false};  // written by the worker and by Start
 
-  std::shared_ptr<Input> input;
+  RecordReader reader;
+  FrameCounts counts;
+  bool marks_begin_frames = false;  // of the model
   std::shared_ptr<Decoder<T>> decoder;
   std::shared_ptr<ParamService> param_service;
   CalibrationStatus calibration;
-  std::shared_ptr<Buffer> buffer;  // the worker's own
-  Worker worker;                   // last: its thread uses everything above
+  Worker worker;  // last: its thread uses everything above
 };
 
 template <typename T>
@@ -80,23 +75,23 @@ bool PcapManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source) 
                             [this](const unsigned short& rings, const double& timestamp) {
                               SplitFrame(rings, timestamp);
                             });
+  const SensorModel& model = *FindSensorModel(param.lidar_type);
+  counts.SetWholeFrame(model.returns);
+  marks_begin_frames = model.frame_mark == FrameMark::First;
   param_service = std::make_shared<ParamService>();
   calibration = LoadCalibration(param, *param_service);
   if (calibration.loaded) decoder->UpdateCheckParam(param_service->GetCheckParam(param.lidar_type));
-  input = InputFactory::CreateInput(param.input_type, param.input_param);
-  if (input) input->SetSource(source);
-  if (!input || !input->Init()) {
+  if (!reader.Open(param, source)) {
     Release();
     return false;
   }
-  buffer = std::make_shared<Buffer>();
   decoder->InstallCloud(GetPointCloud());
   return true;
 }
 
 template <typename T>
 void PcapManager<T>::Impl::Release() {
-  input.reset();
+  reader.Close();
   decoder.reset();
   param_service.reset();
 }
@@ -117,17 +112,15 @@ void PcapManager<T>::Impl::ProcessData() {
 template <typename T>
 void PcapManager<T>::Impl::IndexRecord() {
   long position = 0;
-  const int length = input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, true);
+  const int length = reader.Index(position);
   if (length < 0) {
     indexed = true;
     diagnostics::CaptureIndexed();
     return;
   }
-  if (length == 0) return CountForeignRecord();
-  foreign_records = 0;
+  if (length == 0) return;
   std::uint16_t split_value = 0;
-  const bool split =
-      decoder->toSplite(buffer->data + buffer->data_offset, buffer->length, split_value);
+  const bool split = decoder->toSplite(reader.Data(), reader.Length(), split_value);
   if (!split && !frames.empty()) return;
   const std::lock_guard<std::mutex> lock(mutex);
   frames.push_back(std::make_shared<FramePosPackage>(position, split_value));
@@ -163,22 +156,23 @@ bool PcapManager<T>::Impl::WaitForFrame(std::optional<FramePosPackage>& requeste
 /// Moves to a frame and decodes its first packet. A mark in it is not this frame's end.
 template <typename T>
 void PcapManager<T>::Impl::BeginFrame(const FramePosPackage& frame) {
-  long position = frame.position;
-  const int length =
-      input->RecvPacket(buffer, static_cast<int>(buffer->capacity), &position, false);
-  if (length <= 0) return;
-  decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, frame.split_value);
+  if (reader.PlayAt(frame.position) <= 0) return;
+  // The returns before that are not decoded again are of the frame before, or of both.
+  counts.Begin(*decoder, marks_begin_frames ? frame.split_value : 0);
+  Decode(frame.split_value);
 }
 
 template <typename T>
 void PcapManager<T>::Impl::PlayRecord() {
-  const int length = input->RecvPacket(buffer, static_cast<int>(buffer->capacity), nullptr, false);
+  const int length = reader.PlayNext();
   if (length < 0) return EndOfFile();
-  if (length == 0) return CountForeignRecord();
-  foreign_records = 0;
-  if (decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0)) {
-    FinishFrame();
-  }
+  if (length > 0 && Decode(0)) FinishFrame();
+}
+
+/// The packet that was read last, from block `start` on; true when it carries a frame boundary.
+template <typename T>
+bool PcapManager<T>::Impl::Decode(std::uint16_t start) {
+  return decoder->ProcessMsopPacket(reader.Data(), reader.Length(), start);
 }
 
 /// The frame is complete: ready for the next request, unless one was accepted meanwhile.
@@ -195,14 +189,8 @@ void PcapManager<T>::Impl::EndOfFile() {
 }
 
 template <typename T>
-void PcapManager<T>::Impl::CountForeignRecord() {
-  if (++foreign_records < kForeignRecordsPerPause) return;
-  foreign_records = 0;
-  std::this_thread::sleep_for(kPause);
-}
-
-template <typename T>
 void PcapManager<T>::Impl::SplitFrame(const unsigned short& /*rings*/, const double& timestamp) {
+  counts.End(*decoder, callbacks);
   callbacks.PutPointCloud(*decoder, timestamp);
   decoder->InstallCloud(GetPointCloud());
 }
@@ -238,7 +226,7 @@ bool PcapManager<T>::Init(const DriverParam& param) {
 
 template <typename T>
 bool PcapManager<T>::Start() {
-  if (!impl_->input) return false;
+  if (!impl_->reader.IsOpen()) return false;
   if (impl_->worker.Running()) return true;
   impl_->worker.Join();
   {
@@ -297,8 +285,19 @@ bool PcapManager<T>::IsLocalFramePlaying() const {
 }
 
 template <typename T>
+bool PcapManager<T>::GetStatistics(DriverStatistics& statistics) const {
+  const Impl& impl = *impl_;
+  if (!impl.reader.IsOpen()) return false;
+  statistics = {};
+  // Against the way of a packet, so that no sum exceeds what was read.
+  impl.counts.Count(*impl.decoder, statistics);
+  impl.reader.Count(statistics);
+  return true;
+}
+
+template <typename T>
 bool PcapManager<T>::GetCalibrationStatus(CalibrationStatus& status) const {
-  if (!impl_->input) return false;
+  if (!impl_->reader.IsOpen()) return false;
   status = impl_->calibration;
   return true;
 }

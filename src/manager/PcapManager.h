@@ -39,6 +39,7 @@ class PcapManager final : public DriverManager<T> {
   /// True while a requested frame plays and while one of its packets is being decoded, although
   /// GetLocalFileStatus or Stop has ended it. The worker touches no cloud while it is false.
   bool IsLocalFramePlaying() const override;
+  bool GetStatistics(DriverStatistics& statistics) const override;
   bool GetCalibrationStatus(CalibrationStatus& status) const override;
   void Abandon() override;
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 #include "multi_driver/SensorModels.h"
 #include "support/LiveSensor.h"
@@ -59,6 +60,12 @@ TEST_P(Models, FramesAreTheSameLiveAndPlayedBitForBit) {
   ASSERT_TRUE(playback.WaitFor(model.played.size()));
   playback.driver->Stop();
   EXPECT_EQ(PointsOf(playback.frames), model.played);
+  DriverStatistics s;
+  ASSERT_TRUE(playback.driver->GetStatistics(s));
+  EXPECT_EQ(s.points, std::accumulate(model.played.begin(), model.played.end(), std::size_t{0}));
+  EXPECT_EQ(s.frames, model.played.size());
+  EXPECT_EQ(s.short_frames, sensor.type == LidarType::Corvik ? 1U : 0U)
+      << "ended by the first packet";
 
   test::LiveSensor<JuniqPoint> live;
   DriverParam param = live.Param(sensor.type);

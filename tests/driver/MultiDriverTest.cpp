@@ -189,6 +189,13 @@ TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {
   ASSERT_TRUE(robot.driver->GetFusionRound(round));
   EXPECT_EQ(round.sensors.at(0).points, 49152U);
   EXPECT_EQ(robot.clouds[0]->points.size(), round.sensors[1].points + 49152);
+  const auto played = [&robot](std::size_t sensor) {
+    DriverStatistics s;
+    return robot.driver->GetStatistics(sensor, s) ? std::pair(s.frames, s.points)
+                                                  : std::pair(std::uint64_t{9}, std::uint64_t{9});
+  };
+  EXPECT_EQ(played(0), std::pair(std::uint64_t{1}, std::uint64_t{49152}));
+  EXPECT_TRUE(Eventually([&] { return played(1).first == 2; })) << "one waits, or was replaced";
 }
 
 }  // namespace

@@ -33,9 +33,7 @@ class CaptureFusion {
       streams_.push_back(std::make_unique<FrameStream<Cloud>>(std::move(sensor)));
     }
   }
-  ~CaptureFusion() {
-    for (const auto& stream : streams_) stream->Abandon();  // all of them before one is waited for
-  }
+  ~CaptureFusion() { Abandon(); }
   CaptureFusion(const CaptureFusion&) = delete;
   CaptureFusion& operator=(const CaptureFusion&) = delete;
 
@@ -54,7 +52,20 @@ class CaptureFusion {
     return true;
   }
 
+  /// What the drivers made of the captures. Nothing can be fused any more.
+  std::vector<lidar::DriverStatistics> Statistics() {
+    Abandon();
+    std::vector<lidar::DriverStatistics> statistics;
+    for (const auto& stream : streams_) statistics.push_back(stream->Statistics());
+    return statistics;
+  }
+
  private:
+  /// All of them before one is waited for.
+  void Abandon() {
+    for (const auto& stream : streams_) stream->Abandon();
+  }
+
   /// The cloud has the time of the first sensor that tells one.
   void Fill(Cloud& cloud, std::vector<FusedShare>& shares) const {
     std::size_t points = 0;

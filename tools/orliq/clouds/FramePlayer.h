@@ -16,6 +16,7 @@
 
 #include "multi_driver/OrliqDriver.h"
 #include "multi_driver/SensorModels.h"
+#include "orliq/clouds/StatisticsSince.h"
 #include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {
@@ -96,6 +97,13 @@ class FramePlayer {
     return more;
   }
 
+  /// What the driver made of the capture, without what it played ahead; after Play.
+  lidar::DriverStatistics Statistics() const {
+    lidar::DriverStatistics statistics;
+    driver_.GetStatistics(statistics);
+    return Since(before_, statistics);
+  }
+
   /// Reports of refused packets by error code, while indexing and of what was handed on. The driver
   /// makes one in two seconds at most.
   std::map<std::uint32_t, std::uint64_t> Faults() {
@@ -126,7 +134,9 @@ class FramePlayer {
   bool Request(int entry, bool discard, const Sink& sink) {
     return Wait(sink, [=] {
       const Clock::time_point now = Clock::now();
-      if (!Finish() || !driver_.SetLocalFrame(entry)) return false;
+      if (!Finish()) return false;
+      if (!began_ && !discard) began_ = driver_.GetStatistics(before_);
+      if (!driver_.SetLocalFrame(entry)) return false;
       entry_ = entry;
       discard_ = discard;
       answered_ = false;
@@ -224,8 +234,10 @@ class FramePlayer {
   bool discard_ = false;            // guarded by mutex_
   Clock::time_point since_;         // guarded by mutex_
   std::map<std::uint32_t, std::uint64_t> faults_;  // guarded by mutex_
-  std::size_t usual_points_ = 0;                   // of the driver's thread once it runs
-  OrliqDriver<Cloud> driver_;  // last, so that its thread ends before anything it uses
+  bool began_ = false;              // nothing is played ahead any more; of the caller's thread
+  lidar::DriverStatistics before_;  // by then; likewise
+  std::size_t usual_points_ = 0;    // of the driver's thread once it runs
+  OrliqDriver<Cloud> driver_;       // last, so that its thread ends before anything it uses
 };
 
 }  // namespace orliq::cli

@@ -73,6 +73,15 @@ class FrameStream {
     return frame;
   }
 
+  /// What the driver made of the capture for the frames that were played. Lets the thread end, and
+  /// waits for it: nobody takes another frame.
+  lidar::DriverStatistics Statistics() {
+    Abandon();
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return over_; });
+    return player_.Statistics();
+  }
+
   /// Lets the thread end soon, without waiting for it: nobody takes another frame.
   void Abandon() {
     player_.Abandon();

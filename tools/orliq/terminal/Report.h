@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orliq/terminal/NumberText.h"
@@ -31,6 +32,8 @@ class Report {
 
   /// Text of its own form, behind all lines and tables; JSON has none of it.
   void AddText(const std::string& text) { free_text_ += text; }
+  /// A table for people only.
+  void Add(Table table) { tables_.push_back(std::move(table)); }
 
   void PrintText(std::ostream& out) const;
   const Json& AsJson() const { return json_; }

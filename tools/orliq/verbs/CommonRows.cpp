@@ -41,13 +41,6 @@ std::string NothingMeasuredText(const Model& model, std::uint64_t clouds, std::u
          std::string(model.name) + " (orliq info tells what recorded ones look like)";
 }
 
-void AddRefusedRows(Report& report, const RefusedPackets& refused) {
-  report.Add("refused_length", "Refused packets", refused.length,
-             NoneOr(refused.length, "of wrong length (0x41)", refused.identifier,
-                    "with wrong identifier (0x42)"));
-  report.Add("refused_identifier", "", refused.identifier, "");
-}
-
 std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t other,
                    const std::string& other_text) {
   if (count + other == 0) return "none";

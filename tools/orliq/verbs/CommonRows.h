@@ -42,8 +42,6 @@ void AddSpreadRow(Report& report, std::uint64_t min, std::uint64_t median, std::
 /// all; else empty.
 std::string NothingMeasuredText(const Model& model, std::uint64_t clouds, std::uint64_t non_zero);
 
-void AddRefusedRows(Report& report, const RefusedPackets& refused);
-
 /// Two counts, each with the words behind it: "3 early, 1 late"; "none" when both are 0.
 std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t other,
                    const std::string& other_text);

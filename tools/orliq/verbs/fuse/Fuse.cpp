@@ -52,6 +52,7 @@ void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
     tally.clouds.push_back(fused);
     bar.Update(tally.clouds.size());
   }
+  tally.counts = fusion.Statistics();
 }
 
 FuseTally FuseAll(const Options& options, const FusePlan& plan, bool quiet) {

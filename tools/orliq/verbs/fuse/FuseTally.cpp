@@ -79,6 +79,7 @@ Json SensorJson(const FuseTally& tally, std::size_t index) {
       {"refused_length", packets.refused.length},
       {"refused_identifier", packets.refused.identifier},
       {"unreadable_packets", LostJson(packets.unreadable)},
+      {"ledger", LedgerJson(tally.LedgerOf(index))},
   };
 }
 
@@ -92,22 +93,28 @@ std::vector<std::string> SensorCells(const FuseTally& tally, std::size_t index) 
           Grouped(tally.clouds.size()) + " of " + Grouped(fused.usable),
           std::to_string(tally.clouds.front().sensors[index].frame),
           Grouped(spread.Min()) + " / " + Grouped(spread.Median()) + " / " + Grouped(spread.Max()),
-          Grouped(packets.refused.length + packets.refused.identifier),
           LostText(packets.unreadable)};
 }
 
 void AddSensorTable(Report& report, const FuseTally& tally) {
-  Table table = {
-      "Sensors",
-      {"name", "model", "capture", "frames", "from", "points per frame", "refused", "unreadable"},
-      {false, false, false, true, true, true, true, false},
-      {}};
+  Table table = {"Sensors",
+                 {"name", "model", "capture", "frames", "from", "points per frame", "unreadable"},
+                 {false, false, false, true, true, true, false},
+                 {}};
   Json list = Json::array();
   for (std::size_t i = 0; i < tally.plan->sensors.size(); ++i) {
     table.rows.push_back(SensorCells(tally, i));
     list.push_back(SensorJson(tally, i));
   }
   report.Add("sensors", std::move(list), std::move(table));
+}
+
+void AddLedgers(Report& report, const FuseTally& tally) {
+  std::vector<NamedLedger> ledgers;
+  for (std::size_t i = 0; i < tally.plan->sensors.size(); ++i) {
+    ledgers.push_back({tally.plan->sensors[i].sensor.name, tally.LedgerOf(i)});
+  }
+  AddLedgerTables(report, ledgers);
 }
 
 Json CloudJson(const FusedCloud& cloud) {
@@ -151,6 +158,11 @@ std::optional<double> FusedCloud::Apart() const {
   return *latest - *oldest;
 }
 
+Ledger FuseTally::LedgerOf(std::size_t sensor) const {
+  return {plan->sensors[sensor].plan.model, counts[sensor], clouds.size(), true,
+          Packets(sensor).accepted};
+}
+
 PlayedPackets FuseTally::Packets(std::size_t sensor) const {
   return FindPackets(plan->sensors[sensor].plan.survey.frames, clouds.front().sensors[sensor].frame,
                      clouds.back().sensors[sensor].frame + 1);
@@ -169,6 +181,7 @@ Report FuseTally::MakeReport() const {
   AddApartRow(report, *this);
   report.Add("files_written", files.empty() ? "" : "Files", files_written, files);
   AddSensorTable(report, *this);
+  AddLedgers(report, *this);
   Json list = Json::array();
   for (const FusedCloud& cloud : clouds) list.push_back(CloudJson(cloud));
   report.Add("clouds", "", std::move(list), "");

@@ -9,6 +9,7 @@
 
 #include "orliq/clouds/CaptureFusion.h"
 #include "orliq/terminal/Report.h"
+#include "orliq/verbs/Ledger.h"
 #include "orliq/verbs/fuse/FusePlan.h"
 #include "orliq/verbs/play/PlayTally.h"
 
@@ -30,13 +31,15 @@ struct FusedCloud {
 /// Sums of a fusion and its closing table.
 struct FuseTally {
   const FusePlan* plan = nullptr;
-  std::vector<FusedCloud> clouds;  ///< at least one
+  std::vector<FusedCloud> clouds;               ///< at least one
+  std::vector<lidar::DriverStatistics> counts;  ///< of each sensor's driver
   bool interrupted = false;
   std::string files;  ///< what was written where; or empty
   std::uint64_t files_written = 0;
 
   /// What became of the packets of a sensor, in the part of its capture that was fused.
   PlayedPackets Packets(std::size_t sensor) const;
+  Ledger LedgerOf(std::size_t sensor) const;
   bool AnyLost() const;
   Report MakeReport() const;
 };

@@ -5,8 +5,10 @@
 #include <tuple>
 
 #include "orliq/network/HostNetwork.h"
+#include "orliq/sensors/ClockWords.h"
 #include "orliq/terminal/PlainText.h"
 #include "orliq/verbs/CommonRows.h"
+#include "orliq/verbs/Ledger.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
@@ -67,17 +69,11 @@ Json SensorJson(const ConfiguredSensor& sensor, const SensorCounts& counts) {
   add("non_zero_points", frames.non_zero);
   AddSpreadRow(report, frames.min_points, frames.median_points, frames.max_points);
   add("age_s", {{"median", counts.median_age_s}, {"max", counts.max_age_s}});
+  AddClockRow(report, *sensor.model, packets.clock);
   AddLossRows(report, packets);
-  return report.AsJson();
-}
-
-std::string LossText(const lidar::DriverStatistics& packets) {
-  const std::uint64_t lost = packets.dropped_by_kernel + packets.dropped_by_limit;
-  const std::uint64_t refused = packets.refused_length + packets.refused_identifier;
-  if (lost + refused == 0) return "none";
-  std::string text = lost > 0 ? Grouped(lost) + " lost" : "";
-  if (refused > 0) text += (lost > 0 ? ", " : "") + Grouped(refused) + " refused";
-  return text;
+  Json json = report.AsJson();
+  json["ledger"] = LedgerJson({sensor.model, packets, frames.count});
+  return json;
 }
 
 std::vector<std::string> SensorCells(const ConfiguredSensor& sensor, const SensorCounts& counts) {
@@ -85,20 +81,17 @@ std::vector<std::string> SensorCells(const ConfiguredSensor& sensor, const Senso
   const std::string min = Grouped(frames.min_points), max = Grouped(frames.max_points);
   return {sensor.name,
           sensor.model->name,
-          Grouped(counts.packets.received),
           Grouped(frames.count + counts.empty_frames),
           Grouped(counts.overwritten),
           min == max ? min : min + '-' + max,
-          Milliseconds(counts.median_age_s),
-          LossText(counts.packets)};
+          Milliseconds(counts.median_age_s)};
 }
 
 void AddSensorTable(Report& report, const FusedTally& tally) {
-  Table table = {
-      "Sensors",
-      {"name", "model", "packets", "frames", "overwritten", "points/frame", "age [ms]", "losses"},
-      {false, false, true, true, true, true, true, false},
-      {}};
+  Table table = {"Sensors",
+                 {"name", "model", "frames", "overwritten", "points/frame", "age [ms]"},
+                 {false, false, true, true, true, true},
+                 {}};
   Json sensors = Json::array();
   for (std::size_t i = 0; i < tally.file->sensors.size(); ++i) {
     const ConfiguredSensor& sensor = tally.file->sensors[i];
@@ -107,6 +100,19 @@ void AddSensorTable(Report& report, const FusedTally& tally) {
     table.rows.push_back(SensorCells(sensor, counts));
   }
   report.Add("sensors", std::move(sensors), std::move(table));
+}
+
+void AddLedgersAndClocks(Report& report, const FusedTally& tally) {
+  std::vector<NamedLedger> ledgers;
+  Table clocks = {"Clocks", {"", ""}, {false, false}, {}};
+  for (std::size_t i = 0; i < tally.file->sensors.size(); ++i) {
+    const ConfiguredSensor& sensor = tally.file->sensors[i];
+    const lidar::DriverStatistics& packets = tally.counts.sensors[i].packets;
+    ledgers.push_back({sensor.name, {sensor.model, packets}});
+    clocks.rows.push_back({sensor.name, JudgeClock(*sensor.model, packets.clock).text});
+  }
+  AddLedgerTables(report, ledgers);
+  report.Add(std::move(clocks));
 }
 
 }  // namespace
@@ -127,6 +133,7 @@ Report FusedTally::MakeReport() const {
   AddCloudRows(report, *this);
   AddFileRows(report, files, counts.not_written, "cloud");
   AddSensorTable(report, *this);
+  AddLedgersAndClocks(report, *this);
   return report;
 }
 

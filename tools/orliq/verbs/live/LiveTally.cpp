@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/live/LiveTally.h"
 
+#include "orliq/verbs/Ledger.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
@@ -60,8 +61,10 @@ Report LiveTally::MakeReport() const {
   AddSenderRows(report, counts.packets, source);
   AddCalibrationRows(report, *this);
   AddFrameRows(report, *this);
+  AddClockRow(report, *model, counts.packets.clock);
   AddLossRows(report, counts.packets);
   AddFileRows(report, files, counts.not_written);
+  AddLedger(report, {model, counts.packets, counts.frames.count});
   return report;
 }
 

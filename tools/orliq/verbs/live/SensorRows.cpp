@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "orliq/capture/UdpRecord.h"
+#include "orliq/sensors/ClockWords.h"
 #include "orliq/verbs/CommonRows.h"
 
 namespace orliq::cli {
@@ -28,16 +29,31 @@ void AddSenderRows(Report& report, const lidar::DriverStatistics& packets,
 }
 
 void AddLossRows(Report& report, const lidar::DriverStatistics& packets) {
-  AddRefusedRows(report, {packets.refused_length, packets.refused_identifier});
-  report.Add("dropped_by_kernel", "Lost packets", packets.dropped_by_kernel,
-             NoneOr(packets.dropped_by_kernel, "by the system", packets.dropped_by_limit,
-                    "by the limit of the queue"));
+  report.Add("refused_length", "", packets.refused_length, "");
+  report.Add("refused_identifier", "", packets.refused_identifier, "");
+  report.Add("dropped_by_kernel", "", packets.dropped_by_kernel, "");
   report.Add("dropped_by_limit", "", packets.dropped_by_limit, "");
   report.Add("receive_errors", "", packets.receive_errors, "");
   report.Add("queued_max", "Highest queue", packets.queued_max,
              Count(packets.queued_max, "packet"));
   report.Add("queued_at_end", "", packets.queued, "");
   report.Add("socket_buffer_bytes", "", packets.socket_buffer_bytes, "");
+}
+
+void AddClockRow(Report& report, const Model& model, const lidar::ClockStatistics& clock) {
+  const ClockVerdict verdict = JudgeClock(model, clock);
+  const bool told = clock.packets > 0;
+  const auto of_told = [told](double value) { return told ? Json(value) : Json(); };
+  Json json = {{"relation", ClockRelationKey(verdict.relation)},
+               {"text", verdict.text},
+               {"packets", clock.packets},
+               {"latest_s", of_told(clock.latest_s)},
+               {"smallest_s", of_told(clock.smallest_s)},
+               {"largest_s", of_told(clock.largest_s)},
+               {"drift_ppm", clock.drift_over_s > 0.0 ? Json(clock.drift_ppm) : Json()},
+               {"drift_over_s", clock.drift_over_s},
+               {"jumps", clock.jumps}};
+  report.Add("clock", "Sensor clock", std::move(json), verdict.text);
 }
 
 bool HasLosses(const lidar::DriverStatistics& packets) {

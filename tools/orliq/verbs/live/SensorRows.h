@@ -5,6 +5,7 @@
 
 #include "multi_driver/DriverStatistics.h"
 #include "orliq/clouds/CloudSaver.h"
+#include "orliq/sensors/Models.h"
 #include "orliq/terminal/Report.h"
 
 // Rows on a live sensor and its files: for one alone, and as JSON for each of several.
@@ -17,8 +18,11 @@ std::string SenderText(const lidar::PacketSender& sender);
 void AddSenderRows(Report& report, const lidar::DriverStatistics& packets,
                    const std::string& source);
 
-/// Packets refused, lost and waiting.
+/// Packets refused, lost and waiting. What of it the ledger tells people as well is for JSON only.
 void AddLossRows(Report& report, const lidar::DriverStatistics& packets);
+
+/// How the sensor's clock stands to this machine's, in words and numbers.
+void AddClockRow(Report& report, const Model& model, const lidar::ClockStatistics& clock);
 
 /// Whether packets were refused or lost.
 bool HasLosses(const lidar::DriverStatistics& packets);

@@ -139,6 +139,7 @@ class Playback {
 
   void Conclude() {
     tally_.packets = FindPackets(plan_.survey.frames, tally_.first, tally_.done);
+    tally_.counts = player_.Statistics();
     tally_.fault_reports = player_.Faults();
     if (!writer_) return;
     tally_.files_written = writer_->Files();

@@ -5,6 +5,7 @@
 
 #include "orliq/capture/SurveyText.h"
 #include "orliq/clouds/PointSpread.h"
+#include "orliq/verbs/Ledger.h"
 
 namespace orliq::cli {
 namespace {
@@ -145,9 +146,9 @@ void AddDecodeRows(Report& report, const Sums& sums) {
 }
 
 void AddPacketRows(Report& report, const PlayTally& tally) {
-  report.Add("packets_decoded", tally.model->delivers_frames ? "" : "Accepted packets",
-             tally.packets.accepted, Grouped(tally.packets.accepted));
-  AddRefusedRows(report, tally.packets.refused);
+  report.Add("packets_decoded", "", tally.packets.accepted, "");
+  report.Add("refused_length", "", tally.packets.refused.length, "");
+  report.Add("refused_identifier", "", tally.packets.refused.identifier, "");
   report.Add("unreadable_packets", tally.packets.unreadable.empty() ? "" : "Unreadable",
              LostJson(tally.packets.unreadable), LostText(tally.packets.unreadable));
   Json reports = Json::object();
@@ -201,6 +202,7 @@ Report PlayTally::MakeReport() const {
   AddDecodeRows(report, sums);
   report.Add("files_written", files.empty() ? "" : "Files", files_written, files);
   AddPacketRows(report, *this);
+  AddLedger(report, {model, counts, sums.spread.Frames(), true, packets.accepted});
   report.Add("clouds", "", CloudsJson(*this), "");
   return report;
 }

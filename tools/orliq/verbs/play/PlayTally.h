@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "multi_driver/DriverStatistics.h"
 #include "orliq/capture/CaptureSurvey.h"
 #include "orliq/sensors/Models.h"
 #include "orliq/sensors/SensorWords.h"
@@ -53,7 +54,8 @@ struct PlayTally {
   bool keep_partial = false;
   std::vector<PlayedFrame> frames;
   PlayedPackets packets;
-  std::vector<std::string> senders;                      ///< to the port that was played
+  lidar::DriverStatistics counts;    ///< of the driver, for the frames that were played
+  std::vector<std::string> senders;  ///< to the port that was played
   std::map<std::uint32_t, std::uint64_t> fault_reports;  ///< of the driver, by code
   std::string files;                                     ///< what was written where; or empty
   std::uint64_t files_written = 0;
