@@ -28,7 +28,7 @@ lidar::DriverStatistics Received() {
   s.queued = 3;
   s.decoded = 977;
   s.skipped_packets = 5;
-  s.returns = 977 * 64;
+  s.returns = 62'528;
   s.gated = 528;
   s.filtered = 28;
   s.points = 62000;
