@@ -172,12 +172,14 @@ std::string ThisProgram() {
 std::vector<Observation> ListenToAll(const std::vector<ConfiguredSensor>& sensors, double seconds,
                                      bool lenient) {
   std::vector<std::future<Observation>> listeners;
+  listeners.reserve(sensors.size());
   for (const ConfiguredSensor& sensor : sensors) {
     listeners.push_back(std::async(std::launch::async, [&sensor, seconds, lenient] {
       return Listener(sensor, seconds, lenient).Listen();
     }));
   }
   std::vector<Observation> seen;
+  seen.reserve(sensors.size());
   for (auto& listener : listeners) seen.push_back(listener.get());
   return seen;
 }

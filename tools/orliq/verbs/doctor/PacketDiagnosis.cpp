@@ -176,8 +176,8 @@ void DiagnosePackets(const Case& subject, HealthFindings& findings) {
   }
   findings.push_back({Severity::kOk, "packets",
                       Count(packets.decoded, std::string(subject.sensor.driven->name) + " packet") +
-                          ", " + Grouped(static_cast<std::uint64_t>(Rate(subject) + 0.5)) +
-                          " packets/s, from " + SenderText(packets.first_sender)});
+                          ", " + Rounded(Rate(subject)) + " packets/s, from " +
+                          SenderText(packets.first_sender)});
   AddUnlike(subject, findings);
   AddForeign(subject, findings);
   AddSenders(subject, findings);
