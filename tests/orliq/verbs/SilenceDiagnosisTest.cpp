@@ -54,6 +54,9 @@ TEST(Diagnosis, SilenceIsExplainedByWhatReachedTheMachine) {
       {"so does broadcast go to every address",
        [](Facts& f) { f.See(FlowOf("kelvane", 0xFFFFFFFF)); },
        {"filtered"}},
+      {"all of 127.0.0.0/8 is this machine",
+       [](Facts& f) { f.See(FlowOf("kelvane", 0x7F000009)); },
+       {"filtered"}},
       {"the route back decides",
        [](Facts& f) {
          f.See(FlowOf("kelvane"));

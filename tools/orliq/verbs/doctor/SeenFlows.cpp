@@ -85,7 +85,8 @@ class Sighting {
 HealthFinding OtherPort(const Case& subject, const Sighting& sighting) {
   const std::string came = std::to_string(sighting.Of().port);
   const std::string wanted = std::to_string(subject.sensor.port);
-  const Model* const model = LikelyModel(sighting.Of());
+  const Model* const named = subject.sensor.model;
+  const Model* const model = named != nullptr ? named : LikelyModel(sighting.Of());
   return {Severity::kProblem,
           "other_port",
           (model != nullptr ? std::string(model->name) + " packets" : "packets of a sensor") +
@@ -153,7 +154,7 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
                     "Check the cable and the switch, and the sensor's firmware.");
   }
   return Hindered(sighting, "filtered",
-                  "packets reach this machine but no program: a firewall drops them",
+                  "packets reach this machine but no program: most likely a firewall drops them",
                   "Let UDP to that port in. The rules are shown by one of:",
                   {"sudo nft list ruleset", "sudo iptables -nL INPUT"});
 }
