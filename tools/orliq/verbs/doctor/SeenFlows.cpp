@@ -2,6 +2,8 @@
 #include "orliq/verbs/doctor/SeenFlows.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "orliq/capture/SurveyText.h"
 #include "orliq/network/HostNetwork.h"
@@ -125,8 +127,8 @@ HealthFinding Hindered(const Sighting& sighting, const char* kind, const char* t
   return {Severity::kProblem, kind, text, sighting.Evidence(), advice, std::move(commands)};
 }
 
-HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
-  const StackCounters& stack = subject.machine.stack;
+/// By the way in which they come; nothing when that is good.
+std::optional<HealthFinding> Unreadable(const Sighting& sighting) {
   if (sighting.Of().hindrance == Skip::kVlan) {
     return Hindered(sighting, "vlan", "packets come with a VLAN tag that no interface takes off",
                     "Set up an interface for that VLAN, N being its number:",
@@ -141,6 +143,12 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
     return Hindered(sighting, "fragments", "packets come in pieces, and never all pieces of one",
                     "Find what splits them: a link on the way with an MTU below 1,500 bytes.");
   }
+  return {};
+}
+
+HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
+  const StackCounters& stack = subject.machine.stack;
+  if (auto unreadable = Unreadable(sighting)) return std::move(*unreadable);
   if (stack.reverse_path > 0) {
     return Hindered(
         sighting, "reverse_path",
