@@ -222,7 +222,7 @@ int main(int argc, char** argv) {
   bool received = true;
   // Juniq at 10 and 25 frames/s and beyond, Glavor at 25, Kelvane at 40 of 600 azimuths.
   for (const Load& load :
-       {Load{"juniq", 7680, 10}, Load{"juniq", 19200, 60}, Load{"juniq", 50000, 10},
+       {Load{"juniq", 7680, 10}, Load{"juniq", 19200, 60}, Load{"juniq", 50000, 60},
         Load{"juniq", 100000, 10}, Load{"glavor", 38400, 60}, Load{"kelvane", 48000, 60}}) {
     if (asked(load.model)) received &= RunLoad(load, unit);
   }
