@@ -109,6 +109,9 @@ TEST(KelvaneFrame, IsHandedOutBeforeTheNextOnesFirstPoints) {
   EXPECT_EQ(probe.frames[0]->points.size(), 260U);
   EXPECT_EQ(probe.frames[0]->timestamp, 0.0);
   EXPECT_EQ(probe.points().size(), 260U) << "in the cloud that the callback installed";
+  probe.Decode(Packet(4).Azimuth(9001));
+  EXPECT_EQ(probe.decoder.Counts().skipped.Value(), 2U);
+  EXPECT_EQ(probe.decoder.Counts().gated.Value(), 260U);
   EXPECT_EQ(probe.last_rings, 1);
   probe.decoder.EnableFinallyFrame();
   EXPECT_EQ(probe.frames[1]->points.size(), 260U);
