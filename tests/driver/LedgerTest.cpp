@@ -37,7 +37,7 @@ TEST(Ledger, ADriverAtRestSleeps) {
   ASSERT_TRUE(sensor.Open());
   sensor.driver->Stop();
   ASSERT_TRUE(sensor.driver->Start());
-  for (unsigned i = 1; i <= 100; ++i) {
+  for (unsigned i = 1; i <= 100 && !HasFailure(); ++i) {
     sensor.Send(JuniqPacket());  // none of them shows the bound of a frame
     sensor.WaitForDecoded(i);
   }
@@ -92,6 +92,7 @@ TEST(Ledger, EveryDatagramIsInOneCount) {
   EXPECT_EQ(s.received, s.decoded + s.refused_length + s.refused_identifier + s.queued);
   EXPECT_EQ(s.received + s.other_source + s.empty + s.dropped_by_kernel, kDatagrams);
   EXPECT_TRUE(s.refused_length == sent[0] && s.refused_identifier == sent[1]);
+  EXPECT_EQ(s.received_bytes, s.received * 1104 - sent[0]);
   EXPECT_TRUE(s.empty == sent[2] && s.other_source == sent[3]);
   EXPECT_TRUE(s.frames == sent[4] && s.short_frames == sent[4]) << "none has 49,152 returns";
   EXPECT_EQ(s.returns, decoded * 64);
