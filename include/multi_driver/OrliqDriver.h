@@ -73,6 +73,11 @@ class ORLIQ_API OrliqDriver {
   /// every later one.
   void SetStrictUpload(const bool& strict);
 
+  /// Asks the system for that many bytes of receive buffer for a live sensor; 0, the state at first, asks
+  /// for 16 MiB. It grants up to a limit of its own, and tells twice of it as `socket_buffer_bytes`. Taken
+  /// over by InitDriver, and holds for every later one.
+  void SetSocketBuffer(const std::uint32_t& bytes);
+
   /// Opens the packet source, loads the check parameters and makes the decoder; replaces an earlier
   /// initialisation. Check parameters from the sensor are fetched after Start, by a thread of their
   /// own while packets are decoded without them; GetStatistics tells how far they are. False when the

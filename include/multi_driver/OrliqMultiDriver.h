@@ -61,6 +61,9 @@ class ORLIQ_API OrliqMultiDriver {
   /// As OrliqDriver::SetStrictUpload, for all sensors.
   void SetStrictUpload(const bool& strict);
 
+  /// As OrliqDriver::SetSocketBuffer, for each sensor.
+  void SetSocketBuffer(const std::uint32_t& bytes);
+
   /// Makes a driver for each sensor, in the order of `driver_params`, in place of those of an earlier
   /// call. False when one cannot be initialised: those before it stay. No sensors are none to fuse.
   bool InitDriver(const orliq::lidar::MultiDriverParam& param);

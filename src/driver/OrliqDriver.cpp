@@ -40,6 +40,7 @@ struct OrliqDriver<T>::Impl {
     const auto created = CreateManager<T>(param.input_type);
     created->SetSource(source);
     created->SetStrictUpload(strict_upload);
+    created->SetSocketBuffer(socket_buffer);
     created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
     created->RegisterImuCallBack(put_imu, get_imu);
     created->RegisterExceptionCallBack(exception_callback);
@@ -56,6 +57,7 @@ struct OrliqDriver<T>::Impl {
   GetImu get_imu;
   std::uint32_t source = 0;  // of SetSourceAddress, network byte order
   bool strict_upload = false;
+  std::uint32_t socket_buffer = 0;  // [bytes]
 };
 
 template <typename T>
@@ -93,6 +95,11 @@ bool OrliqDriver<T>::SetSourceAddress(const std::string& address) {
 template <typename T>
 void OrliqDriver<T>::SetStrictUpload(const bool& strict) {
   impl->strict_upload = strict;
+}
+
+template <typename T>
+void OrliqDriver<T>::SetSocketBuffer(const std::uint32_t& bytes) {
+  impl->socket_buffer = bytes;
 }
 
 template <typename T>

@@ -34,6 +34,7 @@ struct OrliqMultiDriver<T>::Impl {
   std::function<std::shared_ptr<T>()> supplier;
   std::map<std::size_t, std::string> sources;  // of SetSourceAddress, by sensor
   bool strict_upload = false;
+  std::uint32_t socket_buffer = 0;                       // [bytes]
   std::vector<std::shared_ptr<DriverManager>> managers;  // in sensor order
   std::shared_ptr<Fusion<T>> fusion = std::make_shared<Fusion<T>>();
 };
@@ -105,6 +106,7 @@ bool OrliqMultiDriver<T>::Impl::InitSensor(std::size_t index,
   const auto source = sources.find(index);
   if (source != sources.end() && !manager->Driver().SetSourceAddress(source->second)) return false;
   manager->Driver().SetStrictUpload(strict_upload);
+  manager->Driver().SetSocketBuffer(socket_buffer);
   if (!manager->Init(param)) return false;
   managers.push_back(manager);
   return true;
@@ -153,6 +155,11 @@ bool OrliqMultiDriver<T>::SetSourceAddress(std::size_t sensor, const std::string
 template <typename T>
 void OrliqMultiDriver<T>::SetStrictUpload(const bool& strict) {
   impl->strict_upload = strict;
+}
+
+template <typename T>
+void OrliqMultiDriver<T>::SetSocketBuffer(const std::uint32_t& bytes) {
+  impl->socket_buffer = bytes;
 }
 
 template <typename T>

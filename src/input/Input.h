@@ -26,6 +26,9 @@ class Input {
   /// first, delivers those of every sender. To be called before Init.
   void SetSource(std::uint32_t address) { source_ = address; }
 
+  /// What to ask of the system as receive buffer [bytes]; 0: 16 MiB. Likewise.
+  virtual void SetSocketBuffer(std::uint32_t /*bytes*/) {}
+
   /// Opens the source; false when that fails.
   virtual bool Init() = 0;
 

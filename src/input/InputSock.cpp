@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -62,7 +63,8 @@ bool InputSock::Init() {
 void InputSock::SetOptions() const {
   sock_.SetOption(SO_REUSEADDR, 1);
   sock_.SetOption(SO_REUSEPORT, 1);
-  sock_.SetOption(SO_RCVBUF, kReceiveBufferBytes);
+  const auto asked = static_cast<int>(std::min<std::uint32_t>(socket_buffer_, INT_MAX));
+  sock_.SetOption(SO_RCVBUF, asked == 0 ? kReceiveBufferBytes : asked);
   sock_.SetOption(SO_SNDBUF, kSendBufferBytes);
   sock_.SetOption(SO_BUSY_POLL, kBusyPollUs);
   sock_.SetOption(SO_TIMESTAMPNS, 1);

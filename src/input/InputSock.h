@@ -35,6 +35,8 @@ class InputSock final : public Input {
   explicit InputSock(const InputParam& param);
   ~InputSock() override;
 
+  void SetSocketBuffer(std::uint32_t bytes) override { socket_buffer_ = bytes; }
+
   /// Opens and binds the socket, which never blocks. False, with a line of the system's error
   /// printer, when the system has no socket or refuses the binding, or the address is none. Options
   /// that the system refuses are done without.
@@ -90,9 +92,10 @@ class InputSock final : public Input {
   bool Admit(const sockaddr_in& sender, std::size_t length);
   void NoteSender(const sockaddr_in& sender);
 
-  std::string local_ip_;   // empty: any address
-  std::uint16_t port_;     // host byte order
-  std::string pcap_file_;  // not used by this source
+  std::string local_ip_;             // empty: any address
+  std::uint16_t port_;               // host byte order
+  std::string pcap_file_;            // not used by this source
+  std::uint32_t socket_buffer_ = 0;  // [bytes] asked for; 0: kReceiveBufferBytes
   UdpSocket sock_;
   Counter other_source_;  // of the receiving thread
   Counter empty_;         // likewise, as the next three

@@ -62,6 +62,9 @@ class DriverManager {
   /// Whether the calibration from a sensor is taken from nobody else; see ParamLoader. Likewise.
   void SetStrictUpload(bool strict) { strict_upload = strict; }
 
+  /// What to ask of the system for a live sensor [bytes]; 0: 16 MiB. Likewise.
+  void SetSocketBuffer(std::uint32_t bytes) { socket_buffer = bytes; }
+
  protected:
   void GiveCallbacks(ApplicationCallbacks<T>& callbacks) const;
 
@@ -72,6 +75,7 @@ class DriverManager {
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
   std::uint32_t source = 0;  // network byte order
   bool strict_upload = false;
+  std::uint32_t socket_buffer = 0;  // [bytes]
 };
 
 }  // namespace orliq::lidar

@@ -30,7 +30,7 @@ std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all poi
 
 template <typename T>
 struct OnlineManager<T>::Impl {
-  bool Init(const DriverParam& param, std::uint32_t source, bool strict_upload);
+  bool Init(const DriverParam& param, const OnlineManager& asked);
   bool Calibrate(const DriverParam& param, bool strict_upload);
   bool MakeDecoder(const DriverParam& param);
   void Release();
@@ -67,18 +67,20 @@ struct OnlineManager<T>::Impl {
 };
 
 template <typename T>
-bool OnlineManager<T>::Impl::Init(const DriverParam& param, std::uint32_t source,
-                                  bool strict_upload) {
+bool OnlineManager<T>::Impl::Init(const DriverParam& param, const OnlineManager& asked) {
   Release();
   lidar_type = param.lidar_type;
   if (!MakeDecoder(param)) return false;
   param_service = std::make_shared<ParamService>();
-  if (!Calibrate(param, strict_upload)) {
+  if (!Calibrate(param, asked.strict_upload)) {
     Release();
     return false;
   }
   input = InputFactory::CreateInput(param.input_type, param.input_param);
-  if (input) input->SetSource(source);
+  if (input) {
+    input->SetSource(asked.source);
+    input->SetSocketBuffer(asked.socket_buffer);
+  }
   if (!input || !input->Init()) {
     Release();
     return false;
@@ -256,7 +258,7 @@ bool OnlineManager<T>::Init(const DriverParam& param) {
   this->GiveCallbacks(impl_->callbacks);
   impl_->callbacks.stopped = false;
   const auto keep = impl_;  // the provider may end the manager
-  return keep->Init(param, this->source, this->strict_upload);
+  return keep->Init(param, *this);
 }
 
 template <typename T>

@@ -55,6 +55,15 @@ TEST(Ledger, ADriverAtRestSleeps) {
   sensor.WaitForDecoded(101);
 }
 
+TEST(Ledger, ASmallSocketBufferCanBeAskedFor) {
+  for (const std::uint32_t bytes : {4096U, 8192U}) {
+    Sensor sensor;
+    sensor.driver->SetSocketBuffer(bytes);
+    ASSERT_TRUE(sensor.Open());
+    EXPECT_EQ(sensor.Statistics().socket_buffer_bytes, 2 * bytes) << "as the system tells it";
+  }
+}
+
 TEST(Ledger, EveryDatagramIsInOneCount) {
   constexpr std::size_t kDatagrams = 100'000;
   Sensor sensor;

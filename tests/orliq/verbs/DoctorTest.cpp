@@ -21,7 +21,8 @@ class Doctor : public test::Program {
                              "('" ORLIQ_PROGRAM
                              "' simulate --frames 8 --rate 2 --quiet --to "
                              "127.0.0.1:" +
-                                 port + sensor + " >sent 2>&1 &) ; ");
+                                 port + sensor + " >sent 2>&1 & echo $! >pid) ; ");
+    Signal(SIGTERM);  // or it would go on to a port that another test may get
     EXPECT_EQ(outcome.code, code) << outcome.out << outcome.err;
     return nlohmann::json::parse(outcome.out, nullptr, false);
   }

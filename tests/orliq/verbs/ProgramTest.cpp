@@ -232,6 +232,11 @@ TEST_F(Captures, EndWithLossesWhenPacketsAreRefusedOrTheFileEndsEarly) {
   const json sums = Play(capture, 5);
   EXPECT_EQ(sums["refused_length"], 3);
   EXPECT_GE(sums["driver_fault_reports"]["0x41"], 1);
+  const json records = sums["ledger"]["records"], packets = sums["ledger"]["packets"];
+  EXPECT_TRUE(records["records"] == 1538 && records["packets"] == 1538 && records["cut"] == 1);
+  EXPECT_TRUE(packets["played"] == 1539 && packets["refused_length"] == 3)
+      << "one is of two frames";
+  EXPECT_TRUE(packets["decoded"] == 1536 && packets["shared"] == 1);
   Play(capture, 0, "--frames 0:1");  // none in that part
 }
 

@@ -79,7 +79,8 @@ TEST_F(Receiving, LeavesOutTheFrameThatHadBegunBeforeAndTellsWhatWasRefused) {
   const auto live = Finish();
   EXPECT_EQ(live.code, 5);
   EXPECT_THAT(live.out, HasSubstr("Partial frames    left out: 0 with "));
-  EXPECT_THAT(live.out, HasSubstr("1 of wrong length (0x41), 1 with wrong identifier (0x42)"));
+  EXPECT_THAT(live.out, HasSubstr("  -       1  refused: of another length (0x41)\n"
+                                  "  -       1  refused: with another identifier (0x42)\n"));
   EXPECT_EQ(dir_.Files("f"), std::set<std::string>{"frame_000001.pcd"}) << "keeps its number";
 }
 
@@ -137,7 +138,7 @@ TEST_F(Receiving, NamesTheSendersOfAPortAndTheModelsWhosePacketsTheySend) {
   const auto send = [&] {
     for (const auto* const socket : {&a, &b, &b}) socket->Send(port_, packet.data(), 1236);
   };
-  Listen("live --model juniq --duration 20 --json");
+  Listen("live --model juniq --duration 20 --socket-buffer 65536 --json");
   send();
   ASSERT_TRUE(test::Eventually([&] { return HasNoted("mixed"); }));
   const auto mixed = Finish(SIGTERM);
@@ -148,6 +149,9 @@ TEST_F(Receiving, NamesTheSendersOfAPortAndTheModelsWhosePacketsTheySend) {
   EXPECT_EQ(sums["senders"], (json{name_a, name_b}));
   EXPECT_EQ(sums["refused_length"], 3);
   EXPECT_EQ(sums["packets_of_other_senders"], 2);
+  const json ledger = sums["ledger"]["packets"];
+  EXPECT_TRUE(ledger["arrived"] == 3 && ledger["refused_length"] == 3 && ledger["decoded"] == 0);
+  EXPECT_TRUE(sums["clock"]["relation"] == "no_packet" && sums["socket_buffer_bytes"] == 131072);
   EXPECT_EQ(sums["interrupted"], true);
   Listen("live --model juniq --source 127.0.0.3 --wait 0.3");
   send();

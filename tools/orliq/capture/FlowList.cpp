@@ -47,7 +47,8 @@ std::optional<std::size_t> FlowList::Add(const UdpRecord& record) {
   }
   Flow& flow = flows_[known->second];
   ++flow.packets;
-  ++flow.sizes[datagram.payload_bytes];
+  const std::size_t size = datagram.payload_bytes;
+  if (flow.sizes.size() < max_sizes_ || flow.sizes.count(size) > 0) ++flow.sizes[size];
   NoteFits(flow, datagram);
   if (datagram.present_bytes == datagram.payload_bytes) {
     flow.hints.Add(datagram.payload, datagram.payload_bytes);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <tuple>
@@ -35,8 +36,10 @@ struct Flow {
 /// Sorts datagrams by flow, in bounded memory: a port scan must not fill it.
 class FlowList {
  public:
-  /// Of more flows than `limit` the datagrams are only counted.
-  explicit FlowList(std::size_t limit) : limit_(limit) {}
+  /// Of more flows than `limit` the datagrams are only counted, and of a flow's `sizes` no more lengths
+  /// than that are told apart.
+  explicit FlowList(std::size_t limit, std::size_t sizes = std::numeric_limits<std::size_t>::max())
+      : limit_(limit), max_sizes_(sizes) {}
 
   /// Takes a record that holds a datagram; the place of its flow in Flows, or nothing beyond the limit.
   std::optional<std::size_t> Add(const UdpRecord& record);
@@ -50,6 +53,7 @@ class FlowList {
       std::tuple<std::uint16_t, std::uint32_t, std::uint16_t, std::uint32_t, std::optional<Skip>>;
 
   std::size_t limit_;
+  std::size_t max_sizes_;
   std::vector<Flow> flows_;
   std::map<Key, std::size_t> places_;  // index into flows_
   std::uint64_t in_further_flows_ = 0;

@@ -33,6 +33,7 @@ struct FrameChoice {
   std::optional<std::uint64_t> frames;  ///< so many and no more; nothing: all
   bool partial = false;                 ///< the first one too, which had begun before
   std::string source;                   ///< IPv4 address of the sensor; empty: any sender
+  std::uint32_t socket_buffer = 0;      ///< [bytes] asked of the system; 0: the driver's own
   bool lenient = false;                 ///< replies with its calibration are taken as they come
 };
 
@@ -73,6 +74,7 @@ class DriverSource : public LiveSource {
     driver_.RegisterImuCallBack([this](const std::shared_ptr<lidar::ImuMsg>&) { TakeImu(); },
                                 [] { return std::make_shared<lidar::ImuMsg>(); });
     driver_.SetStrictUpload(!choice_.lenient);
+    driver_.SetSocketBuffer(choice_.socket_buffer);
     calibrated_ = param.param_source == 0;
     origin_ = OriginOf(param);
     return driver_.SetSourceAddress(choice_.source) && driver_.InitDriver(param) && driver_.Start();

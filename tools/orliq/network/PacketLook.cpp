@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t kMaxInterfaces = 32;
 constexpr std::size_t kMaxFlows = 200;
+constexpr std::size_t kMaxSizes = 100;  // of a flow
 constexpr std::size_t kMaxClosed = 50;
 constexpr int kSnapBytes = 160;          // the headers, and how a payload begins
 constexpr int kRingBytes = 1024 * 1024;  // of an interface: 0.7 s of a fast sensor
@@ -76,7 +77,7 @@ class Sight {
     }
   }
 
-  FlowList flows_{kMaxFlows};
+  FlowList flows_{kMaxFlows, kMaxSizes};
   SeenPackets seen_;
 };
 

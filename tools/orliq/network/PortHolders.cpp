@@ -55,6 +55,7 @@ std::string PortHolder::Text() const {
 std::vector<PortHolder> PortHolders(std::uint16_t port) {
   const auto sockets = ForeignSocketsOf(port);
   std::vector<PortHolder> holders;
+  holders.reserve(sockets.size());
   for (const ForeignSocket& socket : sockets)
     holders.push_back({socket.address, socket.user, 0, {}});
   if (holders.empty()) return holders;

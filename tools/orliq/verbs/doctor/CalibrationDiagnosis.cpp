@@ -51,6 +51,27 @@ std::string ClosedText(const Case& subject) {
          (found->second == 1 ? " time" : " times") + " that no program has that port";
 }
 
+HealthFinding SilentUpload(const Case& subject) {
+  return {Severity::kProblem,
+          "upload_silent",
+          "the sensor does not hand out its calibration",
+          ClosedText(subject),
+          UploadAdvice(subject.sensor.calibration.request, subject.Packets().upload),
+          {}};
+}
+
+/// Without --model nobody has said that this sensor is to be decoded: then it is a note.
+HealthFinding Missing(const Case& subject, const Model& model) {
+  return {subject.sensor.model != nullptr ? Severity::kProblem : Severity::kNote,
+          "calibration_missing",
+          std::string(model.name) + " needs calibration: without, " + kWithoutTables,
+          "",
+          "Name its folder with " + subject.remarks.Setting("check-folder") +
+              ", or the sensor's address and port for it with " +
+              subject.remarks.Setting("params-from") + '.',
+          {}};
+}
+
 void DiagnoseUpload(const Case& subject, const Model& model, HealthFindings& findings) {
   const CalibrationFacts& facts = subject.sensor.calibration;
   const lidar::UploadStatistics& upload = subject.Packets().upload;
@@ -71,12 +92,7 @@ void DiagnoseUpload(const Case& subject, const Model& model, HealthFindings& fin
                         "Listen for longer with --seconds.",
                         {}});
   } else {
-    findings.push_back({Severity::kProblem,
-                        "upload_silent",
-                        "the sensor does not hand out its calibration",
-                        ClosedText(subject),
-                        UploadAdvice(facts.request, upload),
-                        {}});
+    findings.push_back(SilentUpload(subject));
   }
 }
 
@@ -111,14 +127,7 @@ void DiagnoseCalibration(const Case& subject, HealthFindings& findings) {
   } else if (facts.folder) {
     DiagnoseFolder(subject, *model, findings);
   } else if (!facts.request.Asks()) {
-    findings.push_back({sensor.model != nullptr ? Severity::kProblem : Severity::kNote,
-                        "calibration_missing",
-                        std::string(model->name) + " needs calibration: without, " + kWithoutTables,
-                        "",
-                        "Name its folder with " + subject.remarks.Setting("check-folder") +
-                            ", or the sensor's address and port for it with " +
-                            subject.remarks.Setting("params-from") + '.',
-                        {}});
+    findings.push_back(Missing(subject, *model));
   } else if (sensor.driven != nullptr && sensor.no_port.empty()) {
     DiagnoseUpload(subject, *model, findings);
   }

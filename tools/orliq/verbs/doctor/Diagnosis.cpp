@@ -2,6 +2,7 @@
 #include "orliq/verbs/doctor/Diagnosis.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "orliq/terminal/NumberText.h"
 
@@ -46,6 +47,10 @@ std::string ShareText(std::uint64_t part, std::uint64_t all) {
   const double share =
       all == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(all);
   return Fixed(share, share < 0.1 ? 3 : 1) + " %";
+}
+
+std::string Rounded(double number) {
+  return Grouped(static_cast<std::uint64_t>(std::llround(number)));
 }
 
 const Model* LikelyModel(const Flow& flow) {

@@ -46,6 +46,9 @@ void DiagnoseClock(const Case& subject, HealthFindings& findings);
 /// "50.0 %", "0.02 %"
 std::string ShareText(std::uint64_t part, std::uint64_t all);
 
+/// A number that is not negative, as a whole one: "7,680".
+std::string Rounded(double number);
+
 /// The model whose packets a flow has, as far as they tell; null when they do not.
 const Model* LikelyModel(const Flow& flow);
 

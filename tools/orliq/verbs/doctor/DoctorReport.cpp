@@ -16,7 +16,8 @@ constexpr const char* kColours[] = {"\033[1m\033[32m", "\033[1m\033[33m", "\033[
 constexpr char kPlain[] = "\033[0m";
 
 std::string Coloured(Severity severity, const std::string& text, bool colours) {
-  return colours ? kColours[static_cast<std::size_t>(severity)] + text + kPlain : text;
+  if (!colours) return text;
+  return std::string(kColours[static_cast<std::size_t>(severity)]).append(text).append(kPlain);
 }
 
 std::string Head(const std::string& word) {
@@ -31,7 +32,9 @@ std::string FindingText(const HealthFinding& finding, bool colours) {
   text = Coloured(finding.severity, name, colours) + text.substr(name.size());
   if (!finding.evidence.empty()) text += Wrapped(indent + "seen: ", finding.evidence, kColumns);
   if (!finding.advice.empty()) text += Wrapped(indent + "do: ", finding.advice, kColumns);
-  for (const std::string& command : finding.commands) text += indent + "    " + command + '\n';
+  for (const std::string& command : finding.commands) {
+    text.append(indent).append("    ").append(command).append("\n");
+  }
   return text;
 }
 

@@ -23,6 +23,7 @@ namespace {
 constexpr double kLook = 1.0;  // [s] of the plain socket, at most a fifth of all
 constexpr std::chrono::milliseconds kPatience{50};
 constexpr std::size_t kMaxFlows = 100;  // of a port
+constexpr std::size_t kMaxSizes = 100;  // of a flow
 
 class Stopwatch {
  public:
@@ -112,7 +113,7 @@ class Listener {
   /// For a short time; as long as it takes when only the packets can tell the model.
   void Look() {
     const double look = std::min(kLook, seconds_ / 5);
-    FlowList flows(kMaxFlows);
+    FlowList flows(kMaxFlows, kMaxSizes);
     while (!Over(look) || (sensor_.model == nullptr && flows.Flows().empty() && !Over(seconds_))) {
       if (const auto datagram = receiver_->Receive(kPatience)) flows.Add(RecordOf(*datagram));
     }
@@ -172,12 +173,14 @@ std::string ThisProgram() {
 std::vector<Observation> ListenToAll(const std::vector<ConfiguredSensor>& sensors, double seconds,
                                      bool lenient) {
   std::vector<std::future<Observation>> listeners;
+  listeners.reserve(sensors.size());
   for (const ConfiguredSensor& sensor : sensors) {
     listeners.push_back(std::async(std::launch::async, [&sensor, seconds, lenient] {
       return Listener(sensor, seconds, lenient).Listen();
     }));
   }
   std::vector<Observation> seen;
+  seen.reserve(sensors.size());
   for (auto& listener : listeners) seen.push_back(listener.get());
   return seen;
 }

@@ -101,15 +101,14 @@ void AddShortFrames(const Case& subject, HealthFindings& findings) {
   const auto& packets = subject.Packets();
   if (packets.short_frames <= 1 || packets.frames <= 1) return;
   const double expected = ExpectedRate(subject);
-  const std::string rate = Grouped(static_cast<std::uint64_t>(PacketsPerSecond(subject) + 0.5));
+  const std::string rate = Rounded(PacketsPerSecond(subject));
   findings.push_back(
       {Severity::kProblem,
        "short_frames",
        "frames come incomplete",
        Grouped(packets.short_frames - 1) + " of " + Grouped(packets.frames - 1) +
            " whole frames lack measurements; " + rate + " packets/s came" +
-           (expected > 0.0 ? ", of " + Grouped(static_cast<std::uint64_t>(expected + 0.5)) +
-                                 " for whole frames at " +
+           (expected > 0.0 ? ", of " + Rounded(expected) + " for whole frames at " +
                                  Fixed(subject.sensor.counts.frames.Rate(), 1) + " frames/s"
                            : std::string()),
        packets.dropped_by_kernel > 0  ? "Mend the loss in this machine first."

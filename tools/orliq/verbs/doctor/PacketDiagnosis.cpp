@@ -37,17 +37,20 @@ std::string LooksText(const Flow& flow) {
          HexBytes(flow.first_bytes.data(), flow.first_bytes.size());
 }
 
+/// How what came looks beside the packets of the model; by the driver alone when `flow` is null.
+std::string BesideText(const Case& subject, const Flow* flow, const Model& model) {
+  const std::size_t last = subject.Packets().last_refused_length;
+  return (flow != nullptr ? LooksText(*flow) : "the last had " + std::to_string(last) + " bytes") +
+         "; those of " + model.name + " have " + BytesText(model);
+}
+
 /// Nothing that came is of the model that the user named.
 HealthFinding WrongModel(const Case& subject) {
   const Model& model = *subject.sensor.driven;
   const Flow* const flow = Busiest(subject.sensor);
   const std::string fits =
       flow != nullptr ? FitText(*flow) : ModelsOfLength(subject.Packets().last_refused_length);
-  const std::string looks =
-      (flow != nullptr
-           ? LooksText(*flow)
-           : "the last had " + std::to_string(subject.Packets().last_refused_length) + " bytes") +
-      "; those of " + model.name + " have " + BytesText(model);
+  const std::string looks = BesideText(subject, flow, model);
   if (fits.empty() || fits == "none") {
     return {Severity::kProblem,
             "unknown_packets",
@@ -121,15 +124,20 @@ double Rate(const Case& subject) {
   return seconds > 0.0 ? static_cast<double>(subject.Packets().received) / seconds : 0.0;
 }
 
+HealthFinding Stall(const std::string& text, std::uint64_t packets) {
+  return {Severity::kProblem,
+          "stalled",
+          text,
+          Count(packets, "packet") + " until then",
+          "Check the sensor's power and cable.",
+          {}};
+}
+
 void AddStall(const Case& subject, HealthFindings& findings) {
   const double age = subject.Packets().last_packet_age_s;
   if (age < kStall) return;
-  findings.push_back({Severity::kProblem,
-                      "stalled",
-                      "packets came, but none in the last " + Fixed(age, 1) + " s",
-                      Count(subject.Packets().received, "packet") + " until then",
-                      "Check the sensor's power and cable.",
-                      {}});
+  findings.push_back(Stall("packets came, but none in the last " + Fixed(age, 1) + " s",
+                           subject.Packets().received));
 }
 
 /// Without --model the packets tell it, or they do not.
@@ -166,18 +174,13 @@ void DiagnosePackets(const Case& subject, HealthFindings& findings) {
     return;
   }
   if (packets.received == 0) {
-    findings.push_back({Severity::kProblem,
-                        "stalled",
-                        "packets came, but only at the beginning",
-                        Count(subject.Counted(), "packet") + " in the first second",
-                        "Check the sensor's power and cable.",
-                        {}});
+    findings.push_back(Stall("packets came, but only at the beginning", subject.Counted()));
     return;
   }
   findings.push_back({Severity::kOk, "packets",
                       Count(packets.decoded, std::string(subject.sensor.driven->name) + " packet") +
-                          ", " + Grouped(static_cast<std::uint64_t>(Rate(subject) + 0.5)) +
-                          " packets/s, from " + SenderText(packets.first_sender)});
+                          ", " + Rounded(Rate(subject)) + " packets/s, from " +
+                          SenderText(packets.first_sender)});
   AddUnlike(subject, findings);
   AddForeign(subject, findings);
   AddSenders(subject, findings);

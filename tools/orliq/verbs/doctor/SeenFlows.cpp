@@ -2,6 +2,8 @@
 #include "orliq/verbs/doctor/SeenFlows.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "orliq/capture/SurveyText.h"
 #include "orliq/network/HostNetwork.h"
@@ -85,7 +87,8 @@ class Sighting {
 HealthFinding OtherPort(const Case& subject, const Sighting& sighting) {
   const std::string came = std::to_string(sighting.Of().port);
   const std::string wanted = std::to_string(subject.sensor.port);
-  const Model* const model = LikelyModel(sighting.Of());
+  const Model* const named = subject.sensor.model;
+  const Model* const model = named != nullptr ? named : LikelyModel(sighting.Of());
   return {Severity::kProblem,
           "other_port",
           (model != nullptr ? std::string(model->name) + " packets" : "packets of a sensor") +
@@ -124,8 +127,8 @@ HealthFinding Hindered(const Sighting& sighting, const char* kind, const char* t
   return {Severity::kProblem, kind, text, sighting.Evidence(), advice, std::move(commands)};
 }
 
-HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
-  const StackCounters& stack = subject.machine.stack;
+/// By the way in which they come; nothing when that is good.
+std::optional<HealthFinding> Unreadable(const Sighting& sighting) {
   if (sighting.Of().hindrance == Skip::kVlan) {
     return Hindered(sighting, "vlan", "packets come with a VLAN tag that no interface takes off",
                     "Set up an interface for that VLAN, N being its number:",
@@ -140,6 +143,12 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
     return Hindered(sighting, "fragments", "packets come in pieces, and never all pieces of one",
                     "Find what splits them: a link on the way with an MTU below 1,500 bytes.");
   }
+  return {};
+}
+
+HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
+  const StackCounters& stack = subject.machine.stack;
+  if (auto unreadable = Unreadable(sighting)) return std::move(*unreadable);
   if (stack.reverse_path > 0) {
     return Hindered(
         sighting, "reverse_path",
@@ -153,7 +162,7 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
                     "Check the cable and the switch, and the sensor's firmware.");
   }
   return Hindered(sighting, "filtered",
-                  "packets reach this machine but no program: a firewall drops them",
+                  "packets reach this machine but no program: most likely a firewall drops them",
                   "Let UDP to that port in. The rules are shown by one of:",
                   {"sudo nft list ruleset", "sudo iptables -nL INPUT"});
 }

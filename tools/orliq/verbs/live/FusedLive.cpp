@@ -163,7 +163,7 @@ void RequireUploads(const FusedTally& tally, bool lenient) {
 }
 
 /// What the losses of all sensors mean.
-void Explain(const FusedTally& tally, const Console& console) {
+void Explain(const FusedTally& tally, std::uint32_t socket_buffer, const Console& console) {
   lidar::DriverStatistics all;
   for (const SensorCounts& sensor : tally.counts.sensors) {
     all.dropped_by_kernel += sensor.packets.dropped_by_kernel;
@@ -171,7 +171,7 @@ void Explain(const FusedTally& tally, const Console& console) {
     all.refused_identifier += sensor.packets.refused_identifier;
     all.socket_buffer_bytes = sensor.packets.socket_buffer_bytes;  // the same for each
   }
-  ExplainLosses(all, console);
+  ExplainLosses(all, socket_buffer, console);
 }
 
 }  // namespace
@@ -184,7 +184,7 @@ ExitCode RunFusedLive(const FusedOptions& options, Console& console) {
   console.Print(tally.MakeReport());
   RequireTables(tally);
   RequirePackets(tally, console);
-  Explain(tally, console);
+  Explain(tally, options.choice.socket_buffer, console);
   RequireUploads(tally, options.choice.lenient);
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }

@@ -65,6 +65,7 @@ class MultiDriverSource : public FusedSource {
         [this](const std::shared_ptr<Cloud>& cloud) { TakeCloud(cloud); },
         [this] { return pool_->Take(); });
     driver_.SetStrictUpload(!choice_.lenient);
+    driver_.SetSocketBuffer(choice_.socket_buffer);
     return driver_.InitDriver({0, params_.size(), params_.data()}) && driver_.Start();
   }
 

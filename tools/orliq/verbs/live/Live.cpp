@@ -129,7 +129,7 @@ ExitCode RunOne(Options options, Console& console) {
     throw MissingTables(model, tally.refused_tables, "no frame was decoded with them");
   }
   RequirePackets(options, tally, console);
-  ExplainLosses(tally.counts.packets, console);
+  ExplainLosses(tally.counts.packets, options.choice.socket_buffer, console);
   if (LacksTables(tally.counts.packets)) {
     throw UploadFailure(options.upload, tally.counts.packets.upload, tally.reception.seconds,
                         "live ended, no frame was decoded with it");
@@ -176,6 +176,10 @@ void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
   command.add_flag("--partial", choice.partial,
                    "count and write the first frame too, of which the beginning is missing");
   AddSourceOption(command, choice.source);
+  command
+      .add_option("--socket-buffer", choice.socket_buffer,
+                  "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
+      ->check(Within(1, 1 << 30));
 }
 
 void AddConfigOption(CLI::App& command, std::string& config) {

@@ -94,8 +94,14 @@ std::string NoFrameText(std::uint64_t packets, const Model& model) {
          " (orliq info tells what recorded ones look like)";
 }
 
-void ExplainLosses(const lidar::DriverStatistics& packets, const Console& console) {
-  if (packets.dropped_by_kernel > 0) console.Note(BufferAdvice(packets.socket_buffer_bytes));
+void ExplainLosses(const lidar::DriverStatistics& packets, std::uint32_t socket_buffer,
+                   const Console& console) {
+  if (packets.dropped_by_kernel > 0) {
+    console.Note(socket_buffer == 0 ? BufferAdvice(packets.socket_buffer_bytes)
+                                    : "the system dropped packets from the receive buffer that "
+                                      "--socket-buffer asked for: without it a larger one is asked "
+                                      "for");
+  }
   if (packets.refused_length + packets.refused_identifier > 0) {
     console.Note(
         "packets of other kinds came to the port: orliq record keeps them, and orliq info "

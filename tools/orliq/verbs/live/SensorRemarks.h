@@ -71,7 +71,8 @@ std::string MixedSendersText(const lidar::DriverStatistics& packets, const Remar
 /// That packets come but end no frame.
 std::string NoFrameText(std::uint64_t packets, const Model& model);
 
-/// Says what packets that were lost or refused mean.
-void ExplainLosses(const lidar::DriverStatistics& packets, const Console& console);
+/// Says what packets that were lost or refused mean; `socket_buffer` is what the user asked for.
+void ExplainLosses(const lidar::DriverStatistics& packets, std::uint32_t socket_buffer,
+                   const Console& console);
 
 }  // namespace orliq::cli
