@@ -13,7 +13,8 @@ void Tick(SensorClock& clock, int seconds, double behind, double ppm,
           const std::function<double(int)>& way_us) {
   for (int i = 0; i < seconds * 10; ++i) {
     const std::uint64_t sent_ns = static_cast<std::uint64_t>(i) * 100'000'000;
-    const double told = static_cast<double>((kStart + sent_ns) / 1000) * 1e-6 - behind -
+    const std::uint64_t sent_us = (kStart + sent_ns) / 1000;
+    const double told = static_cast<double>(sent_us) * 1e-6 - behind -
                         static_cast<double>(sent_ns) * 1e-9 * ppm * 1e-6;
     clock.Note(kStart + sent_ns + static_cast<std::uint64_t>(way_us(i) * 1e3), told);
   }
