@@ -37,21 +37,22 @@ class FrameCounts {
     points_.Add(cloud->points.size());
   }
 
-  /// Stores these counts, and before them, against the way of a packet, those of the decoder.
+  /// Stores these counts and those of the decoder: against the way of a packet, so that none exceeds
+  /// the one that it is a part of.
   template <typename T>
   void Count(const Decoder<T>& decoder, DriverStatistics& statistics) const {
     const auto& counts = decoder.Counts();
-    statistics.decoded = counts.decoded.Value();
-    statistics.refused_length = counts.refused_length.Value();
-    statistics.refused_identifier = counts.refused_identifier.Value();
-    statistics.last_refused_length = counts.last_refused_length.Value();
-    statistics.returns = counts.returns.Value();
-    statistics.gated = counts.gated.Value();
-    statistics.filtered = counts.filtered.Value();
-    statistics.skipped_packets = counts.skipped.Value();
-    statistics.frames = frames_.Value();
     statistics.points = points_.Value();
+    statistics.frames = frames_.Value();
     statistics.short_frames = short_frames_.Value();
+    statistics.filtered = counts.filtered.Value();
+    statistics.gated = counts.gated.Value();
+    statistics.returns = counts.returns.Value();
+    statistics.skipped_packets = counts.skipped.Value();
+    statistics.refused_identifier = counts.refused_identifier.Value();
+    statistics.refused_length = counts.refused_length.Value();
+    statistics.last_refused_length = counts.last_refused_length.Value();
+    statistics.decoded = counts.decoded.Value();
   }
 
  private:

@@ -75,10 +75,16 @@ void PacketFlow::Enqueue(std::size_t count) {
 void PacketFlow::Announce(bool at_once) {
   if (unannounced_ == 0) return;
   const std::uint64_t now = NowNs();  // after they were queued, so that none is left behind
-  if (!at_once && unannounced_ < kEnough && now - announced_ns_ < kLongestDelayNs) return;
+  if (!at_once && unannounced_ < Enough() && now - announced_ns_ < kLongestDelayNs) return;
   unannounced_ = 0;
   announced_ns_ = now;
   WakeDecoder();
+}
+
+/// Where a limit gives the oldest up there is no room for many to wait for a wake-up.
+std::uint64_t PacketFlow::Enough() const {
+  const std::uint64_t limit = packets_.max_size;
+  return limit == 0 ? kEnough : std::clamp<std::uint64_t>(limit / 2, 1, kEnough);
 }
 
 void PacketFlow::WaitForPackets() {

@@ -63,6 +63,7 @@ class PacketFlow {
   int TakeWaiting(Input& input, const Bound& shows_bound);
   void Enqueue(std::size_t count);
   void Announce(bool at_once);
+  std::uint64_t Enough() const;
   std::shared_ptr<Buffer> GetBuffer();
   void DropBeyondLimit();
 

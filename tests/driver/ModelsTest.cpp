@@ -64,6 +64,8 @@ TEST_P(Models, FramesAreTheSameLiveAndPlayedBitForBit) {
   ASSERT_TRUE(playback.driver->GetStatistics(s));
   EXPECT_EQ(s.points, std::accumulate(model.played.begin(), model.played.end(), std::size_t{0}));
   EXPECT_EQ(s.frames, model.played.size());
+  const std::uint64_t kept = s.points + s.filtered + (sensor.keeps_gated_points ? 0 : s.gated);
+  EXPECT_EQ(s.returns, sensor.decodes_points ? kept : 0U);
   EXPECT_EQ(s.short_frames, sensor.type == LidarType::Corvik ? 1U : 0U)
       << "ended by the first packet";
 

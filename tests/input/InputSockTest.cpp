@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <fstream>
 
 #include "support/Loopback.h"
@@ -121,14 +122,22 @@ TEST_F(InputSockTest, ABatchFillsTheBuffersInOrderAndNeverPastTheirEnd) {
   EXPECT_EQ(sock.RecvBatchPackets(buffers, 0, 1546), -1);
   EXPECT_EQ(sock.RecvBatchPackets(buffers, 64, 1546), 0) << "nothing is waiting";
   buffers[1] = std::make_shared<Buffer>(8);
+  const auto now = [] {
+    const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(std::chrono::nanoseconds(since_1970).count());
+  };
+  const std::uint64_t before = now();
   for (std::uint8_t i = 0; i < 70; ++i) Send(20, i);
   EXPECT_EQ(sock.RecvBatchPackets(buffers, 100, 1546), 64);
+  EXPECT_TRUE(before <= buffers[63]->arrival_ns && buffers[63]->arrival_ns <= now());
   for (std::uint8_t i = 0; i < 64; ++i) EXPECT_EQ(buffers[i]->data[0], i);
   EXPECT_EQ(buffers[0]->length, 20U);
   EXPECT_EQ(buffers[1]->length, 8U);
   buffers.resize(2);
   EXPECT_EQ(sock.RecvBatchPackets(buffers, 64, 1546), 2) << "one for each buffer";
   EXPECT_EQ(sock.RecvBatchPackets(buffers, 1, 1546), 1);
+  EXPECT_EQ(sock.RecvPacket(buffers[0], 1546, nullptr, true), 20);
+  EXPECT_EQ(buffers[0]->arrival_ns, 0U) << "of this one nobody was asked";
 }
 
 TEST_F(InputSockTest, EveryDatagramIsReceivedOrCountedAsDropped) {

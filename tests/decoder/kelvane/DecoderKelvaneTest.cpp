@@ -102,7 +102,7 @@ TEST(KelvaneFrame, EndsWhenTheSequenceNumberFallsByMoreThanTen) {
 }
 
 TEST(KelvaneFrame, IsHandedOutBeforeTheNextOnesFirstPoints) {
-  Probe<PointTime> probe;
+  Probe<PointTime> probe({0.5F, 100.0F, -90.0F, 90.0F, -90.0F, 90.0F, {}});
   probe.Decode(Packet(100));
   EXPECT_TRUE(probe.Decode(Packet(1)));
   ASSERT_EQ(probe.frames.size(), 1U);
@@ -112,6 +112,10 @@ TEST(KelvaneFrame, IsHandedOutBeforeTheNextOnesFirstPoints) {
   EXPECT_EQ(probe.last_rings, 1);
   probe.decoder.EnableFinallyFrame();
   EXPECT_EQ(probe.frames[1]->points.size(), 260U);
+  probe.Decode(Packet(4).Azimuth(9001));
+  probe.Decode(Packet(5).Record(9, 0, 7));
+  EXPECT_EQ(probe.decoder.Counts().skipped.Value(), 2U);
+  EXPECT_EQ(probe.decoder.Counts().gated.Value(), 261U);
 
   DecoderKelvane<PointCloud<Point>> alone({});
   const auto cloud = std::make_shared<PointCloud<Point>>();
