@@ -42,12 +42,14 @@ struct ORLIQ_API DriverStatistics {
   PacketSender first_sender;              ///< whose datagram came first, chosen or not
   PacketSender other_sender;              ///< the latest one that is not the first
   std::uint64_t of_other_senders = 0;     ///< datagrams, all of them, that are not of the first
-  std::uint64_t returns = 0;              ///< measurements in the decoded packets
-  std::uint64_t gated = 0;                ///< of them without a range or outside the limits
-  std::uint64_t filtered = 0;             ///< of them taken out by the radius filter
-  std::uint64_t frames = 0;               ///< clouds handed to the consumer
-  std::uint64_t points = 0;               ///< in those clouds
-  std::uint64_t short_frames = 0;     ///< frames of fewer returns than the model's whole frame has
+  std::uint64_t returns = 0;  ///< measurements in the decoded packets; none of a model without
+  /// Of them null, which is a Juniq's range that is not positive, or outside the limits. A range of 0 is
+  /// within a `min_distance` of 0.
+  std::uint64_t gated = 0;
+  std::uint64_t filtered = 0;         ///< of them taken out by the radius filter
+  std::uint64_t frames = 0;           ///< clouds handed to the consumer
+  std::uint64_t points = 0;           ///< in those clouds
+  std::uint64_t short_frames = 0;     ///< of fewer returns than a whole one, consumed or not
   std::uint64_t skipped_packets = 0;  ///< by the sequence numbers that only a Kelvane sends
   UploadStatistics upload;            ///< of the calibration, when it comes from the sensor
   ClockStatistics clock;              ///< the sensor's against this machine's

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <thread>
 
 namespace orliq::lidar {
 namespace {
@@ -65,7 +66,8 @@ void UdpSocket::WaitReadOr(const WakeDescriptor& wake) const {
   // A timeout costs as much as the rest of the wait: a timer that is set and cleared each time.
   const bool somebody_wakes = IsOpen() && wake.Descriptor() >= 0;
   const timespec time = TimeSpec(kLookAgain);
-  ::ppoll(descriptors, 2, somebody_wakes ? nullptr : &time, nullptr);
+  const int ready = ::ppoll(descriptors, 2, somebody_wakes ? nullptr : &time, nullptr);
+  if (ready < 0 && errno != EINTR) std::this_thread::sleep_for(kLookAgain);
 }
 
 /// A process with more than a thousand descriptors is beyond what select can name, so it is ppoll.

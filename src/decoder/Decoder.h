@@ -62,6 +62,10 @@ class Decoder {
     return false;
   }
 
+  /// Tells that the next packet does not follow the last one, as where a capture is read from elsewhere:
+  /// what counts lost packets begins anew. Frames and points do not depend on it.
+  virtual void NoteJump() {}
+
   /// Checks length and identifier, then decodes. A refused packet is printed each time and reported
   /// to the error callback at most once in two seconds per kind; it returns false.
   bool ProcessMsopPacket(const std::uint8_t* pkt, std::size_t size, std::uint16_t start);
@@ -91,7 +95,7 @@ class Decoder {
     Counter decoded, refused_length, refused_identifier;
     Counter last_refused_length;  // [bytes]
     Counter returns;              // that were measured, whatever became of them
-    Counter gated;                // of them, without a range or outside the limits
+    Counter gated;                // of them, null or outside the limits
     Counter filtered;             // of them, taken out by the radius filter
     Counter skipped;              // packets that their sequence numbers miss
   };

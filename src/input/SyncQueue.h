@@ -36,10 +36,11 @@ struct SyncQueue {
     {
       const std::lock_guard<std::mutex> lock(mutex);
       std::for_each(first, first + count, [this](const T& item) { items.Push(item); });
-      size = items.size();
-      // Those beyond a limit are given up at once.
+      const std::uint64_t now = items.size();
+      // Those beyond a limit are given up at once. Before `size`, which nobody is to see larger.
       const std::uint64_t limit = max_size;
-      most = std::max(most.load(), limit == 0 ? size.load() : std::min(size.load(), limit));
+      most = std::max(most.load(), limit == 0 ? now : std::min(now, limit));
+      size = now;
     }
     not_empty.notify_one();
     return true;

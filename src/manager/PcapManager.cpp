@@ -157,6 +157,7 @@ bool PcapManager<T>::Impl::WaitForFrame(std::optional<FramePosPackage>& requeste
 template <typename T>
 void PcapManager<T>::Impl::BeginFrame(const FramePosPackage& frame) {
   if (reader.PlayAt(frame.position) <= 0) return;
+  decoder->NoteJump();
   // The returns before that are not decoded again are of the frame before, or of both.
   counts.Begin(*decoder, marks_begin_frames ? frame.split_value : 0);
   Decode(frame.split_value);

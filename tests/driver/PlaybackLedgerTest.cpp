@@ -168,5 +168,22 @@ TEST_F(PlaybackLedger, ADamagedRecordIsTold) {
   EXPECT_EQ(Statistics().capture.played.damaged, 1U);
 }
 
+TEST(KelvaneLedger, CountsTheGapsOfAFrameThatIsPlayedAgainAndNoOther) {
+  const test::TempDir dir;
+  CaptureBuilder capture;
+  for (const unsigned sequence : {701, 702, 704, 1}) {
+    Bytes packet(1084);
+    const unsigned begin[] = {0x55, 0xAA, 0x5A, 0xA5, sequence >> 8, sequence & 0xFF};
+    std::copy(std::begin(begin), std::end(begin), packet.begin());
+    capture.Udp(packet);
+  }
+  test::Playback<Point> probe;
+  ASSERT_EQ(probe.Open(probe.Param(capture.Write(dir / "c.pcap"), "", LidarType::Kelvane)), 2);
+  ASSERT_TRUE(probe.Play(0) != nullptr && probe.Play(0) != nullptr);
+  DriverStatistics s;
+  ASSERT_TRUE(probe.driver->GetStatistics(s));
+  EXPECT_EQ(s.skipped_packets, 2U);
+}
+
 }  // namespace
 }  // namespace orliq::lidar

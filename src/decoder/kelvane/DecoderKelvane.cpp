@@ -61,6 +61,7 @@ struct DecoderKelvane<T_PointCloud>::Impl {
   explicit Impl(DecoderKelvane* decoder);
 
   bool DecodeMsopPacket(const std::uint8_t* pkt, std::size_t size);
+  void CountGap(const KelvaneMsop* msop);
   void DecodeRecords(const KelvaneMsop& msop);
   void MeasureRange(const KelvaneRecord* records);
   void Select(const Column* face, ColumnWalk walk);
@@ -94,14 +95,21 @@ DecoderKelvane<T_PointCloud>::Impl::Impl(DecoderKelvane* decoder) : owner(decode
 template <typename T_PointCloud>
 bool DecoderKelvane<T_PointCloud>::Impl::DecodeMsopPacket(const std::uint8_t* pkt,
                                                           std::size_t size) {
+  CountGap(PacketAs<KelvaneMsop>(pkt, size));
   const KelvaneMsop* const msop = Open(pkt, size);
   if (msop == nullptr) return false;
   const bool new_frame = window.Take(msop->sequence) == SequenceWindow::Outcome::NewFrame;
-  gaps.Take(SequenceWindow::IndexOf(msop->sequence));
-  owner->counts_.skipped.Set(gaps.Skipped());
   if (new_frame) owner->EndFrame(NO_TIME);
   DecodeRecords(*msop);
   return new_frame;
+}
+
+/// One to be ignored has come as well.
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::Impl::CountGap(const KelvaneMsop* msop) {
+  if (msop == nullptr) return;
+  gaps.Take(SequenceWindow::IndexOf(msop->sequence));
+  owner->counts_.skipped.Set(gaps.Skipped());
 }
 
 template <typename T_PointCloud>
@@ -191,6 +199,11 @@ bool DecoderKelvane<T_PointCloud>::SplitFrame(const std::uint8_t* pkt, std::size
   if (impl_->window.Take(msop->sequence) != SequenceWindow::Outcome::NewFrame) return false;
   start = 0;
   return true;
+}
+
+template <typename T_PointCloud>
+void DecoderKelvane<T_PointCloud>::NoteJump() {
+  impl_->gaps.NoteJump();
 }
 
 template <typename T_PointCloud>

@@ -29,6 +29,7 @@ class DecoderKelvane final : public Decoder<T_PointCloud> {
 
   /// Moves the same sequence window as DecodeMsopPacket. `start` becomes 0.
   bool SplitFrame(const std::uint8_t* pkt, std::size_t size, std::uint16_t& start) override;
+  void NoteJump() override;
   bool ShowsFrameBound(const std::uint8_t* pkt, std::size_t size) const override;
 
   /// Does nothing: the directions of this model are fixed.

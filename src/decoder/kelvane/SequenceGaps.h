@@ -18,8 +18,14 @@ class SequenceGaps {
       next_ = place + 1U;
       return;
     }
-    // The next ones have overtaken it. The latest once more, as a capture is played, fills no gap.
+    // The next ones have overtaken it. The latest once more fills no gap.
     if (place + 1U < (place < next_ ? next_ : before_) && skipped_ > 0) --skipped_;
+  }
+
+  /// The next packet follows none: what lies before it is not known to have been sent.
+  void NoteJump() {
+    begun_ = false;
+    before_ = 0;
   }
 
   std::uint64_t Skipped() const { return skipped_; }

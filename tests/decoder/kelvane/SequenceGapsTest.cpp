@@ -8,6 +8,8 @@
 namespace orliq::lidar {
 namespace {
 
+constexpr int kJump = -1;
+
 /// Places `first` to `last`, and then others.
 std::vector<int> Places(int first, int last, const std::vector<int>& then = {}) {
   std::vector<int> places;
@@ -41,10 +43,18 @@ TEST(SequenceGaps, CountPacketsThatDidNotCome) {
       {Places(0, 99, {0, 110, 111}), 109, "farther: an outage"},
       {Places(0, 99, {10, 105}), 104, "not after the eleventh place"},
       {{65530, 65535, 0, 1}, 4, "the last of all places"},
+      {Places(0, 99, {kJump, 700, 702}), 1, "read from elsewhere"},
+      {Places(0, 99, {0, kJump, 1, 105}), 103, "no frame is before then"},
   };
   for (const auto& row : rows) {
     SequenceGaps gaps;
-    for (const int place : row.places) gaps.Take(static_cast<std::uint16_t>(place));
+    for (const int place : row.places) {
+      if (place == kJump) {
+        gaps.NoteJump();
+      } else {
+        gaps.Take(static_cast<std::uint16_t>(place));
+      }
+    }
     EXPECT_EQ(gaps.Skipped(), row.skipped) << row.why;
   }
 }

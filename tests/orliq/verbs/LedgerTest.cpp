@@ -47,7 +47,7 @@ Ledger
   =     977  decoded
           5  missing by the sensor's numbers, wherever they were lost
      62,528  returns in them
-        528  of them without a range or outside the limits: at the origin
+        528  of them null or outside the limits: at the origin
   -      28  isolated: taken out by the radius filter
   -     500  of a frame that had not ended
   =  62,000  points in 2 frames, 1 of which are counted above
@@ -70,7 +70,7 @@ Ledger
   =     10  packets to the sensor's port
         10  packets played, all of them decoded, 2 of them shared by two frames
      2,600  returns in them
-  -    600  without a range or outside the limits
+  -    600  null or outside the limits
   =  2,000  points in 0 frames
 )");
 }

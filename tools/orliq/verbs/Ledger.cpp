@@ -102,24 +102,24 @@ LedgerSection PointSection(const Ledger& ledger) {
       "points in " + Count(counts.frames, "frame") +
       (same ? "" : ", " + Grouped(ledger.frames) + " of which are counted above");
   const std::string whole = Grouped(ledger.model->returns) + " returns";
-  return {"points",
-          "Points",
-          {{"returns", counts.returns, Sign::kWhole, "returns in them", "returns"},
-           {"at_origin", kept ? counts.gated : 0, Sign::kAside,
-            "of them without a range or outside the limits: at the origin", "at origin"},
-           {"left_out", kept ? 0 : counts.gated, Sign::kLess,
-            "without a range or outside the limits", "left out"},
-           {"filtered", counts.filtered, Sign::kLess, "isolated: taken out by the radius filter",
-            "filtered"},
-           {"unfinished", Unfinished(ledger), Sign::kLess,
-            ledger.of_capture ? "of packets decoded twice, or of a frame that did not end"
-                              : "of a frame that had not ended",
-            "unfinished"},
-           {"points", counts.points, Sign::kRest, in_frames, "points"},
-           {"frames", counts.frames, Sign::kAside, "", "frames"},
-           {"short_frames", counts.short_frames, Sign::kAside, "of these frames short of " + whole,
-            "short"}},
-          "returns in them, all of them " + in_frames};
+  return {
+      "points",
+      "Points",
+      {{"returns", counts.returns, Sign::kWhole, "returns in them", "returns"},
+       {"at_origin", kept ? counts.gated : 0, Sign::kAside,
+        "of them null or outside the limits: at the origin", "at origin"},
+       {"left_out", kept ? 0 : counts.gated, Sign::kLess, "null or outside the limits", "left out"},
+       {"filtered", counts.filtered, Sign::kLess, "isolated: taken out by the radius filter",
+        "filtered"},
+       {"unfinished", Unfinished(ledger), Sign::kLess,
+        ledger.of_capture ? "of packets decoded twice, or of a frame that did not end"
+                          : "of a frame that had not ended",
+        "unfinished"},
+       {"points", counts.points, Sign::kRest, in_frames, "points"},
+       {"frames", counts.frames, Sign::kAside, "", "frames"},
+       {"short_frames", counts.short_frames, Sign::kAside, "of these frames short of " + whole,
+        "short"}},
+      "returns in them, all of them " + in_frames};
 }
 
 const char* SignText(LedgerSign sign) {
