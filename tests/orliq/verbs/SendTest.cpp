@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "orliq/capture/CaptureFile.h"
+#include "orliq/verbs/simulate/SimulateOptions.h"
 #include "simulator/sending/ReplyFaults.h"
 #include "support/CaptureBuilder.h"
 #include "support/Loopback.h"
@@ -15,6 +16,7 @@
 namespace orliq::cli {
 namespace {
 
+using namespace std::chrono_literals;
 using nlohmann::json;
 using test::Bytes;
 using test::CaptureBuilder;
@@ -214,6 +216,20 @@ TEST_F(Send, ReplaysTheDatagramsOfACapture) {
   RunAndReceive("send c.pcap --speed 1000", 5);
   EXPECT_THAT(outcome_.err, HasSubstr("ends early after 6 good records"));
   EXPECT_EQ(received, (std::vector<Bytes>{a, c, b, {}, c}));
+}
+
+TEST(SimulatedClock, ShowsThePresentTimeWhenTheFirstPacketLeaves) {
+  SimulateOptions live;
+  CompleteSensorOptions(live, true);
+  const auto ahead = UntilStart(live);
+  EXPECT_TRUE(0ns < ahead && ahead <= 500ms);
+  SimulateOptions late = live;
+  late.sensor.start_time_s -= 1.0;
+  EXPECT_EQ(UntilStart(late), 0ns);
+  late.sensor.start_time_s += 1e6;
+  EXPECT_EQ(UntilStart(late), 500ms) << "the machine's clock was set back meanwhile";
+  live.start_time_s = live.sensor.start_time_s;
+  EXPECT_EQ(UntilStart(live), 0ns) << "chosen";
 }
 
 }  // namespace

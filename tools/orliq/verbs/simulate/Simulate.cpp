@@ -21,6 +21,8 @@ void RunWithProgress(Simulation& simulation, const Console& console) {
   if (!options.frames) {
     console.Note("sending to " + options.transmission.to + ", Ctrl-C ends");
   }
+  simulation.AwaitFirstFrame();
+  simulation.StartAt(sim::MonotonicClock().Now() + UntilStart(options));
   ProgressBar bar("simulating", options.frames.value_or(0), options.quiet || !options.frames);
   StatusLine line(options.quiet || options.frames, kStatusPause);
   simulation.Run([&] {

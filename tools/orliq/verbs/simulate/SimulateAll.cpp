@@ -50,7 +50,8 @@ class SensorGroup {
     }
     // They start together: when each has its first frame.
     for (const auto& simulation : simulations_) simulation->AwaitFirstFrame();
-    const sim::PaceClock::Time start = sim::MonotonicClock().Now();
+    const sim::PaceClock::Time start =
+        sim::MonotonicClock().Now() + UntilStart(plans_.front().options);
     for (const auto& simulation : simulations_) simulation->StartAt(start);
     if (Endless()) console_.Note("sending as " + SensorsText() + ", Ctrl-C ends");
     std::vector<std::future<void>> running;

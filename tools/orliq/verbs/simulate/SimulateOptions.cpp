@@ -15,6 +15,7 @@ namespace orliq::cli {
 namespace {
 
 constexpr double kLatestStart = 2.1e9;  // [s] the times of a capture end in the year 2038
+constexpr double kReadyAfter = 0.5;     // [s] for the first frames of several sensors
 
 double Now() {
   const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
@@ -248,9 +249,15 @@ void CompleteSimulateOptions(SimulateOptions& options) {
 void CompleteSensorOptions(SimulateOptions& options, bool live) {
   options.sensor.cycle_packets = options.cycle.value_or(options.sensor.cycle_packets);
   options.sensor.radius_filter = !options.no_radius_filter;
-  // A capture is to be the same each time; a sensor that is received lives now.
-  if (live) options.sensor.start_time_s = Now();
+  // A capture is to be the same each time; a sensor that is received lives now, once it is ready.
+  if (live) options.sensor.start_time_s = Now() + kReadyAfter;
   if (options.start_time_s) options.sensor.start_time_s = *options.start_time_s;
+}
+
+std::chrono::nanoseconds UntilStart(const SimulateOptions& options) {
+  if (options.start_time_s) return {};
+  const double rest = std::clamp(options.sensor.start_time_s - Now(), 0.0, kReadyAfter);
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(rest));
 }
 
 bool HasTrait(const std::string& model, bool sim::SensorTraits::*trait) {

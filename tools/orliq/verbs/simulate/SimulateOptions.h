@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -48,6 +49,10 @@ void FitToSensor(SimulateOptions& options, const sim::Sensor& sensor, const Cons
 
 /// Fills in what every sensor has; `live` if no capture is written.
 void CompleteSensorOptions(SimulateOptions& options, bool live);
+
+/// How long until this machine's clock shows the start time of a sensor that lives now: what it sends
+/// then has the present time. 0 for one whose start time was chosen.
+std::chrono::nanoseconds UntilStart(const SimulateOptions& options);
 
 /// Whether a model has what some lack.
 bool HasTrait(const std::string& model, bool sim::SensorTraits::*trait);
