@@ -21,6 +21,7 @@ constexpr std::size_t kMaxClosed = 50;
 constexpr int kSnapBytes = 160;          // the headers, and how a payload begins
 constexpr int kRingBytes = 1024 * 1024;  // of an interface: 0.7 s of a fast sensor
 constexpr int kBatchMs = 50;             // the system hands packets over so often
+constexpr int kMostAtOnce = 20000;       // so that a flood cannot keep the thread from its end
 // UDP, what replies that a port is closed, and later pieces of split packets, which hold no ports.
 constexpr char kFilter[] = "udp or icmp[icmptype] == icmp-unreach or ip[6:2] & 0x1fff != 0";
 
@@ -91,7 +92,8 @@ class InterfaceLook {
 
   void TakeAll(Sight& sight) {
     Target target = {sight, name_};
-    pcap_dispatch(capture_.get(), -1, &InterfaceLook::Take, reinterpret_cast<u_char*>(&target));
+    pcap_dispatch(capture_.get(), kMostAtOnce, &InterfaceLook::Take,
+                  reinterpret_cast<u_char*>(&target));
   }
 
   std::uint64_t Missed() const {

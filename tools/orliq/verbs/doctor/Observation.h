@@ -60,6 +60,7 @@ struct MachineState {
   SeenPackets seen;
   std::uint64_t largest_buffer = 0;  ///< [bytes] that a program may ask for; 0: not known
   std::vector<std::uint16_t> ports;  ///< of the sensors that are examined
+  std::vector<std::uint16_t> held;   ///< of those that `seen` tells of, which another program has
   std::string program;               ///< path of this one, for commands
 };
 
