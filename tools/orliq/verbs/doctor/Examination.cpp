@@ -98,6 +98,7 @@ class Listener {
     }
     NoteCalibration();
     if (seen_.driven != nullptr) Drive();
+    if (seen_.holders.empty()) seen_.holders = PortHolders(seen_.port);  // that came meanwhile
     return std::move(seen_);
   }
 

@@ -72,8 +72,11 @@ HealthFindings DiagnoseMachine(const MachineState& machine, bool silent) {
     findings.push_back(NotLookedAt(machine, silent));
   } else {
     findings.push_back({Severity::kOk, "packet_look",
-                        "the packets of all interfaces were looked at too: " +
-                            Count(machine.seen.flows.size(), "UDP flow")});
+                        "the packets of " + Count(machine.seen.interfaces_looked_at, "interface") +
+                            " were looked at too: " + Count(machine.seen.flows.size(), "UDP flow") +
+                            (machine.seen.missed > 0
+                                 ? "; " + Grouped(machine.seen.missed) + " came too fast for that"
+                                 : "")});
   }
   return findings;
 }

@@ -117,19 +117,21 @@ void AddSenders(const Case& subject, HealthFindings& findings) {
                       {}});
 }
 
-HealthFinding Stall(const std::string& text, std::uint64_t packets) {
+HealthFinding Stall(const Case& subject, const std::string& text, std::uint64_t packets) {
   return {Severity::kProblem,
           "stalled",
           text,
           Count(packets, "packet") + " until then",
-          "Check the sensor's power and cable.",
+          Rivals(subject.sensor).empty()
+              ? "Check the sensor's power and cable."
+              : "End the other program that has the port: it may get them now.",
           {}};
 }
 
 void AddStall(const Case& subject, HealthFindings& findings) {
   const double age = subject.Packets().last_packet_age_s;
   if (age < kStall) return;
-  findings.push_back(Stall("packets came, but none in the last " + Fixed(age, 1) + " s",
+  findings.push_back(Stall(subject, "packets came, but none in the last " + Fixed(age, 1) + " s",
                            subject.Packets().received));
 }
 
@@ -177,7 +179,8 @@ void DiagnosePackets(const Case& subject, HealthFindings& findings) {
   }
   if (packets.received == 0) {
     if (subject.sensor.seconds < kStall) return;  // interrupted
-    findings.push_back(Stall("packets came, but only at the beginning", subject.Counted()));
+    findings.push_back(
+        Stall(subject, "packets came, but only at the beginning", subject.Counted()));
     return;
   }
   findings.push_back({Severity::kOk, "packets", DecodedText(subject)});
