@@ -45,10 +45,11 @@ struct Facts {
     seen.model = seen.driven = &Named("kelvane");
     seen.port = 2368;
     seen.flows = {FlowOf("kelvane")};
-    seen.flow_seconds = seen.seconds = 1.0;
+    seen.flow_seconds = 1.0;
+    seen.seconds = 1.999;
     packets.received = packets.decoded = 1000;
     packets.socket_buffer_bytes = 1000 * 2304 / 4;  // for 0.25 s of these packets
-    packets.last_packet_age_s = 0.999;
+    packets.last_packet_age_s = 0.999;              // they came during one second
     packets.first_sender = {kSensor, 2368};
     seen.counts.frames.count = packets.frames = 10;
     seen.counts.frames.non_zero = 1;

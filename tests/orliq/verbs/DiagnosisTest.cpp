@@ -47,7 +47,18 @@ TEST(Diagnosis, PacketsTellTheModelAndTheSenders) {
          f.packets.other_source = 1000;
        },
        {"source_excludes_all"}},
-      {"a second without", [](Facts& f) { f.packets.last_packet_age_s = 1.0; }, {"stalled"}},
+      {"interrupted before the driver received",
+       [](Facts& f) {
+         f.seen.counts = {};
+         f.seen.seconds = 0.999;
+       },
+       {}},
+      {"a second without",
+       [](Facts& f) {
+         f.packets.last_packet_age_s = 1.0;
+         f.seen.seconds = 2.0;
+       },
+       {"stalled"}},
       {"no model named, and none known",
        [](Facts& f) {
          f.seen.model = f.seen.driven = nullptr;
@@ -108,6 +119,7 @@ TEST(Diagnosis, CalibrationAndClockOfTheSensor) {
       f.seen.calibration.request.sensor.port = 2400;
       f.packets.upload.state = state;
       f.packets.upload.received_bytes = bytes;
+      f.packets.upload.requests = bytes + 1;
     });
   };
   using State = lidar::UploadState;
@@ -121,6 +133,12 @@ TEST(Diagnosis, CalibrationAndClockOfTheSensor) {
        juniq([](Facts& f) { f.seen.calibration.suspicious = 1; }),
        {"note calibration_doubtful"}},
       {"silent", upload(State::Asking, 0), {"upload_silent"}},
+      {"never asked",
+       juniq([](Facts& f) {
+         f.seen.calibration.folder.reset();
+         f.seen.calibration.request.sensor.port = 2400;
+       }),
+       {"note upload_unfinished"}},
       {"on its way", upload(State::Receiving, 1), {"note upload_unfinished"}},
       {"there", upload(State::InUse, 100), {}},
       {"a Kelvane has none",

@@ -13,6 +13,8 @@ TEST(Diagnosis, SilenceIsExplainedByWhatReachedTheMachine) {
   vlan.hindrance = Skip::kVlan;
   Flow pieces = FlowOf("kelvane");
   pieces.hindrance = Skip::kFragment;
+  Flow ipv6 = FlowOf("kelvane", 0);
+  ipv6.hindrance = Skip::kIpv6;
   ExpectFaults({
       {"nothing at all", [](Facts& f) { f.Silence(); }, {"nothing_arrives"}},
       {"another port", [](Facts& f) { f.See(FlowOf("kelvane", kOwn, 2369)); }, {"other_port"}},
@@ -25,6 +27,19 @@ TEST(Diagnosis, SilenceIsExplainedByWhatReachedTheMachine) {
          f.machine.ports.push_back(2369);
        },
        {"nothing_arrives"}},
+      {"nor those that another program takes",
+       [](Facts& f) {
+         f.See(FlowOf("kelvane", kOwn, 2369));
+         f.machine.held = {2369};
+       },
+       {"nothing_arrives"}},
+      {"unless they come from this sensor's address",
+       [](Facts& f) {
+         f.See(FlowOf("kelvane", kOwn, 2369));
+         f.machine.held = {2369};
+         f.seen.source = "192.168.1.200";
+       },
+       {"other_port"}},
       {"nor those of another sender than --source",
        [](Facts& f) {
          f.See(FlowOf("kelvane", kOwn, 2369));
@@ -60,10 +75,23 @@ TEST(Diagnosis, SilenceIsExplainedByWhatReachedTheMachine) {
       {"the route back decides",
        [](Facts& f) {
          f.See(FlowOf("kelvane"));
-         f.machine.stack.reverse_path = 1;
+         f.machine.stack.reverse_path = 501;
        },
        {"reverse_path"}},
+      {"but not of some other packets",
+       [](Facts& f) {
+         f.See(FlowOf("kelvane"));
+         f.machine.stack.reverse_path = f.machine.stack.bad_checksum = 500;
+       },
+       {"filtered"}},
       {"VLAN", [&](Facts& f) { f.See(vlan); }, {"vlan"}},
+      {"a VLAN whose tag an interface takes off",
+       [&](Facts& f) {
+         f.See(vlan);
+         f.See(FlowOf("kelvane"));
+       },
+       {"filtered"}},
+      {"IPv6, of which no address is known", [&](Facts& f) { f.See(ipv6); }, {"ipv6"}},
       {"pieces", [&](Facts& f) { f.See(pieces); }, {"fragments"}},
   });
 }

@@ -35,7 +35,8 @@ std::string SocketOwnerCommand(std::uint16_t port) {
 
 std::vector<std::string> LargerBufferCommands() {
   const std::string setting = "net.core.rmem_max=" + std::to_string(lidar::kReceiveBufferBytes);
-  return {"sysctl -w " + setting, "echo " + setting + " > /etc/sysctl.d/60-lidar.conf"};
+  return {"sudo sysctl -w " + setting,
+          "echo " + setting + " | sudo tee /etc/sysctl.d/60-lidar.conf"};
 }
 
 std::string BufferAdvice(std::uint64_t granted_bytes) {

@@ -21,8 +21,9 @@ constexpr std::size_t kMaxClosed = 50;
 constexpr int kSnapBytes = 160;          // the headers, and how a payload begins
 constexpr int kRingBytes = 1024 * 1024;  // of an interface: 0.7 s of a fast sensor
 constexpr int kBatchMs = 50;             // the system hands packets over so often
-// UDP, what replies that a port is closed, and later pieces of split packets, which hold no ports.
-constexpr char kFilter[] = "udp or icmp[icmptype] == icmp-unreach or ip[6:2] & 0x1fff != 0";
+constexpr int kMostAtOnce = 20000;       // so that a flood cannot keep the thread from its end
+// UDP, and what replies that a port is closed.
+constexpr char kFilter[] = "udp or icmp[icmptype] == icmp-unreach";
 
 struct Close {
   void operator()(pcap_t* capture) const { pcap_close(capture); }
@@ -53,7 +54,6 @@ class Sight {
   void Add(const std::string& interface, const pcap_pkthdr& header, const std::uint8_t* frame) {
     constexpr Wanted kAny = {0, std::numeric_limits<std::size_t>::max(), 0};
     UdpRecord record = ReadUdpRecord(frame, header.caplen, header.len, kAny);
-    if (record.skip == Skip::kLaterPiece) ++seen_.later_pieces;
     if (record.skip == Skip::kNotUdp) NoteClosed(ClosedEndpoint(frame, header.caplen));
     if (record.skip == Skip::kCut) record.skip.reset();  // by this look itself
     if (!record.datagram) return;
@@ -64,7 +64,6 @@ class Sight {
   void AddMissed(std::uint64_t packets) { seen_.missed += packets; }
 
   SeenPackets Take() {
-    seen_.in_further_flows = flows_.InFurtherFlows();
     seen_.flows = std::move(flows_.Flows());
     return std::move(seen_);
   }
@@ -91,7 +90,8 @@ class InterfaceLook {
 
   void TakeAll(Sight& sight) {
     Target target = {sight, name_};
-    pcap_dispatch(capture_.get(), -1, &InterfaceLook::Take, reinterpret_cast<u_char*>(&target));
+    pcap_dispatch(capture_.get(), kMostAtOnce, &InterfaceLook::Take,
+                  reinterpret_cast<u_char*>(&target));
   }
 
   std::uint64_t Missed() const {
@@ -153,9 +153,13 @@ class LibpcapLook : public PacketLook {
   SeenPackets Finish() override {
     Stop();
     for (const InterfaceLook& look : looks_) sight_.AddMissed(look.Missed());
-    if (!looks_.empty()) return sight_.Take();
-    if (fault_.why_not.empty()) fault_.why_not = "no interface is up";
-    return std::move(fault_);
+    if (looks_.empty()) {
+      if (fault_.why_not.empty()) fault_.why_not = "no interface with Ethernet headers is up";
+      return std::move(fault_);
+    }
+    SeenPackets seen = sight_.Take();
+    seen.interfaces_looked_at = looks_.size();
+    return seen;
   }
 
  private:

@@ -13,13 +13,12 @@ namespace orliq::cli {
 
 /// UDP packets that reached this machine's interfaces, whether or not any program got them.
 struct SeenPackets {
-  std::string why_not;                  ///< why nothing could be looked at; empty: it was
-  bool lacks_right = false;             ///< because this program may not
+  std::string why_not;       ///< why nothing could be looked at; empty: it was
+  bool lacks_right = false;  ///< because this program may not
+  std::size_t interfaces_looked_at = 0;
   std::vector<Flow> flows;              ///< by where they go, in the order in which they began
-  std::vector<std::string> interfaces;  ///< at which each flow came in first
-  std::uint64_t in_further_flows = 0;   ///< of flows beyond the first 200
+  std::vector<std::string> interfaces;  ///< at which each flow came in first; of 200 at most
   std::uint64_t missed = 0;             ///< that came too fast to be looked at
-  std::uint64_t later_pieces = 0;       ///< of split datagrams, but for the first of each
   /// "127.0.0.1:2400" -> replies of that host that it has no program on that UDP port.
   std::map<std::string, std::uint64_t> closed;
 

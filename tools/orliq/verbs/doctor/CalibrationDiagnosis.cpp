@@ -84,11 +84,13 @@ void DiagnoseUpload(const Case& subject, const Model& model, HealthFindings& fin
                         {}});
   } else if (upload.state == UploadState::InUse) {
     findings.push_back({Severity::kOk, "calibration", InUseText(upload)});
-  } else if (upload.received_bytes > 0) {
+  } else if (upload.received_bytes > 0 || upload.requests == 0) {
+    const bool asked = upload.requests > 0;
     findings.push_back({Severity::kNote,
                         "upload_unfinished",
-                        "the calibration was still on its way from the sensor",
-                        UploadProgress(upload) + " came",
+                        asked ? "the calibration was still on its way from the sensor"
+                              : "the time was too short to ask the sensor for its calibration",
+                        asked ? UploadProgress(upload) + " came" : "",
                         "Listen for longer with --seconds.",
                         {}});
   } else {
@@ -96,8 +98,8 @@ void DiagnoseUpload(const Case& subject, const Model& model, HealthFindings& fin
   }
 }
 
-std::string ClockAdvice(ClockRelation relation) {
-  switch (relation) {
+std::string ClockAdvice(ClockRelation relation, bool far) {
+  switch (far ? relation : ClockRelation::kTogether) {
     case ClockRelation::kTai:
     case ClockRelation::kGps:
       return "Have the sensor's time source give UTC (for PTP: a grandmaster that tells the "
@@ -149,7 +151,7 @@ void DiagnoseClock(const Case& subject, HealthFindings& findings) {
                       std::string("clock_") + ClockRelationKey(verdict.relation),
                       text,
                       "",
-                      ClockAdvice(verdict.relation),
+                      ClockAdvice(verdict.relation, far),
                       {}});
 }
 

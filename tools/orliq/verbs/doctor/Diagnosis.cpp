@@ -29,6 +29,15 @@ std::uint64_t Case::Counted() const {
   return datagrams;
 }
 
+double Case::ActiveSeconds() const {
+  return std::max(0.0, sensor.seconds - std::max(Packets().last_packet_age_s, 0.0));
+}
+
+double Case::Rate(std::uint64_t count) const {
+  constexpr double kLeast = 0.1;  // [s]
+  return ActiveSeconds() < kLeast ? 0.0 : static_cast<double>(count) / ActiveSeconds();
+}
+
 HealthFindings DiagnoseSensor(const Case& subject) {
   HealthFindings findings;
   DiagnosePort(subject, findings);

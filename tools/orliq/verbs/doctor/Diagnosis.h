@@ -22,6 +22,12 @@ struct Case {
   /// Of them those of the sender that counts.
   std::uint64_t Counted() const;
 
+  /// How long packets came while the driver ran [s].
+  double ActiveSeconds() const;
+
+  /// So many packets in that time, a second; 0 when it was too short to tell.
+  double Rate(std::uint64_t count) const;
+
   /// "--port 2368", or "port: 2368".
   std::string Setting(const std::string& option, const std::string& value) const {
     return remarks.Setting(option) + ' ' + value;
@@ -33,6 +39,10 @@ HealthFindings DiagnoseSensor(const Case& subject);
 
 /// What concerns the machine rather than one sensor. `silent`: a sensor of which nothing came.
 HealthFindings DiagnoseMachine(const MachineState& machine, bool silent);
+
+/// The other programs' sockets that are in the way: of two addresses of this machine each has ports of
+/// its own.
+std::vector<PortHolder> Rivals(const Observation& sensor);
 
 // Its parts, each for one side of the matter.
 void DiagnosePort(const Case& subject, HealthFindings& findings);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <system_error>
 
+#include "orliq/network/SocketTable.h"
 #include "orliq/network/UdpReceiver.h"
 #include "orliq/sensors/FolderRules.h"
 #include "orliq/sensors/TableFindings.h"
@@ -97,6 +98,7 @@ class Listener {
     }
     NoteCalibration();
     if (seen_.driven != nullptr) Drive();
+    if (seen_.holders.empty()) seen_.holders = PortHolders(seen_.port);  // that came meanwhile
     return std::move(seen_);
   }
 
@@ -110,12 +112,16 @@ class Listener {
 
   bool Over(double seconds) const { return InterruptRequested() || time_.Seconds() >= seconds; }
 
-  /// For a short time; as long as it takes when only the packets can tell the model.
+  /// For a short time, which begins with the first packet when only the packets can tell the model.
   void Look() {
     const double look = std::min(kLook, seconds_ / 5);
     FlowList flows(kMaxFlows, kMaxSizes);
-    while (!Over(look) || (sensor_.model == nullptr && flows.Flows().empty() && !Over(seconds_))) {
-      if (const auto datagram = receiver_->Receive(kPatience)) flows.Add(RecordOf(*datagram));
+    double end = sensor_.model == nullptr ? seconds_ : look;
+    while (!Over(std::min(end, seconds_))) {
+      const auto datagram = receiver_->Receive(kPatience);
+      if (!datagram) continue;
+      if (sensor_.model == nullptr && flows.Flows().empty()) end = time_.Seconds() + look;
+      flows.Add(RecordOf(*datagram));
     }
     seen_.flows = std::move(flows.Flows());
     seen_.flow_seconds = time_.Seconds();
@@ -170,6 +176,16 @@ std::string ThisProgram() {
   return error ? "orliq" : path.string();
 }
 
+/// Of the ports that packets of any sensor went to, those that a program has.
+std::vector<std::uint16_t> HeldPorts(const std::vector<Flow>& flows) {
+  std::vector<std::uint16_t> held;
+  for (const Flow& flow : flows) {
+    const bool fits = std::any_of(flow.fits.begin(), flow.fits.end(), [](auto n) { return n > 0; });
+    if (fits && ForeignSockets(flow.port) > 0) held.push_back(flow.port);
+  }
+  return held;
+}
+
 std::vector<Observation> ListenToAll(const std::vector<ConfiguredSensor>& sensors, double seconds,
                                      bool lenient) {
   std::vector<std::future<Observation>> listeners;
@@ -198,6 +214,7 @@ Examination Examine(const std::vector<ConfiguredSensor>& sensors, double seconds
   machine.interfaces = Since(interfaces, ReadInterfaces());
   machine.stack = ReadStackCounters().Since(stack);
   machine.seen = look->Finish();
+  machine.held = HeldPorts(machine.seen.flows);
   machine.largest_buffer = LargestReceiveBuffer();
   machine.program = ThisProgram();
   for (const ConfiguredSensor& sensor : sensors) machine.ports.push_back(*sensor.port);

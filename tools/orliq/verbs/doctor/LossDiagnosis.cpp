@@ -15,11 +15,6 @@ namespace {
 constexpr std::uint64_t kPacketMemory = 2304;  // [bytes]
 constexpr double kHoldUp = 0.25;               // [s] a busy machine may keep a program from running
 
-double PacketsPerSecond(const Case& subject) {
-  const double seconds = subject.sensor.seconds;
-  return seconds > 0.0 ? static_cast<double>(subject.Packets().received) / seconds : 0.0;
-}
-
 std::string BufferText(const Case& subject) {
   const std::uint64_t bytes = subject.Packets().socket_buffer_bytes / 2;
   const std::uint64_t largest = subject.machine.largest_buffer;
@@ -32,26 +27,25 @@ std::string BufferText(const Case& subject) {
 double RoomSeconds(const Case& subject) {
   const auto packets =
       static_cast<double>(subject.Packets().socket_buffer_bytes) / double{kPacketMemory};
-  return packets / PacketsPerSecond(subject);
+  return packets / subject.Rate(subject.Packets().received);
 }
 
 void AddDrops(const Case& subject, HealthFindings& findings) {
   const auto& packets = subject.Packets();
   const std::uint64_t all = packets.received + packets.dropped_by_kernel;
   const bool small = packets.socket_buffer_bytes / 2 < lidar::kReceiveBufferBytes;
-  findings.push_back(
-      {Severity::kProblem, "kernel_drops",
-       "packets are lost in this machine: they found the receive buffer full",
-       Grouped(packets.dropped_by_kernel) + " of " + Grouped(all) + " (" +
-           ShareText(packets.dropped_by_kernel, all) + "), with a buffer of " + BufferText(subject),
-       small ? "Allow a larger one (as root), and see what else keeps the processors "
-               "busy:"
-             : "See what else keeps the processors busy.",
-       small ? LargerBufferCommands() : std::vector<std::string>()});
+  findings.push_back({Severity::kProblem, "kernel_drops",
+                      "packets are lost in this machine: they found the receive buffer full",
+                      Grouped(packets.dropped_by_kernel) + " of " + Grouped(all) + " (" +
+                          ShareText(packets.dropped_by_kernel, all) + "), with a buffer of " +
+                          BufferText(subject),
+                      small ? "Allow a larger one, and see what else keeps the processors busy:"
+                            : "See what else keeps the processors busy.",
+                      small ? LargerBufferCommands() : std::vector<std::string>()});
 }
 
 void AddBuffer(const Case& subject, HealthFindings& findings) {
-  if (PacketsPerSecond(subject) <= 0.0) return;
+  if (subject.Rate(subject.Packets().received) <= 0.0) return;
   const double room = RoomSeconds(subject);
   const std::string text =
       "the receive buffer has room for " + Fixed(1e3 * room, 0) + " ms of these packets";
@@ -62,7 +56,7 @@ void AddBuffer(const Case& subject, HealthFindings& findings) {
   }
   findings.push_back({Severity::kNote, "small_buffer", text + " only", BufferText(subject),
                       "Whenever something keeps the program from running for longer, packets are "
-                      "lost. Allow a larger one (as root):",
+                      "lost. Allow a larger one:",
                       LargerBufferCommands()});
 }
 
@@ -72,9 +66,18 @@ constexpr char kOnTheWay[] =
     "Mbit/s "
     "are too few for some sensors).";
 
+/// What else has been found comes first: packets lost or refused in this machine are missing too.
+const char* LossAdvice(const lidar::DriverStatistics& packets) {
+  if (packets.dropped_by_kernel > 0) return "Mend the loss in this machine first.";
+  if (packets.of_other_senders > 0) return "Mend the mixture of senders first.";
+  if (packets.refused_length + packets.refused_identifier > 0) {
+    return "Find out first what was refused: damaged packets of the sensor are missing here.";
+  }
+  return kOnTheWay;
+}
+
 void AddGaps(const Case& subject, HealthFindings& findings) {
   const auto& packets = subject.Packets();
-  const std::uint64_t in_machine = packets.dropped_by_kernel + packets.dropped_by_limit;
   if (packets.skipped_packets == 0) return;
   const std::uint64_t all = packets.decoded + packets.skipped_packets;
   findings.push_back({Severity::kProblem,
@@ -82,7 +85,7 @@ void AddGaps(const Case& subject, HealthFindings& findings) {
                       "the packets' sequence numbers have gaps: some did not come",
                       Grouped(packets.skipped_packets) + " of " + Grouped(all) + " (" +
                           ShareText(packets.skipped_packets, all) + ")",
-                      in_machine > 0 ? "Mend the loss in this machine first." : kOnTheWay,
+                      LossAdvice(packets),
                       {}});
 }
 
@@ -101,20 +104,20 @@ void AddShortFrames(const Case& subject, HealthFindings& findings) {
   const auto& packets = subject.Packets();
   if (packets.short_frames <= 1 || packets.frames <= 1) return;
   const double expected = ExpectedRate(subject);
-  const std::string rate = Rounded(PacketsPerSecond(subject));
-  findings.push_back(
-      {Severity::kProblem,
-       "short_frames",
-       "frames come incomplete",
-       Grouped(packets.short_frames - 1) + " of " + Grouped(packets.frames - 1) +
-           " whole frames lack measurements; " + rate + " packets/s came" +
-           (expected > 0.0 ? ", of " + Rounded(expected) + " for whole frames at " +
-                                 Fixed(subject.sensor.counts.frames.Rate(), 1) + " frames/s"
-                           : std::string()),
-       packets.dropped_by_kernel > 0  ? "Mend the loss in this machine first."
-       : packets.of_other_senders > 0 ? "Mend the mixture of senders first."
-                                      : kOnTheWay,
-       {}});
+  const double rate = subject.Rate(packets.decoded);
+  // Of frames that a lost or repeated mark has joined or cut, the rate tells nothing.
+  const bool tells = rate > 0.0 && rate < expected;
+  findings.push_back({Severity::kProblem,
+                      "short_frames",
+                      "frames come incomplete",
+                      Grouped(packets.short_frames - 1) + " of " + Grouped(packets.frames - 1) +
+                          " whole frames lack measurements" +
+                          (tells ? "; " + Rounded(rate) + " packets/s came, of " +
+                                       Rounded(expected) + " for whole frames at " +
+                                       Fixed(subject.sensor.counts.frames.Rate(), 1) + " frames/s"
+                                 : std::string()),
+                      LossAdvice(packets),
+                      {}});
 }
 
 std::uint64_t Ended(const LiveCounts& counts) {
@@ -125,8 +128,9 @@ std::uint64_t Ended(const LiveCounts& counts) {
 std::string FramesText(const LiveCounts& counts) {
   const CloudSums& frames = counts.frames;
   if (frames.count > 0) {
-    return Count(frames.count, "frame") + ", " + Fixed(frames.Rate(), 1) + " frames/s, with " +
-           Grouped(frames.median_points) + " points each";
+    const double rate = frames.Rate();  // of two frames at least
+    return Count(frames.count, "frame") + (rate > 0.0 ? ", " + Fixed(rate, 1) + " frames/s" : "") +
+           ", with " + Grouped(frames.median_points) + " points each";
   }
   if (counts.frames_before_tables > 0) {
     return Count(counts.frames_before_tables, "frame") +

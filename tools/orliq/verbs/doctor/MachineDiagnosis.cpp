@@ -44,8 +44,9 @@ void AddPieces(const StackCounters& stack, HealthFindings& findings) {
                           (lost ? ", and some never whole" : ""),
                       Count(stack.pieces, "piece") + " (of any sender), " +
                           Grouped(stack.not_reassembled) + " packets given up",
-                      "One lost piece loses a packet. These sensors' packets need no splitting "
-                      "with an MTU of 1,500 bytes: find the link on the way that has less.",
+                      "Programs that send long datagrams, as of DDS, have them split. If they are "
+                      "the sensor's, one lost piece loses a packet: its packets need no splitting "
+                      "with an MTU of 1,500 bytes, so find the link on the way that has less.",
                       {}});
 }
 
@@ -71,8 +72,11 @@ HealthFindings DiagnoseMachine(const MachineState& machine, bool silent) {
     findings.push_back(NotLookedAt(machine, silent));
   } else {
     findings.push_back({Severity::kOk, "packet_look",
-                        "the packets of all interfaces were looked at too: " +
-                            Count(machine.seen.flows.size(), "UDP flow")});
+                        "the packets of " + Count(machine.seen.interfaces_looked_at, "interface") +
+                            " were looked at too: " + Count(machine.seen.flows.size(), "UDP flow") +
+                            (machine.seen.missed > 0
+                                 ? "; " + Grouped(machine.seen.missed) + " came too fast for that"
+                                 : "")});
   }
   return findings;
 }

@@ -42,7 +42,7 @@ struct Observation {
   std::string address;           ///< to listen on; empty: every one
   std::uint16_t port = 0;
   std::string source;               ///< the only sender that counts; empty: any
-  std::vector<PortHolder> holders;  ///< of the port, when it began
+  std::vector<PortHolder> holders;  ///< of the port, when it began; or else at the end
   std::string no_port;              ///< why the port cannot be had; empty: it was
   std::vector<Flow> flows;          ///< of the plain socket
   double flow_seconds = 0.0;        ///< it looked
@@ -60,6 +60,7 @@ struct MachineState {
   SeenPackets seen;
   std::uint64_t largest_buffer = 0;  ///< [bytes] that a program may ask for; 0: not known
   std::vector<std::uint16_t> ports;  ///< of the sensors that are examined
+  std::vector<std::uint16_t> held;   ///< of those that `seen` tells of, which another program has
   std::string program;               ///< path of this one, for commands
 };
 

@@ -117,27 +117,31 @@ void AddSenders(const Case& subject, HealthFindings& findings) {
                       {}});
 }
 
-/// Packets a second while they came.
-double Rate(const Case& subject) {
-  const double seconds =
-      subject.sensor.seconds - std::max(subject.Packets().last_packet_age_s, 0.0);
-  return seconds > 0.0 ? static_cast<double>(subject.Packets().received) / seconds : 0.0;
-}
-
-HealthFinding Stall(const std::string& text, std::uint64_t packets) {
+HealthFinding Stall(const Case& subject, const std::string& text, std::uint64_t packets) {
   return {Severity::kProblem,
           "stalled",
           text,
           Count(packets, "packet") + " until then",
-          "Check the sensor's power and cable.",
+          Rivals(subject.sensor).empty()
+              ? "Check the sensor's power and cable."
+              : "End the other program that has the port: it may get them now.",
           {}};
 }
 
 void AddStall(const Case& subject, HealthFindings& findings) {
   const double age = subject.Packets().last_packet_age_s;
   if (age < kStall) return;
-  findings.push_back(Stall("packets came, but none in the last " + Fixed(age, 1) + " s",
+  findings.push_back(Stall(subject, "packets came, but none in the last " + Fixed(age, 1) + " s",
                            subject.Packets().received));
+}
+
+/// "7,680 juniq packets, 3,840 packets/s, from 192.168.1.200:2368"
+std::string DecodedText(const Case& subject) {
+  const std::uint64_t decoded = subject.Packets().decoded;
+  const double rate = subject.Rate(decoded);
+  return Count(decoded, std::string(subject.sensor.driven->name) + " packet") + ", " +
+         (rate > 0.0 ? Rounded(rate) + " packets/s, " : "") + "from " +
+         SenderText(subject.Packets().first_sender);
 }
 
 /// Without --model the packets tell it, or they do not.
@@ -174,13 +178,12 @@ void DiagnosePackets(const Case& subject, HealthFindings& findings) {
     return;
   }
   if (packets.received == 0) {
-    findings.push_back(Stall("packets came, but only at the beginning", subject.Counted()));
+    if (subject.sensor.seconds < kStall) return;  // interrupted
+    findings.push_back(
+        Stall(subject, "packets came, but only at the beginning", subject.Counted()));
     return;
   }
-  findings.push_back({Severity::kOk, "packets",
-                      Count(packets.decoded, std::string(subject.sensor.driven->name) + " packet") +
-                          ", " + Rounded(Rate(subject)) + " packets/s, from " +
-                          SenderText(packets.first_sender)});
+  findings.push_back({Severity::kOk, "packets", DecodedText(subject)});
   AddUnlike(subject, findings);
   AddForeign(subject, findings);
   AddSenders(subject, findings);

@@ -8,17 +8,6 @@
 namespace orliq::cli {
 namespace {
 
-/// Those that are in the way: of two addresses of this machine each has ports of its own.
-std::vector<PortHolder> Rivals(const Observation& sensor) {
-  std::vector<PortHolder> rivals;
-  std::copy_if(sensor.holders.begin(), sensor.holders.end(), std::back_inserter(rivals),
-               [&](const PortHolder& holder) {
-                 return holder.address.empty() || sensor.address.empty() ||
-                        holder.address == sensor.address;
-               });
-  return rivals;
-}
-
 std::string HoldersText(const std::vector<PortHolder>& holders) {
   std::string text;
   for (const PortHolder& holder : holders) text += (text.empty() ? "" : "; ") + holder.Text();
@@ -99,6 +88,16 @@ HealthFinding NotBound(const Case& subject, const std::vector<PortHolder>& rival
 }
 
 }  // namespace
+
+std::vector<PortHolder> Rivals(const Observation& sensor) {
+  std::vector<PortHolder> rivals;
+  std::copy_if(sensor.holders.begin(), sensor.holders.end(), std::back_inserter(rivals),
+               [&](const PortHolder& holder) {
+                 return holder.address.empty() || sensor.address.empty() ||
+                        holder.address == sensor.address;
+               });
+  return rivals;
+}
 
 void DiagnosePort(const Case& subject, HealthFindings& findings) {
   const Observation& sensor = subject.sensor;

@@ -32,9 +32,7 @@ class Sighting {
     const auto& sensor = subject_.sensor;
     if (!sensor.source.empty() && DottedAddress(flow_.source) != sensor.source) return false;
     if (flow_.port == sensor.port) return true;
-    const auto& ports = subject_.machine.ports;
-    const bool of_another = std::find(ports.begin(), ports.end(), flow_.port) != ports.end();
-    return !of_another && FitsWanted();
+    return !IsOfAnother() && FitsWanted();
   }
 
   bool ToPort() const { return flow_.port == subject_.sensor.port; }
@@ -71,7 +69,18 @@ class Sighting {
 
   const std::string& At() const { return interface_; }
 
+  bool IsReadable() const { return !flow_.hindrance; }
+
  private:
+  /// A flow that some program wants is of another sensor, unless it comes from this one's address.
+  bool IsOfAnother() const {
+    const auto goes_to = [this](const std::vector<std::uint16_t>& ports) {
+      return std::find(ports.begin(), ports.end(), flow_.port) != ports.end();
+    };
+    return goes_to(subject_.machine.ports) ||
+           (goes_to(subject_.machine.held) && subject_.sensor.source.empty());
+  }
+
   bool FitsWanted() const {
     const Model* const model = subject_.sensor.model;
     if (model != nullptr) return flow_.fits[ModelIndex(*model)] > 0;
@@ -114,8 +123,10 @@ HealthFinding OtherAddress(const Case& subject, const Sighting& sighting) {
     finding.advice = "Set the sensor to send to an address of this machine: " + own + '.';
   } else {
     finding.text = "packets come for " + came + ", which is no address of this machine";
-    finding.advice = "Set the sensor to send to an address of this machine, which has " + own +
-                     "; or give this machine that address (choose the length of the network):";
+    finding.advice =
+        "Set the sensor to send to an address of this machine, which has " + own +
+        "; or, if no other machine has it, give this one that address (choose the length of the "
+        "network):";
     finding.commands = {"sudo ip address add " + came + "/24 dev " + sighting.At()};
   }
   return finding;
@@ -147,9 +158,10 @@ std::optional<HealthFinding> Unreadable(const Sighting& sighting) {
 }
 
 HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
+  // Both counts are of the whole machine: as high as this they are of these packets.
   const StackCounters& stack = subject.machine.stack;
-  if (auto unreadable = Unreadable(sighting)) return std::move(*unreadable);
-  if (stack.reverse_path > 0) {
+  const std::uint64_t most = sighting.Of().packets / 2;
+  if (stack.reverse_path > most) {
     return Hindered(
         sighting, "reverse_path",
         "packets come in where this machine has no route back to their sender, so it "
@@ -157,7 +169,7 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
         "Give that interface an address of the sensor's network, or switch the check off:",
         {"sudo sysctl -w net.ipv4.conf.all.rp_filter=2"});
   }
-  if (stack.bad_checksum > 0) {
+  if (stack.bad_checksum > most) {
     return Hindered(sighting, "bad_checksum", "packets come damaged: their checksum is wrong",
                     "Check the cable and the switch, and the sensor's firmware.");
   }
@@ -167,14 +179,18 @@ HealthFinding Filtered(const Case& subject, const Sighting& sighting) {
                   {"sudo nft list ruleset", "sudo iptables -nL INPUT"});
 }
 
+/// An arrangement that no socket of the driver gets comes before any question of port and address.
 HealthFinding Explain(const Case& subject, const Sighting& sighting) {
+  if (auto unreadable = Unreadable(sighting)) return std::move(*unreadable);
   if (!sighting.ToPort()) return OtherPort(subject, sighting);
   return sighting.ToAddress() ? Filtered(subject, sighting) : OtherAddress(subject, sighting);
 }
 
-/// What is aimed at the right port tells most, then what has most packets.
+/// What is aimed at the right port tells most. Packets of a VLAN are seen with their tag and, at the
+/// interface that takes it off, without. Then what has most packets.
 bool IsBetter(const Sighting& a, const Sighting& b) {
   if (a.ToPort() != b.ToPort()) return a.ToPort();
+  if (a.IsReadable() != b.IsReadable()) return a.IsReadable();
   return a.Of().packets > b.Of().packets;
 }
 
@@ -187,9 +203,10 @@ void DiagnoseSeen(const Case& subject, HealthFindings& findings) {
     if (sighting.Concerns() && (!best || IsBetter(sighting, *best))) best.emplace(sighting);
   }
   if (!best) return;
-  const bool taken = best->ToPort() && best->ToAddress() && !subject.sensor.holders.empty();
+  const bool taken = best->ToPort() && best->ToAddress() && !Rivals(subject.sensor).empty();
   if (!taken) findings.push_back(Explain(subject, *best));
-  const bool lost_too = !best->ToPort() && !best->ToThisMachine() && !best->ToEveryone();
+  const bool lost_too =
+      best->IsReadable() && !best->ToPort() && !best->ToThisMachine() && !best->ToEveryone();
   if (lost_too) findings.push_back(OtherAddress(subject, *best));
 }
 

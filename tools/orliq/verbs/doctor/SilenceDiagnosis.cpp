@@ -118,6 +118,10 @@ void AddInterfaces(const Case& subject, HealthFindings& findings) {
   AddSmallMtu(subject, *expected, findings);
 }
 
+bool Holds(const std::vector<std::uint16_t>& ports, std::uint16_t port) {
+  return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
 /// Sensors that send elsewhere: perhaps it is one of them.
 std::string OthersText(const MachineState& machine) {
   constexpr int kShown = 3;
@@ -125,10 +129,10 @@ std::string OthersText(const MachineState& machine) {
   int shown = 0;
   for (const Flow& flow : machine.seen.flows) {
     const bool fits = std::any_of(flow.fits.begin(), flow.fits.end(), [](auto n) { return n > 0; });
-    const auto& ports = machine.ports;
-    if (!fits || std::find(ports.begin(), ports.end(), flow.port) != ports.end()) continue;
+    if (!fits || Holds(machine.ports, flow.port)) continue;
     if (++shown > kShown) break;
-    text += "\n  " + FlowText(flow) + ", which fit " + FitText(flow);
+    text += "\n  " + FlowText(flow) + ", which fit " + FitText(flow) +
+            (Holds(machine.held, flow.port) ? "; a program has that port" : "");
   }
   return text.empty() ? "" : ". Packets of sensors elsewhere:" + text;
 }
