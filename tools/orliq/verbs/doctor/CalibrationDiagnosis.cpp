@@ -103,8 +103,9 @@ std::string ClockAdvice(ClockRelation relation, bool far) {
     case ClockRelation::kTai:
     case ClockRelation::kGps:
       return "Have the sensor's time source give UTC (for PTP: a grandmaster that tells the "
-             "offset), "
-             "or reckon with the difference in your application.";
+             "offset), or reckon with the difference in your application.";
+    case ClockRelation::kTimeZone:
+      return "Set both clocks to UTC, whatever the time zone.";
     case ClockRelation::kTogether:
       return "Keep both in step by PTP or NTP; timedatectl tells whether this machine's is.";
     default:

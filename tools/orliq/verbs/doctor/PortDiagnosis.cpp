@@ -51,7 +51,9 @@ HealthFinding Shared(const Case& subject, const std::vector<PortHolder>& rivals)
             "another program has " + port + " too and " + (sure ? "gets" : "may get") +
                 " all of the packets",
             HoldersText(rivals) + Seen(subject),
-            "End it: of two sockets on a port one gets a sender's whole flow.",
+            "End it, or ask again when it has ended: of two sockets on a port one gets a sender's "
+            "whole "
+            "flow.",
             HolderCommands(subject, rivals)};
   }
   return {Severity::kNote,
