@@ -14,8 +14,10 @@ constexpr std::size_t kEnoughForDrift = 10;  // complete seconds
 /// [s] The whole seconds go first: a time since 1970 in nanoseconds has more digits than a double.
 double Offset(std::uint64_t arrival_ns, double packet_time) {
   const double whole = std::floor(packet_time);
-  return static_cast<double>(arrival_ns / kNsPerSecond) - whole +
-         (static_cast<double>(arrival_ns % kNsPerSecond) * 1e-9 - (packet_time - whole));
+  const std::uint64_t second = arrival_ns / kNsPerSecond;
+  const std::uint64_t rest_ns = arrival_ns % kNsPerSecond;
+  return static_cast<double>(second) - whole +
+         (static_cast<double>(rest_ns) * 1e-9 - (packet_time - whole));
 }
 
 }  // namespace
