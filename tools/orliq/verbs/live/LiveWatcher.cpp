@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/live/LiveWatcher.h"
 
+#include <algorithm>
+
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/verbs/live/LiveFiles.h"
 
@@ -55,7 +57,7 @@ LiveTally LiveWatcher::Tally() const {
   tally.refused_tables = remarks_.RefusedTables();
   Reception& reception = tally.reception;
   reception.seconds = now_;
-  reception.active = last_ - first_;
+  reception.active = std::max(0.0, last_ - first_);  // two looks round differently
   reception.packets = counts_.packets.received;
   const auto packets = static_cast<double>(reception.packets - by_first_look_);
   if (reception.active > 0.0) reception.packets_per_s = packets / reception.active;
