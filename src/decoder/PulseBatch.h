@@ -98,4 +98,15 @@ void PulseBatch<N>::Locate(const PulseSetup& setup) {
   this->Finish(setup.transform, setup.range);
 }
 
+/// From blocks to the heads of their points.
+struct PulseLoop {
+  template <typename Block, typename Setup, typename Batch>
+  ORLIQ_LOOP_STEP static void Run(const Block* blocks, const Setup& setup, Batch& batch) {
+    batch.TakeApart(blocks);
+    batch.LookUp(setup.beams);
+    batch.MeasureRange(setup);
+    batch.Locate(setup);
+  }
+};
+
 }  // namespace orliq::lidar

@@ -40,17 +40,6 @@ struct GlavorBatch : PulseBatch<GlavorMsop::kBlocks> {
   }
 };
 
-/// From blocks to the heads of their points.
-struct GlavorLoop {
-  ORLIQ_LOOP_STEP static void Run(const OrliqGlavorMsopBlock* blocks, const PulseSetup& setup,
-                                  GlavorBatch& batch) {
-    batch.TakeApart(blocks);
-    batch.LookUp(setup.beams);
-    batch.MeasureRange(setup);
-    batch.Locate(setup);
-  }
-};
-
 }  // namespace
 
 /// Working state and the steps of decoding, in the order in which they run.
@@ -104,7 +93,7 @@ bool DecoderGlavor<T_PointCloud>::Impl::DecodeBlocks(const GlavorMsop& msop, std
   batch.count = GlavorMsop::kBlocks - start;
   const PulseSetup setup = {beams, RangeWeights(weight), NearFilter(near_filter),
                             owner->ActiveTransform(), owner->DistanceLimits()};
-  RunLoop<GlavorLoop>(blocks, setup, batch);
+  RunLoop<PulseLoop>(blocks, setup, batch);
   owner->CountReturns(batch.count, batch.kept);
   Append();
   frame_point_count += static_cast<std::uint32_t>(batch.count);

@@ -63,7 +63,7 @@ bool DecoderJuniq<T_PointCloud>::Impl::DecodeBlocks(const JuniqMsop& msop, std::
                              owner->ActiveTransform(), owner->DistanceLimits()},
                             GetLeftOrRightDistanceOffset(0),
                             GetLeftOrRightDistanceOffset(JuniqBatch::FIRST_RIGHT_COLUMN)};
-  RunLoop<JuniqLoop>(blocks, setup, *batch);
+  RunLoop<PulseLoop>(blocks, setup, *batch);
   owner->CountReturns(batch->count, batch->kept);
   Append(blocks, packet_time);
   return batch->marker;

@@ -41,15 +41,4 @@ struct JuniqBatch : PulseBatch<JuniqMsop::kBlocks> {
   }
 };
 
-/// From blocks to the heads of their points.
-struct JuniqLoop {
-  ORLIQ_LOOP_STEP static void Run(const OrliqJuniqMsopBlock* blocks, const JuniqSetup& setup,
-                                  JuniqBatch& batch) {
-    batch.TakeApart(blocks);
-    batch.LookUp(setup.beams);
-    batch.MeasureRange(setup);
-    batch.Locate(setup);
-  }
-};
-
 }  // namespace orliq::lidar
