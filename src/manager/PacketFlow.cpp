@@ -20,6 +20,12 @@ constexpr std::size_t kBatch = 64;
 constexpr std::uint64_t kCloseNs = 30'000;
 constexpr std::chrono::milliseconds kErrorPause{1};
 
+// When packets come as close as this, which takes many sensors on one port, to sleep and be woken for
+// each costs more than all the rest, and the sender pays for a part of it. So some are let gather for a
+// moment, unless half a batch gathers anyway.
+constexpr std::uint64_t kDenseNs = 5'000;
+constexpr std::chrono::microseconds kGather{50};
+
 // For so many packets, or so long after the last time, the decoding thread is woken.
 constexpr std::uint64_t kEnough = 16;
 constexpr std::uint64_t kLongestDelayNs = 2'000'000;
@@ -41,7 +47,11 @@ void PacketFlow::Receive(Input& input, const Bound& shows_bound) {
     receive_errors_.Add();
     std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
   }
-  input.WaitForPackets(receiver_wakeup_);
+  if (dense_ && count > 0) {
+    std::this_thread::sleep_for(kGather);
+  } else {
+    input.WaitForPackets(receiver_wakeup_);
+  }
 }
 
 int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
@@ -61,7 +71,9 @@ int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
 /// The first so many of the batch.
 void PacketFlow::Enqueue(std::size_t count) {
   const std::uint64_t now = NowNs();
-  close_ = now - last_packet_ns_.Value() < kCloseNs;
+  const std::uint64_t since = now - last_packet_ns_.Value();
+  close_ = since < kCloseNs;
+  dense_ = since < count * kDenseNs && count < kBatch / 2;
   last_packet_ns_.Set(now);
   unannounced_ += count;
   received_.Add(count);

@@ -71,6 +71,7 @@ class PacketFlow {
   SyncQueue<std::shared_ptr<Buffer>> free_;     // filled by both, emptied by the receiving one
   std::vector<std::shared_ptr<Buffer>> batch_;  // to be filled next; of the receiving thread
   bool close_ = false;                          // the latest packets came soon after those before
+  bool dense_ = false;                          // as close as no single sensor sends them
   std::uint64_t unannounced_ = 0;               // packets that the decoder was not woken for
   std::uint64_t announced_ns_ = 0;              // when it was; all of the receiving thread
   bool flowing_ = false;                        // it was of late; of the decoding thread
