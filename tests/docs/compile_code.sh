@@ -13,6 +13,7 @@ cat > "$folder/pieces.cpp" <<'END'
 #include <multi_driver/OrliqMultiDriver.h>
 #include <multi_driver/SensorModels.h>
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
@@ -20,24 +21,24 @@ cat > "$folder/pieces.cpp" <<'END'
 #include <utility>
 END
 awk -v folder="$folder" '
-  function Close(file, i) {
+  function Close(i) {
     programs += program
     file = program ? folder "/program_" programs ".cpp" : folder "/pieces.cpp"
     if (!program) {
       ++pieces
-      for (i = 0; i < lines; ++i) if (line[i] ~ /^#include/) { print line[i] > file; line[i] = "" }
-      print "void Piece" pieces "([[maybe_unused]] OrliqDriver<PointCloud<Point>>& driver," > file
-      print "[[maybe_unused]] orliq::lidar::DriverParam& param) {" > file
+      for (i = 0; i < lines; ++i) if (line[i] ~ /^#include/) { print line[i] >> file; line[i] = "" }
+      print "void Piece" pieces "([[maybe_unused]] OrliqDriver<PointCloud<Point>>& driver," >> file
+      print "[[maybe_unused]] orliq::lidar::DriverParam& param) {" >> file
     }
-    print "#line " first " \"" FILENAME "\"" > file
-    for (i = 0; i < lines; ++i) print line[i] > file
-    if (!program) print "}" > file
+    print "#line " first " \"" FILENAME "\"" >> file
+    for (i = 0; i < lines; ++i) print line[i] >> file
+    if (!program) print "}" >> file
   }
   /^```/ && code { Close(); code = 0; next }
   code { program = program || /^int main\(/; line[lines++] = $0 }
   /^```cpp/ { code = 1; program = lines = 0; first = FNR + 1 }
   END {
-    print "int main() {}" > (folder "/pieces.cpp")
+    print "int main() {}" >> (folder "/pieces.cpp")
     if (code) print "a block has no end"
     if (programs == 0 || pieces == 0) print "the guides hold no code: are they here?"
     exit code || programs == 0 || pieces == 0
