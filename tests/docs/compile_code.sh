@@ -10,6 +10,7 @@ folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
 
 cat > "$folder/pieces.cpp" <<'END'
+#include <multi_driver/OrliqDriver.h>
 #include <multi_driver/OrliqMultiDriver.h>
 #include <multi_driver/SensorModels.h>
 #include <algorithm>
