@@ -44,6 +44,8 @@ awk -v folder="$folder" '
     if (programs == 0 || pieces == 0) print "the guides hold no code: are they here?"
     exit code || programs == 0 || pieces == 0
   }' README.md docs/*.md
+# As every application that links the library by CMake, without clang's wish for a virtual destructor.
 for source in "$folder"/*.cpp; do
-  "$@" -std=c++17 -Wall -Wextra -Werror -I include -o "$folder/program" "$source" "$library" -pthread
+  "$@" -std=c++17 -Wall -Wextra -Werror -Wno-delete-non-abstract-non-virtual-dtor -I include \
+    -o "$folder/program" "$source" "$library" -pthread
 done
