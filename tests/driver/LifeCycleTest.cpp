@@ -126,7 +126,8 @@ TEST(LifeCycle, AHundredRandomScriptsUnderTrafficEndWithNothingLeftBehind) {
   sensor.join();
   for (const auto& [folder, before] :
        {std::pair("/proc/self/fd", descriptors), std::pair("/proc/self/task", threads)}) {
-    test::Eventually([&] { return test::CountEntries(folder) == before; });
+    test::Eventually(
+        [folder = folder, before = before] { return test::CountEntries(folder) == before; });
     EXPECT_EQ(test::CountEntries(folder), before) << folder;
   }
 }

@@ -101,7 +101,7 @@ TEST(Live, OnlyTheChosenSenderCountsLiveAndInACapture) {
     ASSERT_TRUE(sensor.Open());
     sensor.sender.Send(sensor.port, kPacket.data(), kPacket.size());
     other.Send(sensor.port, kPacket.data(), kPacket.size());
-    EXPECT_TRUE(Eventually([&] {
+    EXPECT_TRUE(Eventually([&sensor, expected = expected] {
       const DriverStatistics s = sensor.Statistics();
       return s.received == expected && s.other_source == 2 - expected;
     }));
