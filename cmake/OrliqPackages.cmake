@@ -8,6 +8,7 @@ set(tools_package orliq)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libmulti-driver)  # the source of all three
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each has its own
 set(CPACK_PACKAGE_CONTACT "${ORLIQ_PACKAGE_CONTACT}")
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -26,18 +27,19 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "LiDAR driver library for robots
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "LiDAR driver library for robots
 Turns a sensor's UDP packets, live or from a capture file, into complete,
 calibrated point-cloud frames; several sensors become one cloud.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${version}), libpcap-dev")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "LiDAR driver library for robots - development files
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "LiDAR driver library for robots - development files
 Headers, the static library, and what CMake and pkg-config need to find
 the driver library.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${tools_package})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "simulates, receives, records and plays LiDAR sensors
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "simulates, receives, records and plays LiDAR sensors
 A program for the command line with a synthetic sensor of each model, a
 live decoder, and a doctor for what is wrong between sensor and robot.")
 
