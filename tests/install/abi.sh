@@ -11,7 +11,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 # The library once more, from its static form, with functions that show what it has only pointers to.
-"${CXX:-c++}" -std=c++17 -g -shared -fPIC -fvisibility=hidden -I include tests/install/abi_surface.cpp \
+g++ -std=c++17 -g -femit-class-debug-always -shared -fPIC -fvisibility=hidden -I include tests/install/abi_surface.cpp \
   -Wl,--whole-archive "$1/src/libmulti_driver.a" -Wl,--no-whole-archive -lpcap \
   -Wl,-soname,"$(basename "$(readlink "$1/src/libmulti_driver.so")")" -o "$folder/library.so"
 abidw --exported-interfaces-only --suppressions tests/install/abi_ignored.ini --no-corpus-path \

@@ -4,6 +4,6 @@
 #include <multi_driver/OrliqDriver.h>
 
 #define ORLIQ_SHOW(CLOUD) \
-  ORLIQ_API void Show(CLOUD& /*cloud*/) {}
+  ORLIQ_API void Show(CLOUD /*whole*/) {}
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_SHOW)
-ORLIQ_API void Show(orliq::lidar::ImuMsg& /*sample*/, orliq::lidar::Error& /*fault*/) {}
+ORLIQ_API void Show(orliq::lidar::ImuMsg /*sample*/, orliq::lidar::Error /*fault*/) {}
