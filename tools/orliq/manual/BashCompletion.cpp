@@ -55,7 +55,9 @@ std::string Cases(const CLI::App& verb) {
     const std::string words = WordsOf(*option);
     if (!words.empty()) lines += begin + option->get_name() + ") words='" + words + "' ;;\n";
   }
-  for (const std::string& name : OptionNames(verb, true)) lines += begin + name + ") ;;\n";
+  for (const std::string& name : OptionNames(verb, true)) {
+    lines.append(begin).append(name).append(") ;;\n");
+  }
   const bool has_source =
       !verb.get_options([](const CLI::Option* any) { return any->get_positional(); }).empty();
   return lines + begin + "*) " + (has_source ? "[[ $word = -* ]] && " : "") + "words='" +
