@@ -15,11 +15,11 @@ test: configure
 	cmake --build --preset $(PRESET)
 	ctest --preset $(PRESET)
 
-# The program and the library, for all users of this machine or, with PREFIX=~/.local, for one.
+# The program and the library, for all users of this machine or, with PREFIX=$HOME/.local, for one.
 install: configure
 	cmake --build --preset $(PRESET) --target multi_driver multi_driver_static orliq orliq_documents
 	@mkdir -p "$(PREFIX)" 2>/dev/null; sudo=$$([ -w "$(PREFIX)" ] || echo sudo); \
-	$$sudo cmake --install build/$(PRESET) --prefix "$(PREFIX)"; \
+	$$sudo cmake --install build/$(PRESET) --prefix "$(PREFIX)" && \
 	if [ "$$(id -u)" = 0 ] || [ -n "$$sudo" ]; then $$sudo ldconfig; fi
 
 # The Debian packages, in build/package.

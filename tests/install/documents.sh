@@ -42,4 +42,4 @@ offers 'glavor' orliq live --model gl
 offers 'glavor' orliq live --model = gl
 offers '--check-folder' orliq play --force --ch
 offers '' orliq play --out fr   # left to bash, which knows the files
-offers '' orliq play ro
+offers '' orliq play ''
