@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/Verbs.h"
 
+#include <CLI/CLI.hpp>
+
 #include "orliq/terminal/HelpText.h"
 #include "orliq/terminal/VersionText.h"
 
