@@ -63,17 +63,18 @@ named_by_its_number() {
   local real
   real=$(readlink -f "$prefix/lib/libmulti_driver.so")
   readelf -d "$real" | grep -q 'SONAME.*\[libmulti_driver\.so\.[0-9][0-9]*\]' || fail "no SONAME"
-  [[ $real == *.so.$("$prefix/bin/orliq" --version | sed -n 's/^orliq //p') ]] || fail "$real"
+  [[ $real == *.so."$version" ]] || fail "$real"
 }
 
 cmake --install "$build" --prefix "$prefix" > "$work/install.log"
+version=$("$prefix/bin/orliq" --version | sed -n 's/^orliq //p')
 named_by_its_number
 headers_stand_alone
 "$prefix/bin/orliq" simulate --model juniq --frames 2 --out "$work/room.pcap" \
   --check-folder "$work/room" --quiet > /dev/null
 
-by_cmake shared shared -DCMAKE_PREFIX_PATH="$prefix"
-by_cmake static static -DCMAKE_PREFIX_PATH="$prefix"
+by_cmake shared shared -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version"
+by_cmake static static -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version"
 by_pkg_config "$prefix" shared
 # An installation may be moved; without the shared library beside it the static one is linked.
 cp -r "$prefix" "$work/moved"
