@@ -4,8 +4,9 @@
 PACKAGES := g++ cmake libpcap-dev libeigen3-dev libcli11-dev nlohmann-json3-dev \
             libpng-dev libyaml-cpp-dev libgtest-dev libgmock-dev libbenchmark-dev
 PRESET ?= release
+PREFIX ?= /usr/local
 
-.PHONY: demo test configure packages
+.PHONY: demo test install deb configure packages
 demo: configure
 	cmake --build --preset $(PRESET) --target orliq
 	@tools/demo.sh build/$(PRESET)/tools/orliq/orliq build/demo
@@ -13,6 +14,20 @@ demo: configure
 test: configure
 	cmake --build --preset $(PRESET)
 	ctest --preset $(PRESET)
+
+# The program and the library, for all users of this machine or, with PREFIX=$HOME/.local, for one.
+install: configure
+	cmake --build --preset $(PRESET) --target multi_driver multi_driver_static orliq orliq_documents
+	@mkdir -p "$(PREFIX)" 2>/dev/null; sudo=$$([ -w "$(PREFIX)" ] || echo sudo); \
+	$$sudo cmake --install build/$(PRESET) --prefix "$(PREFIX)" && \
+	if [ "$$(id -u)" = 0 ] || [ -n "$$sudo" ]; then $$sudo ldconfig; fi
+
+# The Debian packages, in build/package.
+deb: PACKAGES += dpkg-dev file
+deb: packages
+	cmake --preset package
+	cmake --build --preset package
+	cd build/package && cpack
 
 configure: packages
 	cmake --preset $(PRESET)

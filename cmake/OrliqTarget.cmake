@@ -9,6 +9,9 @@ function(orliq_target target)
   # Points have the same bits on every processor: a product and a sum are never fused.
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                            -ffp-contract=off ${ORLIQ_UNNAMED_BUILD_OPTIONS})
+  # What is shipped holds no path of the machine that built it: each folder builds the same bytes.
+  target_compile_options(${target} PRIVATE
+    "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
   if(ORLIQ_DEVELOPER_MODE)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -15,4 +15,14 @@ bool LoopForm::HasWide() {
 #endif
 }
 
+const char* LoopForm::Name() {
+#if ORLIQ_HAS_WIDE_FORM
+  return IsWide() ? "x86-64 with AVX2" : "x86-64 without AVX2";
+#elif defined(__aarch64__)
+  return "ARM64 with NEON";
+#else
+  return "portable";
+#endif
+}
+
 }  // namespace orliq::lidar

@@ -25,6 +25,9 @@ class LoopForm {
   static bool HasWide();
   static bool IsWide() { return wide.load(std::memory_order_relaxed); }
 
+  /// The instruction set in use, in words.
+  static const char* Name();
+
   /// For tests and benchmarks: keeps every decoder of the process to the portable form, or no longer.
   static void ForcePortable(bool force) { wide.store(!force && HasWide()); }
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "orliq/terminal/HelpText.h"
-#include "orliq/terminal/Verb.h"
+#include "orliq/verbs/Verbs.h"
 
 namespace {
 
@@ -61,18 +61,8 @@ ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& 
 }
 
 ExitCode Run(int argc, char** argv, Console& console) {
-  CLI::App app{
-      "Simulates LiDAR sensors, receives their packets, examines, plays and sends captures."};
-  app.name("orliq");
-  app.get_formatter()->column_width(orliq::cli::kHelpTextColumn);
-  app.set_version_flag("--version", ORLIQ_VERSION);
-  app.require_subcommand(1);
-  app.footer("orliq VERB --help shows the options of a verb and an example.");
-  const Verb verbs[] = {orliq::cli::AddSimulate(app),    orliq::cli::AddInfo(app),
-                        orliq::cli::AddPlay(app),        orliq::cli::AddFuse(app),
-                        orliq::cli::AddLive(app),        orliq::cli::AddDoctor(app),
-                        orliq::cli::AddRecord(app),      orliq::cli::AddSend(app),
-                        orliq::cli::AddCheckParams(app), orliq::cli::AddFetchParams(app)};
+  CLI::App app;
+  const auto verbs = orliq::cli::DescribeProgram(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Programs that were built with the last release go on running: nothing that its library exported is
+# gone or different. What is new since then is allowed. If a release has to break that, ORLIQ_ABI in
+# CMakeLists.txt goes up with it. Each release writes the record anew, with --renew.
+# Usage: tests/install/abi.sh BUILD_FOLDER_WITH_DEBUG_INFORMATION [--renew]
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+record=tests/install/abi.xml.gz
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+# The library once more, from its static form, with functions that show what it has only pointers to.
+g++ -std=c++17 -g -femit-class-debug-always -shared -fPIC -fvisibility=hidden -I include tests/install/abi_surface.cpp \
+  -Wl,--whole-archive "$1/src/libmulti_driver.a" -Wl,--no-whole-archive -lpcap \
+  -Wl,-soname,"$(basename "$(readlink "$1/src/libmulti_driver.so")")" -o "$folder/library.so"
+abidw --exported-interfaces-only --suppressions tests/install/abi_ignored.ini --no-corpus-path \
+  --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names \
+  --out-file "$folder/now.xml" "$folder/library.so"
+
+if [ "${2:-}" = --renew ]; then
+  gzip -9nc "$folder/now.xml" > "$record"
+else
+  gzip -dc "$record" > "$folder/then.xml"
+  abidiff --no-added-syms "$folder/then.xml" "$folder/now.xml"
+  echo "abi: nothing that the last release exported is gone or different"
+fi

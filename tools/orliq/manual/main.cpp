@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// Prints a document about orliq that the build installs beside it.
+#include <iostream>
+#include <string_view>
+
+#include "orliq/manual/Documents.h"
+#include "orliq/verbs/Verbs.h"
+
+int main(int argc, char** argv) {
+  const std::string_view document = argc == 2 ? argv[1] : "";
+  CLI::App app;
+  orliq::cli::DescribeProgram(app);
+  if (document == "page") {
+    std::cout << orliq::cli::ManPage(app);
+  } else if (document == "completion") {
+    std::cout << orliq::cli::BashCompletion(app);
+  } else {
+    std::cerr << "usage: orliq_manual page|completion\n";
+    return 2;
+  }
+  return std::cout.flush() ? 0 : 1;
+}
