@@ -6,9 +6,11 @@
 #include "orliq/config/SensorFile.h"
 #include "orliq/terminal/ExitCode.h"
 
+// NOLINTNEXTLINE(readability-identifier-naming): the linker names it
 extern "C" int __real_getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**);
 
 /// Takes the place of the system's: no host of the files is asked for of any network.
+// NOLINTNEXTLINE(readability-identifier-naming): the linker names it
 extern "C" int __wrap_getaddrinfo(const char* host, const char* service, const addrinfo* wanted,
                                   addrinfo** list) {
   addrinfo numeric = *wanted;
