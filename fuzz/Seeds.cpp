@@ -96,36 +96,34 @@ void SaveDecoderSeeds(const fs::path& folder, const std::string& model) {
   lengths.Datagram(0, 0, {0}).Save(folder / model / "lengths");
 }
 
-/// Datagrams of two ports, in the classic format and in pcapng with a second section.
+Writer ClassicHeader(std::size_t snap_length) {
+  Writer header;
+  header.Number(4, 0xA1B2C3D4).Number(2, 2).Number(2, 4).Number(8, 0);
+  return header.Number(4, snap_length).Number(4, 1);
+}
+
+/// Datagrams of two ports: in the classic format, there also with records longer than its snap length,
+/// and in pcapng with a second section.
 void SaveCaptureSeeds(const fs::path& folder) {
   sim::UdpFlow other;
   other.destination_port = 2369;
   const Bytes frames[] = {sim::UdpFramer::Create({})->Frame(Bytes(22, 'a')),
                           sim::UdpFramer::Create(other)->Frame(Bytes(18, 'b'))};
-  Writer classic;
-  classic.Number(4, 0xA1B2C3D4)
-      .Number(2, 2)
-      .Number(2, 4)
-      .Number(8, 0)
-      .Number(4, 65535)
-      .Number(4, 1);
+  Writer records;
   Writer blocks;
   for (int section = 0; section < 2; ++section) {
-    blocks.Number(4, 0x0A0D0D0A)
-        .Number(4, 28)
-        .Number(4, 0x1A2B3C4D)
-        .Number(4, 1)
-        .Number(8, 0)
-        .Number(4, 28);
+    blocks.Number(4, 0x0A0D0D0A).Number(4, 28).Number(4, 0x1A2B3C4D).Number(4, 1);
+    blocks.Number(8, 0).Number(4, 28);
     blocks.Number(4, 1).Number(4, 20).Number(4, 1).Number(4, 65535).Number(4, 20);
     for (const Bytes& frame : frames) {
-      classic.Number(8, 1700000000).Number(4, frame.size()).Number(4, frame.size()).Add(frame);
+      records.Number(8, 1700000000).Number(4, frame.size()).Number(4, frame.size()).Add(frame);
       const std::size_t length = 32 + frame.size();
       blocks.Number(4, 6).Number(4, length).Number(4, 0).Number(8, 0);
       blocks.Number(4, frame.size()).Number(4, frame.size()).Add(frame).Number(4, length);
     }
   }
-  classic.Save(folder / "capture" / "classic.pcap");
+  ClassicHeader(65535).Add(records.Content()).Save(folder / "capture" / "classic.pcap");
+  ClassicHeader(50).Add(records.Content()).Save(folder / "capture" / "beyond-snap-length.pcap");
   blocks.Save(folder / "capture" / "two-sections.pcapng");
 }
 
