@@ -63,8 +63,21 @@ std::vector<float> Settings(const sim::Sensor& sensor) {
   return settings;
 }
 
-/// The first packets of a frame, its last one, and the first of the next; a frame too long to be whole;
-/// and packets of every length.
+/// A frame that is too long to be whole; and packets of another length or identifier.
+void SaveOddPackets(const fs::path& folder, const Bytes& packet) {
+  const Bytes block(packet.begin() + 25, packet.begin() + 41);
+  Writer frame;
+  frame.Number(1, 0).Datagram(kBlank | kFill | kForAFrame, 25, block).Save(folder / "long-frame");
+  Writer lengths;
+  lengths.Number(1, 0);
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{8}, packet.size() - 1, packet.size() + 1}) {
+    lengths.Number(1, kResized).Number(2, size).Number(2, 0).Number(2, 0);
+  }
+  lengths.Datagram(0, 0, {0}).Save(folder / "lengths");
+}
+
+/// The first packets of a frame, its last one, and the first of the next.
 void SaveDecoderSeeds(const fs::path& folder, const std::string& model) {
   const auto sensor = sim::MakeSensor(model, {});
   const auto scene = sim::MakeScene("boxes");
@@ -82,18 +95,7 @@ void SaveDecoderSeeds(const fs::path& folder, const std::string& model) {
         .Datagram(kBlank, 0, next.front().payload);
     stream.Save(folder / model / ("frame-" + std::to_string(option)));
   }
-  const Bytes block(first.begin() + 25, first.begin() + 41);
-  Writer()
-      .Number(1, 0)
-      .Datagram(kBlank | kFill | kForAFrame, 25, block)
-      .Save(folder / model / "long-frame");
-  Writer lengths;
-  lengths.Number(1, 0);
-  for (const std::size_t size :
-       {std::size_t{0}, std::size_t{8}, first.size() - 1, first.size() + 1}) {
-    lengths.Number(1, kResized).Number(2, size).Number(2, 0).Number(2, 0);
-  }
-  lengths.Datagram(0, 0, {0}).Save(folder / model / "lengths");
+  SaveOddPackets(folder / model, first);
 }
 
 Writer ClassicHeader(std::size_t snap_length) {
