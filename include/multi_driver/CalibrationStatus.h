@@ -31,8 +31,8 @@ struct ORLIQ_API RefusedTable {
   std::string file;        ///< its path; empty when Missing, and for what the sensor sent
   std::size_t found = 0;   ///< numbers in the file
   std::size_t needed = 0;  ///< numbers that the model asks for at least
-  TableFault fault = TableFault::Missing;
-  std::string text;  ///< the same as a sentence for a log
+  TableFault fault = TableFault::Missing;  ///< why it was not taken
+  std::string text;                        ///< the same as a sentence for a log
 };
 
 /// What became of a sensor's calibration. Without it (`loaded` false) the tables are zero: all points
@@ -40,6 +40,7 @@ struct ORLIQ_API RefusedTable {
 /// refused tables, which stay zero where no other file gave them. Tables from the sensor come while
 /// packets are decoded already: `loaded` turns true when the decoder takes them over.
 struct ORLIQ_API CalibrationStatus {
+  /// Where the tables were to come from.
   CalibrationSource source = CalibrationSource::None;
   bool loaded = false;                ///< the tables are in use
   std::string folder;                 ///< as named in the parameters

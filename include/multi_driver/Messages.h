@@ -22,12 +22,13 @@ struct ORLIQ_API Error {
   std::uint32_t level = 0;  ///< 1: the packet was dropped, the stream goes on
 };
 
-/// One sample of the sensor's inertial unit, in the axes of the point frame.
+/// One sample of the sensor's inertial unit, in the axes of the sensor frame: x forward, y left, z up.
+/// The extrinsic transform does not apply to it.
 ///
 /// Made empty by the application's IMU provider, filled by the decoder, handed to the IMU consumer.
 struct ORLIQ_API ImuMsg {
   std::uint8_t valid = 0;              ///< 1 once a decoder has filled the sample
-  double timestamp = 0.0;              ///< [s] since 1970-01-01 UTC
+  double timestamp = 0.0;              ///< [s] since 1970-01-01 UTC, of the packet that carried it
   float orientation[4] = {};           ///< the application's own: no sensor measures it
   float angular_velocity_x = 0.0F;     ///< [rad/s]
   float angular_velocity_y = 0.0F;     ///< [rad/s]

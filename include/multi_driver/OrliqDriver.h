@@ -39,10 +39,17 @@ class ORLIQ_API OrliqDriver {
                 "them goes through the driver of its base, as std::shared_ptr of the base.");
 
  public:
+  /// Takes a finished frame, which is the application's from then on.
   using PutPointCloud = std::function<void(std::shared_ptr<T>)>;
+  /// Gives an empty cloud to be filled. Null drops the points up to the end of the frame, where it is
+  /// asked again.
   using GetPointCloud = std::function<std::shared_ptr<T>()>;
+  /// Takes a sample of the inertial unit, which is the application's from then on.
   using PutImu = std::function<void(std::shared_ptr<orliq::lidar::ImuMsg>)>;
+  /// Gives a message to be filled. Null drops the samples up to the end of the frame, where it is asked
+  /// again.
   using GetImu = std::function<std::shared_ptr<orliq::lidar::ImuMsg>()>;
+  /// Takes a packet fault.
   using ExceptionCallback = std::function<void(const orliq::lidar::Error&)>;
 
   OrliqDriver();
@@ -50,13 +57,14 @@ class ORLIQ_API OrliqDriver {
   OrliqDriver(const OrliqDriver&) = delete;
   OrliqDriver& operator=(const OrliqDriver&) = delete;
 
-  /// Sets the consumer of finished frames and the provider of empty clouds.
+  /// Sets the consumer of finished frames and the provider of empty clouds. Without a consumer clouds
+  /// are thrown away, without a provider points are.
   void RegisterPointCloudCallBack(const PutPointCloud& put, const GetPointCloud& get);
 
   /// Sets the consumer of IMU samples and the provider of empty messages (live sensors only).
   void RegisterImuCallBack(const PutImu& put, const GetImu& get);
 
-  /// Sets the receiver of packet faults.
+  /// Sets the receiver of packet faults, which are counted by GetStatistics as well.
   void RegisterExceptionCallBack(const ExceptionCallback& callback);
 
   /// Chooses the one sender, in dotted IPv4 form, whose packets count, live and in a capture; those
@@ -86,7 +94,7 @@ class ORLIQ_API OrliqDriver {
   bool InitDriver(const orliq::lidar::DriverParam& param);
 
   /// Starts the worker threads; a capture file is indexed first. True when they run, also when they
-  /// ran already. False without a successful InitDriver.
+  /// ran already. False without a successful InitDriver, and when the system has no thread left.
   bool Start();
 
   /// Stops and joins the worker threads; an upload under way goes on with the next Start. Called from

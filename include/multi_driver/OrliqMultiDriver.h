@@ -91,11 +91,17 @@ class ORLIQ_API OrliqMultiDriver {
   /// How many sensors the last InitDriver has set up.
   std::size_t SensorCount() const;
 
-  /// As those of OrliqDriver, for the sensor of that index. False, too, for one that there is not.
+  /// As OrliqDriver::GetStatistics, for the sensor of that index. False, too, for one that there is not.
   bool GetStatistics(std::size_t sensor, orliq::lidar::DriverStatistics& statistics) const;
+
+  /// As OrliqDriver::GetCalibrationStatus, likewise.
   bool GetCalibrationStatus(std::size_t sensor, orliq::lidar::CalibrationStatus& status) const;
+
+  /// As OrliqDriver::IsLocalFramePlaying, likewise.
   bool IsLocalFramePlaying(std::size_t sensor) const;
-  void SetQueueLimit(const std::uint64_t& packets);  ///< of each sensor
+
+  /// As OrliqDriver::SetQueueLimit, for each sensor.
+  void SetQueueLimit(const std::uint64_t& packets);
 
   /// Stores what the latest fused cloud was made of; inside the receiver that is the cloud it gets. May
   /// be called from any thread while no InitDriver runs. False before the first one of a start.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
+/// The clouds.
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,13 +30,15 @@ struct ORLIQ_API PointCloudHeader {
 /// with the line "Error: mask size mismatch" on standard error each time.
 template <typename T>
 struct ORLIQ_API PointCloud {
-  using PointType = T;
+  using PointType = T;  ///< the record of its points
 
   /// Appends one point. `points` grows by doubling, from one element on.
   virtual void PushPoint(const T& point) { points.push_back(point); }
 
-  PointCloudHeader header;       ///< the application's own
-  double timestamp = 0.0;        ///< [s] UTC, time of the frame; written when the frame closes
+  PointCloudHeader header;  ///< the application's own
+  /// [s] since 1970-01-01 UTC, time of the frame, written when it closes. 0.0 of a model without time, and
+  /// of a frame that the end of a capture closes.
+  double timestamp = 0.0;
   std::uint32_t reserved = 0;    ///< never written by the library
   std::uint16_t frame_word = 0;  ///< frame word of the sensor (Juniq, Glavor)
   double temperature_a = 0.0;    ///< [deg C] first sensor temperature (Juniq, Glavor)

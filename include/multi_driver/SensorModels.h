@@ -22,8 +22,8 @@ enum class FrameMark : std::uint8_t {
 
 /// What is fixed for a sensor model.
 struct ORLIQ_API SensorModel {
-  const char* name;  ///< in lower case, such as "juniq"
-  LidarType type;
+  const char* name;                        ///< in lower case, such as "juniq"
+  LidarType type;                          ///< its value in DriverParam
   std::uint16_t packet_bytes;              ///< UDP payload of every packet
   std::uint8_t identifier_bytes;           ///< how many of `identifier` count
   std::array<std::uint8_t, 8> identifier;  ///< how every packet begins
@@ -40,14 +40,17 @@ struct ORLIQ_API SensorModel {
   bool keeps_gated_points;  ///< returns outside the limits stay, at the origin; else left out
 };
 
+/// How many models there are.
 constexpr std::size_t kSensorModels = 7;
 
 /// All models, in a fixed order. Some share packet length and identifier: their packets cannot be
 /// told apart. Safe from any thread; the table lives as long as the program.
 ORLIQ_API const std::array<SensorModel, kSensorModels>& SensorModels();
 
-/// The model of that name or type; null for an unknown one.
+/// The model of that name, in lower case; null for an unknown one. Safe from any thread.
 ORLIQ_API const SensorModel* FindSensorModel(const std::string& name);
+
+/// The model of that type, likewise.
 ORLIQ_API const SensorModel* FindSensorModel(LidarType type);
 
 }  // namespace orliq::lidar

@@ -10,7 +10,7 @@ namespace orliq::lidar {
 /// Where datagrams come from.
 struct ORLIQ_API PacketSender {
   std::uint32_t address = 0;  ///< IPv4, 192.168.1.200 as 0xC0A801C8; 0: nobody
-  std::uint16_t port = 0;
+  std::uint16_t port = 0;     ///< UDP, host byte order
 };
 
 /// How far the sensor's own calibration has come.
@@ -25,6 +25,7 @@ enum class UploadState : std::uint32_t {
 /// The upload of its calibration by a sensor, counted from InitDriver on. Every datagram with a
 /// byte that was taken from the channel is in exactly one of the five counts from `replies` on.
 struct ORLIQ_API UploadStatistics {
+  /// How far it is.
   UploadState state = UploadState::None;
   PacketSender sensor;               ///< whom it is asked of; nobody while that is unknown
   std::uint64_t total_bytes = 0;     ///< of the tables, as the sensor tells; 0: not yet
@@ -37,7 +38,7 @@ struct ORLIQ_API UploadStatistics {
   std::uint64_t unusable = 0;        ///< too short, or of another size than can be
   std::uint64_t discarded = 0;       ///< came a second time, too late, or unasked
   std::uint64_t other_source = 0;    ///< of another sender; only with SetStrictUpload
-  double duration_s = -1.0;          ///< from the first request to the last reply; negative before
+  double duration_s = -1.0;  ///< [s] from the first request to the last reply; negative before
   std::uint64_t decoded_before_use = 0;  ///< packets decoded without the tables; 0 before InUse
 };
 

@@ -171,7 +171,7 @@ void OnlineManager<T>::Impl::Stop() {
 
 template <typename T>
 void OnlineManager<T>::Impl::Receive() {
-  packets.BeginReceiving();
+  packets.BeginReceiving(*input);
   const auto shows_bound = [this](const Buffer& packet) {
     return decoder->ShowsFrameBound(packet.data + packet.data_offset, packet.length);
   };

@@ -20,9 +20,13 @@ constexpr std::size_t kBatch = 64;
 constexpr std::uint64_t kCloseNs = 30'000;
 constexpr std::chrono::milliseconds kErrorPause{1};
 
+// Room that the socket needs [bytes] for the packets that gather while the receiving thread sleeps. The
+// system counts up to 5 KB for one.
+constexpr std::uint64_t kRoom = 6 * 1024 * ArrivalRhythm::kPackets;
+
 // For so many packets, or so long after the last time, the decoding thread is woken.
-constexpr std::uint64_t kEnough = 16;
-constexpr std::uint64_t kLongestDelayNs = 2'000'000;
+constexpr std::uint64_t kEnough = ArrivalRhythm::kPackets;
+constexpr auto kLongestDelayNs = static_cast<std::uint64_t>(ArrivalRhythm::kLongest.count());
 // For so long after it was woken last the decoding thread looks again by itself: any packet that comes
 // later does wake it.
 constexpr std::chrono::milliseconds kStragglers{10};
@@ -41,7 +45,24 @@ void PacketFlow::Receive(Input& input, const Bound& shows_bound) {
     receive_errors_.Add();
     std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
   }
-  input.WaitForPackets(receiver_wakeup_);
+  if (count <= 0 || !LetGather()) input.WaitForPackets(receiver_wakeup_);
+}
+
+void PacketFlow::BeginReceiving(const Input& input) {
+  receiver_wakeup_.Clear();
+  roomy_ = input.SocketBufferBytes() >= kRoom;
+}
+
+/// Sleeps until several packets have come, when the next ones are not urgent; false when they are, or
+/// would not all find room in the socket or within the limit.
+bool PacketFlow::LetGather() {
+  const std::uint64_t limit = packets_.max_size;
+  if (!roomy_ || (limit != 0 && limit < kBatch)) return false;
+  const std::chrono::nanoseconds pause = rhythm_.Pause(NowNs());
+  if (pause.count() == 0) return false;
+  std::this_thread::sleep_for(pause);
+  close_ = true;
+  return true;
 }
 
 int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
@@ -53,15 +74,16 @@ int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
   const auto end = batch_.begin() + std::max(count, 0);
   const bool bound =
       std::any_of(batch_.begin(), end, [&](const auto& buffer) { return shows_bound(*buffer); });
-  if (count > 0) Enqueue(static_cast<std::size_t>(count));
+  if (count > 0) Enqueue(static_cast<std::size_t>(count), bound);
   Announce(bound);
   return count;
 }
 
 /// The first so many of the batch.
-void PacketFlow::Enqueue(std::size_t count) {
+void PacketFlow::Enqueue(std::size_t count, bool bound) {
   const std::uint64_t now = NowNs();
   close_ = now - last_packet_ns_.Value() < kCloseNs;
+  rhythm_.Note(now, count, bound);
   last_packet_ns_.Set(now);
   unannounced_ += count;
   received_.Add(count);

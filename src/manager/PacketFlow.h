@@ -12,6 +12,7 @@
 #include "common/Wakeup.h"
 #include "input/Input.h"
 #include "input/SyncQueue.h"
+#include "manager/ArrivalRhythm.h"
 #include "multi_driver/DriverStatistics.h"
 
 namespace orliq::lidar {
@@ -20,12 +21,13 @@ namespace orliq::lidar {
 /// on it: an unbounded queue unless a limit is set, and the buffers, which are used again.
 ///
 /// Both threads sleep while there is nothing to do. To wake a thread costs more than to decode a
-/// packet, so the decoding one is woken for several packets at once, for one that shows the bound of a
-/// frame, and for one that comes long after it was woken last. When a flow ends, the few packets that
-/// it was not woken for are found because for a while it looks again by itself.
+/// packet. So the receiving one lets several gather where none of them is urgent, and the decoding one
+/// is woken for several packets at once, for one that shows the bound of a frame, and for one that
+/// comes long after it was woken last. When a flow ends, the few packets that it was not woken for are
+/// found because for a while it looks again by itself.
 ///
-/// Threads: Receive and ReleaseBuffers belong to the receiving thread, Take and WaitForPackets to the
-/// decoding one, the rest may be called from any.
+/// Threads: BeginReceiving, Receive and ReleaseBuffers belong to the receiving thread, Take and
+/// WaitForPackets to the decoding one, the rest may be called from any.
 class PacketFlow {
  public:
   /// Tells of a packet whether it shows the bound of a frame.
@@ -44,8 +46,8 @@ class PacketFlow {
   void WakeReceiver() const { receiver_wakeup_.Signal(); }
   void WakeDecoder() { decoder_wakeup_.Signal(); }
 
-  /// Forgets an earlier WakeReceiver.
-  void BeginReceiving() const { receiver_wakeup_.Clear(); }
+  /// Forgets an earlier WakeReceiver, and looks how much room the input has.
+  void BeginReceiving(const Input& input);
 
   /// Gives those back that were to be filled next.
   void ReleaseBuffers();
@@ -61,7 +63,8 @@ class PacketFlow {
 
  private:
   int TakeWaiting(Input& input, const Bound& shows_bound);
-  void Enqueue(std::size_t count);
+  bool LetGather();
+  void Enqueue(std::size_t count, bool bound);
   void Announce(bool at_once);
   std::uint64_t Enough() const;
   std::shared_ptr<Buffer> GetBuffer();
@@ -70,10 +73,13 @@ class PacketFlow {
   SyncQueue<std::shared_ptr<Buffer>> packets_;  // filled by the receiving thread
   SyncQueue<std::shared_ptr<Buffer>> free_;     // filled by both, emptied by the receiving one
   std::vector<std::shared_ptr<Buffer>> batch_;  // to be filled next; of the receiving thread
-  bool close_ = false;                          // the latest packets came soon after those before
-  std::uint64_t unannounced_ = 0;               // packets that the decoder was not woken for
-  std::uint64_t announced_ns_ = 0;              // when it was; all of the receiving thread
-  bool flowing_ = false;                        // it was of late; of the decoding thread
+  // Of the receiving thread:
+  bool close_ = false;  // the latest packets came soon after those before
+  bool roomy_ = false;  // several packets may wait in the socket
+  ArrivalRhythm rhythm_;
+  std::uint64_t unannounced_ = 0;   // packets that the decoder was not woken for
+  std::uint64_t announced_ns_ = 0;  // when it was
+  bool flowing_ = false;            // it was of late; of the decoding thread
   WakeDescriptor receiver_wakeup_;
   Wakeup decoder_wakeup_;
   Counter received_, received_bytes_, receive_errors_;

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "multi_driver/DriverParam.h"
 #include "orliq/sensors/Models.h"
+#include "orliq/terminal/CommandLine.h"
 
 namespace orliq::cli {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "orliq/terminal/CommandLine.h"
 #include "orliq/terminal/Remarks.h"
 
 namespace orliq::cli {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "orliq/network/HostPort.h"
+#include "orliq/terminal/CommandLine.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/Remarks.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/sensors/FolderRules.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 
 #include "orliq/terminal/NumberText.h"
@@ -47,13 +47,19 @@ bool LacksLabels(const CheckedTable& table, const TableLoad& file) {
   return whole.found >= table.needed && whole.text == 0;
 }
 
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  });
+  return text;
+}
+
 /// The words are looked for in lower case only.
 void AddCapitals(const CheckedTable& table, const std::vector<TableLoad>& files,
                  std::vector<std::string>& hints) {
   for (const TableLoad& file : files) {
     const bool other = !file.table.empty() || !table.files.empty();
-    if (other || CLI::detail::to_lower(FileName(file)).find(table.word) == std::string::npos)
-      continue;
+    if (other || LowerCase(FileName(file)).find(table.word) == std::string::npos) continue;
     hints.push_back(PlainText(FileName(file)) + " would be the " + table.word +
                     " table if the word were in lower case");
   }

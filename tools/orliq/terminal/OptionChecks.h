@@ -11,6 +11,8 @@
 #include <string>
 #include <system_error>
 
+#include "orliq/terminal/ExitCode.h"
+
 // Checks of option values whose text stays out of the help, which is easier to read without it.
 namespace orliq::cli {
 
@@ -59,6 +61,14 @@ inline CLI::Validator NotEmpty() {
 /// Why an option cannot stand beside --config, the file of several sensors.
 inline std::string OfOneSensor(const std::string& option) {
   return option + " describes one sensor: with --config, the file does that";
+}
+
+/// Beside --config: throws Failure for the first of `options` that is used.
+template <std::size_t count>
+void RequireNoneOf(const CLI::App& command, const char* const (&options)[count]) {
+  for (const char* const option : options) {
+    if (command.count(option) > 0) throw Failure(ExitCode::kUsage, OfOneSensor(option));
+  }
 }
 
 /// The IPv4 address of one sender, which 0.0.0.0 is not.

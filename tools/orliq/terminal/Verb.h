@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 
+#include "orliq/terminal/CommandLine.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/ExitCode.h"
 

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/InfoOptions.h"
+
 #include <memory>
 #include <optional>
 
@@ -6,36 +8,9 @@
 #include "orliq/capture/SurveyText.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
-#include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
 namespace {
-
-struct Options {
-  std::string capture;
-  std::string model;
-  std::optional<std::string> check_folder;
-  std::string source;
-  std::uint16_t port = 0;
-  bool quiet = false;
-};
-
-void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
-  command
-      .add_option("--model", options.model, "count the frames of this model (" + ModelNames() + ")")
-      ->transform(LowerCase());
-  command.add_option("--port", options.port, "look at this destination port only")
-      ->check(Within(0, 65535));
-  command.add_option("--source", options.source, "look at this sender only, an IPv4 address")
-      ->check(HostAddress());
-  command.add_option_function<std::string>(
-      "--check-folder", [&options](const std::string& folder) { options.check_folder = folder; },
-      "also say whether this calibration folder is good for the model");
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
-}
 
 /// The flows whose frames were counted: those of the model that the driver can read.
 std::vector<const Flow*> FlowsWithFrames(const CaptureSurvey& survey) {
@@ -66,7 +41,7 @@ void AddFrames(Report& report, const CaptureSurvey& survey, const Model& model) 
   report.Add("frame_entries", "", entries, "");
 }
 
-void AddSummary(Report& report, const Options& options, const CaptureSurvey& survey) {
+void AddSummary(Report& report, const InfoOptions& options, const CaptureSurvey& survey) {
   const double duration = survey.Duration();
   const double rate = duration > 0 ? static_cast<double>(survey.records - 1) / duration : 0.0;
   report.Add("capture", "Capture", options.capture,
@@ -103,7 +78,7 @@ std::string AddCheckFolder(Report& report, const Model& model, const std::string
   return check.complete ? std::string() : CheckFolderFault(model, folder, check);
 }
 
-const Model* ChosenModel(const Options& options) {
+const Model* ChosenModel(const InfoOptions& options) {
   if (options.model.empty()) {
     if (!options.check_folder) return nullptr;
     throw Failure(ExitCode::kUsage, "--check-folder needs --model: tables differ by model");
@@ -131,7 +106,7 @@ void Advise(const CaptureSurvey& survey, const Model& model, const Console& cons
 }
 
 /// Throws Failure when the capture is not whole, or has nothing of the sensor.
-void RequireGoodCapture(const CaptureSurvey& survey, const Options& options,
+void RequireGoodCapture(const CaptureSurvey& survey, const InfoOptions& options,
                         const SurveyScope& scope) {
   if (survey.interrupted) {
     throw Failure(ExitCode::kLosses, "interrupted after " + Count(survey.records, "record"));
@@ -150,7 +125,9 @@ void RequireGoodCapture(const CaptureSurvey& survey, const Options& options,
   if (!end.empty()) throw Failure(ExitCode::kLosses, end);
 }
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunInfo(const InfoOptions& options, Console& console) {
   CatchInterrupts();
   const Model* const model = ChosenModel(options);
   const SurveyScope scope = {options.port, ParseSource(options.source), model};
@@ -167,23 +144,6 @@ ExitCode Run(const Options& options, Console& console) {
   RequireGoodCapture(survey, options, scope);
   if (model != nullptr) Advise(survey, *model, console);
   return ExitCode::kDone;
-}
-
-}  // namespace
-
-Verb AddInfo(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("info", "Tells what a capture file holds and which sensors fit.");
-  AddOptions(*command, *options);
-  command->footer(ModelTable() +
-                  "\nSome models share length and identifier: which of them sent a flow is then a "
-                  "guess by content.\n\n"
-                  "Example:\n  orliq info room.pcap --model juniq");
-  return {command, [options](Console& console) {
-            console.SetQuiet(options->quiet);
-            return Run(*options, console);
-          }};
 }
 
 }  // namespace orliq::cli

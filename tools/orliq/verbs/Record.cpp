@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/RecordOptions.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -7,11 +9,9 @@
 #include "orliq/network/ListenOptions.h"
 #include "orliq/network/ReceiveThread.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/Report.h"
 #include "orliq/terminal/StatusLine.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/CommonRows.h"
 #include "orliq/verbs/Silence.h"
 
@@ -24,29 +24,8 @@ constexpr milliseconds kPass{50};      // between looks at limits and signals wi
 constexpr double kMegabyte = 1e6;      // [bytes]
 constexpr std::size_t kBarCells = 10;  // leave room for the counts
 constexpr milliseconds kPause{100};    // between two states of the progress line
-constexpr double kMaxMegabytes = 1e9;  // more than any disk
 
-struct Options {
-  ListenOptions listen;
-  std::string out;
-  std::optional<std::uint64_t> packets;
-  std::optional<double> max_megabytes;
-  bool force = false;
-};
-
-void AddOptions(CLI::App& command, Options& options) {
-  AddListenOptions(command, options.listen);
-  command.add_option("--out", options.out, "capture file to write")->required()->check(NotEmpty());
-  command.add_option("--packets", options.packets, "stop after that many packets")
-      ->check(Within(1.0, 1e15));
-  command
-      .add_option("--max-size", options.max_megabytes,
-                  "[MB of 1,000,000 bytes] stop before the file gets larger")
-      ->check(Within(0.1, kMaxMegabytes));
-  command.add_flag("--force", options.force, "let --out replace a file that is no capture");
-}
-
-RecordingLimits Limits(const Options& options) {
+RecordingLimits Limits(const RecordOptions& options) {
   RecordingLimits limits = {options.packets, {}};
   if (options.max_megabytes) {
     limits.bytes = static_cast<std::uint64_t>(*options.max_megabytes * kMegabyte);
@@ -135,7 +114,7 @@ void AddSenders(Report& report, const std::vector<SenderCount>& senders) {
   report.Add("packets_by_sender", "", std::move(packets), "");
 }
 
-Report MakeReport(const Options& options, const Recording& recording, const Result& result) {
+Report MakeReport(const RecordOptions& options, const Recording& recording, const Result& result) {
   const std::uint64_t packets = recording.Packets();
   // By the wall clock, which may be set meanwhile; what it ran is not.
   const double span = std::clamp(recording.Span(), 0.0, result.seconds);
@@ -156,7 +135,9 @@ Report MakeReport(const Options& options, const Recording& recording, const Resu
   return report;
 }
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunRecord(const RecordOptions& options, Console& console) {
   const ListenOptions& listen = options.listen;
   console.SetQuiet(listen.quiet);
   CatchInterrupts();
@@ -177,21 +158,6 @@ ExitCode Run(const Options& options, Console& console) {
   if (!result.HasLosses()) return ExitCode::kDone;
   if (result.dropped_by_kernel > 0) console.Note(BufferAdvice(result.socket_buffer_bytes));
   return ExitCode::kLosses;
-}
-
-}  // namespace
-
-Verb AddRecord(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand(
-      "record", "Writes the packets of a live sensor to a capture file that orliq play reads.");
-  AddOptions(*command, *options);
-  command->footer(
-      "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. It begins with the "
-      "rest of a frame, as a sensor does not wait for it. No other program may listen on the port "
-      "meanwhile.\n\n"
-      "Example:\n  orliq record --port 2368 --out room.pcap --duration 30");
-  return {command, [options](Console& console) { return Run(*options, console); }};
 }
 
 }  // namespace orliq::cli

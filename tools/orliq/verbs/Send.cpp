@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/SendOptions.h"
+
+#include <charconv>
 #include <limits>
 #include <memory>
 
@@ -6,10 +9,8 @@
 #include "orliq/capture/SurveyText.h"
 #include "orliq/network/Transmission.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/terminal/StatusLine.h"
-#include "orliq/terminal/Verb.h"
 #include "simulator/sending/UdpFramer.h"
 
 namespace orliq::cli {
@@ -19,31 +20,12 @@ constexpr std::uint64_t kForever = std::numeric_limits<std::uint64_t>::max();
 constexpr std::chrono::seconds kStatusPause{1};
 constexpr double kPeriodWithoutTimes = 0.1;  // [s] of a round whose recorded times tell nothing
 
-struct Options {
-  std::string capture;
-  TransmissionOptions transmission;
-  std::uint16_t port = 0;
-  std::string loop = "1";
-  bool quiet = false;
-};
-
-void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
-  command
-      .add_option("--port", options.port, "send only what went to this port; 0 takes every port")
-      ->check(Within(0, 65535))
-      ->capture_default_str();
-  command.add_option("--loop", options.loop, "times to send the capture: a number, or forever")
-      ->capture_default_str();
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
-  AddTransmissionOptions(command, options.transmission)->required();
-}
-
 std::uint64_t ParseLoop(const std::string& text) {
   if (text == "forever") return kForever;
   std::uint64_t rounds = 0;
-  if (!CLI::detail::lexical_cast(text, rounds) || rounds < 1 || rounds > 1'000'000) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, fault] = std::from_chars(text.data(), end, rounds);
+  if (fault != std::errc() || stop != end || rounds < 1 || rounds > 1'000'000) {
     throw Failure(ExitCode::kUsage, "--loop " + text + ": write 1 to 1000000, or forever");
   }
   return rounds;
@@ -72,7 +54,7 @@ struct RoundTime {
 /// Sends a capture's datagrams, round after round.
 class Replay {
  public:
-  Replay(const Options& options, const Console& console)
+  Replay(const SendOptions& options, const Console& console)
       : options_(options),
         console_(console),
         rounds_(ParseLoop(options.loop)),
@@ -175,7 +157,7 @@ class Replay {
     }
   }
 
-  const Options& options_;
+  const SendOptions& options_;
   const Console& console_;
   std::uint64_t rounds_;
   std::uint64_t completed_ = 0;
@@ -185,31 +167,15 @@ class Replay {
   Transmission transmission_;
 };
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunSend(const SendOptions& options, Console& console) {
   CatchInterrupts();
   Replay replay(options, console);
   replay.Run();
   console.Print(replay.MakeReport());
   replay.RequireAllSent();
   return ExitCode::kDone;
-}
-
-}  // namespace
-
-Verb AddSend(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("send",
-                                               "Sends the UDP packets of a capture file, at the "
-                                               "pace at which they were recorded. A pause of "
-                                               "more than 2 s counts as 2 s.");
-  AddOptions(*command, *options);
-  command->footer(
-      "Ctrl-C ends it with its table; before the last of --loop rounds that is exit code 5.\n\n"
-      "Example:\n  orliq send room.pcap --to 127.0.0.1:2368 --speed 0.5 --loop forever");
-  return {command, [options](Console& console) {
-            console.SetQuiet(options->quiet);
-            return Run(*options, console);
-          }};
 }
 
 }  // namespace orliq::cli

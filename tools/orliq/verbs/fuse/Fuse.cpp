@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/fuse/FuseOptions.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -7,22 +9,12 @@
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/CommonRows.h"
 #include "orliq/verbs/fuse/FuseTally.h"
 
 namespace orliq::cli {
 namespace {
-
-struct Options {
-  std::string config;
-  OutputOptions output;
-  std::string frames;
-  bool partial = false;
-  bool quiet = false;
-};
 
 /// Null when no files are wanted. A single file takes one cloud.
 std::unique_ptr<CloudWriter> MakeWriter(const OutputOptions& output, const FusePlan& plan) {
@@ -55,7 +47,7 @@ void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
   tally.counts = fusion.Statistics();
 }
 
-FuseTally FuseAll(const Options& options, const FusePlan& plan, bool quiet) {
+FuseTally FuseAll(const FuseOptions& options, const FusePlan& plan, bool quiet) {
   FuseTally tally;
   tally.plan = &plan;
   const auto writer = MakeWriter(options.output, plan);
@@ -86,7 +78,9 @@ void RequireAllFused(const FuseTally& tally) {
   throw Failure(ExitCode::kNoData, "the fused clouds hold no point");
 }
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunFuse(const FuseOptions& options, Console& console) {
   CatchInterrupts();
   const OutputOptions& output = options.output;
   if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
@@ -97,41 +91,6 @@ ExitCode Run(const Options& options, Console& console) {
   for (const std::string& remark : FuseRemarks(tally)) console.Note(remark);
   RequireAllFused(tally);
   return tally.AnyLost() ? ExitCode::kLosses : ExitCode::kDone;
-}
-
-}  // namespace
-
-Verb AddFuse(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand(
-      "fuse", "Plays the captures of several sensors at once and makes one cloud of their frames.");
-  command
-      ->add_option("--config", options->config,
-                   "file that describes the sensors, a capture of each")
-      ->check(NotEmpty())
-      ->required();
-  AddOutputOptions(*command, options->output);
-  command->add_option("--frames", options->frames, "A:B fuses cloud A to before cloud B");
-  command->add_flag("--partial", options->partial,
-                    "take frames that are not whole, at the ends of the captures, too");
-  command->add_flag("--json", "report as JSON, with every cloud");
-  command->add_flag("--quiet", options->quiet, "no progress bar, no remarks");
-  command->footer(
-      "Cloud 0 is made of the first whole frame of each capture, or of the one that first_frame "
-      "names in the file; cloud 1 of the next ones, and so on to the end of the shortest. The "
-      "points of the file's first sensor come first.\n\n"
-      "Example:\n"
-      "  orliq fuse --config sensors.yaml --point point-source --out fused --format ply\n"
-      "with sensors.yaml:\n"
-      "  sensors:\n"
-      "    - {name: front, model: juniq, capture: front.pcap,\n"
-      "       check_folder: front-check, extrinsics: {x: 1.2}}\n"
-      "    - {name: rear, model: juniq, capture: rear.pcap,\n"
-      "       check_folder: rear-check, extrinsics: {x: -1.2, yaw: 180}}");
-  return {command, [options](Console& console) {
-            console.SetQuiet(options->quiet);
-            return Run(*options, console);
-          }};
 }
 
 }  // namespace orliq::cli

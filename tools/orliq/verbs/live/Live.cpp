@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/live/LiveOptions.h"
+
 #include <memory>
 #include <optional>
 
@@ -9,8 +11,6 @@
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/Silence.h"
 #include "orliq/verbs/live/FusedLive.h"
 #include "orliq/verbs/live/LiveFiles.h"
@@ -23,16 +23,7 @@
 namespace orliq::cli {
 namespace {
 
-struct Options {
-  CloudOptions cloud;
-  ListenOptions listen;
-  FrameChoice choice;
-  std::optional<std::string> params_from;
-  UploadRequest upload;
-  std::string config;  ///< of several sensors; empty: of one, by the options above
-};
-
-lidar::DriverParam MakeParam(const Options& options, const Model& model) {
+lidar::DriverParam MakeParam(const LiveOptions& options, const Model& model) {
   lidar::DriverParam param = MakeDriverParam(options.cloud, model);
   if (options.upload.Asks()) {
     param.param_source = 1;
@@ -45,14 +36,14 @@ lidar::DriverParam MakeParam(const Options& options, const Model& model) {
 }
 
 /// Waiting for a frame that never comes would have no end.
-void RequireFramesToCome(const Options& options, const Model& model) {
+void RequireFramesToCome(const LiveOptions& options, const Model& model) {
   if (model.delivers_frames || !options.choice.frames) return;
   throw Failure(ExitCode::kUsage, std::string(model.name) +
                                       " packets complete no frame, so --frames would never end: "
                                       "use --duration");
 }
 
-void RequirePorts(const Options& options, const Console& console) {
+void RequirePorts(const LiveOptions& options, const Console& console) {
   RequirePort(options.listen.address, options.listen.port, console);
   const std::uint16_t port = options.upload.local_port;
   if (port == options.listen.port) {
@@ -63,7 +54,7 @@ void RequirePorts(const Options& options, const Console& console) {
 }
 
 /// From --params-from, unless the model has no use for it.
-UploadRequest MakeUpload(const Options& options, const Model& model, const Console& console) {
+UploadRequest MakeUpload(const LiveOptions& options, const Model& model, const Console& console) {
   UploadRequest request = options.upload;
   if (!options.params_from) return request;
   request.sensor = ParseHostPort("--params-from", *options.params_from);
@@ -72,14 +63,14 @@ UploadRequest MakeUpload(const Options& options, const Model& model, const Conso
   return {};
 }
 
-std::unique_ptr<LiveSource> MakeSource(const Options& options, CloudSaver* saver) {
+std::unique_ptr<LiveSource> MakeSource(const LiveOptions& options, CloudSaver* saver) {
   return WithCloudType(options.cloud.output.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
     return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver));
   });
 }
 
-LiveTally Listen(const Options& options, const Model& model, Console& console) {
+LiveTally Listen(const LiveOptions& options, const Model& model, Console& console) {
   const lidar::DriverParam param = MakeParam(options, model);
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
@@ -106,7 +97,7 @@ LiveTally Listen(const Options& options, const Model& model, Console& console) {
   return tally;
 }
 
-void RequirePackets(const Options& options, const LiveTally& tally, const Console& console) {
+void RequirePackets(const LiveOptions& options, const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
   if (packets.decoded > 0) return;
   throw Failure(
@@ -118,7 +109,7 @@ void RequirePackets(const Options& options, const LiveTally& tally, const Consol
           console));
 }
 
-ExitCode RunOne(Options options, Console& console) {
+ExitCode RunOne(LiveOptions options, Console& console) {
   const Model& model = KnownModel(options.cloud.model);
   RequireFramesToCome(options, model);
   options.upload = MakeUpload(options, model, console);
@@ -137,85 +128,13 @@ ExitCode RunOne(Options options, Console& console) {
   return tally.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
 }
 
-/// All that the file says of each of its sensors.
-constexpr const char* kOfOneSensor[] = {
-    "--model",       "--check-folder", "--transform",     "--min-distance",     "--max-distance",
-    "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",    "--port",
-    "--address",     "--source",       "--params-from",   "--params-local-port"};
+}  // namespace
 
-/// Which sensors are meant.
-void RequireSensors(const CLI::App& command, const Options& options) {
-  for (const char* const option : kOfOneSensor) {
-    if (options.config.empty() || command.count(option) == 0) continue;
-    throw Failure(ExitCode::kUsage, OfOneSensor(option));
-  }
-  if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
-    throw Failure(ExitCode::kUsage,
-                  "name one sensor with --model and --port, or several with --config");
-  }
-  if (options.upload.local_port != 0 && !options.params_from) {
-    throw Failure(ExitCode::kUsage, "--params-local-port needs --params-from");
-  }
-  if (options.upload.lenient && options.config.empty() && !options.params_from) {
-    throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
-  }
-}
-
-ExitCode Run(const CLI::App& command, Options options, Console& console) {
-  RequireSensors(command, options);
+ExitCode RunLive(const LiveOptions& options, Console& console) {
   console.SetQuiet(options.listen.quiet);
-  options.choice.lenient = options.upload.lenient;
   if (options.config.empty()) return RunOne(options, console);
   return RunFusedLive({options.config, options.cloud.output, options.listen, options.choice},
                       console);
-}
-
-void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
-  command.add_option("--frames", choice.frames, "stop after that many frames")
-      ->check(Within(1.0, 1e9));
-  command.add_flag("--partial", choice.partial,
-                   "count and write the first frame too, of which the beginning is missing");
-  AddSourceOption(command, choice.source);
-  command
-      .add_option("--socket-buffer", choice.socket_buffer,
-                  "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
-      ->check(Within(1, 1 << 30));
-}
-
-void AddConfigOption(CLI::App& command, std::string& config) {
-  command
-      .add_option("--config", config,
-                  "file that describes several sensors, instead of the options of one; their "
-                  "frames become one cloud")
-      ->check(NotEmpty());
-  for (const char* const option : {"--model", "--port"}) {
-    command.get_option(option)->required(false);
-  }
-}
-
-}  // namespace
-
-Verb AddLive(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand(
-      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
-  AddCloudOptions(*command, options->cloud);
-  AddListenOptions(*command, options->listen);
-  AddChoiceOptions(*command, options->choice);
-  AddUploadOptions(*command, options->params_from, options->upload);
-  AddConfigOption(*command, options->config);
-  command->footer(
-      ModelTable() +
-      "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
-      "from 0, which is the partial one, and their files are named after that.\n\n"
-      "With --config, fused clouds are what --frames, --partial and --out mean, and --wait is for "
-      "a packet of every sensor.\n\n"
-      "Example:\n"
-      "  orliq live --model juniq --port 2368 --check-folder room-check --frames 50 \\\n"
-      "      --out frames --format pcd\n"
-      "  orliq live --config sensors.yaml --frames 50 --out fused");
-  return {command,
-          [command, options](Console& console) { return Run(*command, *options, console); }};
 }
 
 }  // namespace orliq::cli

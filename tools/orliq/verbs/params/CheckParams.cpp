@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/params/CheckParamsOptions.h"
+
 #include <filesystem>
 #include <memory>
 
@@ -9,34 +11,12 @@
 #include "orliq/sensors/FolderRules.h"
 #include "orliq/sensors/TableFindings.h"
 #include "orliq/terminal/AtomicFile.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/PlainText.h"
-#include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Options {
-  std::string folder;
-  std::string model;
-  std::string plot;
-  bool force = false;
-  bool quiet = false;
-};
-
-void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("DIR", options.folder, "folder of calibration tables")->required();
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
-  command.add_option("--plot", options.plot, "draw the tables into this file, .svg")
-      ->check(NotEmpty());
-  command.add_flag("--force", options.force, "let --plot replace a file");
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no remarks");
-}
 
 /// A folder and all that is said of it.
 struct Check {
@@ -50,7 +30,7 @@ struct Check {
   bool Good() const { return folder.loaded && folder.remarks.empty() && findings.empty(); }
 };
 
-std::unique_ptr<Check> CheckFolder(const Options& options) {
+std::unique_ptr<Check> CheckFolder(const CheckParamsOptions& options) {
   const Model& model = KnownModel(options.model);
   auto check = std::unique_ptr<Check>(new Check{model, {}, {}, {}, {}, {}});
   check->folder = ExamineCheckFolder(model, options.folder, check->service);
@@ -162,7 +142,7 @@ std::vector<std::string> OtherFiles(const Check& check) {
   return names;
 }
 
-Report MakeReport(const Options& options, const Check& check) {
+Report MakeReport(const CheckParamsOptions& options, const Check& check) {
   Report report;
   report.Add("folder", "Check folder", options.folder,
              options.folder.empty() ? "\"\"" : PlainText(options.folder));
@@ -184,7 +164,7 @@ Report MakeReport(const Options& options, const Check& check) {
 }
 
 /// Refused before any table is read. A picture in the folder itself must not be taken for a table.
-void RequirePlotFile(const Options& options) {
+void RequirePlotFile(const CheckParamsOptions& options) {
   if (!CanWritePng()) {
     throw Failure(ExitCode::kUsage, "--plot: this orliq was built without libpng");
   }
@@ -204,7 +184,7 @@ void RequirePlotFile(const Options& options) {
   }
 }
 
-void WritePlot(const Options& options, const Check& check) {
+void WritePlot(const CheckParamsOptions& options, const Check& check) {
   const std::string title = PlainText(options.folder) + ": " + Verdict(check);
   const std::string picture = DrawTables(title, check.tables, check.findings);
   AtomicFile file(options.plot);
@@ -212,7 +192,7 @@ void WritePlot(const Options& options, const Check& check) {
   file.Commit();
 }
 
-std::string WhyNotLoaded(const Options& options, const Check& check) {
+std::string WhyNotLoaded(const CheckParamsOptions& options, const Check& check) {
   std::string text = CheckFolderFault(check.model, options.folder, check.folder);
   for (const std::string& hint : check.hints) text += "\n  " + hint;
   if (!check.folder.listed) return text;
@@ -221,7 +201,9 @@ std::string WhyNotLoaded(const Options& options, const Check& check) {
   return text;
 }
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunCheckParams(const CheckParamsOptions& options, Console& console) {
   console.SetQuiet(options.quiet);
   if (!options.plot.empty()) RequirePlotFile(options);
   const auto check = CheckFolder(options);
@@ -235,21 +217,6 @@ ExitCode Run(const Options& options, Console& console) {
                  check->model.name + " do not come from them");
   }
   return check->Good() ? ExitCode::kDone : ExitCode::kLosses;
-}
-
-}  // namespace
-
-Verb AddCheckParams(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand(
-      "check-params", "Tells whether a folder of calibration tables is good for a sensor.");
-  AddOptions(*command, *options);
-  command->footer(
-      "The folder is loaded as the driver loads it. Exit code 0: it loads and nothing in it is "
-      "suspicious; 5: it loads, but look at it; 4: it does not load, and why. No field of view is "
-      "fixed for any model: angles are held against the driver's default limits of 90 degrees.\n\n"
-      "Example:\n  orliq check-params room --model juniq --plot room.svg");
-  return {command, [options](Console& console) { return Run(*options, console); }};
 }
 
 }  // namespace orliq::cli

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/params/FetchParamsOptions.h"
+
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -6,9 +8,7 @@
 #include "orliq/network/ListenOptions.h"
 #include "orliq/sensors/SentTables.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/ProgressBar.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/params/FetchedFolder.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 #include "param/Calibration.h"
@@ -18,56 +18,10 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kPass{20};  // between looks at the counts
-constexpr double kLongestTime = 1e6;            // [s] eleven days
 constexpr double kUsualGap = 1.0;               // [s] that a lost reply leaves, and more
 
 // The largest calibration that there is, of a Juniq [bytes]: for the bar until the sensor tells.
 constexpr std::uint64_t kUsualBytes = 589'896;
-
-struct Options {
-  std::string from;
-  std::string model;
-  std::string out;
-  double time_limit = 120.0;  // [s]
-  double wait = 5.0;          // [s]
-  std::uint16_t local_port = 0;
-  bool force = false;
-  bool lenient = false;
-  bool quiet = false;
-};
-
-void AddTimes(CLI::App& command, Options& options) {
-  command
-      .add_option("--time-limit", options.time_limit, "[s] give up when not all has come by then")
-      ->check(Within(0.1, kLongestTime))
-      ->capture_default_str();
-  command
-      .add_option("--wait", options.wait,
-                  "[s] give up when nothing more has come for so long; 0: only the limit counts")
-      ->check(Within(0.0, kLongestTime))
-      ->capture_default_str();
-}
-
-void AddOptions(CLI::App& command, Options& options) {
-  command
-      .add_option("HOST:PORT", options.from,
-                  "the sensor's address or name, and its UDP port for the calibration")
-      ->required();
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
-  command.add_option("--out", options.out, "check folder to write")->required()->check(NotEmpty());
-  AddTimes(command, options);
-  command
-      .add_option("--local-port", options.local_port,
-                  "UDP port of this machine to ask from; any that is free without it")
-      ->check(Within(1, 65535));
-  command.add_flag("--force", options.force, "replace the tables that are in the folder");
-  command.add_flag("--lenient", options.lenient,
-                   "take replies as they come: from another address or port, of other lengths");
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
-}
 
 const Model& ModelWithTables(const std::string& name) {
   const Model& model = KnownModel(name);
@@ -97,7 +51,7 @@ struct Fetched {
 /// Asks until all has come, or it is time to end.
 class Fetch {
  public:
-  Fetch(const Options& options, const UploadRequest& request, const Model& model)
+  Fetch(const FetchParamsOptions& options, const UploadRequest& request, const Model& model)
       : options_(options),
         request_(request),
         channel_(std::make_shared<lidar::UDPSelect>(MakeCalibrationParam(request))),
@@ -152,7 +106,7 @@ class Fetch {
 
   using Clock = std::chrono::steady_clock;
 
-  const Options& options_;
+  const FetchParamsOptions& options_;
   const UploadRequest& request_;
   std::shared_ptr<lidar::UDPSelect> channel_;
   std::shared_ptr<lidar::ParamService> service_;
@@ -161,7 +115,7 @@ class Fetch {
 };
 
 /// Writes what was sent if no table is missing, and looks what the folder gives.
-void Keep(const Model& model, const Options& options, const FetchedFolder& folder,
+void Keep(const Model& model, const FetchParamsOptions& options, const FetchedFolder& folder,
           lidar::ParamService& service, Fetched& fetched) {
   fetched.missing = lidar::UploadedCalibration(&service, true).refused;
   if (!fetched.missing.empty()) return;
@@ -249,7 +203,9 @@ void RequireSame(const Fetched& fetched) {
   throw Failure(ExitCode::kLosses, text);
 }
 
-ExitCode Run(const Options& options, Console& console) {
+}  // namespace
+
+ExitCode RunFetchParams(const FetchParamsOptions& options, Console& console) {
   console.SetQuiet(options.quiet);
   const Model& model = ModelWithTables(options.model);
   const UploadRequest request = {ParseHostPort("HOST:PORT", options.from), options.local_port,
@@ -267,26 +223,6 @@ ExitCode Run(const Options& options, Console& console) {
   RequireAll(request, model, fetched);
   RequireSame(fetched);
   return ExitCode::kDone;
-}
-
-}  // namespace
-
-Verb AddFetchParams(CLI::App& app) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("fetch-params",
-                         "Asks a sensor for its calibration and writes it as a check folder that "
-                         "loads back bit for bit.");
-  AddOptions(*command, *options);
-  command->footer(
-      "Only replies of the sensor itself with exactly the bytes asked for are taken, unless "
-      "--lenient is given. The folder is written when all tables are here; of a fetch that fails "
-      "nothing is left. Exit codes: 0: it is written; 3: the sensor sent nothing that could be "
-      "used; "
-      "4: it does not send every table, or the folder cannot be written or holds other tables; 5: "
-      "not all had come when it ended, or the folder gives back other numbers than were sent.\n\n"
-      "Example:\n  orliq fetch-params 192.168.1.200:2390 --model juniq --out room-check");
-  return {command, [options](Console& console) { return Run(*options, console); }};
 }
 
 }  // namespace orliq::cli

@@ -21,4 +21,14 @@ void AddUploadOptions(CLI::App& command, std::optional<std::string>& params_from
                    "other lengths");
 }
 
+void RequireUpload(const std::optional<std::string>& params_from, const UploadRequest& upload,
+                   bool from_file) {
+  if (upload.local_port != 0 && !params_from) {
+    throw Failure(ExitCode::kUsage, "--params-local-port needs --params-from");
+  }
+  if (upload.lenient && !from_file && !params_from) {
+    throw Failure(ExitCode::kUsage, "--lenient needs --params-from or --config");
+  }
+}
+
 }  // namespace orliq::cli

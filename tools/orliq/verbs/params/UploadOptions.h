@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
+#include "orliq/terminal/CommandLine.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
@@ -13,5 +13,10 @@ namespace orliq::cli {
 /// --lenient.
 void AddUploadOptions(CLI::App& command, std::optional<std::string>& params_from,
                       UploadRequest& upload);
+
+/// Throws Failure for options of an upload that nobody asked for: neither --params-from nor, with
+/// `from_file`, a file of sensors.
+void RequireUpload(const std::optional<std::string>& params_from, const UploadRequest& upload,
+                   bool from_file);
 
 }  // namespace orliq::cli

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/verbs/play/PlayOptions.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -9,9 +11,7 @@
 #include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/play/CapturePlan.h"
-#include "orliq/verbs/play/PlayOptions.h"
 #include "orliq/verbs/play/PlayTally.h"
 
 namespace orliq::cli {
@@ -189,7 +189,9 @@ void RequireAllPlayed(const PlayOptions& options, const CapturePlan& plan, const
                                        (others ? ": --partial keeps others" : ""));
 }
 
-ExitCode Run(const PlayOptions& options, Console& console) {
+}  // namespace
+
+ExitCode RunPlay(const PlayOptions& options, Console& console) {
   CatchInterrupts();
   const CapturePlan plan = MakePlan(options, console);
   if (options.cloud.output.verbose) console.ShowLibraryLines();
@@ -198,23 +200,6 @@ ExitCode Run(const PlayOptions& options, Console& console) {
   Explain(plan, tally, console);
   RequireAllPlayed(options, plan, tally);
   return tally.packets.AnyLost() ? ExitCode::kLosses : ExitCode::kDone;
-}
-
-}  // namespace
-
-Verb AddPlay(CLI::App& app) {
-  const auto options = std::make_shared<PlayOptions>();
-  CLI::App* const command =
-      app.add_subcommand("play", "Decodes the frames of a capture file and writes them as clouds.");
-  AddPlayOptions(*command, *options);
-  command->footer(ModelTable() +
-                  "\nExample:\n"
-                  "  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 \\\n"
-                  "      --out frames --format ply");
-  return {command, [options](Console& console) {
-            console.SetQuiet(options->quiet);
-            return Run(*options, console);
-          }};
 }
 
 }  // namespace orliq::cli

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/play/PlayOptions.h"
 
+#include <memory>
+
+#include "orliq/sensors/Models.h"
 #include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
+namespace {
 
-void AddPlayOptions(CLI::App& command, PlayOptions& options) {
+void AddOptions(CLI::App& command, PlayOptions& options) {
   command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
   AddCloudOptions(command, options.cloud);
   command.add_option("--frames", options.frames, "A:B plays frame A to before frame B");
@@ -19,6 +24,23 @@ void AddPlayOptions(CLI::App& command, PlayOptions& options) {
                    "keep what precedes the first whole frame and what follows the last");
   command.add_flag("--json", "report as JSON, with every frame");
   command.add_flag("--quiet", options.quiet, "no progress bar, no remarks");
+}
+
+}  // namespace
+
+Verb AddPlay(CLI::App& app) {
+  const auto options = std::make_shared<PlayOptions>();
+  CLI::App* const command =
+      app.add_subcommand("play", "Decodes the frames of a capture file and writes them as clouds.");
+  AddOptions(*command, *options);
+  command->footer(ModelTable() +
+                  "\nExample:\n"
+                  "  orliq play room.pcap --model juniq --check-folder room-check --frames 0:5 \\\n"
+                  "      --out frames --format ply");
+  return {command, [options](Console& console) {
+            console.SetQuiet(options->quiet);
+            return RunPlay(*options, console);
+          }};
 }
 
 }  // namespace orliq::cli

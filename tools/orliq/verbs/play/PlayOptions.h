@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
 #include "orliq/clouds/CloudOptions.h"
+#include "orliq/terminal/Console.h"
+#include "orliq/terminal/ExitCode.h"
 #include "orliq/verbs/play/FrameRange.h"
 
 namespace orliq::cli {
@@ -21,6 +22,7 @@ struct PlayOptions {
   bool quiet = false;
 };
 
-void AddPlayOptions(CLI::App& command, PlayOptions& options);
+/// Does it. Throws Failure when it cannot.
+ExitCode RunPlay(const PlayOptions& options, Console& console);
 
 }  // namespace orliq::cli

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <chrono>
-#include <memory>
 #include <utility>
 
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
-#include "orliq/terminal/Verb.h"
 #include "orliq/verbs/simulate/SimulateAll.h"
 #include "orliq/verbs/simulate/SimulateOptions.h"
 #include "orliq/verbs/simulate/Simulation.h"
@@ -52,29 +50,9 @@ ExitCode SimulateOne(SimulateOptions options, Console& console) {
 
 }  // namespace
 
-Verb AddSimulate(CLI::App& app) {
-  const auto options = std::make_shared<SimulateOptions>();
-  CLI::App* const command = app.add_subcommand("simulate",
-                                               "Writes the capture and calibration of a synthetic "
-                                               "sensor, or sends its packets and hands out "
-                                               "its calibration; or does so for all sensors "
-                                               "of a file, which stand in one scene.");
-  AddSimulateOptions(*command, *options);
-  command->footer(
-      "Ctrl-C ends it with its table; before the last of --frames that is exit code 5.\n\n"
-      "Examples:\n"
-      "  orliq simulate --model juniq --scene boxes --frames 20 \\\n"
-      "      --out room.pcap --check-folder room-check\n"
-      "  orliq simulate --model kelvane --cycle 4 --out hall.pcap\n"
-      "  orliq simulate --model juniq --check-folder room-check --to 127.0.0.1:2368\n"
-      "  orliq simulate --model juniq --to 127.0.0.1:2368 --serve-params 2400 \\\n"
-      "      --drop-replies 0.1\n"
-      "  orliq simulate --config sensors.yaml --scene boxes");
-  return {command, [options](Console& console) {
-            console.SetQuiet(options->quiet);
-            return options->config ? SimulateAll(*options, console)
-                                   : SimulateOne(*options, console);
-          }};
+ExitCode RunSimulate(const SimulateOptions& options, Console& console) {
+  console.SetQuiet(options.quiet);
+  return options.config ? SimulateAll(options, console) : SimulateOne(options, console);
 }
 
 }  // namespace orliq::cli

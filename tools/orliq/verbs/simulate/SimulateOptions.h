@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +9,7 @@
 
 #include "orliq/network/Transmission.h"
 #include "orliq/terminal/Console.h"
+#include "orliq/terminal/ExitCode.h"
 #include "orliq/verbs/simulate/ServedCalibration.h"
 #include "simulator/sending/PacketFaults.h"
 #include "simulator/sensors/Sensor.h"
@@ -38,7 +38,8 @@ struct SimulateOptions {
   bool quiet = false;
 };
 
-void AddSimulateOptions(CLI::App& command, SimulateOptions& options);
+/// Does it. Throws Failure when it cannot.
+ExitCode RunSimulate(const SimulateOptions& options, Console& console);
 
 /// Fills in what follows from other options for one sensor. Throws Failure where they do not fit together.
 void CompleteSimulateOptions(SimulateOptions& options);
