@@ -5,6 +5,7 @@ PACKAGES := g++ cmake libpcap-dev libeigen3-dev libcli11-dev nlohmann-json3-dev 
             libpng-dev libyaml-cpp-dev libgtest-dev libgmock-dev libbenchmark-dev
 PRESET ?= release
 PREFIX ?= /usr/local
+ARCHITECTURE ?=  # a foreign one that some of the packages are of, such as arm64
 
 .PHONY: demo test install deb configure packages
 demo: configure
@@ -38,6 +39,8 @@ packages:
 	if [ -n "$$missing" ]; then \
 	    echo "installing:" $$missing; \
 	    sudo=$$([ "$$(id -u)" = 0 ] || echo sudo); \
+	    if [ -n "$(ARCHITECTURE)" ]; then $$sudo dpkg --add-architecture $(ARCHITECTURE); fi && \
 	    $$sudo apt-get update -qq && \
-	    DEBIAN_FRONTEND=noninteractive $$sudo apt-get install -y -qq --no-install-recommends $$missing; \
+	    DEBIAN_FRONTEND=noninteractive $$sudo apt-get install -y -qq --no-install-recommends \
+	        --no-remove $$missing; \
 	fi

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// A sensor's replies of any content to the thread that fetches its calibration: no image grows beyond
+// what was announced.
+#include <ctime>
+
+#include "fuzz/UploadSensor.h"
+#include "param/ParamLoader.h"
+
+using orliq::fuzz::UploadSensor;
+
+// Both take the place of the system's, so that no time is waited for.
+// NOLINTNEXTLINE(readability-identifier-naming): the linker names it
+extern "C" std::int64_t __wrap__ZNSt6chrono3_V212steady_clock3nowEv() {
+  return UploadSensor::now_ns += 1000;
+}
+// NOLINTNEXTLINE(readability-identifier-naming): the linker names it
+extern "C" int __wrap_nanosleep(const timespec* time, timespec* /*rest*/) {
+  UploadSensor::now_ns += time->tv_sec * 1'000'000'000 + time->tv_nsec;
+  return 0;
+}
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace orliq;
+  using lidar::LidarType;
+  fuzz::Quiet();
+  fuzz::FuzzInput input(data, size);
+  const std::size_t options = input.Number(1);
+  constexpr LidarType kTypes[] = {LidarType::Juniq, LidarType::Glavor, LidarType::Fennix,
+                                  LidarType::Hestra};
+  const auto service = std::make_shared<lidar::ParamService>();
+  const auto sensor = std::make_shared<UploadSensor>(input);
+  lidar::ParamLoader loader(kTypes[options % 4], service, sensor, (options & 4U) != 0);
+  fuzz::Require(loader.StartLoad("fuzz-load", service));
+  sensor->WaitForTheLast();
+  loader.StopLoad();
+  const int total = std::max(service->TotalSize(), 0);
+  fuzz::Require(service->ReceivedSize() <= total + lidar::ParamLoader::kLongestReply);
+  fuzz::Require(service->UploadedTables().empty() || loader.IsFinished());
+  return 0;
+}
