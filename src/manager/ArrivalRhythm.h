@@ -19,12 +19,13 @@ class ArrivalRhythm {
   static constexpr std::uint64_t kPackets = 16;
   static constexpr std::chrono::nanoseconds kLongest{2'000'000};
 
-  /// `packets` were taken at `now_ns` of a steady clock; with `bound` one of them shows the bound of a
-  /// frame.
+  /// `packets` were taken at `now_ns` of a steady clock, others than the sensor's among them; with
+  /// `bound` one of them shows the bound of a frame.
   void Note(std::uint64_t now_ns, std::size_t packets, bool bound);
 
   /// How long one may sleep from `now_ns` on; 0 when the next packet should be taken as it comes: near
-  /// the end of a frame, after it is overdue, and while the sensor's rhythm is not known.
+  /// the end of a frame, after it is overdue, while packets lag behind, and while the rhythm is not
+  /// known. Packets as close as no single sensor sends them always gather for a moment.
   std::chrono::nanoseconds Pause(std::uint64_t now_ns) const;
 
  private:

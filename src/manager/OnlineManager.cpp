@@ -176,6 +176,7 @@ void OnlineManager<T>::Impl::Receive() {
     return decoder->ShowsFrameBound(packet.data + packet.data_offset, packet.length);
   };
   while (receiver.Running()) packets.Receive(*input, shows_bound);
+  packets.ReceiveRest(*input, shows_bound);
   packets.ReleaseBuffers();
 }
 

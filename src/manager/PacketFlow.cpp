@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds kErrorPause{1};
 
 // Room that the socket needs [bytes] for the packets that gather while the receiving thread sleeps. The
 // system counts up to 5 KB for one.
-constexpr std::uint64_t kRoom = 6 * 1024 * ArrivalRhythm::kPackets;
+constexpr std::uint64_t kRoom = std::uint64_t{6 * 1024} * ArrivalRhythm::kPackets;
 
 // For so many packets, or so long after the last time, the decoding thread is woken.
 constexpr std::uint64_t kEnough = ArrivalRhythm::kPackets;
@@ -30,6 +30,11 @@ constexpr auto kLongestDelayNs = static_cast<std::uint64_t>(ArrivalRhythm::kLong
 // For so long after it was woken last the decoding thread looks again by itself: any packet that comes
 // later does wake it.
 constexpr std::chrono::milliseconds kStragglers{10};
+
+/// Datagrams that are no packets for the decoder.
+std::uint64_t PassedOver(const Input& input) {
+  return input.OtherSourceDatagrams() + input.EmptyDatagrams();
+}
 
 std::uint64_t NowNs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -39,17 +44,19 @@ std::uint64_t NowNs() {
 }  // namespace
 
 void PacketFlow::Receive(Input& input, const Bound& shows_bound) {
-  const int count = TakeWaiting(input, shows_bound);
-  if (count == static_cast<int>(kBatch)) return;  // more may be waiting
-  if (count < 0) {
-    receive_errors_.Add();
-    std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
-  }
-  if (count <= 0 || !LetGather()) input.WaitForPackets(receiver_wakeup_);
+  const std::size_t taken = TakeWaiting(input, shows_bound);
+  if (taken >= kBatch) return;  // more may be waiting
+  if (taken == 0 || !LetGather()) input.WaitForPackets(receiver_wakeup_);
+}
+
+void PacketFlow::ReceiveRest(Input& input, const Bound& shows_bound) {
+  close_ = true;
+  TakeWaiting(input, shows_bound);
 }
 
 void PacketFlow::BeginReceiving(const Input& input) {
   receiver_wakeup_.Clear();
+  passed_over_ = PassedOver(input);
   roomy_ = input.SocketBufferBytes() >= kRoom;
 }
 
@@ -65,26 +72,38 @@ bool PacketFlow::LetGather() {
   return true;
 }
 
-int PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
+/// How many datagrams it took, those that the input passed over among them.
+std::size_t PacketFlow::TakeWaiting(Input& input, const Bound& shows_bound) {
   batch_.resize(kBatch);
   for (auto& buffer : batch_) {
     if (!buffer) buffer = GetBuffer();
   }
   const int count = input.RecvWaiting(batch_, close_ ? kBatch : 1);
-  const auto end = batch_.begin() + std::max(count, 0);
-  const bool bound =
-      std::any_of(batch_.begin(), end, [&](const auto& buffer) { return shows_bound(*buffer); });
-  if (count > 0) Enqueue(static_cast<std::size_t>(count), bound);
+  if (count < 0) {
+    receive_errors_.Add();
+    std::this_thread::sleep_for(kErrorPause);  // a broken source would keep the thread busy
+  }
+  const auto packets = static_cast<std::size_t>(std::max(count, 0));
+  const std::uint64_t before = std::exchange(passed_over_, PassedOver(input));
+  const std::size_t taken = packets + (passed_over_ - before);
+  const bool bound = std::any_of(batch_.begin(), batch_.begin() + std::max(count, 0),
+                                 [&](const auto& buffer) { return shows_bound(*buffer); });
+  if (taken > 0) NoteArrival(taken, bound);
+  if (packets > 0) Enqueue(packets);
   Announce(bound);
-  return count;
+  return taken;
+}
+
+void PacketFlow::NoteArrival(std::size_t datagrams, bool bound) {
+  const std::uint64_t now = NowNs();
+  close_ = now - arrival_ns_ < kCloseNs;
+  arrival_ns_ = now;
+  rhythm_.Note(now, datagrams, bound);
 }
 
 /// The first so many of the batch.
-void PacketFlow::Enqueue(std::size_t count, bool bound) {
-  const std::uint64_t now = NowNs();
-  close_ = now - last_packet_ns_.Value() < kCloseNs;
-  rhythm_.Note(now, count, bound);
-  last_packet_ns_.Set(now);
+void PacketFlow::Enqueue(std::size_t count) {
+  last_packet_ns_.Set(arrival_ns_);
   unannounced_ += count;
   received_.Add(count);
   for (std::size_t i = 0; i < count; ++i) received_bytes_.Add(batch_[i]->length);

@@ -26,16 +26,26 @@ namespace orliq::lidar {
 /// comes long after it was woken last. When a flow ends, the few packets that it was not woken for are
 /// found because for a while it looks again by itself.
 ///
-/// Threads: BeginReceiving, Receive and ReleaseBuffers belong to the receiving thread, Take and
+/// Threads: those from BeginReceiving to ReleaseBuffers belong to the receiving thread, Take and
 /// WaitForPackets to the decoding one, the rest may be called from any.
 class PacketFlow {
  public:
   /// Tells of a packet whether it shows the bound of a frame.
   using Bound = std::function<bool(const Buffer&)>;
 
+  /// Forgets an earlier WakeReceiver, and looks how much room the input has.
+  void BeginReceiving(const Input& input);
+
   /// Receives what is waiting, or waits for it until it comes or somebody calls WakeReceiver; beyond
   /// the limit the oldest packets are given up.
   void Receive(Input& input, const Bound& shows_bound);
+
+  /// Receives what is waiting, when no more is to be received: what had come before is not left behind
+  /// for the next time.
+  void ReceiveRest(Input& input, const Bound& shows_bound);
+
+  /// Gives the buffers back that were to be filled next.
+  void ReleaseBuffers();
 
   /// The oldest packet; empty when none is waiting.
   std::shared_ptr<Buffer> Take();
@@ -45,12 +55,6 @@ class PacketFlow {
 
   void WakeReceiver() const { receiver_wakeup_.Signal(); }
   void WakeDecoder() { decoder_wakeup_.Signal(); }
-
-  /// Forgets an earlier WakeReceiver, and looks how much room the input has.
-  void BeginReceiving(const Input& input);
-
-  /// Gives those back that were to be filled next.
-  void ReleaseBuffers();
 
   /// Gives a buffer back.
   void Recycle(const std::shared_ptr<Buffer>& buffer);
@@ -62,9 +66,10 @@ class PacketFlow {
   void Count(DriverStatistics& statistics) const;
 
  private:
-  int TakeWaiting(Input& input, const Bound& shows_bound);
+  std::size_t TakeWaiting(Input& input, const Bound& shows_bound);
+  void NoteArrival(std::size_t datagrams, bool bound);
   bool LetGather();
-  void Enqueue(std::size_t count, bool bound);
+  void Enqueue(std::size_t count);
   void Announce(bool at_once);
   std::uint64_t Enough() const;
   std::shared_ptr<Buffer> GetBuffer();
@@ -74,8 +79,10 @@ class PacketFlow {
   SyncQueue<std::shared_ptr<Buffer>> free_;     // filled by both, emptied by the receiving one
   std::vector<std::shared_ptr<Buffer>> batch_;  // to be filled next; of the receiving thread
   // Of the receiving thread:
-  bool close_ = false;  // the latest packets came soon after those before
-  bool roomy_ = false;  // several packets may wait in the socket
+  std::uint64_t arrival_ns_ = 0;   // of the latest datagrams
+  std::uint64_t passed_over_ = 0;  // so far, by the input
+  bool close_ = false;             // the latest came soon after those before
+  bool roomy_ = false;             // several packets may wait in the socket
   ArrivalRhythm rhythm_;
   std::uint64_t unannounced_ = 0;   // packets that the decoder was not woken for
   std::uint64_t announced_ns_ = 0;  // when it was

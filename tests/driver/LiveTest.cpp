@@ -90,6 +90,20 @@ TEST(Live, AllCallbacksRunOnOneNamedThread) {
   EXPECT_GE(s.last_packet_age_s, 0.0);
 }
 
+TEST(Live, StopLeavesNothingBehindThatHadCome) {
+  Sensor sensor;
+  ASSERT_TRUE(sensor.Open());
+  const JuniqPacket last = JuniqPacket().Block(63, test::kMarker);
+  for (int i = 0; i <= 600; ++i) {
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+    i % 200 == 0 ? sensor.Send(last) : sensor.Send(JuniqPacket());
+  }
+  sensor.Settle();
+  sensor.Send(JuniqPacket(), 10);  // fewer than the receiving thread takes at once
+  sensor.driver->Stop();
+  EXPECT_EQ(sensor.Statistics().received, 611U);
+}
+
 TEST(Live, OnlyTheChosenSenderCountsLiveAndInACapture) {
   Sensor sensor;
   for (const char* wrong : {"127.0.0", "localhost", "0.0.0.0", "127.0.0.1 "}) {

@@ -39,13 +39,27 @@ TEST(ArrivalRhythm, PausesWithinAFrameUntilItsEndIsNear) {
     EXPECT_EQ(rhythm.Pause(now), row.pause);
     const std::uint64_t watched =
         now + row.frame_ms * kMs * 7 / 8 - static_cast<std::uint64_t>(row.pause.count());
+    rhythm.Note(watched, row.packets, false);  // none lags behind
     EXPECT_EQ(rhythm.Pause(watched), row.pause);
     EXPECT_EQ(rhythm.Pause(watched + 1), kNone);
     EXPECT_EQ(rhythm.Pause(now + 2 * row.frame_ms * kMs), kNone) << "overdue";
     now = EndFrame(rhythm, now, 2 * row.frame_ms, 2 * row.packets);  // a bound was lost
+    rhythm.Note(now, row.packets, false);
     EXPECT_EQ(rhythm.Pause(watched + 2 * row.frame_ms * kMs + 1), kNone);
     EXPECT_EQ(rhythm.Pause(now), row.pause);
   }
+}
+
+TEST(ArrivalRhythm, TakesWhatWasHeldUpAsItComes) {
+  ArrivalRhythm rhythm;
+  std::uint64_t now = 1000 * kMs;
+  for (int ms = 0; ms <= 200; ++ms) rhythm.Note(now += kMs, 8, ms % 100 == 0);
+  now += 5 * kMs;
+  rhythm.Note(now, 8, false);  // as many as lag behind in a steady flow
+  EXPECT_EQ(rhythm.Pause(now), microseconds(2000));
+  EXPECT_EQ(rhythm.Pause(now + 125'000), kNone);
+  rhythm.Note(now, 32, false);
+  EXPECT_EQ(rhythm.Pause(now), microseconds(2000)) << "here they are";
 }
 
 TEST(ArrivalRhythm, LetsDensePacketsGatherAnywhere) {

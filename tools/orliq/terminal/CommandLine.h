@@ -3,7 +3,7 @@
 
 // What headers name of the command line library. The library itself, of which a file takes seconds to
 // compile, is for the files that add options.
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): its own name
 class App;
 class Option;
 }  // namespace CLI

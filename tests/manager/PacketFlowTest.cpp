@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "manager/PacketFlow.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "support/Playback.h"
+
+namespace orliq::lidar {
+namespace {
+
+/// Gives the same answer to each look; counts who waits for it.
+struct Source final : Input {
+  bool Init() override { return true; }
+  int RecvPacket(std::shared_ptr<Buffer>&, const int&, long*, const bool&) override { return 0; }
+  int RecvWaiting(std::vector<std::shared_ptr<Buffer>>&, std::size_t most) override {
+    std::this_thread::sleep_for(std::chrono::microseconds(50));  // farther apart than close ones
+    asked = most;
+    left_out += foreign;
+    return wanted;
+  }
+  void WaitForPackets(const WakeDescriptor&) override { ++waits; }
+  std::uint64_t SocketBufferBytes() const override { return room; }
+  std::uint64_t OtherSourceDatagrams() const override { return left_out; }
+
+  int wanted = 24;
+  std::uint64_t foreign = 0;
+  std::uint64_t room = 6 * 1024 * 16;
+  int waits = 0;
+  std::size_t asked = 0;
+  std::uint64_t left_out = 0;
+};
+
+/// Whether some look is not followed by a wait but by a pause, as packets so dense may gather.
+bool Gathers(PacketFlow& flow, Source& source, int looks, bool bounds = false) {
+  for (int i = 0; i < looks; ++i) {
+    const int before = source.waits;
+    flow.Receive(source, [&](const Buffer&) { return bounds && i % 200 == 0; });
+    while (flow.Take()) {
+    }
+    if (source.waits == before) return true;
+  }
+  return false;
+}
+
+TEST(PacketFlow, LetsPacketsGatherOnlyWhereThereIsRoomForThem) {
+  const struct {
+    std::uint64_t room, limit;
+    bool gathers;
+  } rows[] = {{98304, 0, true}, {98303, 0, false}, {98304, 63, false}, {98304, 64, true}};
+  for (const auto& row : rows) {
+    PacketFlow flow;
+    Source source;
+    source.room = row.room;
+    flow.SetLimit(row.limit);
+    flow.BeginReceiving(source);
+    EXPECT_EQ(Gathers(flow, source, row.gathers ? 10000 : 100), row.gathers) << row.room;
+    if (!row.gathers) continue;
+    source.wanted = 0;
+    const int before = source.waits;
+    flow.Receive(source, [](const Buffer&) { return false; });
+    EXPECT_EQ(source.asked, 64U) << "for all that have gathered";
+    EXPECT_EQ(source.waits, before + 1) << "nothing came: nothing to pause for";
+  }
+}
+
+TEST(PacketFlow, LearnsTheRhythmFromTheBounds) {
+  PacketFlow flow;
+  Source source;
+  source.wanted = 1;
+  flow.BeginReceiving(source);
+  EXPECT_FALSE(Gathers(flow, source, 300));
+  EXPECT_TRUE(Gathers(flow, source, 10000, true));
+}
+
+TEST(PacketFlow, DatagramsThatAreLeftOutTakeRoomAsWell) {
+  PacketFlow flow;
+  Source source;
+  source.wanted = 1;
+  source.foreign = 63;
+  source.room = 0;
+  flow.BeginReceiving(source);
+  EXPECT_TRUE(Gathers(flow, source, 1)) << "a full batch: more may be waiting, nobody waits";
+  source.foreign = 23;
+  source.room = 98304;
+  flow.BeginReceiving(source);
+  EXPECT_TRUE(Gathers(flow, source, 10000)) << "they come as densely as wanted ones";
+}
+
+}  // namespace
+}  // namespace orliq::lidar
