@@ -53,7 +53,9 @@ std::string Cases(const CLI::App& verb) {
   std::string lines;
   for (const CLI::Option* option : verb.get_options()) {
     const std::string words = WordsOf(*option);
-    if (!words.empty()) lines += begin + option->get_name() + ") words='" + words + "' ;;\n";
+    if (words.empty()) continue;
+    lines.append(begin).append(option->get_name()).append(") words='").append(words);
+    lines.append("' ;;\n");
   }
   for (const std::string& name : OptionNames(verb, true)) {
     lines.append(begin).append(name).append(") ;;\n");
