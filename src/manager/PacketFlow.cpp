@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds kErrorPause{1};
 
 // Room that the socket needs [bytes] for the packets that gather while the receiving thread sleeps. The
 // system counts up to 5 KB for one.
-constexpr std::uint64_t kRoom = std::uint64_t{6 * 1024} * ArrivalRhythm::kPackets;
+constexpr std::uint64_t kRoom = std::uint64_t{6} * 1024 * ArrivalRhythm::kPackets;
 
 // For so many packets, or so long after the last time, the decoding thread is woken.
 constexpr std::uint64_t kEnough = ArrivalRhythm::kPackets;
