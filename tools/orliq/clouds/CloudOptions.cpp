@@ -52,11 +52,15 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
   command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
 }
 
-void AddModelOptions(CLI::App& command, std::string& model,
-                     std::optional<std::string>& check_folder) {
+void AddModelOption(CLI::App& command, std::string& model) {
   command.add_option("--model", model, "sensor model (" + ModelNames() + ")")
       ->transform(LowerCase())
       ->required();
+}
+
+void AddModelOptions(CLI::App& command, std::string& model,
+                     std::optional<std::string>& check_folder) {
+  AddModelOption(command, model);
   // By a function, as an optional text would take an empty one for none.
   command.add_option_function<std::string>(
       "--check-folder", [&check_folder](const std::string& folder) { check_folder = folder; },

@@ -31,7 +31,10 @@ struct CloudOptions {
   OutputOptions output;
 };
 
-/// --model, which is required, and --check-folder.
+/// --model, which is required.
+void AddModelOption(CLI::App& command, std::string& model);
+
+/// The same and --check-folder.
 void AddModelOptions(CLI::App& command, std::string& model,
                      std::optional<std::string>& check_folder);
 void AddCloudOptions(CLI::App& command, CloudOptions& options);

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "orliq/sensors/Models.h"
+#include "orliq/clouds/CloudOptions.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
@@ -12,9 +12,7 @@ namespace {
 
 void AddOptions(CLI::App& command, CheckParamsOptions& options) {
   command.add_option("DIR", options.folder, "folder of calibration tables")->required();
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
+  AddModelOption(command, options.model);
   command.add_option("--plot", options.plot, "draw the tables into this file, .svg")
       ->check(NotEmpty());
   command.add_flag("--force", options.force, "let --plot replace a file");

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "orliq/sensors/Models.h"
+#include "orliq/clouds/CloudOptions.h"
 #include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
@@ -29,9 +29,7 @@ void AddOptions(CLI::App& command, FetchParamsOptions& options) {
       .add_option("HOST:PORT", options.from,
                   "the sensor's address or name, and its UDP port for the calibration")
       ->required();
-  command.add_option("--model", options.model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
+  AddModelOption(command, options.model);
   command.add_option("--out", options.out, "check folder to write")->required()->check(NotEmpty());
   AddTimes(command, options);
   command
