@@ -22,7 +22,7 @@ constexpr std::size_t kFramePoints = 49152;
 
 const std::string& CapturePath() {
   static const std::string path = [] {
-    const std::string name = orliq::bench::ScratchFolder() + "/capture.pcap";
+    std::string name = orliq::bench::ScratchFolder() + "/capture.pcap";
     orliq::bench::SharedStream("juniq").WriteCapture(name, kCaptureBytes);
     return name;
   }();
@@ -34,7 +34,7 @@ class Player {
  public:
   explicit Player(const std::string& check_folder) {
     driver_.RegisterPointCloudCallBack(
-        [this](std::shared_ptr<Cloud> cloud) {
+        [this](const std::shared_ptr<Cloud>& cloud) {
           const std::lock_guard<std::mutex> lock(mutex_);
           points_ += cloud->points.size();
           ++frames_;
@@ -67,7 +67,7 @@ class Player {
     lock.lock();
     arrived_.wait(lock, [&] { return frames_ > before; });
   }
-  std::uint64_t points() const { return points_; }
+  std::uint64_t Points() const { return points_; }
 
  private:
   /// Short against what is measured, long enough to leave the core to the worker.
@@ -146,7 +146,7 @@ void PlayLibrary(benchmark::State& state) {
   for (auto _ : state) {
     for (int i = 0; i < frames; ++i) player.Play(i);
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(player.points()));
+  state.SetItemsProcessed(static_cast<std::int64_t>(player.Points()));
 }
 
 void RequestToCallback(benchmark::State& state) {

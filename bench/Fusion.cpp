@@ -143,7 +143,7 @@ double FusedPointsPerSecond(const std::shared_ptr<Cloud>& frame, int rounds) {
   for (std::size_t i = 0; i < kSensors; ++i) {
     slots.push_back(std::make_shared<orliq::lidar::FusionSlot<Cloud>>(fusion->Arrival()));
   }
-  const auto out = std::make_shared<Cloud>();
+  auto out = std::make_shared<Cloud>();
   std::atomic<int> done{-1};  // the first round only makes room
   Clock::time_point begin;
   Clock::time_point end;

@@ -125,7 +125,7 @@ void PrintRow(const std::string& model, const char* receiver, const Result& r) {
 double HighestRate(const Stream& stream, const MakeReceiver& make, double seconds) {
   double highest = 0.0;
   for (double rate = 51.2e3; rate < 2e6; rate *= 1.25) {
-    const Result result = Measure(stream, make, rate, seconds);
+    Result result = Measure(stream, make, rate, seconds);
     const double reached = static_cast<double>(result.sent) / result.seconds;
     if (result.received != result.sent) break;
     highest = std::max(highest, reached);
@@ -176,7 +176,7 @@ double Median(const Result& result) {
 bool RunLoad(const Load& load, double unit) {
   Stream& stream = SharedStream(load.model);
   const auto run = [&](const char* name, const MakeReceiver& make) {
-    const Result result = Measure(stream, make, load.rate, load.seconds * unit);
+    Result result = Measure(stream, make, load.rate, load.seconds * unit);
     PrintRow(load.model, name, result);
     return result;
   };

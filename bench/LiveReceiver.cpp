@@ -60,7 +60,7 @@ Clock::duration DriverReceiver::Stop() {
 BlockingLoop::BlockingLoop(std::uint16_t port) : descriptor_(BoundSocket(port)) {}
 
 BlockingLoop::~BlockingLoop() {
-  Stop();
+  BlockingLoop::Stop();
   ::close(descriptor_);
 }
 

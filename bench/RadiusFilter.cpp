@@ -87,6 +87,7 @@ void RunFrames(benchmark::State& state, Add add, Filter filter) {
 /// The ranges of the frame, worked out before the clock runs.
 std::vector<float> Ranges() {
   std::vector<float> ranges;
+  ranges.reserve(kRows * kColumns);
   for (int i = 0; i < kRows * kColumns; ++i) ranges.push_back(Range(i % kRows, i / kRows));
   return ranges;
 }

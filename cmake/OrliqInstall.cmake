@@ -27,6 +27,10 @@ install(FILES "${made}/multi_driverConfig.cmake" "${made}/multi_driverConfigVers
 file(RELATIVE_PATH ORLIQ_PREFIX_FROM_PC
   "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" ORLIQ_PREFIX_FROM_PC "${ORLIQ_PREFIX_FROM_PC}")
+foreach(folder IN ITEMS LIBDIR INCLUDEDIR)  # packagers give absolute ones, too
+  file(RELATIVE_PATH ORLIQ_${folder}_FROM_PREFIX
+    "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_${folder}}")
+endforeach()
 configure_file("${templates}/multi_driver.pc.in" "${made}/multi_driver.pc" @ONLY)
 install(FILES "${made}/multi_driver.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
   }
   OrliqMultiDriver<PointCloud<PointSource>> driver;
   driver.RegisterPointCloudCallBack(
-      [&driver](std::shared_ptr<PointCloud<PointSource>> cloud) {  // on the fusion thread
+      [&driver](const std::shared_ptr<PointCloud<PointSource>>& cloud) {  // on the fusion thread
         FusionRound round;
         driver.GetFusionRound(round);  // source[0] of each point: 0 front, 1 rear
         std::cout << cloud->points.size() << " points, front " << round.sensors[0].points

@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   std::atomic<bool> arrived{false};
   OrliqDriver<PointCloud<Point>> driver;
   driver.RegisterPointCloudCallBack(
-      [&](std::shared_ptr<PointCloud<Point>> cloud) {  // on the driver's thread
+      [&](const std::shared_ptr<PointCloud<Point>>& cloud) {  // on the driver's thread
         std::cout << cloud->points.size() << " points at " << std::to_string(cloud->timestamp)
                   << " s\n";
         arrived = true;

@@ -11,12 +11,14 @@
 
 namespace orliq::fuzz {
 
-// How a datagram comes about. The upper half of the byte tells how often it comes.
+// How a datagram comes about. The two highest bits of the byte tell how often it comes.
 constexpr unsigned kBlank = 1;         // of a blank one, not of the one before it
 constexpr unsigned kFill = 2;          // the bytes repeat up to its end
 constexpr unsigned kResized = 4;       // it has another length
 constexpr unsigned kRemarked = 8;      // whatever that means to the harness
-constexpr unsigned kForAFrame = 0xF0;  // until a frame is closed by force
+constexpr unsigned kAfterNews = 16;    // likewise: something happens before it
+constexpr unsigned kAfterJump = 32;    // likewise
+constexpr unsigned kForAFrame = 0xF0;  // until a frame is closed by force, and nothing before it
 
 /// The datagrams of an input. Each is the one before it with other bytes in one place, so that a few
 /// bytes of input make a frame of a thousand packets which get past the checks of length and identifier.
@@ -30,11 +32,17 @@ class Datagrams {
 
   /// Goes to the first datagram, or the next one; false when there is none.
   bool Next() {
-    if (repeats_ == 0 && (input_.Empty() || count_ >= kMost)) return false;
-    if (repeats_ == 0) Make();
+    new_ = repeats_ == 0;
+    if (new_ && (input_.Empty() || count_ >= kMost)) return false;
+    if (new_) Make();
     --repeats_;
     ++count_;
     return true;
+  }
+
+  /// Whether kAfterNews, or kAfterJump, holds for it. What it repeats comes after nothing.
+  bool Comes(unsigned after) const {
+    return new_ && (how_ & kForAFrame) != kForAFrame && (how_ & after) != 0;
   }
 
   const std::uint8_t* data() const { return bytes_.get(); }  ///< not a byte of memory is behind it
@@ -69,6 +77,7 @@ class Datagrams {
   std::unique_ptr<std::uint8_t[]> bytes_;
   std::size_t size_ = 0;
   unsigned how_ = 0;
+  bool new_ = false;         // it does not repeat the one before
   std::size_t repeats_ = 0;  // of the datagram that are still to come
   std::size_t count_ = 0;
 };

@@ -1,28 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Datagrams to a decoder of FUZZ_MODEL. Of whatever they hold come finite points and samples.
+// Datagrams to a decoder of FUZZ_MODEL. Of whatever they hold come finite points and samples, none
+// beyond the limits, and counts that add up.
 #include "decoder/LoopForm.h"
-#include "fuzz/DecoderSetup.h"
+#include "fuzz/WatchedDecoder.h"
 
 namespace orliq {
 namespace {
 
 template <typename P>
 int Decode(fuzz::FuzzInput input, unsigned options) {
-  const auto decoder = fuzz::MakeDecoder<P>(FUZZ_MODEL, input, options);
-  const auto end_frame = [&](const std::uint16_t&, const double&) {
-    if (decoder->CurrentCloud()) fuzz::RequireFinite(decoder->CurrentCloud()->points);
-    decoder->InstallCloud(fuzz::MakeCloud<P>(options));
-  };
-  decoder->RegisterCallBack([](const lidar::Error&) {}, end_frame);
-  decoder->RegisterIMUCallBack([&] { fuzz::RequireFinite(*decoder->CurrentImuMsg()); });
-  fuzz::Datagrams datagrams(input, fuzz::BlankPacket(FUZZ_MODEL));
-  while (datagrams.Next()) {
-    std::uint16_t start = 0;
-    if (datagrams.IsRemarked()) decoder->toSplite(datagrams.data(), datagrams.size(), start);
-    decoder->ProcessMsopPacket(datagrams.data(), datagrams.size(), start);
-    decoder->ShowsFrameBound(datagrams.data(), datagrams.size());
-  }
-  decoder->EnableFinallyFrame();
+  const lidar::SensorModel& model = *lidar::FindSensorModel(FUZZ_MODEL);
+  fuzz::WatchedDecoder<P> decoder(model, input, options);
+  fuzz::Datagrams packets(input, fuzz::BlankPacket(model));
+  while (packets.Next()) decoder.Take(packets);
+  decoder.Finish();
   return 0;
 }
 

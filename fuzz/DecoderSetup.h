@@ -6,7 +6,6 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "decoder/DecoderFactory.h"
@@ -22,6 +21,15 @@ constexpr unsigned kWildTables = 16;  // its beams have directions and offsets t
 constexpr unsigned kRadiusFilter = 32;
 constexpr unsigned kPortable = 64;  // the form of the loops for every processor
 constexpr unsigned kNoCloud = 128;
+
+/// Whether the limits leave much out: asked for by a radius filter that has no tables to stand in.
+constexpr bool IsGated(unsigned options) {
+  return (options & (kTables | kRadiusFilter)) == kRadiusFilter;
+}
+/// No return from farther away stays [m].
+constexpr float Farthest(unsigned options) {
+  return IsGated(options) ? 50.0F : 1e9F;
+}
 
 constexpr std::size_t kSettings = 4 * (lidar::kWeights + lidar::kNearFilters);  // [bytes]
 
@@ -54,9 +62,10 @@ inline std::unique_ptr<lidar::OffsetCheckParam> MakeTables(FuzzInput& input, uns
   return check;
 }
 
-/// Limits that only what is not finite can miss.
+/// Limits that only what is not finite can miss; or narrow ones.
 inline lidar::DecoderParam MakeLimits(unsigned options) {
-  lidar::DecoderParam limits = {-1e9F, 1e9F, -1e9F, 1e9F, -1e9F, 1e9F, {}};
+  lidar::DecoderParam limits = {-1e9F, Farthest(options), -1e9F, 1e9F, -1e9F, 1e9F, {}};
+  if (IsGated(options)) limits = {0.5F, Farthest(options), -20.0F, 45.5F, -10.0F, 10.0F, {}};
   const std::uint32_t enable = (options & kTransform) != 0 ? 1 : 0;
   limits.transform_param = {enable, 0.5F, -1.25F, 1.75F, 1.5F, -2.25F, 30.0F};
   return limits;
@@ -68,26 +77,19 @@ std::shared_ptr<PointCloud<P>> MakeCloud(unsigned options) {
 }
 
 template <typename P>
-auto MakeDecoder(const std::string& model, FuzzInput& input, unsigned options) {
+auto MakeDecoder(lidar::LidarType model, FuzzInput& input, unsigned options) {
   Quiet();
-  auto decoder = lidar::DecoderFactory<PointCloud<P>>::CreateDecoder(
-      lidar::FindSensorModel(model)->type, MakeLimits(options));
+  auto decoder = lidar::DecoderFactory<PointCloud<P>>::CreateDecoder(model, MakeLimits(options));
   if ((options & kTables) != 0) decoder->UpdateCheckParam(MakeTables(input, options).get());
   decoder->InstallCloud(MakeCloud<P>(options));
   decoder->InstallImuMsg(std::make_shared<lidar::ImuMsg>());
   return decoder;
 }
 
-inline std::vector<std::uint8_t> BlankPacket(const std::string& name) {
-  const lidar::SensorModel& model = *lidar::FindSensorModel(name);
+inline std::vector<std::uint8_t> BlankPacket(const lidar::SensorModel& model) {
   std::vector<std::uint8_t> packet(model.packet_bytes);
   std::copy_n(model.identifier.begin(), model.identifier_bytes, packet.begin());
   return packet;
-}
-
-template <typename P>
-void RequireFinite(const std::vector<P>& points) {
-  for (const P& p : points) Require(std::isfinite(p.x + p.y + p.z));
 }
 
 inline void RequireFinite(const lidar::ImuMsg& imu) {

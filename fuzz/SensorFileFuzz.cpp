@@ -5,6 +5,7 @@
 #include "fuzz/MemoryFile.h"
 #include "orliq/config/SensorFile.h"
 #include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/PlainText.h"
 
 // NOLINTNEXTLINE(readability-identifier-naming): the linker names it
 extern "C" int __real_getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**);
@@ -31,7 +32,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   } catch (const cli::Failure& failure) {
     const std::string why = failure.what();
     fuzz::Require(why.find(file.Path()) != std::string::npos);
-    fuzz::Require(why.find_first_of("\n\r\x1B") == std::string::npos && why.size() < 2000);
+    fuzz::Require(why == cli::PlainText(why) && why.size() < 2000);
   }
   return 0;
 }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // A sensor's replies of any content to the thread that fetches its calibration: no image grows beyond
-// what was announced.
+// what was announced, and every reply is counted.
 #include <ctime>
 
-#include "fuzz/UploadSensor.h"
-#include "param/ParamLoader.h"
+#include "fuzz/UploadLaws.h"
 
 using orliq::fuzz::UploadSensor;
 
@@ -25,16 +24,17 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Quiet();
   fuzz::FuzzInput input(data, size);
   const std::size_t options = input.Number(1);
-  constexpr LidarType kTypes[] = {LidarType::Juniq, LidarType::Glavor, LidarType::Fennix,
-                                  LidarType::Hestra};
+  constexpr LidarType kTypes[] = {LidarType::Juniq,  LidarType::Glavor,  LidarType::Fennix,
+                                  LidarType::Hestra, LidarType::Brantis, LidarType::Corvik,
+                                  LidarType::Kelvane};
+  const LidarType type = kTypes[(options % 4 + options / 8 % 2 * 4) % 7];
   const auto service = std::make_shared<lidar::ParamService>();
   const auto sensor = std::make_shared<UploadSensor>(input);
-  lidar::ParamLoader loader(kTypes[options % 4], service, sensor, (options & 4U) != 0);
+  lidar::ParamLoader loader(type, service, sensor, (options & 4U) != 0);
   fuzz::Require(loader.StartLoad("fuzz-load", service));
   sensor->WaitForTheLast();
   loader.StopLoad();
-  const int total = std::max(service->TotalSize(), 0);
-  fuzz::Require(service->ReceivedSize() <= total + lidar::ParamLoader::kLongestReply);
-  fuzz::Require(service->UploadedTables().empty() || loader.IsFinished());
+  fuzz::RequireLaws(*sensor, loader, *service);
+  if (loader.IsFinished()) fuzz::RequireNoMore(*service, type);
   return 0;
 }

@@ -29,13 +29,15 @@ class UploadSensor final : public lidar::UDPSelect {
     late_ = !late_ && replies_.IsRemarked();
     if (over_ || late_) return Nothing();
     const std::size_t size = std::min(replies_.size(), static_cast<std::size_t>(capacity));
+    ++(size == 0 ? empty : taken);
     std::copy_n(replies_.data(), size, static_cast<std::uint8_t*>(buffer));
     return size == 0 ? -1 : static_cast<int>(size);
   }
 
   inline static std::atomic<std::int64_t> now_ns{1};
+  std::uint64_t taken = 0;  // replies that hold a byte; of the thread that asks, as the next
+  std::uint64_t empty = 0;
 
- private:
   /// Of a piece of 1,000 bytes, of an image as large as it.
   static std::vector<std::uint8_t> BlankReply() {
     std::vector<std::uint8_t> reply(36 + 1000 + 3);
@@ -43,6 +45,7 @@ class UploadSensor final : public lidar::UDPSelect {
     return reply;
   }
 
+ private:
   void NextReply() {
     if (over_ || replies_.Next()) return;
     over_ = true;

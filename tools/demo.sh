@@ -47,5 +47,6 @@ demo_of glavor --check-folder "$folder/glavor-check"
 demo_of corvik
 demo_of kelvane
 echo
+echo "See it in the browser: orliq view $folder/room.pcap --model juniq --check-folder $folder/check"
 echo "The clouds are in $folder/frames: $(ls "$folder/frames" | head -n 1) and following. Open them"
 echo "in any viewer for PCD files. 'orliq play --help' shows other formats, limits and transforms."

@@ -26,6 +26,9 @@ namespace {
 
 std::atomic<std::uint32_t> g_load_count{0};  // live managers so far, of all point types
 
+// Of one cloud: some 80 frames of a sensor with most points. One that grows so far has lost its end.
+constexpr std::size_t kMostPoints = std::size_t{1} << 22U;
+
 }  // namespace
 
 template <typename T>
@@ -42,6 +45,7 @@ struct OnlineManager<T>::Impl {
   void Decode();
   void UseUploadedTables();
   bool DecodePacket();
+  bool HasEndlessFrame() const;
   void SplitFrame(const unsigned short& rings, const double& timestamp);
   void SplitIMUFrame();
   void AskForCloud();
@@ -208,7 +212,15 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   const double packet_time = decoder->PacketTime();
   if (packet_time != 0.0 && buffer->arrival_ns != 0) clock.Note(buffer->arrival_ns, packet_time);
   packets.Recycle(buffer);
+  if (HasEndlessFrame()) SplitFrame(0, 0.0);
   return true;
+}
+
+/// Whoever sends packets that never end a frame would otherwise fill the memory.
+template <typename T>
+bool OnlineManager<T>::Impl::HasEndlessFrame() const {
+  const auto& cloud = decoder->CurrentCloud();
+  return cloud && cloud->points.size() >= kMostPoints;
 }
 
 template <typename T>

@@ -159,6 +159,7 @@ int ParamService::PushData(const LidarType& type, const signed char* reply, cons
     last = remaining <= payload;
     return std::min(remaining, payload);
   }
+  upload.complete = true;
   uploaded_tables_ = upload.CutUp(type, GetCheckParam(type));
   done = true;
   return 0;
@@ -198,7 +199,7 @@ ReplyFault ParamService::Impl::Examine(const signed char* reply, int length) con
 
 /// A complete image stays as it is: it never grows beyond what was announced by more than a reply.
 void ParamService::Impl::Append(const signed char* reply, int length) {
-  if (!check_buffer.empty() && received_size >= total_size) return;
+  if (complete) return;
   if (total_size == 0) {
     constexpr std::int64_t kLeast = std::numeric_limits<std::int32_t>::min();
     total_size = static_cast<std::int32_t>(std::max(AnnouncedTotal(reply), kLeast));

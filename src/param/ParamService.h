@@ -127,6 +127,7 @@ struct ParamService::Impl {
   // Assembly of the tables that a sensor uploads itself.
   std::int32_t total_size = 0;             ///< [bytes] of payload expected
   std::int32_t received_size = 0;          ///< [bytes] of payload received
+  bool complete = false;                   ///< as many as that
   char marker[4] = {'Z', 'Z', 'Z', 'Z'};   ///< first bytes of every reply
   std::vector<std::uint8_t> check_buffer;  ///< payload received: the image
 

@@ -20,7 +20,7 @@ fail() {
 # plays ROAD PROGRAM shared|static: it decodes the capture, with the library linked in this manner.
 plays() {
   local linked=static
-  ldd "$2" | grep -q 'libmulti_driver\.so\.' && linked=shared
+  [[ $(ldd "$2") == *libmulti_driver.so.* ]] && linked=shared
   [ "$linked" = "$3" ] || fail "by $1 the library is $linked"
   local said
   said=$("$2" "$work/room.pcap" "$work/room" | tail -n 1) || fail "by $1 the program fails"
@@ -41,7 +41,8 @@ by_pkg_config() {  # PREFIX shared|static OPTION...
   shift 2
   flags=$(PKG_CONFIG_PATH="$installed/lib/pkgconfig" pkg-config --cflags --libs "$@" multi_driver)
   # shellcheck disable=SC2086
-  "${CXX:-c++}" -std=c++17 "$program" $flags -o "$work/by-pkg-config-$linked"
+  "${CXX:-c++}" -std=c++17 -Wall -Wextra -Wnon-virtual-dtor -Wold-style-cast -Werror \
+    -Wno-delete-non-abstract-non-virtual-dtor "$program" $flags -o "$work/by-pkg-config-$linked"
   LD_LIBRARY_PATH=$installed/lib plays pkg-config "$work/by-pkg-config-$linked" "$linked"
 }
 
@@ -60,9 +61,10 @@ headers_stand_alone() {
 
 # A release's programs run with the library of the next one of the same number.
 named_by_its_number() {
-  local real
+  local real section
   real=$(readlink -f "$prefix/lib/libmulti_driver.so")
-  readelf -d "$real" | grep -q 'SONAME.*\[libmulti_driver\.so\.[0-9][0-9]*\]' || fail "no SONAME"
+  section=$(readelf -d "$real")
+  [[ $section =~ SONAME.*\[libmulti_driver\.so\.[0-9]+\] ]] || fail "no SONAME"
   [[ $real == *.so."$version" ]] || fail "$real"
 }
 
@@ -73,11 +75,17 @@ headers_stand_alone
 "$prefix/bin/orliq" simulate --model juniq --frames 2 --out "$work/room.pcap" \
   --check-folder "$work/room" --quiet > /dev/null
 
-by_cmake shared shared -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version"
-by_cmake static static -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version"
+mkdir "$work/modules"  # a stranger may have a FindPCAP of his own, which knows no target
+echo 'set(PCAP_FOUND TRUE)' > "$work/modules/FindPCAP.cmake"
+
+by_cmake shared shared -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version" \
+  -DCMAKE_DISABLE_FIND_PACKAGE_PCAP=ON  # as without libpcap-dev
+by_cmake static static -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version" \
+  -DCMAKE_MODULE_PATH="$work/modules"
 by_pkg_config "$prefix" shared
 # An installation may be moved; without the shared library beside it the static one is linked.
 cp -r "$prefix" "$work/moved"
 rm "$work"/moved/lib/libmulti_driver.so*
 by_pkg_config "$work/moved" static --static
-by_cmake subdirectory shared -DCMAKE_BUILD_TYPE=Debug
+by_cmake subdirectory shared -DCMAKE_BUILD_TYPE=Debug -DCMAKE_MODULE_PATH="$work/modules"
+plays subdirectory "$work/subdirectory/consumer_static" static

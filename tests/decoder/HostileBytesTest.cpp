@@ -98,7 +98,10 @@ TEST_P(HostileBytes, WithoutACloudPointsAreDropped) {
   for (int i = 0; i < 100; ++i) {
     Random(model_.packet_bytes);
     std::uint8_t* const packet = memory_.Last(model_.packet_bytes);
-    if (model_.frame_mark == FrameMark::Last) std::memcpy(packet + 25, "\x7F\xBF", 2);
+    if (model_.frame_mark == FrameMark::Last) {
+      packet[25] = 0x7F;
+      packet[26] = 0xBF;
+    }
     decoder_->InstallCloud(nullptr);
     decoder_->ProcessMsopPacket(packet, model_.packet_bytes, 0);
   }

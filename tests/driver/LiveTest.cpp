@@ -175,6 +175,27 @@ TEST(Live, AProviderWithNothingToGiveIsAskedAgain) {
   EXPECT_EQ(messages, 5);
 }
 
+/// As of a sensor whose packets never end a frame, here after most of them.
+TEST(Live, AnEndlessFrameIsHandedOverBeforeItFillsTheMemory) {
+  std::size_t points = 4194304 - 65;  // which the driver asks for until it ends
+  Sensor sensor;
+  sensor.provider = [&] {
+    auto cloud = std::make_shared<PointCloud<Point>>();
+    cloud->points.resize(std::exchange(points, 0));
+    return cloud;
+  };
+  ASSERT_TRUE(sensor.Open());
+  sensor.Send(kPacket);
+  sensor.WaitForDecoded(1);
+  sensor.Send(kPacket);
+  ASSERT_TRUE(sensor.WaitFor(1));
+  EXPECT_EQ(sensor.frames[0]->points.size(), 4194304 + 63U);
+  EXPECT_EQ(sensor.frames[0]->timestamp, 0.0);
+  sensor.Send(kLast);
+  ASSERT_TRUE(sensor.WaitFor(2));
+  EXPECT_EQ(sensor.frames[1]->points.size(), 64U);
+}
+
 TEST(Live, NoCallbackFollowsTheOneThatStopped) {
   const test::TickingClock clock;
   const struct {

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "multi_driver/Diagnostics.h"
 #include "support/JuniqPacket.h"
 #include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"
@@ -166,6 +167,29 @@ TEST(MultiDriver, AsksStrictlyForTheCalibrationOfASensor) {
   EXPECT_TRUE(Eventually([&] {
     return robot.driver->GetStatistics(0, statistics) && statistics.upload.other_source == 1;
   })) << "only a strict upload counts them apart";
+}
+
+TEST(MultiDriver, LimitsTheQueueOfEverySensor) {
+  Robot robot;
+  ASSERT_TRUE(robot.Open());
+  robot.driver->SetQueueLimit(2);
+  std::promise<void> go;
+  std::atomic<int> held{0};
+  SetDiagnosticSink([&held, gone = go.get_future().share()](auto& /*line*/, auto /*stream*/) {
+    ++held;
+    gone.wait_for(test::kDeadline);
+  });
+  for (const auto& param : robot.params) robot.sensor.Send(param.input_param.port, "?", 1);
+  EXPECT_TRUE(Eventually([&] { return held == 2; })) << "by the line that tells of what is refused";
+  for (std::size_t i = 0; i < 10; ++i) robot.Send(i % 2);
+  for (const std::size_t sensor : {0U, 1U}) {
+    DriverStatistics counts;
+    EXPECT_TRUE(Eventually([&] {
+      return robot.driver->GetStatistics(sensor, counts) && counts.dropped_by_limit == 3;
+    })) << sensor;
+  }
+  go.set_value();
+  SetDiagnosticSink({});
 }
 
 TEST(MultiDriver, PlaysTheSameFrameOfEveryCapture) {

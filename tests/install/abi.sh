@@ -22,6 +22,16 @@ if [ "${2:-}" = --renew ]; then
   gzip -9nc "$folder/now.xml" > "$record"
 else
   gzip -dc "$record" > "$folder/then.xml"
-  abidiff --no-added-syms "$folder/then.xml" "$folder/now.xml"
-  echo "abi: nothing that the last release exported is gone or different"
+  number() { sed -n "s/^<abi-corpus .* soname='\([^']*\)'.*/\1/p" "$1"; }
+  status=0  # 1 and 2 in it: it could not compare
+  abidiff --no-added-syms "$folder/then.xml" "$folder/now.xml" > "$folder/changes" || status=$?
+  if [ $status = 0 ]; then
+    echo "abi: nothing that the last release exported is gone or different"
+  elif [ $((status & 3)) = 0 ] && [ "$(number "$folder/then.xml")" != "$(number "$folder/now.xml")" ]; then
+    echo "abi: another than that of the last release, and so is its number: $(number "$folder/now.xml")"
+  else
+    cat "$folder/changes"
+    echo "abi: programs built with the last release would break: take it back, or raise ORLIQ_ABI"
+    exit 1
+  fi
 fi

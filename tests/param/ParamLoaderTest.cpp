@@ -14,7 +14,7 @@ namespace {
 using test::Bytes;
 using test::Eventually;
 using test::Reply;
-using test::operator+;
+using test::operator+;  // NOLINT(misc-unused-using-decls): the check overlooks operators
 using namespace std::chrono_literals;
 
 /// What a sensor is asked for, by its own table of offsets: `last`, offset, length.

@@ -17,7 +17,7 @@ using test::Bytes;
 using test::Piece;
 using test::PutWord;
 using test::Reply;
-using test::operator+;
+using test::operator+;  // NOLINT(misc-unused-using-decls): the check overlooks operators
 
 constexpr std::size_t kTable = 196608;  // [bytes]
 constexpr std::uint32_t kLargest = 64U << 20U;
@@ -88,6 +88,10 @@ TEST(PushData, ASizeOfNothingOrLessIsCompleteAtOnce) {
     Push(service, Reply(total, Bytes(1000)));
     EXPECT_EQ(service.ReceivedSize(), 60) << total;
   }
+  ParamService empty;
+  EXPECT_TRUE(Push(empty, Reply(32, {})).done);
+  Push(empty, Reply(2532, Bytes(1000)));
+  EXPECT_TRUE(empty.ReceivedSize() == 0 && empty.TotalSize() == 0) << "complete, with no byte";
   ParamService one;
   EXPECT_FALSE(Push(one, Reply(33, {})).done);
   ParamService largest;

@@ -61,7 +61,7 @@ class Program : public testing::Test {
   }
 
   Outcome ExpectRefusal(const Refusal& row) const {
-    const Outcome outcome = Run(row.arguments);
+    Outcome outcome = Run(row.arguments);
     EXPECT_EQ(outcome.code, row.code) << row.arguments << '\n' << outcome.err;
     EXPECT_THAT(outcome.err, testing::HasSubstr(row.sentence)) << row.arguments;
     return outcome;

@@ -6,6 +6,7 @@
 #include <future>
 
 #include "orliq/clouds/CloudPool.h"
+#include "orliq/clouds/CloudWriter.h"
 #include "support/TempDir.h"
 
 namespace orliq::cli {
@@ -15,7 +16,7 @@ using Cloud = PointCloud<Point>;
 
 TEST(CloudSaver, GivesUpACloudThatFindsTheQueueFullInsteadOfWaiting) {
   const test::TempDir dir;
-  CloudSaver saver((dir / "f").string(), "pcd");
+  CloudSaver saver(std::make_unique<CloudWriter>(dir / "f", "pcd"));
   const auto cloud = std::make_shared<Cloud>();
   std::promise<void> stuck, go;
   // The thread lets go of a cloud once it is written, and then hangs as on a slow disk.
@@ -30,7 +31,7 @@ TEST(CloudSaver, GivesUpACloudThatFindsTheQueueFullInsteadOfWaiting) {
   go.set_value();
   saver.Finish();
   EXPECT_EQ(saver.Found().no_room, 3U);
-  EXPECT_EQ(saver.Writer().Files(), CloudSaver::kRoom + 1) << "and writes the rest before it ends";
+  EXPECT_EQ(saver.Sink().Files(), CloudSaver::kRoom + 1) << "and writes the rest before it ends";
 }
 
 }  // namespace

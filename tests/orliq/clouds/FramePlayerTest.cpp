@@ -57,6 +57,18 @@ TEST(FramePlayer, GivesAFrameOnceAndWholeWhateverWasPlayedBefore) {
       EXPECT_EQ(points, row.points) << row.model << " from frame " << first;
       EXPECT_EQ(player.Faults()[0x42], row.refused * (2 - first)) << "indexing, and in frame 0";
     }
+    FramePlayer<Cloud> player(model);
+    ASSERT_EQ(player.Open(param, "") ? player.WaitForIndex() : -1, frames);
+    for (const int entry : {frames - 1, frames - 1, 0, frames - 1}) {
+      std::size_t points = 0;
+      const auto take = [&](const FramePlayer<Cloud>::Frame& frame) {
+        EXPECT_FALSE(entry > 1 && frame.early_points) << row.model << ": nothing precedes the last";
+        points += frame.cloud->points.size();
+      };
+      const int ahead = std::max(entry - 1, 0);
+      test::MustEnd("a jump", [&] { player.PlayRange(ahead, entry, entry + 1, take); });
+      EXPECT_EQ(points, row.points[static_cast<std::size_t>(entry)]) << row.model << ' ' << entry;
+    }
   }
 }
 

@@ -85,54 +85,54 @@ class CheckParams : public test::Program {
 };
 
 TEST_F(CheckParams, NamesWhatIsSuspiciousAndNothingElse) {
-  const std::string kAzimuth = "azimuth.csv", kElevation = "elevation.csv", kOffset = "offset.csv";
-  const std::string kWeight = "weight.csv", kFilter = "near_filter.csv";
+  const std::string azimuth = "azimuth.csv", elevation = "elevation.csv", offset = "offset.csv";
+  const std::string weight = "weight.csv", filter = "near_filter.csv";
   const struct {
     const char* why;
     Files changes;
     std::string findings;
   } rows[] = {
       {"good, with a row of zeros and offsets at their limit", {}, ""},
-      {"not a number", {{kAzimuth, RampBut(17, 5, "nan")}}, "azimuth not_finite 1@1297"},
-      {"infinite", {{kAzimuth, RampBut(255, 191, "1e39")}}, "azimuth not_finite 1@49151"},
-      {"90.00 after truncation", {{kAzimuth, Ramp(90.009 / 127.5)}}, ""},
-      {"just beyond 90", {{kAzimuth, Ramp(90.0101 / 127.5)}}, "azimuth limits 384@0"},
-      {"one wrong beam", {{kAzimuth, RampBut(0, 0, "-48.5")}}, "azimuth lone 1@0"},
-      {"not far enough off", {{kAzimuth, RampBut(9, 9, "-45.5")}}, ""},
-      {"two rows of zeros", {{kElevation, Fall(191)}}, "elevation zeros 512@24576"},
-      {"all the same", {{kOffset, Beams([](int, int) { return "0"; })}}, "offset constant"},
-      {"radians", {{kAzimuth, Ramp(0.4 / 57.3)}}, "azimuth unit"},
-      {"hundredths of a degree", {{kAzimuth, Ramp(40)}}, "azimuth unit"},
+      {"not a number", {{azimuth, RampBut(17, 5, "nan")}}, "azimuth not_finite 1@1297"},
+      {"infinite", {{azimuth, RampBut(255, 191, "1e39")}}, "azimuth not_finite 1@49151"},
+      {"90.00 after truncation", {{azimuth, Ramp(90.009 / 127.5)}}, ""},
+      {"just beyond 90", {{azimuth, Ramp(90.0101 / 127.5)}}, "azimuth limits 384@0"},
+      {"one wrong beam", {{azimuth, RampBut(0, 0, "-48.5")}}, "azimuth lone 1@0"},
+      {"not far enough off", {{azimuth, RampBut(9, 9, "-45.5")}}, ""},
+      {"two rows of zeros", {{elevation, Fall(191)}}, "elevation zeros 512@24576"},
+      {"all the same", {{offset, Beams([](int, int) { return "0"; })}}, "offset constant"},
+      {"radians", {{azimuth, Ramp(0.4 / 57.3)}}, "azimuth unit"},
+      {"hundredths of a degree", {{azimuth, Ramp(40)}}, "azimuth unit"},
       {"swapped",
-       {{kAzimuth, Fall()}, {kElevation, Ramp(0.4)}},
+       {{azimuth, Fall()}, {elevation, Ramp(0.4)}},
        "azimuth pattern, elevation pattern"},
-      {"one table twice", {{kElevation, Ramp(0.4)}}, "elevation pattern, elevation twin"},
-      {"azimuths as offsets", {{kOffset, Ramp(0.4)}}, "offset unit, offset twin"},
+      {"one table twice", {{elevation, Ramp(0.4)}}, "elevation pattern, elevation twin"},
+      {"azimuths as offsets", {{offset, Ramp(0.4)}}, "offset unit, offset twin"},
       {"one wrong offset",
-       {{kOffset, Beams([](int c, int r) { return c + r == 0 ? "-5.01" : "0.01"; })}},
+       {{offset, Beams([](int c, int r) { return c + r == 0 ? "-5.01" : "0.01"; })}},
        "offset limits 1@0"},
       {"a heading",
-       {{kElevation, "up\n" + Fall()}},
+       {{elevation, "up\n" + Fall()}},
        "elevation text, elevation length, elevation lone 1@0"},
-      {"shifted by 7", {{kAzimuth, Moved(7)}}, "azimuth seam"},
-      {"its halves exchanged", {{kAzimuth, Moved(128)}}, "azimuth seam"},
-      {"250 numbers twice", {{kAzimuth, Moved(250, 96)}}, "azimuth stray 576@24826, azimuth seam"},
+      {"shifted by 7", {{azimuth, Moved(7)}}, "azimuth seam"},
+      {"its halves exchanged", {{azimuth, Moved(128)}}, "azimuth seam"},
+      {"250 numbers twice", {{azimuth, Moved(250, 96)}}, "azimuth stray 576@24826, azimuth seam"},
       {"upper half negated",
-       {{kElevation, Beams([](int, int r) { return std::to_string(std::abs(r - 95.5) * -0.2); })}},
+       {{elevation, Beams([](int, int r) { return std::to_string(std::abs(r - 95.5) * -0.2); })}},
        "elevation seam"},
       {"a block of zeros",
-       {{kAzimuth, Beams([](int c, int r) {
+       {{azimuth, Beams([](int c, int r) {
            return c > 9 && c < 30 && r > 9 && r < 30 ? "0" : std::to_string((c - 127.5) * 0.4);
          })}},
        "azimuth stray 400@2570"},
       {"azimuths at random",
-       {{kAzimuth, Beams([](int c, int r) { return std::to_string((c * 37 + r * 61) % 89 + 1); })}},
+       {{azimuth, Beams([](int c, int r) { return std::to_string((c * 37 + r * 61) % 89 + 1); })}},
        "azimuth pattern"},
-      {"no weights", {{kWeight, "a,0,0,0,0\n"}}, "weight constant"},
-      {"a weight that is none", {{kWeight, "a,1,2,inf,4\n"}}, "weight not_finite"},
-      {"half switched on", {{kFilter, "0,0,0,0,0.5,0.5,2,0,0\n"}}, "near_filter switch"},
-      {"nine neighbours", {{kFilter, "0,0,0,0,1,0.5,9,0,0\n"}}, "near_filter switch"},
-      {"no radius", {{kFilter, "0,0,0,0,1,0,2,0,0\n"}}, "near_filter switch"},
+      {"no weights", {{weight, "a,0,0,0,0\n"}}, "weight constant"},
+      {"a weight that is none", {{weight, "a,1,2,inf,4\n"}}, "weight not_finite"},
+      {"half switched on", {{filter, "0,0,0,0,0.5,0.5,2,0,0\n"}}, "near_filter switch"},
+      {"nine neighbours", {{filter, "0,0,0,0,1,0.5,9,0,0\n"}}, "near_filter switch"},
+      {"no radius", {{filter, "0,0,0,0,1,0,2,0,0\n"}}, "near_filter switch"},
   };
   for (const auto& row : rows) {
     WriteFolder(row.changes);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Live sensors of a file, fused: by the parts of the program, and as a user's shell runs it.
+#include "orliq/clouds/CloudWriter.h"
 #include "orliq/verbs/live/FusedSource.h"
 #include "orliq/verbs/live/FusedTally.h"
 #include "simulator/sending/ParamServer.h"
@@ -64,6 +65,9 @@ class FusedLive : public test::RunningProgram {
     Rear().Send(rear);
     ASSERT_TRUE(test::Eventually([&] { return source.Counts().rounds > before.rounds; }));
   }
+  void AwaitNote(const std::string& words) const {
+    ASSERT_TRUE(test::Eventually([&] { return HasNoted(words); })) << words << dir_.Read("err");
+  }
   /// The points of a frame as play writes them, without the line of names.
   std::string Played(const Sensor& sensor, int frame, const std::string& more) {
     const std::string name = std::to_string(frame);
@@ -77,11 +81,11 @@ class FusedLive : public test::RunningProgram {
 };
 
 TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOnes) {
-  CloudSaver saver((dir_ / "f").string(), "csv");
+  CloudSaver saver(std::make_unique<CloudWriter>(dir_ / "f", "csv"));
   const SensorFile file = ReadSensorFile(Describe("source: 127.0.0.1, " + folder_));
   FrameChoice choice;
   choice.frames = 2;
-  Source source(file.sensors, choice, &saver);
+  Source source(file.sensors, choice, &saver, nullptr);
   ASSERT_TRUE(source.Open());
   Fuse(source, 0, 0);
   test::LoopbackSocket(INADDR_LOOPBACK + 1).Send(Front().port, "", 1);
@@ -125,8 +129,8 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   options.port = test::FreePort();
   const auto file =
       ReadSensorFile(Describe("params_from: 127.0.0.1:" + std::to_string(options.port)));
-  CloudSaver saver((dir_ / "f").string(), "pcd");
-  Source source(file.sensors, {{}, true, "", false}, &saver);
+  CloudSaver saver(std::make_unique<CloudWriter>(dir_ / "f", "pcd"));
+  Source source(file.sensors, {{}, true, "", false}, &saver, nullptr);
   ASSERT_TRUE(source.Open());
   Fuse(source, 0, 0);
   std::error_code error;
@@ -143,9 +147,9 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
 
 TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {
   Start("live --wait 4 --config " + Describe(folder_) + " --json");
-  ASSERT_TRUE(test::Eventually([&] { return HasNoted("listening on"); })) << dir_.Read("err");
+  AwaitNote("listening on");
   Front().Send(0);
-  EXPECT_TRUE(test::Eventually([&] { return HasNoted("note: rear: nothing arrived at "); }));
+  AwaitNote("note: rear: nothing arrived at ");
   const auto live = Finish();
   EXPECT_EQ(live.code, 3);
   EXPECT_THAT(live.err, HasSubstr("orliq live: rear: nothing arrived at 127.0.0.1:" +
@@ -155,6 +159,55 @@ TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {
   EXPECT_EQ(sums["sensors"][0]["packets_decoded"], 768);
   EXPECT_EQ(sums["sensors"][1]["name"], "rear");
   EXPECT_EQ(sums["error"]["code"], 3);
+}
+
+TEST_F(FusedLive, WritesAsManyCloudsAsWereAskedForAndExplainsTheLossesOfTheSecondSensor) {
+  Start("live --config " + Describe(folder_) + " --out fused --format csv --frames 2 --json");
+  AwaitNote("listening on");
+  ASSERT_TRUE(test::SendAll({{0}}, Rear().port));
+  // Which frames meet is up to the threads' turns: they come until two clouds are whole.
+  for (int i = 0; program_.wait_for(std::chrono::seconds(0)) != std::future_status::ready; ++i) {
+    ASSERT_LT(i, 1000);
+    Front().Send(1 + i % 4);
+    Rear().Send(1 + i % 4);
+  }
+  const auto live = Finish();
+  EXPECT_EQ(live.code, 5) << live.err;
+  EXPECT_THAT(live.err, HasSubstr("note: packets of other kinds came to the port: "));
+  const json sums = json::parse(live.out);
+  EXPECT_TRUE(sums["fused_clouds"] == 2 && sums["files_written"] == 2) << live.out;
+  EXPECT_EQ(sums["sensors"][1]["refused_length"], 1);
+  std::ptrdiff_t lines = -2;  // of names
+  for (const std::string& name : dir_.Files("fused")) {
+    const std::string text = dir_.Read("fused/" + name);
+    lines += std::count(text.begin(), text.end(), '\n');
+  }
+  EXPECT_EQ(sums["points"], lines);
+}
+
+TEST_F(FusedLive, NamesWhoHoldsTheOthersUpAndWhoseTablesNeverCame) {
+  const test::LoopbackSocket mute;
+  const std::string from = "127.0.0.1:" + std::to_string(mute.port());
+  const std::string more = ", address: 127.0.0.1, params_from: '" + from + "'";
+  Start("live --json --config " +
+        dir_.Write("asking.yaml", "sensors:\n" + Line("front", Front(), "model: juniq" + more) +
+                                      Line("rear", Rear(), "model: corvik" + more)));
+  AwaitNote("listening on");
+  Front().Send(0);
+  AwaitNote("note: rear: nothing arrived at ");
+  AwaitNote("note: front: it has sent nothing for 3.");
+  Rear().Send(0);
+  AwaitNote("note: rear: it sends now");
+  Front().Send(1);
+  AwaitNote("note: front: it sends again, after ");
+  AwaitNote("note: rear: it has sent nothing for 3.");  // so what it sent is decoded
+  const auto live = Finish(SIGINT);
+  EXPECT_EQ(live.code, 3);
+  EXPECT_THAT(live.err, HasSubstr("note: rear: corvik needs no calibration: params_from"));
+  EXPECT_THAT(live.err, HasSubstr("orliq live: front: no reply of " + from));
+  EXPECT_FALSE(HasNoted("front: nothing") || HasNoted("front: it sends now")) << live.err;
+  EXPECT_FALSE(HasNoted("rear: it sends again") || HasNoted("rear: no reply")) << live.err;
+  EXPECT_FALSE(json::parse(live.out)["sensors"][1].contains("upload")) << "it was not asked";
 }
 
 TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {

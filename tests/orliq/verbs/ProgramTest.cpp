@@ -31,10 +31,11 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
       {"play room.pcap --model juniq --frames 2:", 2, "last frame is 1"},
       {"play room.pcap --model juniq --min-distance nan", 2, "finite"},
       {"play room.pcap --model juniq --min-azimuth 5 --max-azimuth -5", 2, "--min-azimuth"},
-      {"play room.pcap --model juniq --out x.las", 2, "only as .pcd, .ply or .csv"},
+      {"play room.pcap --model juniq --out x.las", 2, "only as .pcd, .ply, .csv or .mcap"},
       {"play room.pcap --model juniq --source ''", 2, "such as 192.168.1.200"},
       {"info room.pcap --check-folder room", 2, "needs --model"},
       {"info room", 4, "not a regular file"},
+      {"info \"$(printf 'a\\033[31m\\302\\2331m')\"", 4, "cannot read a?[31m?1m:"},
       {"info room/azimuth.csv", 4, "it is no capture file"},
       {"play room.pcap --model juniq --check-folder nowhere", 4, "there is no folder nowhere"},
       {"play room.pcap --model juniq --check-folder bad", 4, "for the elevation table: none has"},
@@ -263,7 +264,7 @@ TEST_F(Captures, GiveOnlyWholeFramesUnlessTheOthersAreAskedFor) {
   for (std::size_t i = 300; i < 2900; ++i) capture.Record(packets[i]);
   const json sums = Play(capture, 0, "--out f");
   EXPECT_EQ(dir_.Files("f"), (Names{"frame_000001.pcd", "frame_000002.pcd"})) << "keep the number";
-  const json left_out = sums["partial_frames"];
+  const json& left_out = sums["partial_frames"];
   ASSERT_EQ(left_out.size(), 2U);
   EXPECT_EQ(left_out[0]["frame"], 0);
   EXPECT_EQ(left_out[0]["points"], (768 - 300) * 64);

@@ -41,7 +41,7 @@ class Send : public test::Program {
         }
       }
     });
-    const json sums = RunJson(arguments + " --to 127.0.0.1:" + std::to_string(socket.port()), code);
+    json sums = RunJson(arguments + " --to 127.0.0.1:" + std::to_string(socket.port()), code);
     sending = false;
     receiver.join();
     EXPECT_EQ(sums["packets_sent"], received.size());

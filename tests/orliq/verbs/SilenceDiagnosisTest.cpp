@@ -6,7 +6,7 @@
 namespace orliq::test {
 namespace {
 
-const PortHolder driver_program = {"", 1000, 4711, "driver"};
+const PortHolder kDriverProgram = {"", 1000, 4711, "driver"};
 
 TEST(Diagnosis, SilenceIsExplainedByWhatReachedTheMachine) {
   Flow vlan = FlowOf("kelvane");
@@ -144,31 +144,31 @@ TEST(Diagnosis, SilenceIsExplainedByTheInterface) {
 
 TEST(Diagnosis, AnotherProgramIsInTheWayOfItsOwnAddressOnly) {
   ExpectFaults({
-      {"both receive", [](Facts& f) { f.seen.holders = {driver_program}; }, {"note port_shared"}},
+      {"both receive", [](Facts& f) { f.seen.holders = {kDriverProgram}; }, {"note port_shared"}},
       {"nothing came, and what came in went to the other",
        [](Facts& f) {
          f.See(FlowOf("kelvane"));
-         f.seen.holders = {driver_program};
+         f.seen.holders = {kDriverProgram};
        },
        {"port_taken"}},
       {"nothing came in for either",
        [](Facts& f) {
          f.Silence();
-         f.seen.holders = {driver_program};
+         f.seen.holders = {kDriverProgram};
        },
        {"nothing_arrives", "note port_shared"}},
       {"nobody could look",
        [](Facts& f) {
          f.Silence();
          f.machine.seen.why_not = "no right";
-         f.seen.holders = {driver_program};
+         f.seen.holders = {kDriverProgram};
        },
        {"port_taken"}},
       {"held alone",
        [](Facts& f) {
          f.Silence();
          f.seen.no_port = "in use";
-         f.seen.holders = {driver_program};
+         f.seen.holders = {kDriverProgram};
        },
        {"port_held"}},
       {"on another address",
@@ -182,7 +182,7 @@ TEST(Diagnosis, AnotherProgramIsInTheWayOfItsOwnAddressOnly) {
          f.Silence();
          f.seen.no_port = "no address of this machine";
          f.seen.address = "192.168.1.77";
-         f.seen.holders = {driver_program};
+         f.seen.holders = {kDriverProgram};
        },
        {"port_unusable"}},
   });

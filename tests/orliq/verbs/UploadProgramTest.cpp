@@ -225,7 +225,7 @@ TEST_F(UploadingLive, CountsFramesWithAllTablesOnlyAndEndsWhenOneIsMissing) {
   param.calibration_param = MakeCalibrationParam({{"", "127.0.0.1", port_}});
   for (const bool all : {true, false}) {
     Serve(TablesOf(all ? "juniq" : "glavor"), options);
-    DriverSource<PointCloud<Point>> source({{}, true, "", false}, nullptr);
+    DriverSource<PointCloud<Point>> source({{}, true, "", false}, nullptr, nullptr);
     ASSERT_TRUE(source.Open(param));
     ASSERT_TRUE(test::Eventually([&] { return source.Calibration().loaded; }));
     Send(0, 1536);

@@ -20,14 +20,15 @@ Vec3 CalibratedBeam(const Tables& tables, std::uint32_t position, std::uint64_t 
 }
 
 Vec3 CorvikBeam(const Tables& /*tables*/, std::uint32_t position, std::uint64_t /*frame*/) {
+  const std::uint32_t line = position / 192;
   return DirectionOf(std::trunc(6000.0 - 62.5 * (position % 192)) / 100.0,
-                     std::trunc(1500.0 - 53.5714286 * (position / 192)) / 100.0);
+                     std::trunc(1500.0 - 53.5714286 * line) / 100.0);
 }
 
 Vec3 KelvaneBeam(const Tables& /*tables*/, std::uint32_t position, std::uint64_t frame) {
   static constexpr double kFace[] = {0.0, -0.02, 0.02, 0.03};  // [deg]
-  return DirectionOf(60.0 - 0.2 * (position / 520),
-                     -13.0 + 0.05 * (position % 520) + kFace[frame % 4]);
+  const std::uint32_t column = position / 520;
+  return DirectionOf(60.0 - 0.2 * column, -13.0 + 0.05 * (position % 520) + kFace[frame % 4]);
 }
 
 /// A sensor and how it scans, worked out anew.

@@ -33,7 +33,10 @@ void RequireOrder(const char* quantity, float min, float max) {
 }  // namespace
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options) {
-  command.add_option("--out", options.out, "folder for one file per frame, or one file")
+  command
+      .add_option("--out", options.out,
+                  "folder for one file per frame, or one file; FILE.mcap takes all of them as "
+                  "messages of ROS 2")
       ->check(NotEmpty());
   command
       .add_option("--format", options.format,
@@ -41,6 +44,15 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
       ->check(CLI::IsMember({"pcd", "ply", "csv"}));
   command.add_flag("--force", options.force,
                    "replace the file, or frames of an earlier run in the folder");
+  command.add_flag("--no-compression", options.no_compression,
+                   "write FILE.mcap as it is: larger, and less work");
+  command.add_flag("--with-packets", options.with_packets,
+                   "the sensor's packets into FILE.mcap too, which orliq play then takes for a "
+                   "capture");
+  AddPointOptions(command, options);
+}
+
+void AddPointOptions(CLI::App& command, OutputOptions& options) {
   command
       .add_option("--point", options.point,
                   "what a point holds: x, y, z [m], intensity and ring; point-time adds the time "
@@ -67,7 +79,7 @@ void AddModelOptions(CLI::App& command, std::string& model,
       "folder to read the sensor's calibration from");
 }
 
-void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+void AddDecodingOptions(CLI::App& command, CloudOptions& options) {
   AddModelOptions(command, options.model, options.check_folder);
   command
       .add_option("--transform", options.transform,
@@ -77,6 +89,10 @@ void AddCloudOptions(CLI::App& command, CloudOptions& options) {
       ->expected(6)
       ->check(Finite());
   AddLimits(command, options.decoder);
+}
+
+void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+  AddDecodingOptions(command, options);
   AddOutputOptions(command, options.output);
 }
 

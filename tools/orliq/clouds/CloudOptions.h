@@ -15,11 +15,17 @@ namespace orliq::cli {
 struct OutputOptions {
   std::string out;  ///< empty: no files
   std::string format;
-  bool force = false;  ///< replaces the file or frames of an earlier run
+  bool force = false;           ///< replaces the file or frames of an earlier run
+  bool no_compression = false;  ///< of a file of messages
+  bool with_packets = false;    ///< likewise: in it
   std::string point = "point";
   bool verbose = false;
 };
 
+/// --point and --verbose.
+void AddPointOptions(CLI::App& command, OutputOptions& options);
+
+/// The same, and --out with what belongs to it.
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 
 /// How packets of a sensor that the command line names become clouds, and where these go.
@@ -37,6 +43,11 @@ void AddModelOption(CLI::App& command, std::string& model);
 /// The same and --check-folder.
 void AddModelOptions(CLI::App& command, std::string& model,
                      std::optional<std::string>& check_folder);
+
+/// The same, --transform and the limits.
+void AddDecodingOptions(CLI::App& command, CloudOptions& options);
+
+/// The same and those of the output.
 void AddCloudOptions(CLI::App& command, CloudOptions& options);
 
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits

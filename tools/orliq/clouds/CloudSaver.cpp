@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/clouds/CloudSaver.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
 namespace orliq::cli {
+namespace {
 
-CloudSaver::CloudSaver(const std::string& target, const std::string& format, bool replace,
-                       std::size_t room)
-    : room_(room), writer_(target, format, replace), thread_([this] { Run(); }) {}
+constexpr std::chrono::seconds kTendTime{1};
+
+}  // namespace
+
+CloudSaver::CloudSaver(std::unique_ptr<CloudSink> sink, std::size_t room)
+    : room_(room), sink_(std::move(sink)), thread_([this] { Run(); }) {}
 
 void CloudSaver::Save(std::shared_ptr<const void> owner, const CloudView& view, int frame) {
   const std::lock_guard lock(mutex_);
@@ -18,6 +23,16 @@ void CloudSaver::Save(std::shared_ptr<const void> owner, const CloudView& view, 
   }
   jobs_.push_back({std::move(owner), view, frame});
   work_.notify_one();
+}
+
+/// Wakes nobody: the thread takes it with the next cloud, or after kTendTime.
+void CloudSaver::Save(const lidar::ImuMsg& sample) {
+  const std::lock_guard lock(mutex_);
+  if (samples_.size() < kSampleRoom) {
+    samples_.push_back(sample);
+  } else {
+    ++losses_.samples;
+  }
 }
 
 void CloudSaver::Finish() {
@@ -38,22 +53,54 @@ CloudSaver::Losses CloudSaver::Found() const {
 void CloudSaver::Run() {
   for (;;) {
     std::unique_lock lock(mutex_);
-    work_.wait(lock, [this] { return finishing_ || !jobs_.empty(); });
-    if (jobs_.empty()) return;
+    work_.wait_for(lock, kTendTime, [this] { return finishing_ || !jobs_.empty(); });
+    const std::vector<lidar::ImuMsg> samples = std::exchange(samples_, {});
+    if (jobs_.empty()) {
+      const bool over = finishing_;
+      lock.unlock();
+      Write(samples);
+      if (over) return FinishFiles();
+      Attempt([this] { sink_->Tend(); });
+      continue;
+    }
     const Job job = std::move(jobs_.front());
     jobs_.pop_front();
     lock.unlock();
-    Write(job);
+    Write(samples);
+    if (!Attempt([&] { sink_->Write(job.view, job.frame, 0); })) AddFaults(1, 0);
   }
 }
 
-void CloudSaver::Write(const Job& job) {
+void CloudSaver::Write(const std::vector<lidar::ImuMsg>& samples) {
+  for (const lidar::ImuMsg& sample : samples) {
+    if (!Attempt([&] { sink_->Write(sample); })) AddFaults(0, 1);
+  }
+}
+
+/// What waits within the sink for a disk that takes it is lost when that comes to nothing.
+void CloudSaver::FinishFiles() {
+  if (Attempt([this] { sink_->Finish(); })) return;
+  AddFaults(sink_->PendingClouds(), sink_->PendingSamples());
+  const std::lock_guard lock(mutex_);
+  losses_.unfinished = true;
+}
+
+template <typename Work>
+bool CloudSaver::Attempt(const Work& work) {
   try {
-    writer_.Write(job.view, job.frame, 0);
+    work();
+    return true;
   } catch (const std::exception& fault) {
     const std::lock_guard lock(mutex_);
-    if (losses_.faults++ == 0) losses_.first_fault = fault.what();
+    if (losses_.first_fault.empty()) losses_.first_fault = fault.what();
+    return false;
   }
+}
+
+void CloudSaver::AddFaults(std::uint64_t clouds, std::uint64_t samples) {
+  const std::lock_guard lock(mutex_);
+  losses_.faults += clouds;
+  losses_.samples += samples;
 }
 
 }  // namespace orliq::cli

@@ -10,16 +10,19 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
-#include "orliq/clouds/CloudWriter.h"
+#include "orliq/clouds/CloudSink.h"
 
 namespace orliq::cli {
 
-/// Writes clouds on a thread of its own, so that the disk never makes decoding wait. A cloud that
-/// finds the queue full is given up and counted.
+/// Writes clouds, and samples, on a thread of its own, so that the disk never makes decoding wait. One
+/// that finds the queue full is given up and counted.
 class CloudSaver {
  public:
   static constexpr std::size_t kRoom = 64;  // 2.5 s of a 25 Hz sensor
+
+  static constexpr std::size_t kSampleRoom = 16384;  // 8 s of 2,000 in a second
 
   /// Room for clouds of so many sensors, in about the memory of one sensor's.
   static std::size_t RoomFor(std::size_t sensors) {
@@ -31,11 +34,14 @@ class CloudSaver {
     std::uint64_t no_room = 0;  ///< frames that found the queue full
     std::uint64_t faults = 0;   ///< frames that could not be written
     std::string first_fault;
+    std::uint64_t samples = 0;  ///< for either reason
+    bool unfinished = false;    ///< the file could not be completed
+
+    bool Any() const { return no_room + faults + samples > 0 || unfinished; }
   };
 
-  /// At most `room` clouds wait. Throws Failure as CloudWriter does.
-  CloudSaver(const std::string& target, const std::string& format, bool replace = false,
-             std::size_t room = kRoom);
+  /// At most `room` clouds wait.
+  explicit CloudSaver(std::unique_ptr<CloudSink> sink, std::size_t room = kRoom);
   ~CloudSaver() { Finish(); }
   CloudSaver(const CloudSaver&) = delete;
   CloudSaver& operator=(const CloudSaver&) = delete;
@@ -43,14 +49,16 @@ class CloudSaver {
   /// Hands over a cloud; `owner` keeps alive what `view` refers to. Never waits for the disk.
   void Save(std::shared_ptr<const void> owner, const CloudView& view, int frame);
 
-  /// Writes all that waits and ends the thread.
+  void Save(const lidar::ImuMsg& sample);
+
+  /// Writes all that waits, completes the files and ends the thread.
   void Finish();
 
   /// At any time, from any thread.
   Losses Found() const;
 
   /// Of the time after Finish only.
-  const CloudWriter& Writer() const { return writer_; }
+  const CloudSink& Sink() const { return *sink_; }
 
  private:
   struct Job {
@@ -60,15 +68,20 @@ class CloudSaver {
   };
 
   void Run();
-  void Write(const Job& job);
+  void Write(const std::vector<lidar::ImuMsg>& samples);
+  void FinishFiles();
+  void AddFaults(std::uint64_t clouds, std::uint64_t samples);
+  template <typename Work>
+  bool Attempt(const Work& work);
 
   const std::size_t room_;
-  CloudWriter writer_;  // of the thread
+  const std::unique_ptr<CloudSink> sink_;  // of the thread
   mutable std::mutex mutex_;
   std::condition_variable work_;
-  std::deque<Job> jobs_;    // guarded by mutex_
-  bool finishing_ = false;  // guarded by mutex_
-  Losses losses_;           // guarded by mutex_
+  std::deque<Job> jobs_;                // guarded by mutex_
+  std::vector<lidar::ImuMsg> samples_;  // guarded by mutex_
+  bool finishing_ = false;              // guarded by mutex_
+  Losses losses_;                       // guarded by mutex_
   std::thread thread_;
 };
 

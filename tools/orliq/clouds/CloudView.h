@@ -47,18 +47,20 @@ inline Origin OriginOf(const lidar::DriverParam& param) {
   return moved ? Origin{pose.x, pose.y, pose.z} : Origin{};
 }
 
-/// Points of a range with a return inside the limits. The others are set to zero by the decoder; what
-/// measured a range of zero, as a Corvik does without a return, lies where the sensor stands.
+/// Whether a point is a return inside the limits. The others are set to zero by the decoder; what measured
+/// a range of zero, as a Corvik does without a return, lies where the sensor stands.
+inline bool IsReturn(float x, float y, float z, const Origin& origin) {
+  const bool at_zero = x == 0.0F && y == 0.0F && z == 0.0F;
+  const bool at_sensor = x == origin.x && y == origin.y && z == origin.z;
+  return !at_zero && !at_sensor;
+}
+
+/// Points of a range with a return inside the limits.
 template <typename Iterator>
 std::uint64_t CountNonZero(Iterator begin, Iterator end, const Origin& origin) {
   std::uint64_t count = 0;
   for (; begin != end; ++begin) {
-    const float x = begin->x;
-    const float y = begin->y;
-    const float z = begin->z;
-    const bool at_zero = x == 0.0F && y == 0.0F && z == 0.0F;
-    const bool at_sensor = x == origin.x && y == origin.y && z == origin.z;
-    if (!at_zero && !at_sensor) ++count;
+    if (IsReturn(begin->x, begin->y, begin->z, origin)) ++count;
   }
   return count;
 }

@@ -37,7 +37,7 @@ std::optional<CloudFormat> EndingFormat(const std::filesystem::path& target) {
   throw Failure(ExitCode::kUsage,
                 "--out " + target.string() + ": no clouds can be written as " +
                     target.extension().string() +
-                    ", only as .pcd, .ply or .csv; for a folder of that name, add a slash");
+                    ", only as .pcd, .ply, .csv or .mcap; for a folder of that name, add a slash");
 }
 
 /// Whether a CloudWriter gave the file its name: "frame_000123.pcd", "frame_000123_1.ply".
@@ -109,6 +109,10 @@ std::filesystem::path CloudWriter::Write(const CloudView& cloud, int frame, int 
   bytes_ += WriteCloud(path, target_.format, cloud);
   ++files_;
   return path;
+}
+
+std::string CloudWriter::Contents() const {
+  return Count(files_, CloudFormatName(target_.format) + " file");
 }
 
 void CloudWriter::RemoveStale() {

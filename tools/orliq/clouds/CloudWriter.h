@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "orliq/clouds/CloudFormat.h"
+#include "orliq/clouds/CloudSink.h"
 
 namespace orliq::cli {
 
@@ -27,7 +28,7 @@ CloudTarget ExamineTarget(const std::filesystem::path& path, const std::string& 
                           bool replace);
 
 /// Writes clouds to a folder that gets one file per cloud, or to a single file.
-class CloudWriter {
+class CloudWriter : public CloudSink {
  public:
   /// Makes the folder when it is missing; frames of an earlier run in it go when the first cloud is
   /// written. Throws Failure as ExamineTarget does, when the folder cannot be made, and when no file
@@ -35,15 +36,14 @@ class CloudWriter {
   CloudWriter(const std::filesystem::path& target, const std::string& format, bool replace = false);
 
   /// Whether the target is one file and so takes one cloud only.
-  bool SingleFile() const { return target_.single_file; }
+  bool TakesOneCloud() const override { return target_.single_file; }
 
-  /// Writes the cloud of `frame`; `part` counts the clouds of a frame whose mark was lost, from 0.
-  /// Returns the file's path. Throws Failure when it cannot be written.
-  std::filesystem::path Write(const CloudView& cloud, int frame, int part);
+  using CloudSink::Write;
+  std::filesystem::path Write(const CloudView& cloud, int frame, int part) override;
 
-  CloudFormat Format() const { return target_.format; }
-  std::uint64_t Files() const { return files_; }
-  std::uint64_t Bytes() const { return bytes_; }
+  std::uint64_t Files() const override { return files_; }
+  std::uint64_t Bytes() const override { return bytes_; }
+  std::string Contents() const override;
 
  private:
   void RemoveStale();

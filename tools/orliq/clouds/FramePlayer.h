@@ -80,11 +80,12 @@ class FramePlayer {
   }
 
   /// Plays the entries `first` to before `last`, which must be there, and hands every cloud to
-  /// `sink(frame)` in order; false when it was interrupted. The driver has stopped when it
-  /// returns. A decoder that remembers plays `ahead` before, and nobody sees it.
+  /// `sink(frame)` in order; false when it was interrupted. A decoder that remembers plays `ahead`
+  /// before, and nobody sees it, unless `first` follows what was played last. May be called again.
   template <typename Sink>
-  bool Play(int ahead, int first, int last, const Sink& sink) {
-    bool more = !remembers_ || Request(ahead, true, sink);
+  bool PlayRange(int ahead, int first, int last, const Sink& sink) {
+    const bool follows = std::exchange(follower_, last) == first;
+    bool more = !remembers_ || follows || Request(ahead, true, sink);
     for (int entry = first; more && entry < last; ++entry) {
       more = Request(entry, false, sink);
       HandOn(sink, 0);
@@ -92,12 +93,20 @@ class FramePlayer {
     }
     // A frame whose mark was lost ends later than its first cloud.
     more = more && Wait(sink, [this] { return Finish(); });
+    if (more) HandOn(sink, 0);
+    return more;
+  }
+
+  /// Likewise for the last time: the driver has stopped when it returns.
+  template <typename Sink>
+  bool Play(int ahead, int first, int last, const Sink& sink) {
+    const bool more = PlayRange(ahead, first, last, sink);
     Stop();
     HandOn(sink, 0);
     return more;
   }
 
-  /// What the driver made of the capture, without what it played ahead; after Play.
+  /// What the driver made of the capture so far, without what it played ahead of the first frame.
   lidar::DriverStatistics Statistics() const {
     lidar::DriverStatistics statistics;
     driver_.GetStatistics(statistics);
@@ -236,6 +245,7 @@ class FramePlayer {
   std::map<std::uint32_t, std::uint64_t> faults_;  // guarded by mutex_
   bool began_ = false;              // nothing is played ahead any more; of the caller's thread
   lidar::DriverStatistics before_;  // by then; likewise
+  int follower_ = -1;               // the entry behind the last one played; likewise
   std::size_t usual_points_ = 0;    // of the driver's thread once it runs
   OrliqDriver<Cloud> driver_;       // last, so that its thread ends before anything it uses
 };

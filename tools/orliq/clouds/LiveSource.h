@@ -12,6 +12,7 @@
 #include "orliq/clouds/CloudCounter.h"
 #include "orliq/clouds/CloudPool.h"
 #include "orliq/clouds/CloudSaver.h"
+#include "orliq/clouds/CloudTaker.h"
 #include "orliq/clouds/CloudView.h"
 
 namespace orliq::cli {
@@ -61,18 +62,20 @@ class LiveSource {
 template <typename Cloud>
 class DriverSource : public LiveSource {
  public:
-  /// `saver` may be null and outlives this.
-  DriverSource(const FrameChoice& choice, CloudSaver* saver)
+  /// `saver` and `taker` may be null and outlive this.
+  DriverSource(const FrameChoice& choice, CloudSaver* saver, CloudTaker* taker)
       : choice_(choice),
         wanted_(choice.frames.value_or(std::numeric_limits<std::uint64_t>::max())),
-        saver_(saver) {}
+        saver_(saver),
+        taker_(taker) {}
 
   bool Open(const lidar::DriverParam& param) override {
     driver_.RegisterPointCloudCallBack(
         [this](const std::shared_ptr<Cloud>& cloud) { TakeCloud(cloud); },
         [this] { return pool_->Take(); });
-    driver_.RegisterImuCallBack([this](const std::shared_ptr<lidar::ImuMsg>&) { TakeImu(); },
-                                [] { return std::make_shared<lidar::ImuMsg>(); });
+    driver_.RegisterImuCallBack(
+        [this](const std::shared_ptr<lidar::ImuMsg>& sample) { TakeImu(*sample); },
+        [] { return std::make_shared<lidar::ImuMsg>(); });
     driver_.SetStrictUpload(!choice_.lenient);
     driver_.SetSocketBuffer(choice_.socket_buffer);
     calibrated_ = param.param_source == 0;
@@ -120,6 +123,7 @@ class DriverSource : public LiveSource {
       ++empty_frames_;
     } else if (!partial || choice_.partial) {
       if (saver_ != nullptr) saver_->Save(cloud, View(*cloud), number);
+      if (taker_ != nullptr) taker_->Take({cloud, View(*cloud), {{points, cloud->timestamp}}});
       frames_.Add(points,
                   CountNonZero(*cloud, origin_));  // last: a frame that counts is handed over
     }
@@ -136,13 +140,17 @@ class DriverSource : public LiveSource {
     return calibrated_ && statistics.upload.decoded_before_use == 0;
   }
 
-  void TakeImu() {
-    if (!Complete()) ++imu_samples_;
+  void TakeImu(const lidar::ImuMsg& sample) {
+    if (Complete()) return;
+    ++imu_samples_;
+    if (saver_ != nullptr) saver_->Save(sample);
+    if (taker_ != nullptr) taker_->Take(sample);
   }
 
   FrameChoice choice_;
   std::uint64_t wanted_;
   CloudSaver* saver_;
+  CloudTaker* taker_;
   int clouds_ = 0;           // of all kinds; of the decoding thread
   bool calibrated_ = false;  // from the next frame on; likewise, once it runs
   Origin origin_;            // of the sensor

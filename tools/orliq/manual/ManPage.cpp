@@ -81,8 +81,9 @@ std::string VerbSection(const CLI::App& verb) {
 std::string ManPage(const CLI::App& app) {
   std::string page = ".TH ORLIQ 1 \"\" \"orliq " ORLIQ_VERSION "\" \"User Commands\"\n";
   page += ".SH NAME\norliq \\- " + Headline(app.get_description()) + '\n';
-  page += ".SH SYNOPSIS\n.B orliq\n.I VERB\n[OPTIONS]\n.SH OPTIONS\n" + OptionsOf(app);
-  page += ".SH DESCRIPTION\n" + Paragraphs(app.get_footer()) + ".SH VERBS\n";
+  page += ".SH SYNOPSIS\n.B orliq\n.I VERB\n[OPTIONS]\n";
+  page += ".SH DESCRIPTION\n" + Paragraphs(app.get_footer());
+  page += ".SH OPTIONS\n" + OptionsOf(app) + ".SH VERBS\n";
   for (const CLI::App* verb : VerbsOf(app)) page += VerbSection(*verb);
   return page;
 }

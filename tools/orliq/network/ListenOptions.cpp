@@ -13,14 +13,18 @@ constexpr double kLongestTime = 1e6;  // [s] eleven days
 
 }  // namespace
 
-void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address) {
-  command.add_option("--port", port, "UDP port that the sensor sends to")
-      ->required()
-      ->check(Within(1, 65535));
+void AddListenAddress(CLI::App& command, std::string& address) {
   command
       .add_option("--address", address,
                   "IPv4 address of this machine to listen on; all of them without it")
       ->check(CLI::ValidIPV4);
+}
+
+void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address) {
+  command.add_option("--port", port, "UDP port that the sensor sends to")
+      ->required()
+      ->check(Within(1, 65535));
+  AddListenAddress(command, address);
 }
 
 void AddSourceOption(CLI::App& command, std::string& source) {
@@ -30,13 +34,24 @@ void AddSourceOption(CLI::App& command, std::string& source) {
       ->check(HostAddress());
 }
 
-void AddListenOptions(CLI::App& command, ListenOptions& options) {
-  AddPortOptions(command, options.port, options.address);
+void AddSocketBufferOption(CLI::App& command, std::uint32_t& bytes) {
+  command
+      .add_option("--socket-buffer", bytes,
+                  "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
+      ->check(Within(1, 1 << 30));
+}
+
+void AddListenTimes(CLI::App& command, ListenOptions& options) {
   command.add_option("--duration", options.duration, "[s] stop after that time")
       ->check(Within(0.1, kLongestTime));
   command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
       ->check(Within(0.0, kLongestTime))
       ->capture_default_str();
+}
+
+void AddListenOptions(CLI::App& command, ListenOptions& options) {
+  AddPortOptions(command, options.port, options.address);
+  AddListenTimes(command, options);
   command.add_flag("--json", "report as JSON");
   command.add_flag("--quiet", options.quiet, "no status line, no remarks");
 }

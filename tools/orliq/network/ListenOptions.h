@@ -20,9 +20,16 @@ struct ListenOptions {
   bool quiet = false;
 };
 
+/// --address
+void AddListenAddress(CLI::App& command, std::string& address);
+
 /// --port, which is required, and --address.
 void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address);
 void AddSourceOption(CLI::App& command, std::string& source);
+void AddSocketBufferOption(CLI::App& command, std::uint32_t& bytes);
+
+/// --duration and --wait
+void AddListenTimes(CLI::App& command, ListenOptions& options);
 void AddListenOptions(CLI::App& command, ListenOptions& options);
 
 /// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why:

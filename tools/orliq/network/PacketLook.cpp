@@ -9,6 +9,7 @@
 #include <limits>
 #include <thread>
 
+#include "orliq/capture/ClosedPort.h"
 #include "orliq/network/HostState.h"
 
 namespace orliq::cli {
@@ -29,24 +30,6 @@ struct Close {
   void operator()(pcap_t* capture) const { pcap_close(capture); }
 };
 using Capture = std::unique_ptr<pcap_t, Close>;
-
-/// Where an ICMP message that a UDP port is closed says that its datagram went; else empty.
-std::string ClosedEndpoint(const std::uint8_t* frame, std::size_t size) {
-  constexpr std::size_t kIp = 14;
-  constexpr std::size_t kIcmpBytes = 8;
-  constexpr std::size_t kInner = 24;  // of the datagram: IP header without options, and ports
-  if (size < kIp + 20) return {};
-  const std::size_t icmp = kIp + std::size_t{4} * (frame[kIp] & 0x0FU);
-  const std::size_t inner = icmp + kIcmpBytes;
-  constexpr std::uint8_t kIcmp = 1, kUdp = 17, kUnreachable = 3, kPort = 3, kPlainIpv4 = 0x45;
-  if (size < inner + kInner || frame[kIp + 9] != kIcmp || frame[icmp] != kUnreachable ||
-      frame[icmp + 1] != kPort || frame[inner] != kPlainIpv4 || frame[inner + 9] != kUdp) {
-    return {};
-  }
-  const auto word = [frame](std::size_t at) { return frame[at] * 256U + frame[at + 1]; };
-  return Endpoint(word(inner + 16) << 16U | word(inner + 18),
-                  static_cast<std::uint16_t>(word(inner + 22)));
-}
 
 /// What has been seen so far; of one thread.
 class Sight {

@@ -26,6 +26,16 @@ std::string NoPointsText(const Model& model);
 /// ", as none come of hestra packets" for the count of frames of a model that delivers none; or empty.
 std::string WhyNoFrames(const Model& model);
 
+/// Rows and columns of a frame; none of a model without a fixed grid.
+struct ModelGrid {
+  std::size_t rows = 0;
+  std::size_t columns = 0;
+};
+inline ModelGrid GridOf(const Model& model) {
+  if (model.returns == 0) return {};
+  return {model.rings, model.returns / model.rings};
+}
+
 /// The place of a model of the list in it.
 std::size_t ModelIndex(const Model& model);
 

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "multi_driver/Diagnostics.h"
+#include "orliq/terminal/PlainText.h"
 #include "orliq/terminal/StandardError.h"
 
 namespace orliq::cli {
@@ -28,8 +29,10 @@ void Console::Print(const Report& report) {
 }
 
 void Console::Fail(const std::string& command, ExitCode code, const std::string& sentence) {
-  standard_error::PrintLine(command + ": " + sentence);
-  object_["error"] = {{"code", static_cast<int>(code)}, {"message", sentence}};
+  // It may quote names of files and what stands in them, and no terminal is to obey those.
+  const std::string plain = PlainLines(sentence);
+  standard_error::PrintLine(command + ": " + plain);
+  object_["error"] = {{"code", static_cast<int>(code)}, {"message", plain}};
 }
 
 bool Console::Finish() {
@@ -47,8 +50,15 @@ void Console::ShowLibraryLines() {
   });
 }
 
+void Console::Announce(const std::string& sentence) const {
+  if (!quiet_) standard_error::PrintLine("note: " + PlainLines(sentence));
+}
+
 void Console::Note(const std::string& sentence) const {
-  if (!quiet_ && !sentence.empty()) standard_error::PrintLine("note: " + sentence);
+  if (sentence.empty()) return;
+  const std::string plain = PlainLines(sentence);
+  if (!quiet_) standard_error::PrintLine("note: " + plain);
+  if (listener_) listener_(plain);
 }
 
 }  // namespace orliq::cli

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/Report.h"
@@ -35,6 +37,14 @@ class Console {
   /// A remark on standard error; dropped when quiet, or empty.
   void Note(const std::string& sentence) const;
 
+  /// Likewise what is of no use elsewhere: no listener gets it.
+  void Announce(const std::string& sentence) const;
+
+  /// Who gets all remarks too, quiet or not; for one that lives as long as this.
+  void SetListener(std::function<void(const std::string&)> listener) {
+    listener_ = std::move(listener);
+  }
+
   void SetQuiet(bool quiet) { quiet_ = quiet; }
   bool Quiet() const { return quiet_; }
 
@@ -42,6 +52,7 @@ class Console {
   bool json_;
   Json object_;
   bool quiet_ = false;
+  std::function<void(const std::string&)> listener_;
 };
 
 }  // namespace orliq::cli

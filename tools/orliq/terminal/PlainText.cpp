@@ -41,4 +41,14 @@ std::string PlainText(const std::string& text) {
   return plain;
 }
 
+std::string PlainLines(const std::string& text) {
+  std::string lines;
+  std::size_t begin = 0;
+  for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+    end = text.find('\n', begin);
+    lines += (begin > 0 ? "\n" : "") + PlainText(text.substr(begin, end - begin));
+  }
+  return lines;
+}
+
 }  // namespace orliq::cli

@@ -10,4 +10,7 @@ namespace orliq::cli {
 /// stay too.
 std::string PlainText(const std::string& text);
 
+/// Likewise several lines, such as a list of what to check: they stay lines.
+std::string PlainLines(const std::string& text);
+
 }  // namespace orliq::cli

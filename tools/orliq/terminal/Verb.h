@@ -26,5 +26,7 @@ Verb AddRecord(CLI::App& app);
 Verb AddSend(CLI::App& app);
 Verb AddFetchParams(CLI::App& app);
 Verb AddCheckParams(CLI::App& app);
+Verb AddView(CLI::App& app);
+Verb AddBridge(CLI::App& app);
 
 }  // namespace orliq::cli

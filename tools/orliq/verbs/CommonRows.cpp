@@ -62,9 +62,8 @@ void AddFaultRows(Report& report, const char* key, const char* title,
   }
 }
 
-std::string FilesText(const CloudWriter& writer, const std::string& out) {
-  return Count(writer.Files(), CloudFormatName(writer.Format()) + " file") + " in " + out + ", " +
-         Megabytes(writer.Bytes());
+std::string FilesText(const CloudSink& sink, const std::string& out) {
+  return sink.Contents() + " in " + out + ", " + Megabytes(sink.Bytes());
 }
 
 }  // namespace orliq::cli

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orliq/clouds/CloudWriter.h"
+#include "orliq/clouds/CloudSink.h"
 #include "orliq/sensors/Models.h"
 #include "orliq/terminal/Report.h"
 
@@ -58,6 +58,6 @@ void AddFaultRows(Report& report, const char* key, const char* title,
                   const std::vector<FaultCount>& faults);
 
 /// "20 pcd files in frames, 15.7 MB"
-std::string FilesText(const CloudWriter& writer, const std::string& out);
+std::string FilesText(const CloudSink& sink, const std::string& out);
 
 }  // namespace orliq::cli

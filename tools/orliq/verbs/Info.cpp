@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 
+#include "orliq/capture/CaptureFile.h"
 #include "orliq/capture/FrameRemarks.h"
+#include "orliq/capture/PlayableCapture.h"
 #include "orliq/capture/SurveyText.h"
 #include "orliq/sensors/CheckFolder.h"
 #include "orliq/terminal/Interrupt.h"
@@ -127,13 +129,17 @@ void RequireGoodCapture(const CaptureSurvey& survey, const InfoOptions& options,
 
 }  // namespace
 
-ExitCode RunInfo(const InfoOptions& options, Console& console) {
+ExitCode RunInfo(const InfoOptions& wanted, Console& console) {
   CatchInterrupts();
-  const Model* const model = ChosenModel(options);
+  const Model* const model = ChosenModel(wanted);
+  const PlayableCapture capture(wanted.capture);
+  InfoOptions options = wanted;
+  options.capture = capture.Path();
   const SurveyScope scope = {options.port, ParseSource(options.source), model};
-  const CaptureSurvey survey = SurveyWithBar(options.capture, scope, options.quiet);
+  CaptureSurvey survey = SurveyWithBar(options.capture, scope, options.quiet);
+  survey.file_bytes = ReadableFileBytes(wanted.capture);
   Report report;
-  AddSummary(report, options, survey);
+  AddSummary(report, wanted, survey);
   if (model != nullptr && !FlowsWithFrames(survey).empty()) AddFrames(report, survey, *model);
   std::string folder_fault;
   if (options.check_folder) folder_fault = AddCheckFolder(report, *model, *options.check_folder);
@@ -142,6 +148,7 @@ ExitCode RunInfo(const InfoOptions& options, Console& console) {
   console.Print(report);
   if (!folder_fault.empty()) throw Failure(ExitCode::kFileFault, folder_fault);
   RequireGoodCapture(survey, options, scope);
+  capture.RequireWhole();
   if (model != nullptr) Advise(survey, *model, console);
   return ExitCode::kDone;
 }

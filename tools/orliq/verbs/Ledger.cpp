@@ -133,15 +133,15 @@ bool Takes(const LedgerSection& section) {
   });
 }
 
-void AddRows(Table& table, const LedgerSection& section) {
-  if (section.entries.front().count == 0 && !table.rows.empty()) return;  // no returns
+void AddRows(std::vector<LedgerRow>& rows, const LedgerSection& section) {
+  if (section.entries.front().count == 0 && !rows.empty()) return;  // no returns
   const bool takes = Takes(section);
   for (const LedgerEntry& entry : section.entries) {
     const auto& [key, count, sign, words, column] = entry;
     const bool whole = sign == Sign::kWhole;
     const bool shown = whole || (sign == Sign::kRest ? takes : count > 0 && !words.empty());
     const bool all = whole && !takes && count > 0;
-    if (shown) table.rows.push_back({SignText(sign), Grouped(count), all ? section.all : words});
+    if (shown) rows.push_back({key, SignText(sign), Grouped(count), all ? section.all : words});
   }
 }
 
@@ -191,6 +191,12 @@ std::vector<LedgerSection> LedgerSections(const Ledger& ledger) {
   return sections;
 }
 
+std::vector<LedgerRow> LedgerRows(const Ledger& ledger) {
+  std::vector<LedgerRow> rows;
+  for (const LedgerSection& section : LedgerSections(ledger)) AddRows(rows, section);
+  return rows;
+}
+
 Json LedgerJson(const Ledger& ledger) {
   Json json = Json::object();
   for (const LedgerSection& section : LedgerSections(ledger)) {
@@ -201,7 +207,9 @@ Json LedgerJson(const Ledger& ledger) {
 
 void AddLedger(Report& report, const Ledger& ledger) {
   Table table = {"Ledger", {"", "", ""}, {false, true, false}, {}};
-  for (const LedgerSection& section : LedgerSections(ledger)) AddRows(table, section);
+  for (const LedgerRow& row : LedgerRows(ledger)) {
+    table.rows.push_back({row.sign, row.count, row.words});
+  }
   report.Add("ledger", LedgerJson(ledger), std::move(table));
 }
 

@@ -47,10 +47,21 @@ struct LedgerSection {
 /// Records of a capture, packets, and the returns in them; what a model has none of is left out.
 std::vector<LedgerSection> LedgerSections(const Ledger& ledger);
 
+/// A line for people.
+struct LedgerRow {
+  std::string key;    ///< of the entry
+  std::string sign;   ///< "-", "=" or none
+  std::string count;  ///< "12,345"
+  std::string words;
+};
+
+/// The entries that are not 0, and the whole ones.
+std::vector<LedgerRow> LedgerRows(const Ledger& ledger);
+
 /// Every count of the sections: {"packets": {"arrived": ...}, ...}
 Json LedgerJson(const Ledger& ledger);
 
-/// The ledger as a table of those that are not 0, with JSON member `ledger`.
+/// Those rows as a table, with JSON member `ledger`.
 void AddLedger(Report& report, const Ledger& ledger);
 
 struct NamedLedger {

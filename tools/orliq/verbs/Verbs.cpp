@@ -11,7 +11,8 @@ namespace orliq::cli {
 std::vector<Verb> DescribeProgram(CLI::App& app) {
   app.name("orliq");
   app.description(
-      "Simulates LiDAR sensors, receives their packets, examines, plays and sends captures.");
+      "Simulates LiDAR sensors, receives and shows what they send, examines, plays and sends "
+      "captures.");
   app.get_formatter()->column_width(kHelpTextColumn);
   app.set_version_flag("--version", VersionText);
   app.require_subcommand(1);
@@ -24,8 +25,9 @@ std::vector<Verb> DescribeProgram(CLI::App& app) {
       "  4   a file, folder, port or address cannot be used\n"
       "  5   done with losses or interrupted, or calibration looks wrong\n"
       "  70  internal fault");
-  return {AddSimulate(app), AddInfo(app),   AddPlay(app), AddFuse(app),        AddLive(app),
-          AddDoctor(app),   AddRecord(app), AddSend(app), AddCheckParams(app), AddFetchParams(app)};
+  return {AddSimulate(app), AddInfo(app), AddPlay(app),        AddFuse(app),
+          AddLive(app),     AddView(app), AddBridge(app),      AddDoctor(app),
+          AddRecord(app),   AddSend(app), AddCheckParams(app), AddFetchParams(app)};
 }
 
 }  // namespace orliq::cli

@@ -15,7 +15,7 @@
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/verbs/doctor/Diagnosis.h"
-#include "orliq/verbs/live/FusedWatcher.h"
+#include "orliq/verbs/live/SensorSetUp.h"
 #include "param/ParamService.h"
 
 namespace orliq::cli {
@@ -145,7 +145,7 @@ class Listener {
   /// As an application receives, which `live` is one of. The plain socket goes when the driver's is
   /// there: without any, the system would tell the sensor that the port is closed.
   void Drive() {
-    DriverSource<PointCloud<Point>> source({{}, false, sensor_.source, lenient_}, nullptr);
+    DriverSource<PointCloud<Point>> source({{}, false, sensor_.source, lenient_}, nullptr, nullptr);
     const bool open = source.Open(Param());
     receiver_.reset();
     if (!open) {

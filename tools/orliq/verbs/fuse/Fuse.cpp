@@ -6,8 +6,8 @@
 
 #include "orliq/clouds/CaptureFusion.h"
 #include "orliq/clouds/CloudOptions.h"
+#include "orliq/clouds/CloudOutput.h"
 #include "orliq/clouds/CloudTypes.h"
-#include "orliq/clouds/CloudWriter.h"
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/terminal/ProgressBar.h"
 #include "orliq/verbs/CommonRows.h"
@@ -16,11 +16,23 @@
 namespace orliq::cli {
 namespace {
 
+std::vector<PacketSource> PacketsOf(const FusePlan& plan) {
+  std::vector<PacketSource> sources;
+  for (const FusedSensor& fused : plan.sensors) {
+    const SurveyScope& scope = fused.plan.scope;
+    sources.push_back({"/" + fused.sensor.name + "/packets",
+                       fused.sensor.capture,
+                       {scope.port, kDriverBufferBytes, scope.source}});
+  }
+  return sources;
+}
+
 /// Null when no files are wanted. A single file takes one cloud.
-std::unique_ptr<CloudWriter> MakeWriter(const OutputOptions& output, const FusePlan& plan) {
-  if (output.out.empty()) return nullptr;
-  auto writer = std::make_unique<CloudWriter>(output.out, output.format, output.force);
-  if (!writer->SingleFile() || plan.Rounds() == 1) return writer;
+std::unique_ptr<CloudSink> MakeSink(const OutputOptions& output, const FusePlan& plan) {
+  CloudScene scene = FusedScene();
+  scene.begins = plan.sensors.front().plan.survey.first_time;
+  auto sink = OpenOutput(output, scene, PacketsOf(plan));
+  if (!sink || !sink->TakesOneCloud() || plan.Rounds() == 1) return sink;
   const int first = plan.rounds.first;
   throw Failure(ExitCode::kUsage,
                 "--out " + output.out + " is one file, but " + Count(plan.Rounds(), "cloud") +
@@ -29,7 +41,7 @@ std::unique_ptr<CloudWriter> MakeWriter(const OutputOptions& output, const FuseP
 }
 
 template <typename Cloud>
-void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
+void FuseClouds(FuseTally& tally, CloudSink* sink, bool quiet) {
   std::vector<FramesWanted> wanted;
   for (const FusedSensor& sensor : tally.plan->sensors) {
     wanted.push_back(MakeFramesWanted(*tally.plan, sensor));
@@ -39,8 +51,8 @@ void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
   Cloud cloud;
   FusedCloud fused;
   for (fused.round = tally.plan->rounds.first; fusion.Next(cloud, fused.sensors); ++fused.round) {
-    const bool writes = writer != nullptr && !cloud.points.empty();
-    fused.file = writes ? writer->Write(View(cloud), fused.round, 0).string() : "";
+    const bool writes = sink != nullptr && !cloud.points.empty();
+    fused.file = writes ? sink->Write(View(cloud), fused.round, 0).string() : "";
     tally.clouds.push_back(fused);
     bar.Update(tally.clouds.size());
   }
@@ -50,17 +62,18 @@ void FuseClouds(FuseTally& tally, CloudWriter* writer, bool quiet) {
 FuseTally FuseAll(const FuseOptions& options, const FusePlan& plan, bool quiet) {
   FuseTally tally;
   tally.plan = &plan;
-  const auto writer = MakeWriter(options.output, plan);
+  const auto sink = MakeSink(options.output, plan);
   WithCloudType(options.output.point, [&](auto type) {
-    FuseClouds<typename decltype(type)::Cloud>(tally, writer.get(), quiet);
+    FuseClouds<typename decltype(type)::Cloud>(tally, sink.get(), quiet);
   });
   if (tally.clouds.empty()) {
     throw Failure(ExitCode::kLosses, "interrupted before a cloud was fused");
   }
   tally.interrupted = tally.clouds.size() < plan.Rounds();
-  if (writer) {
-    tally.files_written = writer->Files();
-    tally.files = FilesText(*writer, options.output.out);
+  if (sink) {
+    sink->Finish();
+    tally.files_written = sink->Files();
+    tally.files = FilesText(*sink, options.output.out);
   }
   return tally;
 }
@@ -83,7 +96,7 @@ void RequireAllFused(const FuseTally& tally) {
 ExitCode RunFuse(const FuseOptions& options, Console& console) {
   CatchInterrupts();
   const OutputOptions& output = options.output;
-  if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
+  ExamineOutput(output);
   const FusePlan plan = MakeFusePlan(options.config, options.frames, options.partial, console);
   if (output.verbose) console.ShowLibraryLines();
   const FuseTally tally = FuseAll(options, plan, console.Quiet());

@@ -40,17 +40,6 @@ void ExamineSensors(const SensorFile& file, const Console& console) {
   }
 }
 
-/// All that can be fused of a capture, whatever first_frame says.
-std::vector<int> UsableFrames(const CapturePlan& plan, bool partial) {
-  std::vector<int> usable;
-  for (std::size_t i = 0; i < plan.survey.frames.size(); ++i) {
-    const auto entry = static_cast<int>(i);
-    const bool counts = partial ? plan.survey.frames[i].packets > 0 : plan.whole.Holds(entry);
-    if (counts) usable.push_back(entry);
-  }
-  return usable;
-}
-
 /// Throws Failure when there is no frame to begin with.
 void RequireFirstFrame(const std::string& path, const FusedSensor& fused, bool partial,
                        const std::vector<int>& usable) {

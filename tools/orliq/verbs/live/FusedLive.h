@@ -7,6 +7,7 @@
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/network/ListenOptions.h"
 #include "orliq/terminal/Console.h"
+#include "orliq/verbs/live/LiveAudience.h"
 
 namespace orliq::cli {
 
@@ -16,6 +17,7 @@ struct FusedOptions {
   const OutputOptions& output;
   const ListenOptions& listen;  ///< but for port and address, which each sensor has
   const FrameChoice& choice;    ///< of fused clouds; but for the source, likewise
+  LiveAudience* audience;       ///< may be null
 };
 
 /// Receives all sensors of the file and fuses their frames.

@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "orliq/network/HostNetwork.h"
-#include "orliq/verbs/Silence.h"
-#include "orliq/verbs/live/SensorRows.h"
+#include "orliq/verbs/live/SensorSetUp.h"
 
 namespace orliq::cli {
 
@@ -18,19 +17,14 @@ std::vector<std::string> WhyNothingArrived(const SensorFile& file, const FusedCo
   for (const std::size_t i : sensors) {
     const ConfiguredSensor& sensor = file.sensors[i];
     const lidar::DriverStatistics& packets = counts.sensors[i].packets;
-    const std::uint16_t port = sensor.port.value_or(0);
     const bool silent = packets.received + packets.other_source == 0;
     if (silent && std::exchange(advised, true)) {
-      others +=
-          (others.empty() ? "" : ", ") + sensor.name + " at " + EndpointText(sensor.address, port);
+      others += (others.empty() ? "" : ", ") + sensor.name + " at " +
+                EndpointText(sensor.address, sensor.port.value_or(0));
       continue;
     }
     const Remarks remarks(console, sensor.name);
-    texts.push_back(remarks.Named(
-        WhyNothingArrived({sensor.address, port, seconds, sensor.model, packets.received,
-                           packets.refused_length, packets.last_refused_length, sensor.source,
-                           packets.other_source, SenderText(packets.first_sender)},
-                          remarks)));
+    texts.push_back(remarks.Named(WhyNothingArrived(SilenceOf(sensor, packets, seconds), remarks)));
   }
   if (!others.empty()) texts.push_back("nor did anything arrive of " + others);
   return texts;

@@ -10,6 +10,7 @@
 #include "multi_driver/OrliqMultiDriver.h"
 #include "orliq/clouds/CloudPool.h"
 #include "orliq/clouds/CloudSaver.h"
+#include "orliq/clouds/CloudTaker.h"
 #include "orliq/clouds/CloudView.h"
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/config/SensorFile.h"
@@ -44,12 +45,13 @@ class FusedSource {
 template <typename Cloud>
 class MultiDriverSource : public FusedSource {
  public:
-  /// Of `choice` the sensors have sources of their own. `saver` may be null and outlives this.
+  /// Of `choice` the sensors have sources of their own. `saver` and `taker` may be null and outlive this.
   MultiDriverSource(const std::vector<ConfiguredSensor>& sensors, const FrameChoice& choice,
-                    CloudSaver* saver)
+                    CloudSaver* saver, CloudTaker* taker)
       : choice_(choice),
         wanted_(choice.frames.value_or(std::numeric_limits<std::uint64_t>::max())),
         saver_(saver),
+        taker_(taker),
         counter_(sensors.size()),
         pool_(std::make_shared<CloudPool<Cloud>>(CloudSaver::RoomFor(sensors.size()) + 2)) {
     for (const ConfiguredSensor& sensor : sensors) {
@@ -101,7 +103,18 @@ class MultiDriverSource : public FusedSource {
     if (kind == Kind::kCounts && saver_ != nullptr) {
       saver_->Save(cloud, View(*cloud), static_cast<int>(round.number - 1));
     }
+    if (kind == Kind::kCounts && taker_ != nullptr) {
+      taker_->Take({cloud, View(*cloud), PartsOf(round)});
+    }
     counter_.Add(kind, round, NonZero(round, *cloud));  // last: a cloud that counts is handed over
+  }
+
+  static std::vector<CloudPart> PartsOf(const lidar::FusionRound& round) {
+    std::vector<CloudPart> parts;
+    for (const lidar::FusedFrame& frame : round.sensors) {
+      parts.push_back({frame.points, frame.timestamp});
+    }
+    return parts;
   }
 
   /// [s] of the first sensor that tells time; 0.0 when none does.
@@ -157,6 +170,7 @@ class MultiDriverSource : public FusedSource {
   const FrameChoice choice_;
   const std::uint64_t wanted_;
   CloudSaver* const saver_;
+  CloudTaker* const taker_;
   std::vector<lidar::DriverParam> params_;  // in sensor order, as what follows
   std::vector<Origin> origins_;
   std::vector<std::uint64_t> whole_from_;  // round; of the fusion thread, once it runs

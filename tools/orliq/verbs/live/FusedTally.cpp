@@ -119,7 +119,7 @@ void AddLedgersAndClocks(Report& report, const FusedTally& tally) {
 
 bool FusedTally::HasLosses() const {
   const auto& [sensors, not_written] = std::tie(counts.sensors, counts.not_written);
-  return not_written.no_room + not_written.faults > 0 ||
+  return not_written.Any() ||
          std::any_of(sensors.begin(), sensors.end(),
                      [](const SensorCounts& sensor) { return cli::HasLosses(sensor.packets); });
 }

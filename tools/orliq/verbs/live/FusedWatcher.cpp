@@ -6,6 +6,7 @@
 #include "orliq/terminal/Interrupt.h"
 #include "orliq/verbs/live/FusedSilence.h"
 #include "orliq/verbs/live/LiveFiles.h"
+#include "orliq/verbs/live/SensorSetUp.h"
 
 namespace orliq::cli {
 namespace {
@@ -18,30 +19,26 @@ bool HasArrived(const SensorCounts& counts) {
 
 }  // namespace
 
-UploadRequest RequestOf(const ConfiguredSensor& sensor, bool lenient) {
-  UploadRequest request;
-  if (sensor.params_from) request = {*sensor.params_from, sensor.params_local_port, lenient};
-  return request;
-}
-
-FusedWatcher::FusedWatcher(const SensorFile& file, const ListenOptions& listen, bool lenient,
+FusedWatcher::FusedWatcher(const SensorFile& file, const FusedWishes& wishes,
                            const FusedSource& source, const Console& console)
     : file_(file),
       source_(source),
       console_(console),
-      time_(listen),
-      line_(listen.quiet, kStatusPause) {
+      audience_(wishes.audience),
+      time_(wishes.listen),
+      line_(wishes.listen.quiet, kStatusPause) {
   now_.hold_ups.resize(file.sensors.size());
   now_.counts.sensors.resize(file.sensors.size());
   shown_ = now_;
   for (const ConfiguredSensor& sensor : file.sensors) {
     const std::size_t index = sensors_.size();
     const Remarks remarks(console, sensor.name);
-    const SensorWishes wishes = {sensor.model, sensor.source, RequestOf(sensor, lenient)};
-    sensors_.push_back({remarks,
-                        {wishes, remarks, [&source, index] { return source.Calibration(index); }},
-                        {},
-                        {}});
+    const SensorWishes of_sensor = {sensor.model, sensor.source, RequestOf(sensor, wishes.lenient)};
+    sensors_.push_back(
+        {remarks,
+         {of_sensor, remarks, [&source, index] { return source.Calibration(index); }},
+         {},
+         {}});
   }
 }
 
@@ -54,6 +51,7 @@ void FusedWatcher::Look() {
   TellOfSilence(before);
   for (std::size_t i = 0; i < sensors_.size(); ++i) TellOfHoldUp(i, before[i]);
   TellFirstFault(not_written, now_.counts.not_written, console_);
+  if (audience_ != nullptr) TellAudience();
 }
 
 void FusedWatcher::LookAt(std::size_t sensor) {
@@ -64,13 +62,32 @@ void FusedWatcher::LookAt(std::size_t sensor) {
   now_.hold_ups[sensor] = watch.hold_up.Look(counts, now_.at);
 }
 
+/// Of which nothing that can be decoded has come for a while.
+bool FusedWatcher::IsSilent(std::size_t sensor) const {
+  const HoldUp hold_up = now_.hold_ups[sensor];
+  return hold_up == HoldUp::kSilent ||
+         (hold_up == HoldUp::kRefused && !HasArrived(now_.counts.sensors[sensor]));
+}
+
+void FusedWatcher::TellAudience() const {
+  LiveLook look;
+  std::vector<std::size_t> silent;
+  for (std::size_t i = 0; i < sensors_.size(); ++i) {
+    const SensorCounts& counts = now_.counts.sensors[i];
+    const ConfiguredSensor& sensor = file_.sensors[i];
+    look.sensors.push_back({sensor.name, {sensor.model, counts.packets, counts.frames.count}});
+    if (IsSilent(i)) silent.push_back(i);
+  }
+  for (const std::string& text : WhyNothingArrived(file_, now_.counts, now_.at, silent, console_)) {
+    look.silence += (look.silence.empty() ? "" : "\n") + text;
+  }
+  audience_->Look(look);
+}
+
 void FusedWatcher::TellOfSilence(const std::vector<HoldUp>& before) {
   std::vector<std::size_t> silent;
   for (std::size_t i = 0; i < sensors_.size(); ++i) {
-    const bool nothing =
-        now_.hold_ups[i] == HoldUp::kSilent ||
-        (now_.hold_ups[i] == HoldUp::kRefused && !HasArrived(now_.counts.sensors[i]));
-    if (nothing && now_.hold_ups[i] != before[i]) silent.push_back(i);
+    if (IsSilent(i) && now_.hold_ups[i] != before[i]) silent.push_back(i);
   }
   for (const std::string& text : WhyNothingArrived(file_, now_.counts, now_.at, silent, console_)) {
     console_.Note(text);

@@ -12,20 +12,25 @@
 #include "orliq/verbs/live/FusedSource.h"
 #include "orliq/verbs/live/FusedTally.h"
 #include "orliq/verbs/live/HoldUp.h"
+#include "orliq/verbs/live/LiveAudience.h"
 #include "orliq/verbs/live/SensorRemarks.h"
 
 namespace orliq::cli {
 
-/// Whom the calibration of a sensor is asked of.
-UploadRequest RequestOf(const ConfiguredSensor& sensor, bool lenient);
+/// What a user wants of the watching.
+struct FusedWishes {
+  const ListenOptions& listen;
+  bool lenient;            ///< as of the upload
+  LiveAudience* audience;  ///< may be null
+};
 
 /// Gathers the counts of several sensors, and says which of them holds the clouds up and why: once
 /// for each state, as soon as it shows.
 class FusedWatcher {
  public:
   /// All of them outlive this.
-  FusedWatcher(const SensorFile& file, const ListenOptions& listen, bool lenient,
-               const FusedSource& source, const Console& console);
+  FusedWatcher(const SensorFile& file, const FusedWishes& wishes, const FusedSource& source,
+               const Console& console);
 
   void Look();
 
@@ -49,6 +54,8 @@ class FusedWatcher {
   };
 
   void LookAt(std::size_t sensor);
+  bool IsSilent(std::size_t sensor) const;
+  void TellAudience() const;
   void TellOfSilence(const std::vector<HoldUp>& before);
   void TellOfHoldUp(std::size_t sensor, HoldUp before);
   std::string HoldUpText(std::size_t sensor) const;
@@ -56,6 +63,7 @@ class FusedWatcher {
   const SensorFile& file_;
   const FusedSource& source_;
   const Console& console_;
+  LiveAudience* const audience_;
   ListenTime time_;
   StatusLine line_;
   std::deque<Watch> sensors_;

@@ -63,28 +63,32 @@ UploadRequest MakeUpload(const LiveOptions& options, const Model& model, const C
   return {};
 }
 
-std::unique_ptr<LiveSource> MakeSource(const LiveOptions& options, CloudSaver* saver) {
+std::unique_ptr<LiveSource> MakeSource(const LiveOptions& options, CloudSaver* saver,
+                                       CloudTaker* taker) {
   return WithCloudType(options.cloud.output.point, [&](auto type) {
     using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver));
+    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver, taker));
   });
 }
 
-LiveTally Listen(const LiveOptions& options, const Model& model, Console& console) {
+LiveTally Listen(const LiveOptions& options, const Model& model, Console& console,
+                 LiveAudience* audience) {
   const lidar::DriverParam param = MakeParam(options, model);
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
-  const auto saver = MakeLiveSaver(options.cloud.output, options.choice, CloudSaver::kRoom);
+  const auto saver =
+      MakeLiveSaver(options.cloud.output, options.choice, SceneOf(model, param), CloudSaver::kRoom);
   if (options.cloud.output.verbose) console.ShowLibraryLines();
-  const auto source = MakeSource(options, saver.get());
+  const auto source = MakeSource(options, saver.get(), audience);
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
   }
-  console.Note("listening on " + where + ", Ctrl-C ends it");
+  console.Announce("listening on " + where + ", Ctrl-C ends it");
   console.Note(NoPointsText(model));
   RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
-  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, *source, console);
+  LiveWatcher watcher({options.listen, options.choice, options.upload, model}, *source, console,
+                      audience);
   LiveTally tally = WatchUntilOver(watcher, *source);
   tally.model = &model;
   tally.source = options.choice.source;
@@ -100,22 +104,20 @@ LiveTally Listen(const LiveOptions& options, const Model& model, Console& consol
 void RequirePackets(const LiveOptions& options, const LiveTally& tally, const Console& console) {
   const auto& packets = tally.counts.packets;
   if (packets.decoded > 0) return;
-  throw Failure(
-      ExitCode::kNoData,
-      WhyNothingArrived(
-          {options.listen.address, options.listen.port, tally.reception.seconds, tally.model,
-           packets.received, packets.refused_length, packets.last_refused_length,
-           options.choice.source, packets.other_source, SenderText(packets.first_sender)},
-          console));
+  const LiveWishes wishes = {options.listen, options.choice, options.upload, *tally.model};
+  const Silence silence = SilenceOf(wishes, packets, tally.reception.seconds);
+  throw Failure(ExitCode::kNoData, WhyNothingArrived(silence, console));
 }
 
-ExitCode RunOne(LiveOptions options, Console& console) {
+ExitCode RunOne(LiveOptions options, Console& console, LiveAudience* audience) {
   const Model& model = KnownModel(options.cloud.model);
   RequireFramesToCome(options, model);
   options.upload = MakeUpload(options, model, console);
   CatchInterrupts();
-  const LiveTally tally = Listen(options, model, console);
-  console.Print(tally.MakeReport());
+  const LiveTally tally = Listen(options, model, console, audience);
+  Report report = tally.MakeReport();
+  if (audience != nullptr) audience->AddRows(report);
+  console.Print(report);
   if (!tally.refused_tables.empty()) {
     throw MissingTables(model, tally.refused_tables, "no frame was decoded with them");
   }
@@ -130,11 +132,11 @@ ExitCode RunOne(LiveOptions options, Console& console) {
 
 }  // namespace
 
-ExitCode RunLive(const LiveOptions& options, Console& console) {
+ExitCode RunLive(const LiveOptions& options, Console& console, LiveAudience* audience) {
   console.SetQuiet(options.listen.quiet);
-  if (options.config.empty()) return RunOne(options, console);
-  return RunFusedLive({options.config, options.cloud.output, options.listen, options.choice},
-                      console);
+  if (options.config.empty()) return RunOne(options, console, audience);
+  return RunFusedLive(
+      {options.config, options.cloud.output, options.listen, options.choice, audience}, console);
 }
 
 }  // namespace orliq::cli

@@ -6,20 +6,25 @@
 namespace orliq::cli {
 
 std::unique_ptr<CloudSaver> MakeLiveSaver(const OutputOptions& output, const FrameChoice& choice,
-                                          std::size_t room) {
-  const std::string& out = output.out;
-  if (out.empty()) return nullptr;
-  if (choice.frames != 1 && ExamineTarget(out, output.format, output.force).single_file) {
-    throw Failure(ExitCode::kUsage, "--out " + out +
+                                          const CloudScene& scene, std::size_t room) {
+  if (output.with_packets) {
+    throw Failure(
+        ExitCode::kUsage,
+        "live has no --with-packets: keep the packets with orliq record, and make one file "
+        "of both with orliq play CAPTURE --with-packets --out FILE.mcap");
+  }
+  if (output.out.empty()) return nullptr;
+  if (choice.frames != 1 && TakesOneCloud(output)) {
+    throw Failure(ExitCode::kUsage, "--out " + output.out +
                                         " is one file, which takes one frame: name a "
                                         "folder, or add --frames 1");
   }
-  return std::make_unique<CloudSaver>(out, output.format, output.force, room);
+  return std::make_unique<CloudSaver>(OpenOutput(output, scene), room);
 }
 
 void TellFirstFault(const CloudSaver::Losses& before, const CloudSaver::Losses& now,
                     const Console& console) {
-  if (before.faults == 0 && now.faults > 0) console.Note(now.first_fault);
+  if (before.first_fault.empty() && !now.first_fault.empty()) console.Note(now.first_fault);
 }
 
 WrittenFiles FinishFiles(CloudSaver& saver, const std::string& out, CloudSaver::Losses& losses,
@@ -28,7 +33,7 @@ WrittenFiles FinishFiles(CloudSaver& saver, const std::string& out, CloudSaver::
   const CloudSaver::Losses found = saver.Found();
   TellFirstFault(losses, found, console);
   losses = found;
-  return {FilesText(saver.Writer(), out), saver.Writer().Files()};
+  return {FilesText(saver.Sink(), out), saver.Sink().Files()};
 }
 
 }  // namespace orliq::cli

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orliq/clouds/CloudOptions.h"
+#include "orliq/clouds/CloudOutput.h"
 #include "orliq/clouds/CloudSaver.h"
 #include "orliq/clouds/LiveSource.h"
 #include "orliq/terminal/Console.h"
@@ -16,7 +17,7 @@ namespace orliq::cli {
 /// Null when no files are wanted. At most `room` clouds wait for the disk. Throws Failure for what
 /// cannot be written to, and for one file that all frames would go to.
 std::unique_ptr<CloudSaver> MakeLiveSaver(const OutputOptions& output, const FrameChoice& choice,
-                                          std::size_t room);
+                                          const CloudScene& scene, std::size_t room);
 
 /// Says the first fault in writing, when it has come between two looks.
 void TellFirstFault(const CloudSaver::Losses& before, const CloudSaver::Losses& now,

@@ -33,10 +33,7 @@ void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
   command.add_flag("--partial", choice.partial,
                    "count and write the first frame too, of which the beginning is missing");
   AddSourceOption(command, choice.source);
-  command
-      .add_option("--socket-buffer", choice.socket_buffer,
-                  "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
-      ->check(Within(1, 1 << 30));
+  AddSocketBufferOption(command, choice.socket_buffer);
 }
 
 void AddConfigOption(CLI::App& command, std::string& config) {

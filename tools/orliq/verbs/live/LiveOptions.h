@@ -10,6 +10,7 @@
 #include "orliq/network/ListenOptions.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/ExitCode.h"
+#include "orliq/verbs/live/LiveAudience.h"
 #include "orliq/verbs/params/UploadRemarks.h"
 
 namespace orliq::cli {
@@ -24,7 +25,7 @@ struct LiveOptions {
   std::string config;  ///< of several sensors; empty: of one, by the options above
 };
 
-/// Does it. Throws Failure when it cannot.
-ExitCode RunLive(const LiveOptions& options, Console& console);
+/// Does it. `audience` may be null. Throws Failure when it cannot.
+ExitCode RunLive(const LiveOptions& options, Console& console, LiveAudience* audience = nullptr);
 
 }  // namespace orliq::cli

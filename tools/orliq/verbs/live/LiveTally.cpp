@@ -49,8 +49,7 @@ void AddCalibrationRows(Report& report, const LiveTally& tally) {
 }  // namespace
 
 bool LiveTally::HasLosses() const {
-  const CloudSaver::Losses& not_written = counts.not_written;
-  return cli::HasLosses(counts.packets) || not_written.no_room + not_written.faults > 0;
+  return cli::HasLosses(counts.packets) || counts.not_written.Any();
 }
 
 Report LiveTally::MakeReport() const {

@@ -10,13 +10,31 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::seconds kStatusPause{1};
+constexpr double kPatience = 3.0;  // [s] without a packet, before an audience is told why
 
 }  // namespace
 
-LiveWatcher::LiveWatcher(const LiveWishes& wishes, const LiveSource& source, const Console& console)
-    : model_(wishes.model),
+Silence SilenceOf(const LiveWishes& wishes, const lidar::DriverStatistics& packets,
+                  double seconds) {
+  return {wishes.listen.address,
+          wishes.listen.port,
+          seconds,
+          &wishes.model,
+          packets.received,
+          packets.refused_length,
+          packets.last_refused_length,
+          wishes.choice.source,
+          packets.other_source,
+          SenderText(packets.first_sender)};
+}
+
+LiveWatcher::LiveWatcher(const LiveWishes& wishes, const LiveSource& source, const Console& console,
+                         LiveAudience* audience)
+    : wishes_(wishes),
+      model_(wishes.model),
       source_(source),
       console_(console),
+      audience_(audience),
       remarks_({&wishes.model, wishes.choice.source, wishes.upload}, console,
                [&source] { return source.Calibration(); }),
       time_(wishes.listen),
@@ -35,6 +53,18 @@ void LiveWatcher::Look() {
   const CloudSums& frames = counts_.frames;
   remarks_.Look({packets, frames.count + counts_.empty_frames, frames.non_zero}, now_);
   TellFirstFault(not_written, counts_.not_written, console_);
+  if (audience_ == nullptr) return;
+  audience_->Look({{{model_.name, {&model_, packets, frames.count}}}, SilenceText()});
+}
+
+/// Empty while packets come.
+std::string LiveWatcher::SilenceText() const {
+  const auto& packets = counts_.packets;
+  if (packets.decoded == 0) {
+    return now_ < kPatience ? "" : WhyNothingArrived(SilenceOf(wishes_, packets, now_), console_);
+  }
+  const double age = packets.last_packet_age_s;
+  return age < kPatience ? "" : "nothing has arrived for " + Fixed(age, 0) + " s";
 }
 
 void LiveWatcher::Conclude() {

@@ -8,6 +8,8 @@
 #include "orliq/sensors/Models.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/StatusLine.h"
+#include "orliq/verbs/Silence.h"
+#include "orliq/verbs/live/LiveAudience.h"
 #include "orliq/verbs/live/LiveTally.h"
 #include "orliq/verbs/live/SensorRemarks.h"
 
@@ -21,12 +23,16 @@ struct LiveWishes {
   const Model& model;
 };
 
+/// What is known of a sensor of which no packet could be decoded within `seconds`.
+Silence SilenceOf(const LiveWishes& wishes, const lidar::DriverStatistics& packets, double seconds);
+
 /// Gathers the counts of a source and times it from its first packet to its last. What the user can
 /// mend it says once, as soon as it shows.
 class LiveWatcher {
  public:
-  /// All of them outlive this.
-  LiveWatcher(const LiveWishes& wishes, const LiveSource& source, const Console& console);
+  /// All of them outlive this. `audience` may be null.
+  LiveWatcher(const LiveWishes& wishes, const LiveSource& source, const Console& console,
+              LiveAudience* audience);
 
   void Look();
 
@@ -45,10 +51,13 @@ class LiveWatcher {
 
  private:
   void WarnOfNoFrame();
+  std::string SilenceText() const;
 
+  const LiveWishes wishes_;
   const Model& model_;
   const LiveSource& source_;
   const Console& console_;
+  LiveAudience* const audience_;
   SensorRemarks remarks_;
   ListenTime time_;
   StatusLine line_;

@@ -70,10 +70,14 @@ bool LacksTables(const lidar::DriverStatistics& packets) {
 void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written,
                  const std::string& of) {
   report.Add("files_written", files.text.empty() ? "" : "Files", files.count, files.text);
-  const auto& [no_room, faults, first_fault] = not_written;
-  report.Add("frames_without_room", no_room + faults > 0 ? "Not written" : "", no_room,
-             Count(no_room, of) + " for a slow disk, " + Grouped(faults) + " for faults");
+  const auto& [no_room, faults, first_fault, samples, unfinished] = not_written;
+  std::string text = Count(no_room, of) + " for a slow disk, " + Grouped(faults) + " for faults";
+  if (samples > 0) text += ", " + Count(samples, "sample");
+  if (unfinished) text += ", the end of the file";
+  report.Add("frames_without_room", not_written.Any() ? "Not written" : "", no_room, text);
   report.Add("frames_with_fault", "", faults, "");
+  report.Add("samples_not_written", "", samples, "");
+  report.Add("file_unfinished", "", unfinished, "");
 }
 
 }  // namespace orliq::cli

@@ -91,6 +91,16 @@ int EntryAhead(const CapturePlan& plan, int first, int entries) {
   return std::min(static_cast<int>(fullest - frames.begin()), entries) - 1;
 }
 
+std::vector<int> UsableFrames(const CapturePlan& plan, bool partial) {
+  std::vector<int> usable;
+  for (std::size_t i = 0; i < plan.survey.frames.size(); ++i) {
+    const auto entry = static_cast<int>(i);
+    const bool counts = partial ? plan.survey.frames[i].packets > 0 : plan.whole.Holds(entry);
+    if (counts) usable.push_back(entry);
+  }
+  return usable;
+}
+
 std::vector<std::string> CaptureRemarks(const CapturePlan& plan, int first,
                                         const SensorWords& words) {
   const auto senders = Senders(plan.survey, *plan.model, plan.scope.port);

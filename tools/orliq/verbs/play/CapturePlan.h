@@ -45,6 +45,9 @@ CapturePlan MakeCapturePlan(const CaptureSource& source, bool quiet);
 /// The entry to be played ahead of entry `first`, of a capture with `entries`, for FramePlayer.
 int EntryAhead(const CapturePlan& plan, int first, int entries);
 
+/// The entries that hold a whole frame; with `partial` all that hold a packet.
+std::vector<int> UsableFrames(const CapturePlan& plan, bool partial);
+
 /// What is doubtful in the capture, when its frames are played from entry `first` on.
 std::vector<std::string> CaptureRemarks(const CapturePlan& plan, int first,
                                         const SensorWords& words = {});

@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <memory>
 
+#include "orliq/capture/PlayableCapture.h"
 #include "orliq/capture/SurveyText.h"
+#include "orliq/clouds/CloudOutput.h"
 #include "orliq/clouds/CloudTypes.h"
-#include "orliq/clouds/CloudWriter.h"
 #include "orliq/clouds/FramePlayer.h"
 #include "orliq/sensors/UnusedSettings.h"
 #include "orliq/terminal/Interrupt.h"
@@ -42,8 +43,6 @@ CapturePlan MakePlan(const PlayOptions& options, const Console& console) {
   // Refuses senseless limits before any file is read.
   const lidar::DriverParam param = MakeDriverParam(options, model, 0);
   ParseFrameRange(options.frames);
-  const OutputOptions& output = options.cloud.output;
-  if (!output.out.empty()) ExamineTarget(output.out, output.format, output.force);
   const CaptureSource source = MakeSource(options, model);
   ExamineSource(source, console);
   RemarkOnUnusedPose(model, param.decoder_param.transform_param, console);
@@ -72,11 +71,7 @@ class Playback {
     const FrameRange range = WithinCapture(ParseFrameRange(options_.frames), tally_.entries);
     tally_.first = tally_.done = range.first;
     tally_.last = *range.last;
-    if (!options_.cloud.output.out.empty()) {
-      writer_ = std::make_unique<CloudWriter>(
-          options_.cloud.output.out, options_.cloud.output.format, options_.cloud.output.force);
-      RequireOneFrame(*writer_);
-    }
+    OpenOutput(param);
     PlayFrames();
     Conclude();
     return std::move(tally_);
@@ -91,16 +86,25 @@ class Playback {
                                             " any more: the file has changed meanwhile");
   }
 
+  void OpenOutput(const lidar::DriverParam& param) {
+    CloudScene scene = SceneOf(*plan_.model, param);
+    scene.begins = plan_.survey.first_time;
+    scene.sensor.clear();  // the driver hands out no samples of a capture
+    const Wanted wanted = {plan_.scope.port, kDriverBufferBytes, plan_.scope.source};
+    sink_ = cli::OpenOutput(options_.cloud.output, scene, {{"/packets", options_.capture, wanted}});
+    if (sink_ && sink_->TakesOneCloud()) RequireOneFrame();
+  }
+
   bool IsLeftOut(int frame) const { return !options_.partial && !plan_.whole.Holds(frame); }
 
   /// A single output file takes one frame.
-  void RequireOneFrame(const CloudWriter& writer) const {
+  void RequireOneFrame() const {
     int first = -1;
     std::uint64_t wanted = 0;
     for (int frame = tally_.first; frame < tally_.last; ++frame) {
       if (!IsLeftOut(frame) && ++wanted == 1) first = frame;
     }
-    if (!writer.SingleFile() || wanted <= 1) return;
+    if (wanted <= 1) return;
     throw Failure(ExitCode::kUsage,
                   "--out " + options_.cloud.output.out + " is one file, but " +
                       Count(wanted, "frame") +
@@ -130,8 +134,8 @@ class Playback {
     played.non_zero = CountNonZero(*frame.cloud, origin_);
     played.seconds = frame.seconds;
     played.early_points = frame.early_points;
-    if (writer_ && played.points > 0 && !IsLeftOut(frame.entry)) {
-      played.file = writer_->Write(View(*frame.cloud), played.frame, played.part).string();
+    if (sink_ && played.points > 0 && !IsLeftOut(frame.entry)) {
+      played.file = sink_->Write(View(*frame.cloud), played.frame, played.part).string();
     }
     tally_.frames.push_back(std::move(played));
     tally_.done = frame.entry + 1;
@@ -141,16 +145,17 @@ class Playback {
     tally_.packets = FindPackets(plan_.survey.frames, tally_.first, tally_.done);
     tally_.counts = player_.Statistics();
     tally_.fault_reports = player_.Faults();
-    if (!writer_) return;
-    tally_.files_written = writer_->Files();
-    tally_.files = FilesText(*writer_, options_.cloud.output.out);
+    if (!sink_) return;
+    sink_->Finish();
+    tally_.files_written = sink_->Files();
+    tally_.files = FilesText(*sink_, options_.cloud.output.out);
   }
 
   const PlayOptions& options_;
   const CapturePlan& plan_;
   bool quiet_;
   Origin origin_;  // of the sensor
-  std::unique_ptr<CloudWriter> writer_;
+  std::unique_ptr<CloudSink> sink_;
   PlayTally tally_;
   FramePlayer<Cloud> player_;
 };
@@ -191,14 +196,19 @@ void RequireAllPlayed(const PlayOptions& options, const CapturePlan& plan, const
 
 }  // namespace
 
-ExitCode RunPlay(const PlayOptions& options, Console& console) {
+ExitCode RunPlay(const PlayOptions& wanted, Console& console) {
   CatchInterrupts();
+  ExamineOutput(wanted.cloud.output);
+  const PlayableCapture capture(wanted.capture, wanted.topic);
+  PlayOptions options = wanted;
+  options.capture = capture.Path();
   const CapturePlan plan = MakePlan(options, console);
   if (options.cloud.output.verbose) console.ShowLibraryLines();
   const PlayTally tally = PlayPoints(options, plan, console);
   console.Print(tally.MakeReport());
   Explain(plan, tally, console);
   RequireAllPlayed(options, plan, tally);
+  capture.RequireWhole();
   return tally.packets.AnyLost() ? ExitCode::kLosses : ExitCode::kDone;
 }
 

@@ -11,7 +11,10 @@ namespace orliq::cli {
 namespace {
 
 void AddOptions(CLI::App& command, PlayOptions& options) {
-  command.add_option("CAPTURE", options.capture, "capture file, pcap or pcapng")->required();
+  command
+      .add_option("CAPTURE", options.capture,
+                  "capture file, pcap or pcapng, or FILE.mcap with packets")
+      ->required();
   AddCloudOptions(command, options.cloud);
   command.add_option("--frames", options.frames, "A:B plays frame A to before frame B");
   command.add_option("--port", options.port, "destination port of the sensor; 0 takes every port")
@@ -20,6 +23,10 @@ void AddOptions(CLI::App& command, PlayOptions& options) {
       .add_option("--source", options.source,
                   "take the packets of this sender only, an IPv4 address")
       ->check(HostAddress());
+  command
+      .add_option("--topic", options.topic,
+                  "of FILE.mcap, take the packets of this topic only, such as /packets")
+      ->check(NotEmpty());
   command.add_flag("--partial", options.partial,
                    "keep what precedes the first whole frame and what follows the last");
   command.add_flag("--json", "report as JSON, with every frame");

@@ -13,7 +13,8 @@ namespace orliq::cli {
 
 /// The command line of the verb play.
 struct PlayOptions {
-  std::string capture;
+  std::string capture;  ///< or a file of messages
+  std::string topic;    ///< of that: whose packets count; empty: all
   CloudOptions cloud;
   std::string frames;
   std::optional<std::uint16_t> port;  ///< nothing: the port whose packets fit the model; 0: any

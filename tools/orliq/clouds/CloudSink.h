@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "multi_driver/Messages.h"
+#include "orliq/clouds/CloudView.h"
+
+namespace orliq::cli {
+
+/// Where clouds, and samples if there is a place for them, are written to.
+///
+/// Threads: belongs to one. Failure: throws Failure when something cannot be written.
+class CloudSink {
+ public:
+  CloudSink() = default;
+  virtual ~CloudSink() = default;
+  CloudSink(const CloudSink&) = delete;
+  CloudSink& operator=(const CloudSink&) = delete;
+
+  /// Whether it takes one cloud only.
+  virtual bool TakesOneCloud() const = 0;
+
+  /// Writes the cloud of `frame`; `part` counts the clouds of a frame whose mark was lost, from 0.
+  /// Returns the file's path.
+  virtual std::filesystem::path Write(const CloudView& cloud, int frame, int part) = 0;
+  virtual void Write(const lidar::ImuMsg&) {}
+
+  /// To be called now and then when nothing is written.
+  virtual void Tend() {}
+
+  /// Completes the files: nothing is to be written any more.
+  virtual void Finish() {}
+
+  /// Clouds and samples that were taken and are in no file yet: lost, when Finish fails.
+  virtual std::uint64_t PendingClouds() const { return 0; }
+  virtual std::uint64_t PendingSamples() const { return 0; }
+
+  virtual std::uint64_t Files() const = 0;
+  virtual std::uint64_t Bytes() const = 0;
+
+  /// What was written: "12 pcd files".
+  virtual std::string Contents() const = 0;
+};
+
+}  // namespace orliq::cli

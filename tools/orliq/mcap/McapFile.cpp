@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orliq/mcap/McapFile.h"
+
+#include "multi_driver/Version.h"
+
+namespace orliq::cli {
+namespace {
+
+constexpr std::chrono::seconds kPatience{1};  // what a cut costs at most, twice: chunk and disk
+constexpr char kSchemaEncoding[] = "ros2msg";
+
+}  // namespace
+
+McapFile::McapFile(const std::filesystem::path& path, const Options& options)
+    : file_(path, options.name, options.replace),
+      writer_([this](std::string_view bytes) { file_.Append(bytes); }, options.compress,
+              "orliq " ORLIQ_VERSION),
+      sync_time_(Clock::now()) {}
+
+std::size_t McapFile::AddTopic(const RosTopic& topic) {
+  const std::lock_guard lock(mutex_);
+  return writer_.AddChannel(topic.name,
+                            {topic.type->name, kSchemaEncoding, topic.type->definition});
+}
+
+void McapFile::Publish(std::size_t topic, const RosTime& stamp,
+                       std::shared_ptr<const std::string> cdr) {
+  Publish(topic, stamp, *cdr);
+}
+
+void McapFile::Publish(std::size_t topic, const RosTime& stamp, const std::string& cdr) {
+  const std::lock_guard lock(mutex_);
+  FlushIfDue();
+  if (!writer_.HasPending()) chunk_time_ = Clock::now();
+  writer_.Add(static_cast<std::uint16_t>(topic), stamp.Nanoseconds(), cdr);
+}
+
+void McapFile::Tend() {
+  const std::lock_guard lock(mutex_);
+  FlushIfDue();
+}
+
+/// Before a message is taken: so one that came is never given up for a chunk that failed.
+void McapFile::FlushIfDue() {
+  const Clock::time_point now = Clock::now();
+  const bool due = writer_.IsChunkFull() || now - chunk_time_ >= kPatience;
+  if (writer_.HasPending() && due) writer_.Flush();
+  if (now - sync_time_ < kPatience) return;
+  file_.Sync();
+  sync_time_ = Clock::now();
+}
+
+void McapFile::Finish() {
+  const std::lock_guard lock(mutex_);
+  writer_.Close();
+  file_.Finish();
+}
+
+std::uint64_t McapFile::Messages(std::size_t topic) const {
+  const std::lock_guard lock(mutex_);
+  return writer_.Messages(static_cast<std::uint16_t>(topic));
+}
+
+std::uint64_t McapFile::Pending(std::size_t topic) const {
+  const std::lock_guard lock(mutex_);
+  return writer_.Pending(static_cast<std::uint16_t>(topic));
+}
+
+std::uint64_t McapFile::Bytes() const {
+  const std::lock_guard lock(mutex_);
+  return writer_.Bytes();
+}
+
+}  // namespace orliq::cli

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "orliq/mcap/McapWriter.h"
+#include "orliq/ros/RosOutlet.h"
+#include "orliq/terminal/GrowingFile.h"
+
+namespace orliq::cli {
+
+/// A file of messages. What was published is in it after a second or two, as long as messages or calls of
+/// Tend come, and on the disk likewise, so that little is lost with the power.
+///
+/// Threads: safe from all; they wait for the disk. Failure: throws Failure where the disk takes no more.
+/// A message whose Publish throws is given up. Those before wait for a disk that takes them.
+class McapFile : public RosOutlet {
+ public:
+  struct Options {
+    GrowingFile::Name name = GrowingFile::Name::kWhenWhole;
+    bool replace = false;
+    bool compress = false;  ///< only with HasZstd
+  };
+  McapFile(const std::filesystem::path& path, const Options& options);
+
+  std::size_t AddTopic(const RosTopic& topic) override;
+  void Publish(std::size_t topic, const RosTime& stamp,
+               std::shared_ptr<const std::string> cdr) override;
+  void Publish(std::size_t topic, const RosTime& stamp, const std::string& cdr);
+
+  /// To be called now and then when nothing is published.
+  void Tend();
+
+  /// Completes the file: nothing is to be published any more.
+  void Finish();
+
+  std::uint64_t Messages(std::size_t topic) const;  ///< in the file
+  std::uint64_t Pending(std::size_t topic) const;   ///< on their way there
+  std::uint64_t Bytes() const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void FlushIfDue();
+
+  mutable std::mutex mutex_;
+  GrowingFile file_;              // guarded by mutex_, as what follows
+  McapWriter writer_;             // likewise
+  Clock::time_point chunk_time_;  // when its present chunk began
+  Clock::time_point sync_time_;   // when the disk last had all
+};
+
+}  // namespace orliq::cli
