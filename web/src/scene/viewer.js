@@ -3,7 +3,7 @@
 
 import { Color, PerspectiveCamera, Scene, Vector3, WebGLRenderer } from 'three';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
-import { whenDrawn } from './drawnFence.js';
+import { DrawnFences } from './drawnFences.js';
 
 /** @import { Vec3 } from '../types' */
 
@@ -38,6 +38,7 @@ export class Viewer {
     this.renderer = new WebGLRenderer({ antialias: !this.software, powerPreference: 'high-performance' });
     this.canvas = this.renderer.domElement;
     this.gl = /** @type {WebGL2RenderingContext} */ (this.renderer.getContext());
+    this.fences = new DrawnFences(this.gl);
     this.scene = new Scene();
     this.camera = new PerspectiveCamera(FIELD_OF_VIEW, 1, 0.05, 5000);
     this.camera.up.set(0, 0, 1);
@@ -93,7 +94,7 @@ export class Viewer {
     const drawing = this.onBefore();
     this.drawNow();
     ++this.unfinished;
-    whenDrawn(this.gl, () => {
+    this.fences.after(() => {
       --this.unfinished;
       drawing?.done();
       if (this.late) this.ask();
