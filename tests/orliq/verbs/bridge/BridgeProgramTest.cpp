@@ -14,6 +14,9 @@
 #include "orliq/dds/DdsOutlet.h"
 #include "orliq/dds/FastReader.h"
 #include "orliq/ros/RosMessages.h"
+#include "simulator/sending/ParamServer.h"
+#include "simulator/sensors/CheckImage.h"
+#include "simulator/sensors/Sensor.h"
 #include "support/Loopback.h"
 #include "support/RunningProgram.h"
 
@@ -171,6 +174,47 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
   EXPECT_EQ(report["sensors"][0]["clouds_left_out"], 0);
   EXPECT_EQ(report["sensors"][0]["clouds_published"], report["sensors"][0]["frames"]);
   EXPECT_GE(report["sensors"][0]["frames"], 3);
+}
+
+TEST_F(Bridge, ASensorThatIsAtFaultStopsNoOther) {
+  sim::ParamServerOptions answers;
+  answers.port = test::FreePort();
+  std::error_code error;
+  const auto params = sim::ParamServer::Create(
+      answers, sim::CheckImage(sim::MakeSensor("glavor", {})->Tables()), error);
+  ASSERT_NE(params, nullptr) << error.message();
+  const std::string port = std::to_string(test::FreePort());
+  dir_.Write("two.yaml", "sensors:\n  - {name: a, model: juniq, address: 127.0.0.1, port: " +
+                             std::to_string(test::FreePort()) +
+                             ", params_from: 127.0.0.1:" + std::to_string(answers.port) +
+                             "}\n  - {name: b, model: corvik, address: 127.0.0.1, port: " + port +
+                             ", extrinsics: {z: 2}}\n");
+  FastReader clouds(domain_, {"rt/b/points", kCloudType});
+  Start("bridge --config two.yaml --json");
+  const auto noted = [&](const char* words) {
+    return test::Eventually([&] { return HasNoted(words); });
+  };
+  ASSERT_TRUE(noted("a: the sensor does not send every table of a juniq"));
+  const std::string simulate =
+      "simulate --model corvik --quiet --to 127.0.0.1:" + port + " --frames ";
+  const auto send = [&](int frames) { EXPECT_EQ(Run(simulate + std::to_string(frames)).code, 0); };
+  send(3);
+  EXPECT_GT(Grid(clouds.Next(kLimit)).width, 1000);
+  ASSERT_TRUE(noted("b: nothing has arrived for 3 s"));
+  EXPECT_FALSE(HasNoted("b: it sends now"));
+  send(8);
+  ASSERT_TRUE(noted("b: it sends now"));
+  const auto list = nlohmann::json::parse(Run("bridge --list --json").out)["sensors"];
+  ASSERT_EQ(list.size(), 2) << list;
+  EXPECT_EQ(list[0]["state"], "error");
+  EXPECT_THAT(list[0]["message"].get<std::string>(), HasSubstr("no offset table"));
+  EXPECT_EQ(list[1]["state"], "ok");
+  const auto outcome = Finish(SIGINT);
+  EXPECT_EQ(outcome.code, 4);
+  EXPECT_THAT(outcome.err, HasSubstr("no cloud of it is published"));
+  const auto sensors = nlohmann::json::parse(outcome.out)["sensors"];
+  EXPECT_EQ(sensors[0]["clouds_published"], 0);
+  EXPECT_EQ(sensors[1]["clouds_published"], 9);
 }
 
 TEST_F(Bridge, AListStandsWhateverOthersSay) {

@@ -41,6 +41,12 @@ std::unique_ptr<LiveSource> MakeSource(const LiveOptions& live, const Configured
   });
 }
 
+/// For the status line, of what /diagnostics tells in full.
+std::string InAWord(const BridgeMoments& moments, const std::string& message) {
+  if (!moments.refusal.empty()) return "refused";
+  return moments.silence.empty() ? message : "silent";
+}
+
 /// All sensors, each with a driver of its own, so that none waits for another.
 class Bridge {
  public:
@@ -89,11 +95,12 @@ class Bridge {
 
   bool Over() const {
     bool arrived = true;
+    bool refused = true;
     for (const Bridged& bridged : sensors_) {
-      if (!bridged.facts.RefusedTables().empty()) return true;
       arrived = arrived && bridged.moments.now.packets.decoded > 0;
+      refused = refused && !bridged.moments.refusal.empty();
     }
-    return time_.Over(arrived);
+    return refused || time_.Over(arrived);
   }
 
   BridgeTally Tally() const {
@@ -112,11 +119,8 @@ class Bridge {
   /// Tables of a sensor that never came as they must.
   void RequireTables() const {
     for (const Bridged& bridged : sensors_) {
-      if (bridged.facts.RefusedTables().empty()) continue;
-      At(bridged.remarks.Named(""), [&] {
-        throw MissingTables(*bridged.sensor.model, bridged.facts.RefusedTables(),
-                            "no cloud of it was published");
-      });
+      if (bridged.moments.refusal.empty()) continue;
+      throw Failure(ExitCode::kFileFault, bridged.remarks.Named(bridged.moments.refusal));
     }
   }
 
@@ -157,6 +161,7 @@ class Bridge {
     const LiveCounts& counts = moments.now;
     bridged.facts.Look(
         {counts.packets, counts.frames.count + counts.empty_frames, counts.frames.non_zero}, now_);
+    LookAtTables(bridged);
     const bool was_silent = !moments.silence.empty();
     const double age = counts.packets.decoded == 0 ? now_ : counts.packets.last_packet_age_s;
     if (age < kPatience) {
@@ -171,6 +176,15 @@ class Bridge {
     }
   }
 
+  /// A sensor whose tables do not fit its model publishes nothing; the others go on.
+  void LookAtTables(Bridged& bridged) const {
+    const auto& refused = bridged.facts.RefusedTables();
+    std::string& refusal = bridged.moments.refusal;
+    if (refused.empty() || !refusal.empty()) return;
+    refusal = MissingTables(*bridged.sensor.model, refused, "no cloud of it is published").what();
+    if (sensors_.size() > 1) bridged.remarks.Note(refusal);
+  }
+
   void TellStates() {
     std::vector<RosStatus> states;
     status_.clear();
@@ -180,8 +194,8 @@ class Bridge {
       states.push_back(StatusOf(bridged.sensor, site_.TopicOf(i), bridged.moments));
       bridged.moments.before = bridged.moments.now;
       const std::string& message = states.back().message;
-      status_ += (i == 0 ? "" : " | ") + bridged.sensor.name + ' ' +
-                 (bridged.moments.silence.empty() ? message : "silent");
+      status_ +=
+          (i == 0 ? "" : " | ") + bridged.sensor.name + ' ' + InAWord(bridged.moments, message);
     }
     site_.Tell(states);
     told_at_ = now_;

@@ -32,9 +32,10 @@ void Judge(RosStatus& status, const BridgeMoments& moments) {
   const lidar::DriverStatistics& packets = moments.now.packets;
   const std::uint64_t lost = LostOf(packets) - LostOf(moments.before.packets);
   status.message = RateText(moments) + " frames/s";
-  if (!moments.silence.empty()) {
+  const std::string& fault = moments.refusal.empty() ? moments.silence : moments.refusal;
+  if (!fault.empty()) {
     status.level = RosLevel::kError;
-    status.message = moments.silence;
+    status.message = fault;
   } else if (LacksTables(packets)) {
     status.level = RosLevel::kWarn;
     status.message = "waits for its tables: " + UploadShare(packets.upload);

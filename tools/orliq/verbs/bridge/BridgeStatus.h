@@ -16,13 +16,14 @@ struct BridgeMoments {
   LiveCounts now;
   double seconds = 0.0;  ///< between them
   std::string silence;   ///< why nothing comes; empty: something does
+  std::string refusal;   ///< why none of its clouds is published; empty: they are
 };
 
 /// What became of its packets.
 Ledger LedgerOf(const ConfiguredSensor& sensor, const LiveCounts& counts);
 
-/// How it is, for /diagnostics: an error while nothing comes, a warning while packets are lost or its
-/// tables are not there. With the ledger as values, and who publishes it where.
+/// How it is, for /diagnostics: an error while nothing comes or can be published, a warning while packets
+/// are lost or its tables are not there. With the ledger as values, and who publishes it where.
 RosStatus StatusOf(const ConfiguredSensor& sensor, const std::string& topic,
                    const BridgeMoments& moments);
 
