@@ -52,7 +52,7 @@ PlayedCaptures OneCapture(const SourceOptions& options, const std::string& done,
 
 PlayedCaptures SeveralCaptures(const SourceOptions& options, const SensorFile& file,
                                Console& console) {
-  const FusePlan plan = MakeFusePlan(file.path, "", options.partial, console);
+  const FusePlan plan = MakeFusePlan(file, "", options.partial, console);
   PlayedCaptures captures;
   captures.title = file.path;
   for (const FusedSensor& sensor : plan.sensors) {

@@ -129,7 +129,7 @@ TEST_F(Bridge, EachOfSeveralCapturesHasItsOwnPoints) {
   }
   dir_.Write("both.yaml",
              "sensors:\n  - {name: a, model: corvik, capture: a.pcap}\n"
-             "  - {name: b, model: corvik, capture: b.pcap}\n");
+             "  - {name: b, model: corvik, capture: b.pcap, extrinsics: {x: 5}}\n");
   FastReader reader(domain_, {"rt/b/points", kCloudType, true});
   std::set<std::vector<std::uint8_t>> alone;
   Start("bridge b.pcap --model corvik --name b --loop --reliable");

@@ -135,9 +135,6 @@ ExitCode Publish(const BridgeOptions& options, const SensorFile& file, PlayedCap
   const OutputOptions& output = options.live.cloud.output;
   if (output.verbose) Console::ShowLibraryLines();
   for (const std::string& remark : captures.remarks) console.Note(remark);
-  for (FramesWanted& sensor : captures.sensors) {
-    sensor.param.decoder_param.transform_param = {};  // readers get it by itself, in /tf_static
-  }
   const BridgeTally tally = WithCloudType(output.point, [&](auto type) {
     using Cloud = typename decltype(type)::Cloud;
     return Playing<Cloud>(options, file, std::move(captures), console).Run();
@@ -149,11 +146,17 @@ ExitCode Publish(const BridgeOptions& options, const SensorFile& file, PlayedCap
 }  // namespace
 
 ExitCode BridgeCapture(const BridgeOptions& options, const SensorFile& file, Console& console) {
-  return Publish(options, file, OneCapture(options, "published", console), console);
+  SourceOptions in_place = options;
+  in_place.live.cloud.transform.clear();  // readers get it by itself, in /tf_static
+  return Publish(options, file, OneCapture(in_place, "published", console), console);
 }
 
 ExitCode BridgeCaptures(const BridgeOptions& options, const SensorFile& file, Console& console) {
-  return Publish(options, file, SeveralCaptures(options, file, console), console);
+  SensorFile in_place = file;
+  for (ConfiguredSensor& sensor : in_place.sensors) {
+    sensor.decoder.transform_param = {};  // likewise
+  }
+  return Publish(options, file, SeveralCaptures(options, in_place, console), console);
 }
 
 }  // namespace orliq::cli

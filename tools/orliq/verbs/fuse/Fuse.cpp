@@ -97,7 +97,9 @@ ExitCode RunFuse(const FuseOptions& options, Console& console) {
   CatchInterrupts();
   const OutputOptions& output = options.output;
   ExamineOutput(output);
-  const FusePlan plan = MakeFusePlan(options.config, options.frames, options.partial, console);
+  ParseFrameRange(options.frames);  // refuses what makes no sense before any file is read
+  const SensorFile file = ReadSensorFile(options.config);
+  const FusePlan plan = MakeFusePlan(file, options.frames, options.partial, console);
   if (output.verbose) console.ShowLibraryLines();
   const FuseTally tally = FuseAll(options, plan, console.Quiet());
   console.Print(tally.MakeReport());

@@ -128,15 +128,13 @@ CaptureSource MakeSource(const ConfiguredSensor& sensor) {
           "reading " + sensor.name};
 }
 
-FusePlan MakeFusePlan(const std::string& path, const std::string& frames, bool partial,
+FusePlan MakeFusePlan(const SensorFile& file, const std::string& frames, bool partial,
                       const Console& console) {
-  ParseFrameRange(frames);  // refuses what makes no sense before any file is read
-  const SensorFile file = ReadSensorFile(path);
   ExamineSensors(file, console);
-  FusePlan plan = {path, {}, {}};
+  FusePlan plan = {file.path, {}, {}};
   for (const ConfiguredSensor& sensor : file.sensors) {
-    FusedSensor fused = Survey(path, sensor, partial, console);
-    for (const FusedSensor& earlier : plan.sensors) RequireOwnPackets(path, fused, earlier);
+    FusedSensor fused = Survey(file.path, sensor, partial, console);
+    for (const FusedSensor& earlier : plan.sensors) RequireOwnPackets(file.path, fused, earlier);
     plan.sensors.push_back(std::move(fused));
   }
   plan.rounds = ChooseRounds(frames, plan.PossibleRounds());

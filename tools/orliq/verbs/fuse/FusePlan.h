@@ -39,11 +39,11 @@ struct FusePlan {
 /// What is told about a sensor of the file names it so.
 CaptureSource MakeSource(const ConfiguredSensor& sensor);
 
-/// Reads the file, surveys every capture and finds the frames of each; `frames` chooses rounds, with
-/// `partial` frames count that are not whole. Remarks go to the console. Throws Failure with file, line
+/// Surveys every capture of the file and finds the frames of each; `frames` chooses rounds, with `partial`
+/// frames count that are not whole. Remarks go to the console. Throws Failure with file, line
 /// and name of the sensor: for a live sensor, a model without frames, a capture that play would refuse,
 /// packets that two sensors would take, and a first_frame that there is not.
-FusePlan MakeFusePlan(const std::string& path, const std::string& frames, bool partial,
+FusePlan MakeFusePlan(const SensorFile& file, const std::string& frames, bool partial,
                       const Console& console);
 
 /// What is to be played of that sensor.
