@@ -3,7 +3,7 @@
 # first builds the program only.
 PACKAGES := g++ cmake libpcap-dev libeigen3-dev libcli11-dev nlohmann-json3-dev \
             libpng-dev libyaml-cpp-dev libwebsockets-dev libfastcdr-dev cyclonedds-dev libzstd-dev \
-            libgtest-dev libgmock-dev libbenchmark-dev
+            libdeflate-dev libgtest-dev libgmock-dev libbenchmark-dev
 PRESET ?= release
 PREFIX ?= /usr/local
 DESTDIR ?=

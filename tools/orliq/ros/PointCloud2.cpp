@@ -30,7 +30,7 @@ constexpr std::uint32_t kNowhere = UINT32_MAX;
 
 /// A field of a point, from its record in the cloud to its place in the message.
 struct Column {
-  enum class Kind : std::uint8_t { kCopy, kPlace, kIntensity, kTime };
+  enum class Kind : std::uint8_t { kCopy, kIntensity, kTime };
   Kind kind;
   PointField from;
   const char* name;
@@ -38,8 +38,18 @@ struct Column {
   std::size_t offset;  // [bytes] in the message's point
 };
 
+/// Bytes of a point, from its record to the message: those of fields that stay as they are and side by
+/// side go together, as each piece takes about as long as the next.
+struct Piece {
+  Column::Kind kind;
+  std::size_t from;   // [bytes] in the record
+  std::size_t to;     // [bytes] in the message's point
+  std::size_t bytes;  // of a copy
+};
+
 struct Layout {
   std::vector<Column> columns;
+  std::vector<Piece> pieces;
   std::size_t step = 0;  // [bytes] of a point
 };
 
@@ -62,12 +72,23 @@ Datatype TypeOf(const PointField& field) {
 
 Column ColumnOf(const PointField& field) {
   const std::string_view name = field.name;
-  if (name == "x" || name == "y" || name == "z") {
-    return {Column::Kind::kPlace, field, field.name, kFloat32, 0};
-  }
   if (name == "intensity") return {Column::Kind::kIntensity, field, field.name, kFloat32, 0};
   if (name == "timestamp") return {Column::Kind::kTime, field, "time", kFloat32, 0};
   return {Column::Kind::kCopy, field, field.name, TypeOf(field), 0};
+}
+
+void AddPiece(const Column& column, std::vector<Piece>& pieces) {
+  const Piece piece = {column.kind, column.from.offset, column.offset,
+                       column.from.width * column.from.count};
+  const Column::Kind copy = Column::Kind::kCopy;
+  if (piece.kind == copy && !pieces.empty() && pieces.back().kind == copy) {
+    Piece& last = pieces.back();
+    if (piece.from == last.from + last.bytes && piece.to == last.to + last.bytes) {
+      last.bytes += piece.bytes;
+      return;
+    }
+  }
+  pieces.push_back(piece);
 }
 
 /// Each field at a multiple of its width.
@@ -79,6 +100,7 @@ Layout LayoutOf(const CloudView& cloud) {
     column.offset = Aligned(end, WidthOf(column.type));
     end = column.offset + WidthOf(column.type) * column.from.count;
     layout.columns.push_back(column);
+    AddPiece(column, layout.pieces);
   }
   layout.step = Aligned(end, kAlignment);
   return layout;
@@ -135,8 +157,8 @@ class PointWriter {
   /// `to` is zero.
   void Write(std::size_t point, char* to) {
     const unsigned char* const record = cloud_.records + point * cloud_.record_bytes;
-    for (const Column& column : layout_.columns) {
-      WriteField(column, record + column.from.offset, to + column.offset);
+    for (const Piece& piece : layout_.pieces) {
+      WritePiece(piece, record + piece.from, to + piece.to);
     }
     if (IsMeasured(to)) return;
     WriteNowhere(to);
@@ -153,11 +175,8 @@ class PointWriter {
   bool IsDense() const { return dense_; }
 
  private:
-  void WriteField(const Column& column, const unsigned char* from, char* to) const {
-    switch (column.kind) {
-      case Column::Kind::kPlace:
-        std::memcpy(to, from, sizeof(float));
-        break;
+  void WritePiece(const Piece& piece, const unsigned char* from, char* to) const {
+    switch (piece.kind) {
       case Column::Kind::kIntensity:
         Store(static_cast<float>(Load<std::uint16_t>(from)), to);
         break;
@@ -165,7 +184,7 @@ class PointWriter {
         Store(Since(Load<double>(from)), to);
         break;
       case Column::Kind::kCopy:
-        std::memcpy(to, from, column.from.width * column.from.count);
+        std::memcpy(to, from, piece.bytes);
         break;
     }
   }
