@@ -164,16 +164,18 @@ TEST(RosMessages, WhatMeasuredNothingIsNowhere) {
   constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
   PointCloud<Point> cloud;
   cloud.points = {PointAt<Point>(0.0F, 0.0F, 0.0F), PointAt<Point>(1.0F, 2.0F, 3.0F),
-                  PointAt<Point>(1.0F, 2.0F, 4.0F), PointAt<Point>(0.0F, kNan, 0.0F)};
+                  PointAt<Point>(1.0F, 2.0F, 4.0F), PointAt<Point>(0.0F, kNan, 0.0F),
+                  PointAt<Point>(-1.0F, 0.0F, 0.0F)};
   cloud.points[0].ring = 3;
-  const Cloud read = Read({kHeader, View(cloud), {1.0F, 2.0F, 3.0F}});
+  const Cloud read = Read({kHeader, View(cloud), {{-1.0F, 0.0F, 0.0F}, {1.0F, 2.0F, 3.0F}}});
   EXPECT_EQ(read.step, 20);
   EXPECT_FALSE(read.dense);
   EXPECT_TRUE(read.IsNowhere(0));
   EXPECT_EQ(read.At<std::uint16_t>(0, 16), 3);
-  EXPECT_TRUE(read.IsNowhere(1));  // where the sensor stands
+  EXPECT_TRUE(read.IsNowhere(1));  // where a sensor stands
   EXPECT_THAT(read.Place(2), ElementsAre(1.0F, 2.0F, 4.0F));
   EXPECT_TRUE(read.IsNowhere(3));
+  EXPECT_TRUE(read.IsNowhere(4));  // where another one does
 }
 
 TEST(RosMessages, PointsWithRowAndColumnAreAGrid) {

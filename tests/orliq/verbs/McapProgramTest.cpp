@@ -180,12 +180,15 @@ TEST_F(McapProgram, KeepsThePacketsOfEachSensorThatIsFused) {
   const test::SimulatedCapture other(3, {}, "corvik");
   dir_.Write("sensors.yaml", "sensors:\n  - {name: front" + sensor +
                                  "  - {name: rear, model: corvik, capture: " + other.capture +
-                                 "}\n");
+                                 ", extrinsics: {x: -3, yaw: 180}}\n");
   const json report =
       RunJson("fuse --config sensors.yaml --point juniq --out f.mcap --with-packets");
   const Messages messages = Read("f.mcap");
   EXPECT_EQ(report["fused_clouds"], messages.at("/points").size());
   EXPECT_THAT(messages.at("/points")[0].substr(0, 30), HasSubstr("base_link"));
+  const float rear[] = {-3.0F, 0.0F, 0.0F};  // where it stands: points without a return
+  const std::string place(reinterpret_cast<const char*>(rear), sizeof rear);
+  EXPECT_THAT(messages.at("/points")[0], testing::Not(HasSubstr(place)));
   EXPECT_EQ(messages.at("/rear/packets").size(), other.packets.size());
   Play(Sensor().capture, "--out frames");
   Play("f.mcap", "--topic /front/packets --out again");

@@ -104,16 +104,17 @@ CloudScene SceneOf(const Model& model, const lidar::DriverParam& param) {
   const bool moved = param.decoder_param.transform_param.enable != 0 && model.transforms_points;
   scene.frame = moved ? kRobotFrame : model.name;
   if (model.has_imu) scene.sensor = model.name;
-  scene.origin = OriginOf(param);
+  scene.origins = {OriginOf(param)};
   const auto [rows, columns] = GridOf(model);
   scene.rows = rows;
   scene.columns = columns;
   return scene;
 }
 
-CloudScene FusedScene() {
+CloudScene FusedScene(const std::vector<lidar::DriverParam>& params) {
   CloudScene scene;
   scene.frame = kRobotFrame;
+  for (const lidar::DriverParam& param : params) scene.origins.push_back(OriginOf(param));
   return scene;
 }
 

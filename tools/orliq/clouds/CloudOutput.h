@@ -22,7 +22,7 @@ bool TakesOneCloud(const OutputOptions& options);
 CloudScene SceneOf(const Model& model, const lidar::DriverParam& param);
 
 /// Of several, whose clouds are fused.
-CloudScene FusedScene();
+CloudScene FusedScene(const std::vector<lidar::DriverParam>& params);
 
 /// Datagrams that go into the file beside the clouds.
 struct PacketSource {

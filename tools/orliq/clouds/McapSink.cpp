@@ -30,7 +30,7 @@ std::filesystem::path McapSink::Write(const CloudView& cloud, int, int) {
   const RosTime stamp = StampOf(TimeOf(cloud));
   file_.Publish(
       points_, stamp,
-      PointCloud2Cdr({{stamp, scene_.frame}, cloud, scene_.origin, scene_.rows, scene_.columns}));
+      PointCloud2Cdr({{stamp, scene_.frame}, cloud, scene_.origins, scene_.rows, scene_.columns}));
   return path_;
 }
 

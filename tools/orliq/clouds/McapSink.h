@@ -16,7 +16,7 @@ namespace orliq::cli {
 struct CloudScene {
   std::string frame;             ///< of the clouds
   std::string sensor;            ///< frame of the samples; empty: none come
-  Origin origin;                 ///< of the only sensor
+  std::vector<Origin> origins;   ///< of all sensors
   std::size_t rows = 0;          ///< of the only sensor, if its frames have a fixed size
   std::size_t columns = 0;       ///< likewise
   std::optional<double> begins;  ///< [s] UTC, of a capture; nothing: live

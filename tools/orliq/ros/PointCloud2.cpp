@@ -151,7 +151,7 @@ class PointWriter {
   PointWriter(const RosCloud& message, const Layout& layout)
       : cloud_(message.cloud),
         time_(TimeOf(message.cloud)),
-        origin_(message.origin),
+        origins_(message.origins),
         layout_(layout) {}
 
   /// `to` is zero.
@@ -198,12 +198,14 @@ class PointWriter {
     const auto x = Load<float>(place);
     const auto y = Load<float>(place + 4);
     const auto z = Load<float>(place + 8);
-    return !std::isnan(x + y + z) && IsReturn(x, y, z, origin_);
+    return !std::isnan(x + y + z) && IsReturn(x, y, z, {}) &&
+           std::all_of(origins_.begin(), origins_.end(),
+                       [&](const Origin& origin) { return IsReturn(x, y, z, origin); });
   }
 
   const CloudView& cloud_;
   const double time_;  // [s] of the cloud
-  const Origin& origin_;
+  const std::vector<Origin>& origins_;
   const Layout& layout_;
   bool dense_ = true;
 };

@@ -120,9 +120,9 @@ bool RosFeed::PublishNext(Sensor& sensor, std::unique_lock<std::mutex>& lock) {
 void RosFeed::PublishCloud(const Sensor& sensor, const TakenCloud& cloud, const RosTime& host) {
   const RosSensor& names = sensor.names;
   const RosTime stamp = StampOf(TimeOf(cloud.view), host);
-  Publish(
-      sensor.points, stamp,
-      PointCloud2Cdr({{stamp, names.frame}, cloud.view, names.origin, names.rows, names.columns}));
+  Publish(sensor.points, stamp,
+          PointCloud2Cdr(
+              {{stamp, names.frame}, cloud.view, {names.origin}, names.rows, names.columns}));
 }
 
 void RosFeed::Tell(const std::vector<RosTransform>& transforms) {

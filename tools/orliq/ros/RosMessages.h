@@ -23,14 +23,14 @@ void RequireRosMessages();
 /// whatever the header's stamp. The others of the point type follow as they are.
 ///
 /// What measured nothing has NaN for x, y and z, and a cloud that has such points is not dense: those at
-/// the origin, and those that lie where the sensor stands, at `origin`.
+/// the origin, and those that lie where a sensor stands, at one of `origins`.
 ///
 /// A cloud whose points tell row and column is a grid of `rows` x `columns`, if each point has a cell of
 /// its own; else, as one with 0 rows, a list in the order of the sensor.
 struct RosCloud {
   RosHeader header;
   CloudView cloud;
-  Origin origin;
+  std::vector<Origin> origins;
   std::size_t rows = 0;
   std::size_t columns = 0;
 };

@@ -29,7 +29,9 @@ std::vector<PacketSource> PacketsOf(const FusePlan& plan) {
 
 /// Null when no files are wanted. A single file takes one cloud.
 std::unique_ptr<CloudSink> MakeSink(const OutputOptions& output, const FusePlan& plan) {
-  CloudScene scene = FusedScene();
+  std::vector<lidar::DriverParam> params;
+  for (const FusedSensor& fused : plan.sensors) params.push_back(MakeDriverParam(fused.sensor));
+  CloudScene scene = FusedScene(params);
   scene.begins = plan.sensors.front().plan.survey.first_time;
   auto sink = OpenOutput(output, scene, PacketsOf(plan));
   if (!sink || !sink->TakesOneCloud() || plan.Rounds() == 1) return sink;

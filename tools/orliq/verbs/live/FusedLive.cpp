@@ -57,7 +57,9 @@ std::unique_ptr<FusedSource> MakeSource(const FusedOptions& options, const Senso
 
 FusedTally Listen(const FusedOptions& options, const SensorFile& file, const Console& console) {
   const std::size_t room = CloudSaver::RoomFor(file.sensors.size());
-  const auto saver = MakeLiveSaver(options.output, options.choice, FusedScene(), room);
+  std::vector<lidar::DriverParam> params;
+  for (const ConfiguredSensor& sensor : file.sensors) params.push_back(MakeDriverParam(sensor));
+  const auto saver = MakeLiveSaver(options.output, options.choice, FusedScene(params), room);
   if (options.output.verbose) Console::ShowLibraryLines();
   const auto source = MakeSource(options, file, saver.get());
   Open(*source, file, console);
