@@ -69,7 +69,7 @@ TEST_F(McapProgram, PlaysItsPacketsToTheVerySameFramesAlsoOfAFileThatWasCut) {
   EXPECT_THAT(outcome_.err, HasSubstr("f.mcap ends in the middle of a record at byte "));
   EXPECT_EQ(cut["frames"], 4) << "the packets stand before the clouds";
   std::filesystem::resize_file(dir_ / "f.mcap", 100);
-  ExpectRefusal({"play f.mcap" + tables_, 4, "and holds no packets"});
+  ExpectRefusal({"play f.mcap" + tables_, 4, "and before that holds no packets"});
 }
 
 TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {
