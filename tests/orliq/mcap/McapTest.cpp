@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 
 #include "fuzz/MemoryFile.h"
@@ -10,6 +11,7 @@
 #include "orliq/mcap/McapWriter.h"
 #include "orliq/mcap/PacketMessage.h"
 #include "orliq/mcap/Zstd.h"
+#include "support/TempDir.h"
 
 namespace orliq::cli {
 namespace {
@@ -72,6 +74,11 @@ void WriteSome(const McapWriter::Put& put, bool compress) {
     }
   };
   writer.Add(one, 30, "first");
+  const auto half = [](std::string& to) {
+    to += "half of a message";
+    throw std::length_error("no memory");
+  };
+  EXPECT_THROW(writer.Add(one, 5, half), std::length_error) << "and leaves nothing behind";
   writer.Add(two, 10, std::string(200, 'x'));
   flush();
   writer.Add(one, 20, "third");
@@ -99,6 +106,7 @@ std::vector<std::string> ReadAll(std::string_view bytes, std::string& fault) {
 
 TEST(Crc32, IsTheSumBitByBitAndThatOfPiecesJoined) {
   EXPECT_EQ(Crc32("123456789", 9), 0xCBF43926U);
+  EXPECT_EQ(Crc32(nullptr, 0, 7), 7U);
   std::string bytes;
   for (int i = 0; i < 70; ++i) {
     ASSERT_EQ(Crc32(bytes.data(), bytes.size()), PlainCrc(bytes)) << i;
@@ -128,6 +136,17 @@ TEST_P(Mcap, TellsWhereEverythingStandsAndItsSums) {
   std::vector<PlainRecord> chunks, indexes;
   for (const PlainRecord& record : Records(bytes_, summary, offsets)) {
     if (record.kind == 0x08) indexes.push_back(record);
+    // That of the schema, and of the channels of it: 0 would be none.
+    if (record.kind == 0x03 || record.kind == 0x04) {
+      EXPECT_EQ(Number(record.content, record.kind == 0x03 ? 0 : 2, 2), 1U);
+    }
+    if (record.kind != 0x0B) continue;
+    // Messages, schemas, channels, chunks, least and greatest time, messages of each channel.
+    const std::size_t fields[][3] = {{0, 8, 4},   {8, 2, 1},   {10, 4, 2}, {22, 4, 3}, {26, 8, 10},
+                                     {34, 8, 40}, {42, 4, 20}, {48, 8, 2}, {58, 8, 2}};
+    for (const auto& [at, size, value] : fields) {
+      EXPECT_EQ(Number(record.content, at, size), value) << at;
+    }
   }
   for (const PlainRecord& record : data) {
     if (record.kind == 0x06) chunks.push_back(record);
@@ -137,8 +156,12 @@ TEST_P(Mcap, TellsWhereEverythingStandsAndItsSums) {
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(Number(indexes[i].content, 16, 8), chunks[i].at);
     EXPECT_EQ(Number(indexes[i].content, 24, 8), chunks[i].content.size() + 9);
-    // Of its channels the offsets of the message indexes, by number.
-    for (std::size_t at = 36; at < 36 + Number(indexes[i].content, 32, 4); at += 10) {
+    // Of its channels the offsets of the message indexes, by number, and the length of them all.
+    const std::size_t end = 36 + Number(indexes[i].content, 32, 4);
+    const std::size_t next = i < 2 ? chunks[i + 1].at : data.back().at;
+    EXPECT_EQ(chunks[i].at + 9 + chunks[i].content.size() + Number(indexes[i].content, end, 8),
+              next);
+    for (std::size_t at = 36; at < end; at += 10) {
       const std::size_t index = Number(indexes[i].content, at + 2, 8);
       EXPECT_EQ(bytes_[index], 0x07);
       EXPECT_EQ(Number(bytes_, index + 9, 2), Number(indexes[i].content, at, 2));
@@ -157,6 +180,7 @@ TEST_P(Mcap, TellsWhereEverythingStandsAndItsSums) {
 TEST(McapIndex, PointsAtEachMessageOfAPlainChunk) {
   const std::string bytes = Written(false);
   std::size_t seen = 0;
+  std::size_t sequence[2] = {};
   std::size_t records = 0;  // of the chunk before
   for (const PlainRecord& record : Records(bytes, 8, SummaryOf(bytes))) {
     if (record.kind == 0x06) records = record.at + 9 + 8 + 8 + 8 + 4 + 4 + 8;
@@ -165,6 +189,7 @@ TEST(McapIndex, PointsAtEachMessageOfAPlainChunk) {
       const std::size_t message = records + Number(record.content, at + 8, 8);
       EXPECT_EQ(bytes[message], 0x05);
       EXPECT_EQ(Number(bytes, message + 9, 2), Number(record.content, 0, 2));
+      EXPECT_EQ(Number(bytes, message + 11, 4), sequence[Number(record.content, 0, 2)]++);
       EXPECT_EQ(Number(bytes, message + 15, 8), Number(record.content, at, 8));
     }
   }
@@ -225,7 +250,8 @@ TEST_P(Mcap, ChunkThatTheDiskDidNotTakeIsOfferedAgainAsItWas) {
 TEST(McapReader, RefusesWhatNoOtherCheckWouldFind) {
   struct Row {
     const char* why;
-    std::string content;  // of a chunk
+    McapRecord kind;
+    std::string content;
   };
   const auto chunk = [](std::uint64_t bytes, const char* compression, const std::string& records) {
     std::string content;
@@ -238,18 +264,46 @@ TEST(McapReader, RefusesWhatNoOtherCheckWouldFind) {
   McapRecordBytes(end, McapRecord::kDataEnd).Put(std::uint32_t{0});
   std::string orphan;
   McapRecordBytes(orphan, McapRecord::kMessage).PutRaw(std::string(22, '\0'));
-  const Row rows[] = {{"more bytes than can be read", chunk(std::uint64_t{1} << 40U, "zstd", "")},
-                      {"otherwise than by zstd", chunk(1, "lz4", "x")},
-                      {"not as long as it says", chunk(2, "", "x")},
-                      {"no place in it", chunk(end.size(), "", end)},
-                      {"does not tell of", chunk(orphan.size(), "", orphan)}};
+  std::string schema, channel;
+  McapBytes(schema).Put(std::uint16_t{1}).PutText(std::string(1025, 'n'));
+  McapBytes(channel).Put(std::uint16_t{0}).Put(std::uint16_t{0});
+  McapBytes(channel).PutText("/t").PutText(std::string(1025, 'n'));
+  std::vector<Row> rows = {
+      {"more bytes than can be read", McapRecord::kChunk, chunk(std::uint64_t{1} << 40U, "", "")},
+      {"otherwise than by zstd", McapRecord::kChunk, chunk(1, "lz4", "x")},
+      {"not as long as it says", McapRecord::kChunk, chunk(2, "", "x")},
+      {"no place in it", McapRecord::kChunk, chunk(end.size(), "", end)},
+      {"does not tell of", McapRecord::kChunk, chunk(orphan.size(), "", orphan)},
+      {"shorter than its head", McapRecord::kMessage, std::string(21, '\0')},
+      {"a schema that makes no sense", McapRecord::kSchema, schema},
+      {"a channel that makes no sense", McapRecord::kChannel, channel}};
+  if (HasZstd()) {
+    std::string zstd;
+    AppendZstd(end, zstd);
+    const char* const why = "not as long as it says";
+    rows.push_back({why, McapRecord::kChunk, chunk(end.size() + 1, "zstd", zstd)});
+    rows.push_back({why, McapRecord::kChunk, chunk(end.size() - 1, "zstd", zstd)});
+    rows.push_back({why, McapRecord::kChunk, chunk(end.size(), "zstd", zstd + 'x')});
+  }
   for (const Row& row : rows) {
     std::string bytes(kMcapMagic);
-    McapRecordBytes(bytes, McapRecord::kChunk).PutRaw(row.content);
+    McapRecordBytes(bytes, row.kind).PutRaw(row.content);
     std::string fault;
     EXPECT_THAT(ReadAll(bytes + end, fault), IsEmpty());
     EXPECT_THAT(fault, HasSubstr(row.why));
   }
+}
+
+TEST(McapReader, ReadsNoRecordThatWouldFillTheMemory) {
+  const test::TempDir dir;
+  std::string bytes(kMcapMagic);
+  McapBytes(bytes).Put(std::uint8_t{0x09}).Put(McapReader::kMaxBytes + 1);
+  dir.Write("large.mcap", bytes);
+  std::filesystem::resize_file(dir / "large.mcap", McapReader::kMaxBytes + 100);  // of a hole
+  McapReader reader(dir / "large.mcap");
+  McapMessage none;
+  EXPECT_FALSE(reader.Next(none));
+  EXPECT_THAT(reader.Fault(), HasSubstr("more bytes than can be read, at byte 8"));
 }
 
 TEST(PacketMessage, IsReadAsItWasWrittenAndNotWhenItIsCut) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files of messages, as a user's shell has them written and played.
+#include "orliq/mcap/McapFile.h"
 #include "orliq/mcap/McapReader.h"
+#include "orliq/mcap/PacketMessage.h"
 #include "support/GentleSender.h"
 #include "support/RunningProgram.h"
 #include "support/SimulatedCapture.h"
@@ -69,7 +71,28 @@ TEST_F(McapProgram, PlaysItsPacketsToTheVerySameFramesAlsoOfAFileThatWasCut) {
   EXPECT_THAT(outcome_.err, HasSubstr("f.mcap ends in the middle of a record at byte "));
   EXPECT_EQ(cut["frames"], 4) << "the packets stand before the clouds";
   std::filesystem::resize_file(dir_ / "f.mcap", 100);
-  ExpectRefusal({"play f.mcap" + tables_, 4, "and holds no packets"});
+  ExpectRefusal({"play f.mcap" + tables_, 4, "and before that holds no packets"});
+}
+
+TEST_F(McapProgram, TakesThePacketsOfOnePortAndCountsMessagesThatAreNone) {
+  {
+    McapFile file(dir_ / "two.mcap", {});
+    const std::size_t topic = file.AddTopic("/any", kRosPacket);
+    RosTime stamp = {1700000000, 0};
+    for (const auto& payload : Sensor().packets) {
+      stamp.nanoseconds += 100'000;
+      for (const std::uint16_t port : {std::uint16_t{2368}, std::uint16_t{2369}}) {
+        const std::string_view data(reinterpret_cast<const char*>(payload.data()), payload.size());
+        const PacketMessage packet = {stamp, {10, 0, 0, 1}, 2368, {10, 0, 0, 2}, port, data};
+        file.Publish(topic, stamp, PacketCdr(packet));
+      }
+    }
+    file.Publish(topic, stamp, "no packet");
+    file.Finish();
+  }
+  Play("two.mcap", "--port 2369 --out one.mcap --with-packets", 5);
+  EXPECT_THAT(outcome_.err, HasSubstr("1 message in two.mcap should be packets and make none"));
+  EXPECT_EQ(Read("one.mcap").at("/packets").size(), Sensor().packets.size());
 }
 
 TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {

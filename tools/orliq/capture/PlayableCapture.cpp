@@ -110,7 +110,7 @@ void PlayableCapture::Convert(const std::string& topic) {
   fault_ = reader.Fault();
   if (!any) {
     throw Failure(fault_.empty() ? ExitCode::kNoData : ExitCode::kFileFault,
-                  file_ + (fault_.empty() ? std::string() : ' ' + fault_ + ", and") +
+                  file_ + (fault_.empty() ? std::string() : ' ' + fault_ + ", and before that") +
                       " holds no packets" + (topic.empty() ? "" : " at " + topic) +
                       ": those are kept by --with-packets of orliq play and fuse");
   }

@@ -79,7 +79,7 @@ std::vector<std::size_t> KeepPackets(const std::vector<PacketSource>& sources, M
   std::vector<std::size_t> topics;
   topics.reserve(sources.size());
   for (const PacketSource& source : sources) {
-    topics.push_back(file.AddTopic({source.topic, &kRosPacket}));
+    topics.push_back(file.AddTopic(source.topic, kRosPacket));
   }
   for (std::size_t i = 0; i < sources.size(); ++i) CopyPackets(sources[i], file, topics[i]);
   return topics;

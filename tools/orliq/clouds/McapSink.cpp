@@ -13,7 +13,7 @@ constexpr double kUsualStep = 0.1;  // [s] from one frame to the next, of sensor
 
 std::optional<std::size_t> AddSamples(McapFile& file, const CloudScene& scene) {
   if (scene.sensor.empty()) return std::nullopt;
-  return file.AddTopic({"/imu", &kRosImu});
+  return file.AddTopic("/imu", kRosImu);
 }
 
 }  // namespace
@@ -23,14 +23,14 @@ McapSink::McapSink(const std::filesystem::path& path, const McapFile::Options& o
     : path_(path),
       scene_(std::move(scene)),
       file_(path, options),
-      points_(file_.AddTopic({"/points", &kRosPointCloud2})),
+      points_(file_.AddTopic("/points", kRosPointCloud2)),
       imu_(AddSamples(file_, scene_)) {}
 
 std::filesystem::path McapSink::Write(const CloudView& cloud, int, int) {
   const RosTime stamp = StampOf(TimeOf(cloud));
-  file_.Publish(
-      points_, stamp,
-      PointCloud2Cdr({{stamp, scene_.frame}, cloud, scene_.origins, scene_.rows, scene_.columns}));
+  const RosCloud message = {
+      {stamp, scene_.frame}, cloud, scene_.origins, scene_.rows, scene_.columns};
+  file_.Publish(points_, stamp, [&](std::string& to) { AppendPointCloud2(message, to); });
   return path_;
 }
 

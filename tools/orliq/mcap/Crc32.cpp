@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/mcap/Crc32.h"
 
+#ifdef ORLIQ_HAS_DEFLATE
 #include <libdeflate.h>
+#endif
 
 namespace orliq::cli {
 namespace {
@@ -21,8 +23,19 @@ std::uint32_t Product(std::uint32_t a, std::uint32_t b) {
 }  // namespace
 
 std::uint32_t Crc32(const void* bytes, std::size_t size, std::uint32_t before) {
+#ifdef ORLIQ_HAS_DEFLATE
   // The library takes a null pointer for the begin of a sum, whatever stands before.
   return size == 0 ? before : libdeflate_crc32(before, bytes, size);
+#else
+  // The same, bit by bit: far slower.
+  std::uint32_t rest = ~before;
+  const auto* byte = static_cast<const unsigned char*>(bytes);
+  for (; size > 0; --size, ++byte) {
+    rest ^= *byte;
+    for (int bit = 0; bit < 8; ++bit) rest = (rest >> 1U) ^ ((rest & 1U) != 0 ? kPolynomial : 0U);
+  }
+  return ~rest;
+#endif
 }
 
 std::uint32_t JoinCrc32(std::uint32_t first, std::uint32_t second, std::uint64_t second_bytes) {

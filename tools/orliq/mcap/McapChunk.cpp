@@ -14,25 +14,24 @@ constexpr char kZstd[] = "zstd";
 
 }  // namespace
 
-void McapChunk::Add(const McapMessage& message) {
+void McapChunk::Add(const McapMessage& message, const McapAppend& append) {
+  bytes_.resize(end_);
+  {
+    McapRecordBytes record(bytes_, McapRecord::kMessage);
+    record.Put(message.channel).Put(message.sequence);
+    record.Put(message.log_time).Put(message.publish_time);
+    append(bytes_);
+  }
   if (Empty()) first_time_ = last_time_ = message.log_time;
   first_time_ = std::min(first_time_, message.log_time);
   last_time_ = std::max(last_time_, message.log_time);
   entries_[message.channel].emplace_back(message.log_time, Bytes());
-  ++messages_;
-  bytes_.resize(end_);
-  McapRecordBytes(bytes_, McapRecord::kMessage)
-      .Put(message.channel)
-      .Put(message.sequence)
-      .Put(message.log_time)
-      .Put(message.publish_time)
-      .PutRaw(message.data);
   end_ = bytes_.size();
 }
 
 void McapChunk::Clear() {
   entries_.clear();
-  messages_ = first_time_ = last_time_ = 0;
+  first_time_ = last_time_ = 0;
   bytes_.clear();
   end_ = head_ = Head(0, 0).size();
   bytes_.resize(end_);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ struct McapMessage {
   std::uint64_t publish_time = 0;  ///< likewise
   std::string_view data;
 };
+
+/// Appends a message to a text that holds others, so that a large one is not copied.
+using McapAppend = std::function<void(std::string&)>;
 
 /// What a summary tells of a chunk.
 struct McapChunkPlace {
@@ -37,12 +41,12 @@ class McapChunk {
  public:
   explicit McapChunk(bool compress) : compress_(compress) { Clear(); }
 
-  void Add(const McapMessage& message);
+  /// A message whose data are what `append` appends. None when that throws.
+  void Add(const McapMessage& message, const McapAppend& append);
   void Clear();
 
   bool Empty() const { return entries_.empty(); }
   std::uint64_t Bytes() const { return end_ - head_; }
-  std::uint64_t Messages() const { return messages_; }
   std::uint64_t MessagesOf(std::uint16_t channel) const;
 
   /// The chunk's record with the indexes behind it, as they stand at `offset` in the file.
@@ -65,7 +69,6 @@ class McapChunk {
   std::string bytes_;     // that room, and the plain records
   std::string packed_;    // the record in compressed form
   std::map<std::uint16_t, std::vector<Entry>> entries_;
-  std::uint64_t messages_ = 0;
   std::uint64_t first_time_ = 0;
   std::uint64_t last_time_ = 0;
 };

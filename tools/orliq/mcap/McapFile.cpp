@@ -17,26 +17,21 @@ McapFile::McapFile(const std::filesystem::path& path, const Options& options)
               "orliq " ORLIQ_VERSION),
       sync_time_(Clock::now()) {}
 
-std::size_t McapFile::AddTopic(const RosTopic& topic) {
-  const std::lock_guard lock(mutex_);
-  return writer_.AddChannel(topic.name,
-                            {topic.type->name, kSchemaEncoding, topic.type->definition});
+std::size_t McapFile::AddTopic(const std::string& name, const RosType& type) {
+  return writer_.AddChannel(name, {type.name, kSchemaEncoding, type.definition});
 }
 
-void McapFile::Publish(std::size_t topic, const RosTime& stamp,
-                       std::shared_ptr<const std::string> cdr) {
-  Publish(topic, stamp, *cdr);
+void McapFile::Publish(std::size_t topic, const RosTime& stamp, std::string_view cdr) {
+  Publish(topic, stamp, [cdr](std::string& to) { to.append(cdr); });
 }
 
-void McapFile::Publish(std::size_t topic, const RosTime& stamp, const std::string& cdr) {
-  const std::lock_guard lock(mutex_);
+void McapFile::Publish(std::size_t topic, const RosTime& stamp, const McapAppend& append) {
   FlushIfDue();
   if (!writer_.HasPending()) chunk_time_ = Clock::now();
-  writer_.Add(static_cast<std::uint16_t>(topic), stamp.Nanoseconds(), cdr);
+  writer_.Add(static_cast<std::uint16_t>(topic), stamp.Nanoseconds(), append);
 }
 
 void McapFile::Tend() {
-  const std::lock_guard lock(mutex_);
   FlushIfDue();
 }
 
@@ -51,23 +46,19 @@ void McapFile::FlushIfDue() {
 }
 
 void McapFile::Finish() {
-  const std::lock_guard lock(mutex_);
   writer_.Close();
   file_.Finish();
 }
 
 std::uint64_t McapFile::Messages(std::size_t topic) const {
-  const std::lock_guard lock(mutex_);
   return writer_.Messages(static_cast<std::uint16_t>(topic));
 }
 
 std::uint64_t McapFile::Pending(std::size_t topic) const {
-  const std::lock_guard lock(mutex_);
   return writer_.Pending(static_cast<std::uint16_t>(topic));
 }
 
 std::uint64_t McapFile::Bytes() const {
-  const std::lock_guard lock(mutex_);
   return writer_.Bytes();
 }
 

@@ -4,12 +4,11 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <memory>
-#include <mutex>
 #include <string>
+#include <string_view>
 
 #include "orliq/mcap/McapWriter.h"
-#include "orliq/ros/RosOutlet.h"
+#include "orliq/ros/RosTypes.h"
 #include "orliq/terminal/GrowingFile.h"
 
 namespace orliq::cli {
@@ -17,9 +16,9 @@ namespace orliq::cli {
 /// A file of messages. What was published is in it after a second or two, as long as messages or calls of
 /// Tend come, and on the disk likewise, so that little is lost with the power.
 ///
-/// Threads: safe from all; they wait for the disk. Failure: throws Failure where the disk takes no more.
+/// Threads: belongs to one, which waits for the disk. Failure: throws Failure where the disk takes no more.
 /// A message whose Publish throws is given up. Those before wait for a disk that takes them.
-class McapFile : public RosOutlet {
+class McapFile {
  public:
   struct Options {
     GrowingFile::Name name = GrowingFile::Name::kWhenWhole;
@@ -28,10 +27,11 @@ class McapFile : public RosOutlet {
   };
   McapFile(const std::filesystem::path& path, const Options& options);
 
-  std::size_t AddTopic(const RosTopic& topic) override;
-  void Publish(std::size_t topic, const RosTime& stamp,
-               std::shared_ptr<const std::string> cdr) override;
-  void Publish(std::size_t topic, const RosTime& stamp, const std::string& cdr);
+  /// Its number for Publish. All topics are added before the first message.
+  std::size_t AddTopic(const std::string& name, const RosType& type);
+
+  void Publish(std::size_t topic, const RosTime& stamp, std::string_view cdr);
+  void Publish(std::size_t topic, const RosTime& stamp, const McapAppend& append);
 
   /// To be called now and then when nothing is published.
   void Tend();
@@ -48,9 +48,8 @@ class McapFile : public RosOutlet {
 
   void FlushIfDue();
 
-  mutable std::mutex mutex_;
-  GrowingFile file_;              // guarded by mutex_, as what follows
-  McapWriter writer_;             // likewise
+  GrowingFile file_;
+  McapWriter writer_;
   Clock::time_point chunk_time_;  // when its present chunk began
   Clock::time_point sync_time_;   // when the disk last had all
 };

@@ -49,7 +49,12 @@ std::uint16_t McapWriter::AddSchema(const McapSchema& schema) {
 }
 
 void McapWriter::Add(std::uint16_t channel, std::uint64_t log_time, std::string_view data) {
-  chunk_.Add({channel, channels_[channel].next++, log_time, log_time, data});
+  Add(channel, log_time, [data](std::string& to) { to.append(data); });
+}
+
+void McapWriter::Add(std::uint16_t channel, std::uint64_t log_time, const McapAppend& append) {
+  chunk_.Add({channel, channels_[channel].next, log_time, log_time, {}}, append);
+  ++channels_[channel].next;
 }
 
 void McapWriter::Flush() {

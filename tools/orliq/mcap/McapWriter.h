@@ -24,8 +24,8 @@ struct McapSchema {
 /// a summary at the end. What has been put is readable up to there without it.
 ///
 /// Threads: belongs to one. Failure: whatever `put` throws. It is given whole chunks, and the same one
-/// again after a failure: it must have put all of it or nothing. Memory: one chunk, and about a hundred
-/// bytes for each that was written.
+/// again after a failure: it must have put all of it or nothing. Memory: one chunk, and some hundred bytes
+/// for each that was written.
 class McapWriter {
  public:
   /// Puts the next bytes of the file.
@@ -42,6 +42,7 @@ class McapWriter {
 
   /// Takes a message into the present chunk. Times in nanoseconds since 1970-01-01 UTC.
   void Add(std::uint16_t channel, std::uint64_t log_time, std::string_view data);
+  void Add(std::uint16_t channel, std::uint64_t log_time, const McapAppend& append);
 
   /// Whether a message would go into a new chunk if Flush were called now.
   bool IsChunkFull() const { return chunk_.Bytes() >= kChunkBytes; }

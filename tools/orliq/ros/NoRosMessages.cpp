@@ -16,6 +16,10 @@ std::string PointCloud2Cdr(const RosCloud& /*cloud*/) {
   return {};
 }
 
+void AppendPointCloud2(const RosCloud& /*cloud*/, std::string& /*to*/) {
+  RequireRosMessages();
+}
+
 double TimeOf(const CloudView& cloud) {
   return cloud.timestamp;
 }

@@ -231,26 +231,31 @@ double TimeOf(const CloudView& cloud) {
   return cloud.timestamp == 0.0 ? FirstTime(cloud) : cloud.timestamp;
 }
 
-std::string PointCloud2Cdr(const RosCloud& message) {
+void AppendPointCloud2(const RosCloud& message, std::string& to) {
   const Layout layout = LayoutOf(message.cloud);
   const std::vector<std::uint32_t> cells = CellsOf(message);
   const bool grid = !cells.empty();
   const std::size_t points = grid ? cells.size() : message.cloud.points;
-  std::string bytes = HeadOf(message, layout, grid ? message.rows : 1,
-                             grid ? message.columns : message.cloud.points);
-  const std::size_t head = bytes.size();
-  bytes.resize(head + layout.step * points + 1);
+  to += HeadOf(message, layout, grid ? message.rows : 1,
+               grid ? message.columns : message.cloud.points);
+  const std::size_t begin = to.size();
+  to.resize(begin + layout.step * points + 1);
   PointWriter writer(message, layout);
   for (std::size_t i = 0; i < points; ++i) {
-    char* const to = bytes.data() + head + layout.step * i;
+    char* const place = to.data() + begin + layout.step * i;
     const std::uint32_t point = grid ? cells[i] : static_cast<std::uint32_t>(i);
     if (point == kNowhere) {
-      writer.WriteNowhere(to);
+      writer.WriteNowhere(place);
     } else {
-      writer.Write(point, to);
+      writer.Write(point, place);
     }
   }
-  bytes.back() = static_cast<char>(writer.IsDense());
+  to.back() = static_cast<char>(writer.IsDense());
+}
+
+std::string PointCloud2Cdr(const RosCloud& message) {
+  std::string bytes;
+  AppendPointCloud2(message, bytes);
   return bytes;
 }
 

@@ -36,6 +36,9 @@ struct RosCloud {
 };
 std::string PointCloud2Cdr(const RosCloud& cloud);
 
+/// The same, behind what the text holds.
+void AppendPointCloud2(const RosCloud& cloud, std::string& to);
+
 /// [s] UTC of a cloud, or of its first point where the end of a capture left it without; 0: it has none.
 double TimeOf(const CloudView& cloud);
 

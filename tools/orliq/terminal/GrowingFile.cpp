@@ -2,6 +2,7 @@
 #include "orliq/terminal/GrowingFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,16 +31,39 @@ std::filesystem::path HiddenName(const std::filesystem::path& path) {
   return path.parent_path() / (name + ".part");
 }
 
+/// Whether it is a plain file, whose pieces can be taken back, and no pipe or device.
+bool IsPlain(int descriptor) {
+  struct stat status = {};
+  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// 0, or -1 with errno: EEXIST when there is a file of that name that may not be replaced.
+int Rename(const char* from, const char* to, bool replace) {
+  if (replace) return std::rename(from, to);
+  const int result = ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+  // Some file systems cannot do it in one step.
+  if (result == 0 || errno != EINVAL) return result;
+  errno = EEXIST;
+  return ::access(to, F_OK) == 0 ? -1 : std::rename(from, to);
+}
+
 }  // namespace
 
 GrowingFile::GrowingFile(std::filesystem::path path, Name name, bool replace)
     : path_(std::move(path)),
       hidden_path_(name == Name::kWhenWhole ? HiddenName(path_) : std::filesystem::path()),
+      replace_(replace),
       descriptor_(-1) {
   const bool may_exist = replace || name == Name::kWhenWhole;
-  const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (may_exist ? O_TRUNC : O_EXCL);
+  // Without waiting for somebody who reads a pipe.
+  const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | (may_exist ? O_TRUNC : O_EXCL);
   descriptor_ = ::open((hidden_path_.empty() ? path_ : hidden_path_).c_str(), flags, kMode);
-  if (descriptor_ < 0) ThrowFault(path_);
+  const bool is_pipe = descriptor_ < 0 && errno == ENXIO;
+  if (descriptor_ < 0 && !is_pipe) ThrowFault(path_);
+  if (!is_pipe && IsPlain(descriptor_)) return;
+  if (descriptor_ >= 0) ::close(descriptor_);
+  throw Failure(ExitCode::kFileFault,
+                "cannot write " + path_.string() + ": it is not a regular file");
 }
 
 GrowingFile::~GrowingFile() {
@@ -75,7 +99,7 @@ void GrowingFile::Finish() {
   // Closed in any case: a second close of the same number could hit another file.
   if (::close(std::exchange(descriptor_, -1)) != 0) ThrowFault(path_);
   if (hidden_path_.empty()) return;
-  if (std::rename(hidden_path_.c_str(), path_.c_str()) != 0) ThrowFault(path_);
+  if (Rename(hidden_path_.c_str(), path_.c_str(), replace_) != 0) ThrowFault(path_);
   hidden_path_.clear();
 }
 

@@ -19,7 +19,7 @@ class GrowingFile {
   };
 
   /// An older file is replaced if it may be: at once, or when the new one is whole. Otherwise a file that
-  /// exists is a fault.
+  /// exists is a fault, also one that has come meanwhile; and so is a pipe or a device.
   GrowingFile(std::filesystem::path path, Name name, bool replace);
   ~GrowingFile();
   GrowingFile(const GrowingFile&) = delete;
@@ -36,6 +36,7 @@ class GrowingFile {
  private:
   std::filesystem::path path_;
   std::filesystem::path hidden_path_;  // until it has its name; else empty
+  bool replace_;
   int descriptor_;
   std::uint64_t bytes_ = 0;
 };
