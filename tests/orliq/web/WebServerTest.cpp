@@ -63,7 +63,7 @@ class Web : public testing::Test {
   static WebSettings Settings(const std::string& token = "") {
     static const std::string large(300000, 'p');
     WebSettings settings;
-    settings.token = token;
+    settings.rules.token = token;
     settings.stream = "test.1";
     settings.files = {{"/", "text/html", large, "default-src 'self'"},
                       {"/note", "text/plain", "n"}};
@@ -128,8 +128,7 @@ TEST_F(Web, ServesAnotherProtocolElsewhere) {
     }
   } handler;
   WebSettings settings;
-  settings.guarded = false;
-  settings.token = "nobody's";
+  settings.rules = {"", true, false, {"*"}};
   settings.stream = "other.2";
   settings.path = "/";
   settings.longest = 5000;
@@ -290,10 +289,10 @@ TEST(WebAccess, WelcomesNamesThatNobodyElseCanHave) {
               {"127.0.0.1", "", "", false},
               {"127.0.0.1", "", "tt", false}};
   for (const auto& row : rows) {
-    EXPECT_EQ(WebAccess("t").WhyRefused({row.host, row.origin, row.token}).empty(), row.welcome)
+    EXPECT_EQ(WebAccess({"t"}).WhyRefused({row.host, row.origin, row.token}).empty(), row.welcome)
         << row.host << ' ' << row.origin << ' ' << row.token;
   }
-  EXPECT_TRUE(WebAccess("").WhyRefused({"127.0.0.1", "", "any"}).empty());
+  EXPECT_TRUE(WebAccess({}).WhyRefused({"127.0.0.1", "", "any"}).empty());
   EXPECT_NE(MakeToken(), MakeToken());
   EXPECT_EQ(MakeToken().size(), 32U);
   EXPECT_TRUE(IsLoopback("127.1.2.3"));
