@@ -21,7 +21,7 @@ void AddPublishOptions(CLI::App& command, BridgeOptions& options) {
       .add_option("--stamp", publish.stamp,
                   "clock of the messages' stamps: packets, that of the sensor, or host, that of "
                   "this machine when a frame is complete")
-      ->transform(CLI::CheckedTransformer(stamps));
+      ->transform(CLI::CheckedTransformer(stamps).description("packets or host"));
   command
       .add_option("--base", publish.base,
                   "frame of the robot, in which the extrinsics place the sensors")
