@@ -19,8 +19,9 @@ std::size_t Drain(orliq::cli::FoxgloveOutlet& outlet) {
     if (next->binary) {
       Require(next->head.size() == 13 && *next->body == "cdr");
     } else {
-      Require(nlohmann::json::parse(next->head, nullptr, false).is_object());
-      Require(next->head.size() < 1000);
+      const auto json = nlohmann::json::parse(next->head, nullptr, false);
+      Require(json.is_object());
+      Require(json["op"] != "status" || next->head.size() < 500);
     }
   }
   Require(texts <= orliq::cli::FoxgloveViewer::kTexts);
