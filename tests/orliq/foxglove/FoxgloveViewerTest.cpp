@@ -94,10 +94,12 @@ TEST_F(FoxgloveViewerQueues, KeepsTheNewestOfEachChannelAndSendsTheOldestOfThemF
   EXPECT_FALSE(viewer_.Subscribe(10, 1) || viewer_.Subscribe(20, 2) || viewer_.Subscribe(30, 3));
   EXPECT_FALSE(Offer(4, "nobody's", 1));
   for (const char* const text : {"a", "b", "c"}) EXPECT_TRUE(Offer(2, text, 2));
+  ASSERT_NE(gone_, nullptr);
   EXPECT_EQ(*gone_, "a");
   EXPECT_TRUE(Offer(3, "cloud", 1));
   EXPECT_EQ(gone_, nullptr);
   EXPECT_TRUE(Offer(1, "x", 1) && Offer(3, "newer cloud", 1));
+  ASSERT_NE(gone_, nullptr);
   EXPECT_EQ(*gone_, "cloud");
   viewer_.Tell("text");
   EXPECT_THAT(Drain(), ElementsAre("text", "20:b", "20:c", "10:x", "30:newer cloud"));
