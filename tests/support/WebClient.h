@@ -61,7 +61,7 @@ class WebClient {
 
   /// A message of the WebSocket, from as many frames as it came in.
   struct Message {
-    int kind = 0;  // 1: a text, 2: bytes, 8: the farewell, 9: a ping; 0: none has come
+    int kind = 0;  // 1: a text, 2: bytes, 8: the farewell; 0: none has come
     std::string payload;
   };
 
@@ -79,9 +79,15 @@ class WebClient {
       std::size_t size = wide == 0 ? static_cast<std::size_t>(small) : 0;
       for (std::size_t i = 0; i < wide; ++i) size = size << 8U | static_cast<unsigned>(Byte(2 + i));
       if (!Has(2 + wide + size)) return {};
-      if (message.kind == 0) message.kind = first & 0x0F;
-      message.payload.append(heard_, at_ + 2 + wide, size);
+      const std::string payload = heard_.substr(at_ + 2 + wide, size);
       at_ += 2 + wide + size;
+      if ((first & 0x0F) == 9) {  // whether this lives; it may come within a message
+        Say(Frame(0x8A, payload));
+        first = 0;
+        continue;
+      }
+      message.payload += payload;
+      message.kind |= first & 0x0F;  // 0 of the frames behind the first
     }
     return message;
   }
