@@ -18,7 +18,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view host = line();
   const std::string_view origin = line();
   const std::string_view token = line();
-  const cli::WebAccess guarded("0123456789abcdef");
+  const cli::WebAccess guarded({"0123456789abcdef"});
   const bool welcome = guarded.WhyRefused({host, origin, token}).empty();
   fuzz::Require(!welcome || token == "0123456789abcdef");
   const PointCloud<Point> nothing;

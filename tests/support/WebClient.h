@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace orliq::test {
 
@@ -37,12 +38,7 @@ class WebClient {
 
   /// All until the other side closes or `end` has come; empty: until it closes.
   std::string Hear(const std::string& end = "") {
-    char bytes[65536];
-    while (end.empty() || heard_.find(end) == std::string::npos) {
-      const auto size = ::recv(socket_, bytes, sizeof(bytes), 0);
-      closed_ = closed_ || size == 0;
-      if (size <= 0) break;
-      heard_.append(bytes, static_cast<std::size_t>(size));
+    while ((end.empty() || heard_.find(end) == std::string::npos) && Read()) {
     }
     return heard_;
   }
@@ -63,6 +59,39 @@ class WebClient {
     return Status(Hear("\r\n"));
   }
 
+  /// A message of the WebSocket, from as many frames as it came in.
+  struct Message {
+    int kind = 0;  // 1: a text, 2: bytes, 8: the farewell; 0: none has come
+    std::string payload;
+  };
+
+  /// The next one behind the answer to Upgrade.
+  Message Next() {
+    if (at_ == 0) at_ = Hear("\r\n\r\n").find("\r\n\r\n") + 4;
+    Message message;
+    int first = 0;
+    while ((first & 0x80) == 0) {
+      if (!Has(2)) return {};
+      first = Byte(0);
+      const int small = Byte(1);
+      const std::size_t wide = small == 126 ? 2 : small == 127 ? 8 : 0;
+      if (!Has(2 + wide)) return {};
+      std::size_t size = wide == 0 ? static_cast<std::size_t>(small) : 0;
+      for (std::size_t i = 0; i < wide; ++i) size = size << 8U | static_cast<unsigned>(Byte(2 + i));
+      if (!Has(2 + wide + size)) return {};
+      const std::string payload = heard_.substr(at_ + 2 + wide, size);
+      at_ += 2 + wide + size;
+      if ((first & 0x0F) == 9) {  // whether this lives; it may come within a message
+        Say(Frame(0x8A, payload));
+        first = 0;
+        continue;
+      }
+      message.payload += payload;
+      message.kind |= first & 0x0F;  // 0 of the frames behind the first
+    }
+    return message;
+  }
+
   static std::string Status(const std::string& answer) {
     return answer.size() < 12 ? "none" : answer.substr(9, 3);
   }
@@ -81,9 +110,28 @@ class WebClient {
   }
 
  private:
+  int Byte(std::size_t i) const { return heard_[at_ + i] & 0xFF; }
+
+  /// Whether so many bytes are there behind what was given.
+  bool Has(std::size_t size) {
+    if (heard_.size() - at_ < size && at_ > 65536) heard_.erase(4, std::exchange(at_, 4) - 4);
+    while (heard_.size() - at_ < size && Read()) {
+    }
+    return heard_.size() - at_ >= size;
+  }
+
+  bool Read() {
+    char bytes[65536];
+    const auto size = ::recv(socket_, bytes, sizeof(bytes), 0);
+    closed_ = closed_ || size == 0;
+    if (size > 0) heard_.append(bytes, static_cast<std::size_t>(size));
+    return size > 0;
+  }
+
   int socket_;
   bool closed_ = false;
   std::string heard_;
+  std::size_t at_ = 0;  // in it, behind the messages that were given; 0: none was asked for
 };
 
 }  // namespace orliq::test

@@ -63,7 +63,7 @@ class Web : public testing::Test {
   static WebSettings Settings(const std::string& token = "") {
     static const std::string large(300000, 'p');
     WebSettings settings;
-    settings.token = token;
+    settings.rules.token = token;
     settings.stream = "test.1";
     settings.files = {{"/", "text/html", large, "default-src 'self'"},
                       {"/note", "text/plain", "n"}};
@@ -128,8 +128,7 @@ TEST_F(Web, ServesAnotherProtocolElsewhere) {
     }
   } handler;
   WebSettings settings;
-  settings.guarded = false;
-  settings.token = "nobody's";
+  settings.rules = {"", true, false, {"*"}};
   settings.stream = "other.2";
   settings.path = "/";
   settings.longest = 5000;
@@ -172,19 +171,10 @@ TEST_F(Web, SendsAMessageWholeWhenItIsWoken) {
                          {false, "the end", nullptr}};
   }
   server_.Wake();
-  std::string heard = client.Hear("the end");
-  std::string payload;
-  for (std::size_t at = heard.find("\r\n\r\n") + 4; at < heard.size();) {
-    const auto byte = [&](std::size_t i) { return static_cast<std::size_t>(heard[at + i] & 0xFF); };
-    std::size_t size = byte(1);
-    std::size_t head = 2;
-    const std::size_t wide = size == 126 ? 2 : size == 127 ? 8 : 0;
-    if (wide > 0) size = 0;
-    for (std::size_t i = 0; i < wide; ++i) size = size << 8U | byte(head++);
-    payload += heard.substr(at + head, size);
-    at += head + size;
-  }
-  EXPECT_TRUE(payload == "head:" + body + "the end") << payload.size();
+  const auto large = client.Next();
+  const auto end = client.Next();
+  EXPECT_TRUE(large.kind == 2 && large.payload == "head:" + body) << large.payload.size();
+  EXPECT_TRUE(end.kind == 1 && end.payload == "the end") << end.payload;
 }
 
 TEST_F(Web, TakesTextsAndEndsTheConnectionOfWhoSaysAnythingElse) {
@@ -290,10 +280,48 @@ TEST(WebAccess, WelcomesNamesThatNobodyElseCanHave) {
               {"127.0.0.1", "", "", false},
               {"127.0.0.1", "", "tt", false}};
   for (const auto& row : rows) {
-    EXPECT_EQ(WebAccess("t").WhyRefused({row.host, row.origin, row.token}).empty(), row.welcome)
+    EXPECT_EQ(WebAccess({"t"}).WhyRefused({row.host, row.origin, row.token}).empty(), row.welcome)
         << row.host << ' ' << row.origin << ' ' << row.token;
   }
-  EXPECT_TRUE(WebAccess("").WhyRefused({"127.0.0.1", "", "any"}).empty());
+  EXPECT_TRUE(WebAccess({}).WhyRefused({"127.0.0.1", "", "any"}).empty());
+}
+
+TEST(WebAccess, WelcomesPagesOfThisMachineAndThoseThatAreNamed) {
+  const WebRules local = {"", false, true};
+  const WebRules named = {"", true, true, {"https://app.example", "null"}};
+  const WebRules all = {"", true, false, {"*"}};
+  const struct {
+    const WebRules& rules;
+    const char *host, *origin;
+    bool welcome;
+  } rows[] = {{local, "localhost:1", "", true},
+              {local, "localhost:1", "file://", true},
+              {local, "localhost:1", "http://localhost:8080", true},
+              {local, "localhost:1", "https://127.0.0.2", true},
+              {local, "localhost:1", "http://[::1]:80", true},
+              {local, "localhost:1", "http://192.168.1.5", false},
+              {local, "localhost:1", "http://localhost.evil.example", false},
+              {local, "localhost:1", "http://127.0.0.1.evil.example", false},
+              {local, "localhost:1", "ftp://localhost", false},
+              {local, "localhost:1", "localhost", false},
+              {local, "localhost:1", "file://evil.example", false},
+              {local, "localhost:1", "null", false},
+              {local, "evil.example:1", "", false},
+              {local, "evil.example:1", "http://localhost", false},
+              {named, "robot.example:1", "", true},
+              {named, "robot.example:1", "https://app.example", true},
+              {named, "robot.example:1", "null", true},
+              {named, "robot.example:1", "https://app.example:444", false},
+              {named, "robot.example:1", "http://app.example", false},
+              {named, "robot.example:1", "http://robot.example:1", false},
+              {all, "robot.example:1", "https://any.example", true}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(WebAccess(row.rules).WhyRefused({row.host, row.origin, ""}).empty(), row.welcome)
+        << row.host << ' ' << row.origin;
+  }
+}
+
+TEST(WebAccess, TellsWhichAddressesAreOfThisMachineOnly) {
   EXPECT_NE(MakeToken(), MakeToken());
   EXPECT_EQ(MakeToken().size(), 32U);
   EXPECT_TRUE(IsLoopback("127.1.2.3"));

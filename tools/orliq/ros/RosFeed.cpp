@@ -106,9 +106,11 @@ bool RosFeed::PublishNext(Sensor& sensor, std::unique_lock<std::mutex>& lock) {
   }
   if (samples.empty() && !cloud) return false;
   lock.unlock();
+  const RosSensor& names = sensor.names;
   for (const auto& [sample, host] : samples) {
     const RosTime stamp = StampOf(sample.timestamp, host);
-    Publish(sensor.imu, stamp, ImuCdr({stamp, sensor.names.frame}, sample));
+    const std::string& frame = names.imu_frame.empty() ? names.frame : names.imu_frame;
+    Publish(sensor.imu, stamp, ImuCdr({stamp, frame}, sample));
   }
   if (cloud) PublishCloud(sensor, cloud->first, cloud->second);
   lock.lock();

@@ -26,6 +26,7 @@ struct RosSensor {
   std::size_t rows = 0;  ///< of its grid; 0: it has none
   std::size_t columns = 0;
   bool has_imu = false;
+  std::string imu_frame = {};  ///< in which its samples are; empty: in that of the points
 };
 
 /// Which clock a message's stamp comes from.

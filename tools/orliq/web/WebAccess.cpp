@@ -42,6 +42,17 @@ bool IsOfThisMachine(const std::string& name) {
   return name == machine || name == machine + ".local";
 }
 
+/// Of a server of this machine, or a file. A page cannot choose its Origin, the browser tells it.
+bool IsLocalPage(std::string_view origin) {
+  if (origin == "file://") return true;
+  for (const std::string_view scheme : {"http://", "https://"}) {
+    if (origin.substr(0, scheme.size()) != scheme) continue;
+    const std::string name = NameOf(origin.substr(scheme.size()));
+    return name == "localhost" || name == "[::1]" || IsLoopback(name);
+  }
+  return false;
+}
+
 /// Takes as long for a wrong first letter as for a wrong last one.
 bool IsSame(std::string_view given, std::string_view wanted) {
   if (given.size() != wanted.size()) return false;
@@ -54,18 +65,24 @@ bool IsSame(std::string_view given, std::string_view wanted) {
 
 }  // namespace
 
+bool WebAccess::IsWelcome(const std::string& origin, std::string_view host) const {
+  if (origin.empty()) return true;
+  if (!rules_.any_name && origin == "http://" + std::string(host)) return true;
+  if (rules_.local_pages && IsLocalPage(origin)) return true;
+  return std::any_of(rules_.pages.begin(), rules_.pages.end(),
+                     [&](const std::string& page) { return page == "*" || page == origin; });
+}
+
 std::string WebAccess::WhyRefused(const WebRequest& request) const {
   const std::string name = NameOf(request.host);
-  if (!IsNumeric(name) && name != "localhost" && !IsOfThisMachine(name)) {
-    return "This page is not served under that name: open it by the address that orliq view "
-           "printed.";
+  if (!rules_.any_name && !IsNumeric(name) && name != "localhost" && !IsOfThisMachine(name)) {
+    return "Nothing is served under that name: use the address that orliq printed.";
   }
-  if (!request.origin.empty() && request.origin != "http://" + std::string(request.host)) {
+  if (!IsWelcome(std::string(request.origin), request.host)) {
     return "Pages of another origin get nothing here.";
   }
-  if (!IsSame(request.token, token_) && !token_.empty()) {
-    return "The address lacks the token: open the one that orliq view printed, with ?token=... in "
-           "it.";
+  if (!IsSame(request.token, rules_.token) && !rules_.token.empty()) {
+    return "The address lacks the token: open the one that orliq printed, with ?token=... in it.";
   }
   return {};
 }
@@ -86,6 +103,13 @@ std::string MakeToken() {
 bool IsLoopback(const std::string& address) {
   in_addr number = {};
   return ::inet_pton(AF_INET, address.c_str(), &number) == 1 && ntohl(number.s_addr) >> 24U == 127;
+}
+
+std::string HostOf(const std::string& address) {
+  std::array<char, 256> name = {};
+  const bool all = address == "0.0.0.0";
+  if (!all || ::gethostname(name.data(), name.size() - 1) != 0) return address;
+  return name.data();
 }
 
 }  // namespace orliq::cli

@@ -46,11 +46,10 @@ bool Lists(lws* socket, lws_token_indexes header, std::string_view element) {
 }
 
 std::string WhyRefused(lws* socket, const WebSettings& settings) {
-  if (!settings.guarded) return {};
   const std::string host = Header(socket, WSI_TOKEN_HOST);
   const std::string origin = Header(socket, WSI_TOKEN_ORIGIN);
   const std::string token = Token(socket);
-  return WebAccess(settings.token).WhyRefused({host, origin, token});
+  return WebAccess(settings.rules).WhyRefused({host, origin, token});
 }
 
 int Refuse(lws* socket, int status, const std::string& why) {

@@ -24,7 +24,7 @@ std::string Header(lws* socket, lws_token_indexes header);
 /// Whether the header, a list with commas, has that element.
 bool Lists(lws* socket, lws_token_indexes header, std::string_view element);
 
-/// As WebAccess, where the server is guarded.
+/// As WebAccess.
 std::string WhyRefused(lws* socket, const WebSettings& settings);
 
 /// Says why; what a callback returns for it, which ends the connection.

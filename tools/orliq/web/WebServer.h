@@ -59,8 +59,7 @@ struct WebFile {
 struct WebSettings {
   std::string address = "127.0.0.1";  ///< IPv4 address to listen on
   std::uint16_t port = 0;             ///< 0: any that is free
-  bool guarded = true;                ///< by WebAccess; else whoever reaches the port is welcome
-  std::string token;                  ///< that a guarded request must bring; empty: none
+  WebRules rules;                     ///< who is welcome
   std::string_view stream;            ///< subprotocol of the WebSocket, which clients must offer
   std::string_view path = "/stream";  ///< of the WebSocket
   std::size_t longest = 1024;         ///< [bytes] of a message from a client

@@ -39,6 +39,7 @@ ExitCode RunBridge(const BridgeOptions& options, Console& console) {
   CatchInterrupts();
   console.SetQuiet(options.live.listen.quiet);
   if (options.list) return ListBridges(options.live.listen.duration, console);
+  RequireFoxglovePort(options.publish.foxglove);
   if (!options.capture.empty()) return BridgeCapture(options, OnlySensor(options), console);
   if (options.live.config.empty()) return PublishLive(options, OnlySensor(options), console);
   SensorFile file = ReadSensorFile(options.live.config);

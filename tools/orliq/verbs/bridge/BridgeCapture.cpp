@@ -6,6 +6,7 @@
 #include <memory>
 #include <utility>
 
+#include "orliq/clouds/CloudParts.h"
 #include "orliq/clouds/CloudTypes.h"
 #include "orliq/clouds/FramePace.h"
 #include "orliq/clouds/RoundPlayer.h"
@@ -21,15 +22,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr std::chrono::seconds kStatesPause{1};
-
-/// Some points of a cloud.
-CloudView Slice(const CloudView& cloud, std::size_t first, const CloudPart& part) {
-  CloudView slice = cloud;
-  slice.records += first * cloud.record_bytes;
-  slice.points = part.points;
-  slice.timestamp = part.timestamp;
-  return slice;
-}
 
 /// False when it was interrupted.
 bool WaitUntil(Clock::time_point due) {
@@ -78,19 +70,16 @@ class Playing {
     due_ = due_ == Clock::time_point() ? Clock::now() : std::max(due_ + pause, Clock::now());
     if (!WaitUntil(due_)) return false;
     time_ = cloud->timestamp;
-    HandOver(cloud, parts);
+    HandOver({cloud, View(*cloud), std::move(parts)});
     if (Clock::now() >= told_at_ + kStatesPause) TellStates(Clock::now());
     return true;
   }
 
-  void HandOver(const std::shared_ptr<Cloud>& cloud, const std::vector<CloudPart>& parts) {
-    std::size_t first = 0;
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-      if (parts[i].points == 0) continue;  // as of a live sensor: of a model without points
-      site_.Of(i).Take({cloud, Slice(View(*cloud), first, parts[i]), {parts[i]}});
-      first += parts[i].points;
-      ++moments_[i].now.frames.count;
-    }
+  void HandOver(const TakenCloud& cloud) {
+    ForEachPart(cloud, [this](std::size_t sensor, TakenCloud part) {
+      site_.Of(sensor).Take(std::move(part));
+      ++moments_[sensor].now.frames.count;
+    });
   }
 
   void TellStates(Clock::time_point now) {
@@ -111,6 +100,7 @@ class Playing {
     tally.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     tally.interrupted = InterruptRequested();
     tally.refused = site_.Refused();
+    tally.viewers = site_.ReadViewers();
     for (std::size_t i = 0; i < moments_.size(); ++i) {
       LiveCounts counts = moments_[i].now;
       counts.packets = player_.Statistics(i);

@@ -108,6 +108,7 @@ class Bridge {
     tally.seconds = now_;
     tally.interrupted = InterruptRequested() && !Over();
     tally.refused = site_.Refused();
+    tally.viewers = site_.ReadViewers();
     for (std::size_t i = 0; i < sensors_.size(); ++i) {
       const Bridged& bridged = sensors_[i];
       tally.sensors.push_back(

@@ -21,7 +21,7 @@ void AddPublishOptions(CLI::App& command, BridgeOptions& options) {
       .add_option("--stamp", publish.stamp,
                   "clock of the messages' stamps: packets, that of the sensor, or host, that of "
                   "this machine when a frame is complete")
-      ->transform(CLI::CheckedTransformer(stamps));
+      ->transform(CLI::CheckedTransformer(stamps).description("packets or host"));
   command
       .add_option("--base", publish.base,
                   "frame of the robot, in which the extrinsics place the sensors")
@@ -35,15 +35,31 @@ void AddPublishOptions(CLI::App& command, BridgeOptions& options) {
   command.add_flag("--reliable", publish.reliable,
                    "publish clouds and samples with reliable QoS, not as sensor data, which is "
                    "best effort");
+  command.add_flag_callback(
+      "--no-dds", [&publish] { publish.dds = false; },
+      "publish nothing over DDS, but to the viewers of --foxglove only");
+  AddFoxgloveOptions(command, publish.foxglove);
   command.add_flag("--loop", options.loop, "play a capture again at its end");
   command.add_flag("--list", options.list,
                    "publish nothing, but tell which computer has which sensor: of the bridges that "
                    "are heard in this domain within --duration");
 }
 
+void RequireRoad(const CLI::App& command, const PublishOptions& publish) {
+  RequireFoxglove(command);
+  if (publish.dds) return;
+  if (!publish.foxglove.port) {
+    throw Failure(ExitCode::kUsage, "--no-dds leaves no road to publish on: add --foxglove PORT");
+  }
+  if (publish.reliable) throw Failure(ExitCode::kUsage, "--reliable is of DDS: leave out --no-dds");
+}
+
 /// A list is of what others publish.
 void Require(const CLI::App& command, BridgeOptions& options) {
-  if (!options.list) return RequireSource(command, options);
+  if (!options.list) {
+    RequireRoad(command, options.publish);
+    return RequireSource(command, options);
+  }
   const std::set<std::string> of_list = {"--list", "--duration", "--json", "--quiet"};
   for (const CLI::Option* const option : command.get_options()) {
     if (option->count() == 0 || of_list.count(option->get_name()) > 0) continue;
@@ -57,7 +73,8 @@ Verb AddBridge(CLI::App& app) {
   const auto options = std::make_shared<BridgeOptions>();
   CLI::App* const command = app.add_subcommand(
       "bridge",
-      "Publishes live sensors or captures to ROS 2, over DDS, without a ROS installation.");
+      "Publishes live sensors or captures to ROS 2, over DDS, without a ROS installation, and to "
+      "viewers of the Foxglove WebSocket protocol.");
   AddSourceOptions(*command, *options, "publish");
   AddLiveSourceOptions(*command, options->live);
   AddPublishOptions(*command, *options);
@@ -71,6 +88,7 @@ Verb AddBridge(CLI::App& app) {
       "  orliq bridge --config sensors.yaml\n"
       "  orliq bridge --model juniq --port 2368 --check-folder room-check --name front\n"
       "  orliq bridge room.pcap --model juniq --check-folder room-check --loop\n"
+      "  orliq bridge --config sensors.yaml --foxglove 8765 --no-dds\n"
       "  orliq bridge --list");
   return {command, [command, options](Console& console) {
             Require(*command, *options);

@@ -66,6 +66,7 @@ Report BridgeTally::MakeReport() const {
   report.Add("seconds", "Time", seconds, Fixed(seconds, 1) + " s");
   report.Add("interrupted", "", interrupted, "");
   report.Add("messages_refused", refused > 0 ? "Not sent" : "", refused, Count(refused, "message"));
+  if (viewers) AddFoxgloveRows(report, *viewers);
   Table table = {"Sensors",
                  {"topic", "model", "frames", "published", "left out", "IMU"},
                  {false, false, true, true, true, true},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,8 @@ struct BridgedSensor {
 struct BridgeTally {
   double seconds = 0.0;
   bool interrupted = false;
-  std::uint64_t refused = 0;  ///< messages that a road did not take
+  std::uint64_t refused = 0;                    ///< messages that a road did not take
+  std::optional<FoxgloveOutlet::Sums> viewers;  ///< nothing: none may connect
   std::vector<BridgedSensor> sensors;
 
   /// Whether packets, clouds or messages were lost.

@@ -11,6 +11,7 @@
 #include "orliq/dds/DdsOutlet.h"
 #include "orliq/ros/RosFeed.h"
 #include "orliq/terminal/Console.h"
+#include "orliq/verbs/FoxgloveOptions.h"
 
 namespace orliq::cli {
 
@@ -19,11 +20,9 @@ struct PublishOptions {
   RosStamp stamp = RosStamp::kPackets;
   std::string base = "base_link";  ///< frame of the robot
   bool dds = true;
-  bool reliable = false;
+  bool reliable = false;  ///< over DDS
+  FoxgloveOptions foxglove;
 };
-
-/// "/front" for "front": what ROS 2 allows in the name of a topic, with "_" for all else.
-std::string RosNameOf(const std::string& name);
 
 /// The sensors of this process in ROS 2, as long as it lives: each in a frame of its own, which stands in
 /// that of the robot as its extrinsics say.
@@ -42,6 +41,9 @@ class BridgeSite {
   void Finish() { feed_->Finish(); }
   RosFeed::Sums Read(std::size_t sensor) const { return feed_->Read(sensor); }
 
+  /// What viewers got; nothing where none may connect.
+  std::optional<FoxgloveOutlet::Sums> ReadViewers() const;
+
   /// Messages that a road did not take.
   std::uint64_t Refused() const;
 
@@ -50,8 +52,9 @@ class BridgeSite {
 
  private:
   std::vector<std::string> topics_;
-  std::unique_ptr<DdsOutlet> dds_;  // null: none
-  std::unique_ptr<RosFeed> feed_;   // last, so that it ends first
+  std::unique_ptr<DdsOutlet> dds_;            // null: none
+  std::unique_ptr<FoxgloveOutlet> foxglove_;  // likewise
+  std::unique_ptr<RosFeed> feed_;             // last, so that it ends first
 };
 
 }  // namespace orliq::cli

@@ -106,7 +106,7 @@ std::optional<int> CapturePlayer::Wanted() {
 /// The frame behind the one that is shown, while it plays and somebody looks. At the end without a loop
 /// it stops; the only frame of a capture stays without being decoded again.
 std::optional<int> CapturePlayer::Following() {
-  const bool watched = hub_.Read().pages > 0;
+  const bool watched = hub_.Watched();
   const std::lock_guard lock(mutex_);
   if (!watched || !state_.playing || commanded_) return std::nullopt;
   const int next = state_.entry + 1;

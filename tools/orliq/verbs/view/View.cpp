@@ -11,6 +11,7 @@ ExitCode RunView(const ViewOptions& options, Console& console) {
   CatchInterrupts();
   console.SetQuiet(options.live.listen.quiet);
   RequireTcpPort(options.page.address, options.page.port);  // ahead of a long look at a capture
+  RequireFoxglovePort(options.foxglove);
   if (!options.capture.empty()) return ViewCapture(options, console);
   if (options.live.config.empty()) return ViewLive(options, console);
   const SensorFile file = ReadSensorFile(options.live.config);

@@ -35,10 +35,10 @@ class Projection {
     for (const std::string& remark : captures_.remarks) console_.Note(remark);
     if (!player_.Open()) throw Failure(ExitCode::kLosses, "interrupted before a frame was shown");
     const ViewedSource source = Describe();
-    ViewSite site(options_.page, source, console_);
+    ViewSite site(options_, source, console_);
     CapturePlayer shown(
         source.entries, [this](int round) { return Play(round); }, site.Hub());
-    shown.Run([&] { TellLedger(site.Hub()); });
+    shown.Run([&] { TellLedger(site); });
     Report report;
     site.AddRows(report);
     console_.Print(report);
@@ -66,7 +66,7 @@ class Projection {
     return taken;
   }
 
-  void TellLedger(ViewHub& hub) {
+  void TellLedger(ViewSite& site) {
     const Clock::time_point now = Clock::now();
     if (!notices_.SetSilence({}) && now < ledger_due_) return;
     ledger_due_ = now + kLedgerPause;
@@ -76,7 +76,8 @@ class Projection {
       const lidar::DriverStatistics counts = player_.Statistics(i);
       ledgers.push_back({sensor.name, {sensor.model, counts, counts.frames, true, counts.decoded}});
     }
-    hub.TellLedger(LedgerText(ledgers, notices_.All()));
+    site.Hub().TellLedger(LedgerText(ledgers, notices_.All()));
+    site.Tell(ledgers, {});
   }
 
   const ViewOptions& options_;

@@ -30,6 +30,7 @@ void ViewHub::SetPlayer(std::function<void(const PlayerCommand&)> player) {
 }
 
 void ViewHub::Show(TakenCloud cloud, int entry) {
+  if (guests_ != nullptr) guests_->Show(cloud);
   std::optional<ShownFrame> before;  // is let go without the lock: it may be large
   const std::lock_guard lock(mutex_);
   before.swap(latest_);

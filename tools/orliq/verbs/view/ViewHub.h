@@ -19,6 +19,21 @@
 
 namespace orliq::cli {
 
+/// Others than pages that see what is shown.
+class ViewGuests {
+ public:
+  ViewGuests() = default;
+  virtual ~ViewGuests() = default;
+  ViewGuests(const ViewGuests&) = delete;
+  ViewGuests& operator=(const ViewGuests&) = delete;
+
+  /// On the thread that shows it, which goes on at once.
+  virtual void Show(const TakenCloud& cloud) = 0;
+
+  /// Whether one is there; from any thread.
+  virtual bool Any() const = 0;
+};
+
 /// Between what there is to see and the pages that show it: keeps the latest of everything, and for each
 /// page what it has got. A page that is slow gets the newest frame when it has shown the one before.
 ///
@@ -28,6 +43,9 @@ class ViewHub : public WebHandler {
  public:
   /// `hello` is what each page is told first.
   explicit ViewHub(std::string hello);
+
+  /// Null: none. To be called while nothing is shown; they outlive their use here.
+  void SetGuests(ViewGuests* guests) { guests_ = guests; }
 
   /// Whose Wake is called when there is something new; null: nobody's. It outlives its use here.
   void SetServer(WebServer* server);
@@ -52,6 +70,9 @@ class ViewHub : public WebHandler {
     std::size_t most_pages = 0;
   };
   Sums Read() const;
+
+  /// Whether a page or a guest is there.
+  bool Watched() const { return Read().pages > 0 || (guests_ != nullptr && guests_->Any()); }
 
   void Join(Client client) override;
   void Leave(Client client) override;
@@ -83,6 +104,7 @@ class ViewHub : public WebHandler {
   std::uint64_t Skipped(const Page& page) const;
   std::unique_ptr<WebMessage> NextFrame(const ShownFrame& frame, std::uint64_t skipped);
 
+  ViewGuests* guests_ = nullptr;
   std::mutex
       player_mutex_;  // held while the player is called, which tells this hub: taken before mutex_
   std::function<void(const PlayerCommand&)> player_;  // guarded by player_mutex_

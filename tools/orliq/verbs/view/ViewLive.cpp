@@ -28,6 +28,7 @@ class PageAudience : public LiveAudience {
   void Take(TakenCloud cloud) override { hub_.Show(std::move(cloud), -1); }
 
   void Take(const lidar::ImuMsg& sample) override {
+    site_.Take(sample);
     const std::lock_guard lock(mutex_);
     if (samples_.size() < kMostSamples) samples_.push_back(sample);
   }
@@ -39,6 +40,7 @@ class PageAudience : public LiveAudience {
     if (!changed && now < ledger_due_) return;
     ledger_due_ = now + kLedgerPause;
     hub_.TellLedger(LedgerText(look.sensors, notices_.All()));
+    site_.Tell(look.sensors, look.silence);
   }
 
   void AddRows(Report& report) const override { site_.AddRows(report); }
@@ -54,7 +56,7 @@ class PageAudience : public LiveAudience {
     if (!samples.empty()) hub_.TellImu(ImuText(samples));
   }
 
-  const ViewSite& site_;
+  ViewSite& site_;
   ViewHub& hub_;
   Notices notices_;
   Clock::time_point imu_due_;     // of the thread that looks
@@ -65,7 +67,7 @@ class PageAudience : public LiveAudience {
 
 /// With a source that the pages are told of first.
 ExitCode Show(const ViewOptions& options, const ViewedSource& source, Console& console) {
-  ViewSite site(options.page, source, console);
+  ViewSite site(options, source, console);
   PageAudience audience(site, console);
   return RunLive(options.live, console, &audience);
 }

@@ -33,6 +33,7 @@ Verb AddView(CLI::App& app) {
   AddSourceOptions(*command, *options, "show");
   AddLiveSourceOptions(*command, options->live);
   AddPageOptions(*command, options->page);
+  AddFoxgloveOptions(*command, options->foxglove);
   command->footer(
       ModelTable() +
       "\nIt serves one page until Ctrl-C, a limit or SIGTERM. Over SSH: ssh -L 8787:127.0.0.1:8787 "
@@ -41,8 +42,10 @@ Verb AddView(CLI::App& app) {
       "Example:\n"
       "  orliq view room.pcap --model juniq --check-folder room-check\n"
       "  orliq view --port 2368 --model juniq --check-folder room-check\n"
-      "  orliq view --config sensors.yaml --open");
+      "  orliq view --config sensors.yaml --open\n"
+      "  orliq view --config sensors.yaml --foxglove 8765");
   return {command, [command, options](Console& console) {
+            RequireFoxglove(*command);
             RequireSource(*command, *options);
             return RunView(*options, console);
           }};

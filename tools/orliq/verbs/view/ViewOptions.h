@@ -6,6 +6,7 @@
 
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/ExitCode.h"
+#include "orliq/verbs/FoxgloveOptions.h"
 #include "orliq/verbs/SourceOptions.h"
 
 namespace orliq::cli {
@@ -20,6 +21,7 @@ struct PageOptions {
 /// The command line of the verb view.
 struct ViewOptions : SourceOptions {
   PageOptions page;
+  FoxgloveOptions foxglove;
 };
 
 /// Does it. Throws Failure when it cannot.

@@ -16,14 +16,6 @@ extern char** environ;  // NOLINT(readability-redundant-declaration): where the 
 namespace orliq::cli {
 namespace {
 
-/// As a browser needs it: this machine's name where it serves on all addresses.
-std::string HostOf(const std::string& address) {
-  std::array<char, 256> name = {};
-  const bool all = address == "0.0.0.0";
-  if (!all || ::gethostname(name.data(), name.size() - 1) != 0) return address;
-  return name.data();
-}
-
 /// What a desktop opens an address with. It is left to itself: the Ctrl-C of this terminal does not end a
 /// browser, and whoever reads our output does not wait for it.
 void OpenInBrowser(const std::string& url, const Console& console) {
@@ -48,15 +40,23 @@ void OpenInBrowser(const std::string& url, const Console& console) {
 
 }  // namespace
 
-ViewSite::ViewSite(const PageOptions& options, const ViewedSource& source, const Console& console)
+ViewSite::ViewSite(const ViewOptions& options, const ViewedSource& source, const Console& console)
     : hub_(HelloText(source)) {
+  if (options.foxglove.port) {
+    foxglove_ = std::make_unique<ViewFoxglove>(options.foxglove, source);
+    hub_.SetGuests(foxglove_.get());
+  }
+  Serve(options.page, console);
+}
+
+void ViewSite::Serve(const PageOptions& options, const Console& console) {
   WebSettings settings;
   settings.address = options.address;
   settings.port = options.port;
-  if (!IsLoopback(options.address)) settings.token = MakeToken();
+  if (!IsLoopback(options.address)) settings.rules.token = MakeToken();
   settings.stream = kViewStream;
   settings.files = ViewPageFiles();
-  const std::string query = settings.token.empty() ? "" : "?token=" + settings.token;
+  const std::string query = settings.rules.token.empty() ? "" : "?token=" + settings.rules.token;
   server_ = std::make_unique<WebServer>(std::move(settings), hub_);
   hub_.SetServer(server_.get());
   const std::string url =
@@ -85,6 +85,7 @@ void ViewSite::AddRows(Report& report) const {
                  " at once, " + Grouped(sums.skipped) + " skipped");
   report.Add("frames_sent", "", sums.sent, "");
   report.Add("frames_skipped", "", sums.skipped, "");
+  if (foxglove_) foxglove_->AddRows(report);
 }
 
 }  // namespace orliq::cli
