@@ -166,7 +166,7 @@ TEST_F(Foxglove, AnswersWhatItCannotDoAndGoesOn) {
 TEST_F(Foxglove, AStalledViewerGetsTheNewestAndCostsNobodyElseAnything) {
   constexpr int kClouds = 40;
   Start();
-  const auto stalled = Join(1, kCloud);
+  auto stalled = Join(1, kCloud);
   stalled->Subscribe(2, kSamples);
   stalled->Subscribe(3, kStates);
   stalled->Tell("mark");
@@ -204,6 +204,9 @@ TEST_F(Foxglove, AStalledViewerGetsTheNewestAndCostsNobodyElseAnything) {
   EXPECT_EQ(last, kClouds - 1);
   EXPECT_EQ(samples, 1000);
   EXPECT_EQ(clouds + samples + states + static_cast<int>(outlet_->Read().left_out), kClouds + 1220);
+  stalled.reset();
+  EXPECT_TRUE(test::Eventually([&] { return outlet_->Read().viewers == 1; }));
+  EXPECT_EQ(outlet_->Read().left_out, sums.left_out) << "also of those that have left";
 }
 
 TEST_F(Foxglove, KeepsTheLastOfEveryTopicOfASourceThatRests) {
