@@ -10,6 +10,7 @@ namespace {
 
 std::vector<PublishedSensor> Published(const std::vector<ConfiguredSensor>& sensors) {
   std::vector<PublishedSensor> published;
+  published.reserve(sensors.size());
   for (const ConfiguredSensor& sensor : sensors) {
     published.push_back(
         {sensor.name, sensor.model, sensor.decoder.transform_param, sensor.IsLive()});

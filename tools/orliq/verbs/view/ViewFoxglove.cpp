@@ -15,6 +15,7 @@ constexpr double kPatience = 3.0;  // [s] without a packet, until a sensor count
 
 std::vector<PublishedSensor> Published(const ViewedSource& source) {
   std::vector<PublishedSensor> published;
+  published.reserve(source.sensors.size());
   for (const ViewedSensor& sensor : source.sensors) {
     published.push_back({sensor.name, sensor.model, sensor.param.decoder_param.transform_param,
                          source.entries == 0});
@@ -77,6 +78,7 @@ void ViewFoxglove::Show(const TakenCloud& cloud) {
 
 void ViewFoxglove::Tell(const std::vector<NamedLedger>& sensors, const std::string& silence) {
   std::vector<RosStatus> states;
+  states.reserve(sensors.size());
   for (const NamedLedger& sensor : sensors) states.push_back(StatusOf(sensor, silence));
   feed_->Tell(states);
 }
