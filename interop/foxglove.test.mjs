@@ -2,13 +2,14 @@
 // What orliq gives to viewers of the Foxglove WebSocket protocol, as that protocol's own client gets it: point for
 // point it is what the same clouds are as CSV.
 import assert from 'node:assert/strict';
-import { execFileSync, spawn } from 'node:child_process';
+import { execFile, execFileSync, spawn } from 'node:child_process';
 import { createSocket } from 'node:dgram';
 import { once } from 'node:events';
 import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
+import { promisify } from 'node:util';
 import { parse } from '@foxglove/rosmsg';
 import { MessageReader } from '@foxglove/rosmsg2-serialization';
 import protocol from '@foxglove/ws-protocol';
@@ -226,7 +227,9 @@ for (const verb of ['bridge', 'view']) {
     const server = await Server.start(verb, ...juniq, '--address', '127.0.0.1', '--port', String(port), ...more);
     const viewer = await Viewer.connect(server.url);
     await viewer.wait('/tf_static', 1);
-    simulate(...juniq, '--frames', '20', '--to', `127.0.0.1:${port}`);
+    // Not at once: a viewer that stands still meanwhile gets the newest clouds only.
+    const sent = ['simulate', '--quiet', ...juniq, '--frames', '20', '--to', `127.0.0.1:${port}`];
+    await promisify(execFile)(orliq, sent, { cwd: folder });
     const frame = verb === 'view' ? 'base_link' : 'juniq';
     const clouds = await viewer.wait('/juniq/points', 3);
     for (const { value } of clouds) {

@@ -57,6 +57,7 @@ class FoxgloveProgram : public test::RunningProgram {
 
   /// Of a cloud without row and column: the number of its points.
   static std::uint32_t Width(const std::string& cloud) {
+    if (cloud.empty()) return 0;
     std::uint32_t frame = 0, width = 0;  // length of the frame's name, 0 at its end included
     std::memcpy(&frame, cloud.data() + 12, sizeof frame);
     const std::size_t behind = 4 + (12 + frame + 3) / 4 * 4;
@@ -111,24 +112,39 @@ TEST_F(FoxgloveProgram, ViewShowsACaptureToViewersAsToItsPage) {
   ASSERT_NO_FATAL_FAILURE(Watch(first, 3));
   EXPECT_THAT(Next(first, kPoses), HasSubstr("juniq"));
   for (int i = 0; i < 6; ++i) {
-    EXPECT_EQ(Next(first, kPoints).substr(16, 10), std::string("base_link\0", 10)) << i;
+    const std::string cloud = Next(first, kPoints);
+    EXPECT_EQ(cloud.substr(16, 10), std::string("base_link\0", 10)) << i;
+    EXPECT_EQ(cloud.back(), 0) << "not dense: what did not return is nowhere, not at the sensor";
   }
   EXPECT_THAT(Next(first, kStates), HasSubstr("orliq view: juniq"));
   test::WebClient page(PortBehind("view: http://127.0.0.1:"));
   ASSERT_EQ(page.Upgrade("Host: localhost\r\n", "/stream", "orliq.view.1"), "101");
   page.Say(test::WebClient::Frame(0x81, R"({"do":"pause"})"));
+  page.Hear(R"("playing":false)");
   page.Say(test::WebClient::Frame(0x81, R"({"do":"seek","entry":2})"));
-  page.Hear(R"("entry":2,"time")");
-  ASSERT_TRUE(test::Eventually([&] {
+  const auto is_seen = [&] {
     test::WebClient late(port_);
     Watch(late, 3);
     return Width(Next(late, kPoints)) == played["points"];
-  })) << "the frame that rests";
+  };
+  ASSERT_TRUE(test::Eventually(is_seen)) << "what was asked for";
+  EXPECT_TRUE(is_seen()) << "by whoever joins while it rests";
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   const auto report = nlohmann::json::parse(outcome.out);
   EXPECT_GE(report["foxglove_viewers"], 1);
   EXPECT_GE(report["foxglove_sent"], 9);
+}
+
+TEST_F(FoxgloveProgram, ViewLeavesWhatTheDriverDoesNotMoveInAFrameOfItsOwn) {
+  const auto made = Run("simulate --model kelvane --frames 2 --out hall.pcap --quiet");
+  ASSERT_EQ(made.code, 0) << made.err;
+  ASSERT_NO_FATAL_FAILURE(
+      StartServing("view hall.pcap --model kelvane --http 0 --transform 1,2,3,0,0,0"));
+  test::WebClient viewer(port_);
+  ASSERT_NO_FATAL_FAILURE(Watch(viewer, kPoints));
+  EXPECT_EQ(Next(viewer, kPoints).substr(16, 8), std::string("kelvane\0", 8));
+  EXPECT_EQ(Finish(SIGINT).code, 0);
 }
 
 TEST_F(FoxgloveProgram, ViewGivesSamplesAndStatesOfALiveSensor) {
@@ -147,6 +163,17 @@ TEST_F(FoxgloveProgram, ViewGivesSamplesAndStatesOfALiveSensor) {
   EXPECT_EQ(sent.code, 0) << sent.err;
   EXPECT_EQ(Next(viewer, kSamples).substr(16, 6), std::string("juniq\0", 6));
   EXPECT_EQ(Next(viewer, kPoints).substr(16, 10), std::string("base_link\0", 10));
+  for (int i = 0; i < 2; ++i) Next(viewer, kStates);  // until all clouds are behind it
+  test::WebClient late(port_);
+  ASSERT_NO_FATAL_FAILURE(Watch(late, 4));
+  int states = 0;
+  while (states < 2) {
+    const auto message = late.Next();
+    ASSERT_NE(message.kind, 0);
+    if (message.kind != 2) continue;
+    EXPECT_LE(message.payload[1], kStates) << "nothing of what was measured before it came";
+    if (message.payload[1] == kStates) ++states;
+  }
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_GE(nlohmann::json::parse(outcome.out)["foxglove_sent"], 5);

@@ -19,7 +19,7 @@ struct PublishedSensor {
   bool live = false;
 };
 
-/// "front" for "front": what ROS 2 allows in the name of a topic, with "_" for all else.
+/// "front_left" for "front-left": what ROS 2 allows in the name of a topic, with "_" for all else.
 std::string RosNameOf(const std::string& name);
 
 /// Each with points in a frame of its own, untransformed. `base` is that of the robot. Throws Failure for frames

@@ -19,10 +19,8 @@ struct WebRequest {
 /// browser of this machine. What is not named here is refused.
 struct WebRules {
   std::string token = {};  ///< that every request must bring; empty: none
-  bool any_name =
-      false;  ///< whatever Host says; else one that nobody can have resolve to this machine
-  bool local_pages =
-      false;  ///< pages of any server on this machine, and files that a browser shows
+  bool any_name = false;   ///< in Host; else none that a stranger can have resolve to this machine
+  bool local_pages = false;  ///< of any server on this machine, and files that a browser shows
   std::vector<std::string> pages = {};  ///< further Origins, as browsers write them; "*": all
 };
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/web/WebStream.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <strings.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <string>
@@ -11,6 +14,13 @@
 
 namespace orliq::cli {
 namespace {
+
+/// Lets the system hold back little of what the network has not taken yet, else some MB: to a slow client those
+/// are seconds of clouds that are old when they come, and a ping behind them comes too late for its answer.
+void KeepNothingBack(lws* socket) {
+  const int most = static_cast<int>(kChunk);
+  ::setsockopt(::lws_get_socket_fd(socket), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &most, sizeof(most));
+}
 
 /// Nothing may follow the frame that says why, and nothing that still comes is looked at.
 int Close(lws* socket, WebConnection& connection, lws_close_status why) {
@@ -50,6 +60,7 @@ int WebStream::Join(lws* socket, WebConnection& connection) {
   connection.client = ++last_client_;
   connection.taken = new std::string;  // NOLINT: given back by Leave, the library's memory is plain
   ++clients_;
+  KeepNothingBack(socket);
   handler_.Join(connection.client);
   ::lws_callback_on_writable(socket);
   return 0;
