@@ -94,7 +94,7 @@ TEST_F(PlaybackTest, ForeignRecordsAreSkippedWithoutAPauseUnlessThousandsComeInA
   };
   ASSERT_EQ(probe.Open(Write(capture)), 1);
   EXPECT_THAT(Runs(*probe.Play(0)), ElementsAre(std::pair(1, 201 * 64)));
-  EXPECT_LT(pauses, 50) << "2 while indexing, 2 while playing, and a wait for the request";
+  EXPECT_LT(pauses, 100) << "4 by itself, some for a lock or a loaded machine; else 102 each time";
 }
 
 // The calls come while a callback runs: a lock held around it would keep them waiting for ever.
