@@ -24,8 +24,7 @@ describe('the connection', () => {
 
   test('that was ended by the program says what the program said', async () => {
     await open('live', {}, /WebSocket connection to .* failed/);
-    server.broadcast({ type: 'end', text: 'orliq view was ended' });
-    await server.close();
+    await server.end('orliq view was ended');
     await until(page, () =>
       /orliq view was ended\nConnecting again/.test(document.querySelector('#notices').innerText),
     );

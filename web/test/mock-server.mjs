@@ -2,6 +2,7 @@
 // Speaks docs/view-protocol.md as `orliq view` does, on 127.0.0.1: for the tests of the page and for working on it.
 //   node test/mock-server.mjs capture|live|fused|silent [PORT]
 
+import { once } from 'node:events';
 import { readFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
 import { WebSocketServer } from 'ws';
@@ -117,6 +118,16 @@ export class MockServer {
     return this.http.address().port;
   }
 
+  /** As the program ends: with its last words, and connections closed in order, so that they arrive. */
+  async end(text) {
+    this.broadcast({ type: 'end', text });
+    const gone = [...this.clients].map(({ socket }) => once(socket, 'close'));
+    for (const { socket } of this.clients) socket.close();
+    await Promise.all(gone);
+    await this.close();
+  }
+
+  /** As a program that is killed: what was sent and not read may be lost. */
   async close() {
     this.timers.forEach(clearInterval);
     for (const { socket } of this.clients) socket.terminate();

@@ -16,8 +16,6 @@
 namespace orliq::cli {
 namespace {
 
-constexpr char kRobotFrame[] = "base_link";  // what ROS calls the frame of a robot's body
-
 bool IsMcap(const std::filesystem::path& path) {
   std::error_code ignored;
   std::string ending = path.extension().string();

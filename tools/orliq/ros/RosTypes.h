@@ -39,6 +39,9 @@ RosTime ToRosTime(double seconds);
 /// Of the clock of this machine.
 RosTime RosTimeNow();
 
+/// What ROS calls the frame of a robot's body.
+constexpr char kRobotFrame[] = "base_link";
+
 /// What most messages begin with.
 struct RosHeader {
   RosTime stamp;

@@ -18,7 +18,7 @@ namespace orliq::cli {
 /// Where clouds and samples are published, and how.
 struct PublishOptions {
   RosStamp stamp = RosStamp::kPackets;
-  std::string base = "base_link";  ///< frame of the robot
+  std::string base = kRobotFrame;  ///< frame of the robot
   bool dds = true;
   bool reliable = false;  ///< over DDS
   FoxgloveOptions foxglove;

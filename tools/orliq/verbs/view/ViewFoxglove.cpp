@@ -10,7 +10,6 @@
 namespace orliq::cli {
 namespace {
 
-constexpr char kBase[] = "base_link";
 constexpr double kPatience = 3.0;  // [s] without a packet, until a sensor counts as silent
 
 std::vector<PublishedSensor> Published(const ViewedSource& source) {
@@ -26,13 +25,13 @@ std::vector<PublishedSensor> Published(const ViewedSource& source) {
 /// The driver has moved the points, but no sample; and samples are those of a sensor alone.
 std::vector<RosSensor> Describe(const ViewedSource& source,
                                 const std::vector<PublishedSensor>& published) {
-  std::vector<RosSensor> described = DescribeForRos(published, kBase);
+  std::vector<RosSensor> described = DescribeForRos(published, kRobotFrame);
   for (std::size_t i = 0; i < described.size(); ++i) {
     RosSensor& sensor = described[i];
     sensor.imu_frame = sensor.frame;
     sensor.has_imu = sensor.has_imu && described.size() == 1;
     if (!source.sensors[i].model->transforms_points) continue;
-    sensor.frame = kBase;
+    sensor.frame = kRobotFrame;
     sensor.origin = OriginOf(source.sensors[i].param);
   }
   return described;
@@ -67,7 +66,7 @@ ViewFoxglove::ViewFoxglove(const FoxgloveOptions& options, const ViewedSource& s
   const std::vector<RosOutlet*> outlets = {outlet_.get()};
   feed_ = std::make_unique<RosFeed>(Describe(source, published), RosStamp::kPackets, outlets);
   OpenFoxglove(*outlet_);
-  feed_->Tell(PosesForRos(published, kBase));
+  feed_->Tell(PosesForRos(published, kRobotFrame));
 }
 
 void ViewFoxglove::Show(const TakenCloud& cloud) {
