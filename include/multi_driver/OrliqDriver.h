@@ -12,6 +12,7 @@
 #include "multi_driver/Export.h"
 #include "multi_driver/Messages.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/RawPacket.h"
 
 /// Driver of one sensor: packets from the network or a capture file in, complete frames out.
 ///
@@ -51,6 +52,8 @@ class ORLIQ_API OrliqDriver {
   using GetImu = std::function<std::shared_ptr<orliq::lidar::ImuMsg>()>;
   /// Takes a packet fault.
   using ExceptionCallback = std::function<void(const orliq::lidar::Error&)>;
+  /// Takes a packet of a live sensor as it came.
+  using PacketCallback = std::function<void(const orliq::lidar::RawPacket&)>;
 
   OrliqDriver();
   virtual ~OrliqDriver();
@@ -66,6 +69,12 @@ class ORLIQ_API OrliqDriver {
 
   /// Sets the receiver of packet faults, which are counted by GetStatistics as well.
   void RegisterExceptionCallBack(const ExceptionCallback& callback);
+
+  /// Sets the receiver of a live sensor's packets, to record or to forward them: each one before it is
+  /// decoded, whether the decoder then takes it or not, in the order in which they came. Packets of other
+  /// senders, empty ones and those that SetQueueLimit gave up are none of them. A capture's packets are
+  /// not handed over.
+  void RegisterPacketCallBack(const PacketCallback& callback);
 
   /// Chooses the one sender, in dotted IPv4 form, whose packets count, live and in a capture; those
   /// of all others are passed over. Empty, the state at first, takes every sender. Like callbacks it

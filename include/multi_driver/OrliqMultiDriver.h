@@ -13,6 +13,7 @@
 #include "multi_driver/Export.h"
 #include "multi_driver/FusionRound.h"
 #include "multi_driver/PointCloud.h"
+#include "multi_driver/RawPacket.h"
 
 /// Driver of several sensors: whenever each of them has ended a new frame, all these frames become
 /// one cloud, the first sensor's points first.
@@ -23,12 +24,12 @@
 /// the points are written, behind those that it holds already, and not through PushPoint; each
 /// `PointSource` carries its sensor's index (0 to 255) in `source[0]`.
 ///
-/// Call order: RegisterPointCloudCallBack, InitDriver, Start. Each live sensor needs a port, or an
+/// Call order: register callbacks, InitDriver, Start. Each live sensor needs a port, or an
 /// address, of its own: two drivers on one share no packet. Samples of inertial sensors and packet faults
 /// are not handed over; use an OrliqDriver for those.
 ///
-/// Threads: call the driver from one application thread, or from inside its callbacks, which run on
-/// the driver's fusion thread. Sensors go on while one runs: their latest frames wait. Stop,
+/// Threads: call the driver from one application thread, or from inside the callbacks for clouds, which run
+/// on the driver's fusion thread. Sensors go on while one runs: their latest frames wait. Stop,
 /// InitDriver, Start and destruction are allowed inside a callback, but not inside a diagnostic sink.
 /// Ownership: clouds are made by the supplier, which is asked from Start on for the next one ahead, and
 /// given back to the receiver; the driver keeps no reference to what it has handed over. Destruction
@@ -53,6 +54,11 @@ class ORLIQ_API OrliqMultiDriver {
   /// A supplier without a cloud is asked again; without a receiver, fused clouds are thrown away.
   void RegisterPointCloudCallBack(const std::function<void(std::shared_ptr<T>)>& receiver,
                                   const std::function<std::shared_ptr<T>()>& supplier);
+
+  /// As OrliqDriver::RegisterPacketCallBack, with the index of the sensor. Taken over by InitDriver. It runs
+  /// on the sensors' own threads, for several of them at a time, and must not call the driver.
+  void RegisterPacketCallBack(
+      const std::function<void(std::size_t sensor, const orliq::lidar::RawPacket&)>& callback);
 
   /// As OrliqDriver::SetSourceAddress, for the sensor of that index. False, with no effect, for what is
   /// no address of a sender.

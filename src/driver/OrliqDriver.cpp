@@ -44,6 +44,7 @@ struct OrliqDriver<T>::Impl {
     created->RegisterPointCloudCallBack(put_point_cloud, get_point_cloud);
     created->RegisterImuCallBack(put_imu, get_imu);
     created->RegisterExceptionCallBack(exception_callback);
+    created->RegisterPacketCallBack(packet_callback);
     if (!created->Init(param) || manager) return false;
     manager = created;
     return true;
@@ -51,6 +52,7 @@ struct OrliqDriver<T>::Impl {
 
   std::shared_ptr<orliq::lidar::DriverManager<T>> manager;
   ExceptionCallback exception_callback;
+  PacketCallback packet_callback;
   PutPointCloud put_point_cloud;
   GetPointCloud get_point_cloud;
   PutImu put_imu;
@@ -82,6 +84,11 @@ void OrliqDriver<T>::RegisterImuCallBack(const PutImu& put, const GetImu& get) {
 template <typename T>
 void OrliqDriver<T>::RegisterExceptionCallBack(const ExceptionCallback& callback) {
   impl->exception_callback = callback;
+}
+
+template <typename T>
+void OrliqDriver<T>::RegisterPacketCallBack(const PacketCallback& callback) {
+  impl->packet_callback = callback;
 }
 
 template <typename T>

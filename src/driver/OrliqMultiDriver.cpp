@@ -32,6 +32,7 @@ struct OrliqMultiDriver<T>::Impl {
 
   std::function<void(std::shared_ptr<T>)> receiver;
   std::function<std::shared_ptr<T>()> supplier;
+  std::function<void(std::size_t, const orliq::lidar::RawPacket&)> packet_callback;
   std::map<std::size_t, std::string> sources;  // of SetSourceAddress, by sensor
   bool strict_upload = false;
   std::uint32_t socket_buffer = 0;                       // [bytes]
@@ -105,6 +106,12 @@ bool OrliqMultiDriver<T>::Impl::InitSensor(std::size_t index,
   const auto manager = std::make_shared<DriverManager>(index, fusion->Arrival());
   const auto source = sources.find(index);
   if (source != sources.end() && !manager->Driver().SetSourceAddress(source->second)) return false;
+  if (packet_callback) {
+    manager->Driver().RegisterPacketCallBack(
+        [index, callback = packet_callback](const orliq::lidar::RawPacket& packet) {
+          callback(index, packet);
+        });
+  }
   manager->Driver().SetStrictUpload(strict_upload);
   manager->Driver().SetSocketBuffer(socket_buffer);
   if (!manager->Init(param)) return false;
@@ -143,6 +150,12 @@ void OrliqMultiDriver<T>::RegisterPointCloudCallBack(
     const std::function<std::shared_ptr<T>()>& supplier) {
   impl->receiver = receiver;
   impl->supplier = supplier;
+}
+
+template <typename T>
+void OrliqMultiDriver<T>::RegisterPacketCallBack(
+    const std::function<void(std::size_t, const orliq::lidar::RawPacket&)>& callback) {
+  impl->packet_callback = callback;
 }
 
 template <typename T>

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "multi_driver/UploadStatistics.h"
+
 namespace orliq::lidar {
 
 /// Room for one packet. Buffers are recycled: one is made only when none is free. Always held by
@@ -23,6 +25,7 @@ struct Buffer {
   std::uint64_t data_offset = 0;  // where the packet begins in `data`
   std::uint64_t length = 0;       // [bytes] of the packet
   std::uint64_t arrival_ns = 0;   // since 1970 UTC, when the system received it; 0: it did not tell
+  PacketSender sender;            // who sent it; of a capture: nobody
 
  private:
   // Allocators keep freed small pieces for later. Those of many buffers, one between each two arrays,

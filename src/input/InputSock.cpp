@@ -29,6 +29,10 @@ std::uint64_t ArrivalNs(msghdr& header) {
          static_cast<std::uint64_t>(time.tv_nsec);
 }
 
+PacketSender SenderOf(const sockaddr_in& address) {
+  return {ntohl(address.sin_addr.s_addr), ntohs(address.sin_port)};
+}
+
 constexpr int kNothing = 0;   // no datagram is waiting
 constexpr int kSkipped = -2;  // there was one, but none to deliver
 
@@ -107,6 +111,7 @@ int InputSock::Receive(Buffer& buffer, std::size_t room) {
   buffer.data_offset = 0;
   buffer.length = static_cast<std::uint64_t>(count);
   buffer.arrival_ns = 0;
+  buffer.sender = SenderOf(sender);
   return count;
 }
 
@@ -163,6 +168,7 @@ int InputSock::ReceiveBatch(std::vector<std::shared_ptr<Buffer>>& buffers, std::
     buffers[i]->data_offset = 0;
     buffers[i]->length = msgs_[i].msg_len;
     buffers[i]->arrival_ns = ArrivalNs(msgs_[i].msg_hdr);
+    buffers[i]->sender = SenderOf(addrs_[i]);
   }
   return arrived;
 }

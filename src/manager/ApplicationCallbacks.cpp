@@ -39,6 +39,11 @@ void ApplicationCallbacks<T>::ErrorException(const Error& error) const {
   if (exception_callback && !Silent()) exception_callback(error);
 }
 
+template <typename T>
+void ApplicationCallbacks<T>::PutPacket(const RawPacket& packet) const {
+  if (put_packet && !Silent()) put_packet(packet);
+}
+
 #define ORLIQ_INSTANTIATE(CLOUD) template struct ApplicationCallbacks<CLOUD>;
 ORLIQ_FOR_EACH_CLOUD(ORLIQ_INSTANTIATE)
 

@@ -7,6 +7,7 @@
 
 #include "decoder/Decoder.h"
 #include "multi_driver/Messages.h"
+#include "multi_driver/RawPacket.h"
 
 namespace orliq::lidar {
 
@@ -28,6 +29,8 @@ struct ApplicationCallbacks {
 
   void ErrorException(const Error& error) const;
 
+  void PutPacket(const RawPacket& packet) const;
+
   /// Whether a cloud that is put now reaches somebody.
   bool HasConsumer() const { return put_point_cloud && !Silent(); }
 
@@ -36,6 +39,7 @@ struct ApplicationCallbacks {
   std::function<std::shared_ptr<T>()> get_point_cloud;
   std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
+  std::function<void(const RawPacket&)> put_packet;
   std::atomic<bool> abandoned{false};  // the manager was destroyed by a callback
   bool stopped = false;                // by a callback; the decoding thread's own
 

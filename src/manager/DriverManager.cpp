@@ -42,6 +42,12 @@ void DriverManager<T>::RegisterExceptionCallBack(
 }
 
 template <typename T>
+void DriverManager<T>::RegisterPacketCallBack(
+    const std::function<void(const RawPacket&)>& callback) {
+  put_packet = callback;
+}
+
+template <typename T>
 void DriverManager<T>::SetQueueLimit(std::uint64_t /*packets*/) {}
 
 template <typename T>
@@ -51,6 +57,7 @@ void DriverManager<T>::GiveCallbacks(ApplicationCallbacks<T>& callbacks) const {
   callbacks.get_point_cloud = get_point_cloud;
   callbacks.put_imu = put_imu;
   callbacks.get_imu = get_imu;
+  callbacks.put_packet = put_packet;
 }
 
 #define ORLIQ_INSTANTIATE(CLOUD) template class DriverManager<CLOUD>;

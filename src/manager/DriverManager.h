@@ -10,6 +10,7 @@
 #include "multi_driver/DriverParam.h"
 #include "multi_driver/DriverStatistics.h"
 #include "multi_driver/Messages.h"
+#include "multi_driver/RawPacket.h"
 
 namespace orliq::lidar {
 
@@ -39,6 +40,7 @@ class DriverManager {
   virtual void RegisterImuCallBack(const std::function<void(std::shared_ptr<ImuMsg>)>& put,
                                    const std::function<std::shared_ptr<ImuMsg>()>& get);
   virtual void RegisterExceptionCallBack(const std::function<void(const Error&)>& callback);
+  virtual void RegisterPacketCallBack(const std::function<void(const RawPacket&)>& callback);
 
   /// What became of the packets; false without a successful Init.
   virtual bool GetStatistics(DriverStatistics& statistics) const = 0;
@@ -73,6 +75,7 @@ class DriverManager {
   std::function<std::shared_ptr<T>()> get_point_cloud;
   std::function<void(std::shared_ptr<ImuMsg>)> put_imu;
   std::function<std::shared_ptr<ImuMsg>()> get_imu;
+  std::function<void(const RawPacket&)> put_packet;
   std::uint32_t source = 0;  // network byte order
   bool strict_upload = false;
   std::uint32_t socket_buffer = 0;  // [bytes]

@@ -208,7 +208,9 @@ bool OnlineManager<T>::Impl::DecodePacket() {
   UseUploadedTables();
   const std::shared_ptr<Buffer> buffer = packets.Take();
   if (!buffer) return false;
-  decoder->ProcessMsopPacket(buffer->data + buffer->data_offset, buffer->length, 0);
+  const std::uint8_t* const packet = buffer->data + buffer->data_offset;
+  callbacks.PutPacket({packet, buffer->length, buffer->arrival_ns, buffer->sender});
+  decoder->ProcessMsopPacket(packet, buffer->length, 0);
   const double packet_time = decoder->PacketTime();
   if (packet_time != 0.0 && buffer->arrival_ns != 0) clock.Note(buffer->arrival_ns, packet_time);
   packets.Recycle(buffer);

@@ -131,6 +131,30 @@ TEST(Live, OnlyTheChosenSenderCountsLiveAndInACapture) {
   EXPECT_EQ(chosen.Open(capture), 2);
 }
 
+TEST(Live, EachPacketIsHandedOverAsItCameBeforeItIsDecoded) {
+  const test::TickingClock clock;  // or the second fault would not be reported
+  Sensor sensor;
+  const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
+  const std::vector<std::vector<std::uint8_t>> sent = {
+      std::vector<std::uint8_t>(99, 7), JuniqPacket().Put(2, 1, 0).payload(), kLast.payload()};
+  std::vector<std::vector<std::uint8_t>> came;
+  sensor.driver->RegisterPacketCallBack([&](const RawPacket& packet) {
+    came.emplace_back(packet.data, packet.data + packet.size);
+    EXPECT_EQ(sensor.errors.size() + sensor.frames.size() + 1, came.size());
+    EXPECT_EQ(packet.sender.address, INADDR_LOOPBACK);
+    EXPECT_EQ(packet.sender.port, sensor.sender.port());
+    const std::chrono::nanoseconds now = std::chrono::system_clock::now().time_since_epoch();
+    EXPECT_NEAR(static_cast<double>(packet.arrival_ns), static_cast<double>(now.count()), 1e10);
+  });
+  sensor.driver->SetSourceAddress("127.0.0.1");
+  ASSERT_TRUE(sensor.Open());
+  other.Send(sensor.port, kPacket.data(), kPacket.size());
+  for (const auto& payload : sent) sensor.Send(payload);
+  sensor.WaitForDecoded(1);
+  sensor.driver->Stop();
+  EXPECT_EQ(came, sent);
+}
+
 TEST(Live, StartAndStopCanBeRepeatedAndARestartGoesOnWithTheOldFrame) {
   Sensor sensor;
   DriverParam param = sensor.Param();
@@ -199,11 +223,12 @@ TEST(Live, AnEndlessFrameIsHandedOverBeforeItFillsTheMemory) {
 TEST(Live, NoCallbackFollowsTheOneThatStopped) {
   const test::TickingClock clock;
   const struct {
-    char stops;  // error, frame, cloud, IMU sample, message
+    char stops;  // packet, error, frame, cloud, IMU sample, message
     const char* until_stop;
     const char* after_restart;
-  } rows[] = {{'e', "cme", "fcimfcim"}, {'f', "cmef", "cfcim"},   {'c', "cmefc", "fcim"},
-              {'i', "cmefci", "mfcim"}, {'m', "cmefcim", "fcim"}, {'-', "cmefcim", "fcim"}};
+  } rows[] = {{'p', "cmp", "pfcimpfcim"}, {'e', "cmpe", "pfcimpfcim"}, {'f', "cmpepf", "cpfcim"},
+              {'c', "cmpepfc", "pfcim"},  {'i', "cmpepfci", "mpfcim"}, {'m', "cmpepfcim", "pfcim"},
+              {'-', "cmpepfcim", "pfcim"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.stops);
     Sensor sensor;
@@ -213,6 +238,7 @@ TEST(Live, NoCallbackFollowsTheOneThatStopped) {
       calls += call;
       if (call == row.stops && armed.exchange(false)) sensor.driver->Stop();
     };
+    sensor.driver->RegisterPacketCallBack([&](const RawPacket&) { note('p'); });
     sensor.on_error = [&] { note('e'); };
     sensor.on_frame = [&] { note('f'); };
     sensor.on_imu = [&] { note('i'); };

@@ -40,6 +40,10 @@ struct Robot {
           if (const auto action = std::exchange(armed, nullptr)) action();
         },
         [] { return std::make_shared<Cloud>(); });
+    driver->RegisterPacketCallBack([this](std::size_t index, const RawPacket& packet) {
+      const std::lock_guard lock(mutex);
+      if (packet.size == kFrame.size()) ++packets.at(index);
+    });
   }
   bool Init() { return driver->InitDriver({0, params.size(), params.data()}); }
   bool Open() { return Init() && driver->Start(); }
@@ -72,6 +76,7 @@ struct Robot {
   std::vector<DriverParam> params = std::vector<DriverParam>(2);
   std::mutex mutex;
   std::vector<std::shared_ptr<Cloud>> clouds;  // guarded by mutex
+  std::vector<std::size_t> packets = {0, 0};   // handed over, by sensor; guarded by mutex
   std::function<void()> armed;                 // what the next receiver does; guarded by mutex
   std::unique_ptr<OrliqMultiDriver<Cloud>> driver;
 };
@@ -97,6 +102,7 @@ TEST(MultiDriver, FusesLiveSensorsAndTellsOfEach) {
   robot.driver->UpdateTransform({});
   robot.driver->Stop();
   EXPECT_EQ(test::ThreadsAtRest(), threads);
+  EXPECT_EQ(robot.packets, (Sizes{2, 3}));
   ASSERT_EQ(robot.clouds.size(), 2U) << "the third frame of one sensor waits for the other's";
   const Cloud& cloud = *robot.clouds[1];
   ASSERT_EQ(cloud.points.size(), 128U);

@@ -34,5 +34,46 @@ TEST(CloudSaver, GivesUpACloudThatFindsTheQueueFullInsteadOfWaiting) {
   EXPECT_EQ(saver.Sink().Files(), CloudSaver::kRoom + 1) << "and writes the rest before it ends";
 }
 
+/// A place for packets that hangs in the first one, as on a slow disk.
+struct SlowSink : CloudSink {
+  bool TakesOneCloud() const override { return false; }
+  std::filesystem::path Write(const CloudView&, int, int) override { return {}; }
+  void Write(const KeptPacket& packet) override {
+    if (written++ == 0) stuck.set_value(), go.wait();
+    in_order = in_order && packet.sensor == written - 1 && packet.payload.size() == kSize;
+  }
+  bool TakesPackets() const override { return true; }
+  std::uint64_t Files() const override { return 0; }
+  std::uint64_t Bytes() const override { return 0; }
+  std::string Contents() const override { return {}; }
+
+  static constexpr std::size_t kSize = 1 << 20;
+  explicit SlowSink(std::future<void> until) : go(std::move(until)) {}
+  std::promise<void> stuck;
+  std::future<void> go;
+  std::size_t written = 0;
+  bool in_order = true;
+};
+
+TEST(CloudSaver, KeepsAsManyPacketsAsHaveRoomInTheirOrderAndCountsTheOthers) {
+  std::promise<void> go;
+  auto sink = std::make_unique<SlowSink>(go.get_future());
+  SlowSink& slow = *sink;
+  CloudSaver saver(std::move(sink));
+  const std::vector<std::uint8_t> bytes(SlowSink::kSize);
+  std::size_t sent = 0;
+  const auto save = [&] { saver.Save(sent++, {bytes.data(), bytes.size(), 1, {}}); };
+  while (sent < 16) save();  // with no cloud that would wake the thread
+  slow.stuck.get_future().wait();
+  while (saver.Found().packets < 3) save();
+  const std::size_t waiting = CloudSaver::kPacketRoom / (SlowSink::kSize + sizeof(KeptPacket));
+  go.set_value();
+  saver.Finish();
+  EXPECT_EQ(slow.written + 3, sent);
+  EXPECT_GE(slow.written, waiting);
+  EXPECT_LE(slow.written, waiting + 16);
+  EXPECT_TRUE(slow.in_order) << "and whole";
+}
+
 }  // namespace
 }  // namespace orliq::cli

@@ -96,7 +96,7 @@ TEST_F(McapProgram, TakesThePacketsOfOnePortAndCountsMessagesThatAreNone) {
 }
 
 TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {
-  Listen(" --point juniq --out live.mcap --partial --json");
+  Listen(" --point juniq --out live.mcap --with-packets --partial --json");
   Send(0, 3 * 768 + 100);
   ASSERT_TRUE(test::Eventually([&] {
     std::error_code none;  // the last frame's chunk was put, as the time has passed
@@ -120,6 +120,26 @@ TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {
   }
   EXPECT_GT(report["imu_samples"], 0);
   EXPECT_EQ(report["imu_samples"], messages.at("/imu").size());
+
+  const auto packets = messages.at("/packets");
+  ASSERT_EQ(packets.size(), 3U * 768 + 100) << "those too that ended no frame";
+  const auto last = ReadPacketCdr(packets.back());
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->data.size(), Sensor().packets.front().size());
+  EXPECT_EQ(last->port, port_);
+  EXPECT_EQ(last->source, (std::array<std::uint8_t, 4>{127, 0, 0, 1}));
+  EXPECT_NEAR(last->stamp.seconds, static_cast<double>(std::time(nullptr)), 60)
+      << "the hour at which they came";
+  Play("live.mcap", "--frames :3 --out again");
+  Play(Sensor().capture, "--frames :3 --out frames");
+  EXPECT_TRUE(Same("frames", "again"));
+}
+
+TEST_F(McapProgram, KeepsNoPacketBehindTheLastFrameThatIsWanted) {
+  Listen(" --out live.mcap --with-packets --frames 1 --partial --json");
+  Send(0, 2 * 768);
+  EXPECT_EQ(json::parse(Finish().out)["packets_not_written"], 0);
+  EXPECT_EQ(Read("live.mcap").at("/packets").size(), 768U);
 }
 
 TEST_F(McapProgram, IsReadableToTheCutWhenLiveIsKilled) {
@@ -138,7 +158,8 @@ TEST_F(McapProgram, IsReadableToTheCutWhenLiveIsKilled) {
 }
 
 TEST_F(McapProgram, CountsWhatAFullDiskDidNotTake) {
-  Listen(" --point juniq --out f.mcap --partial --no-compression --json", "ulimit -f 5000; ");
+  Listen(" --point juniq --out f.mcap --partial --no-compression --with-packets --json",
+         "ulimit -f 5000; ");
   Send(0, 4 * 768);  // of 2.4 MB each, where 2.5 MB have room
   ASSERT_TRUE(test::Eventually([&] { return HasNoted("cannot write f.mcap: File too large"); }));
   const auto live = Finish(SIGINT);
@@ -153,6 +174,9 @@ TEST_F(McapProgram, CountsWhatAFullDiskDidNotTake) {
   EXPECT_GT(report["frames_with_fault"], 0);
   EXPECT_EQ(report["frames"], of("/points") + report["frames_with_fault"].get<std::size_t>());
   EXPECT_EQ(report["imu_samples"], of("/imu") + report["samples_not_written"].get<std::size_t>());
+  EXPECT_GT(report["packets_not_written"], 0);
+  EXPECT_EQ(report["packets_decoded"],
+            of("/packets") + report["packets_not_written"].get<std::size_t>());
 }
 
 TEST_F(McapProgram, LeavesAFileThatExistsAndRefusesWhatMakesNoSense) {
@@ -163,10 +187,9 @@ TEST_F(McapProgram, LeavesAFileThatExistsAndRefusesWhatMakesNoSense) {
     ExpectRefusal({start + " --out f.mcap", 4, "f.mcap exists: --force replaces it"});
     ExpectRefusal({start + " --out g.mcap --format pcd", 2, "contradicts the ending"});
     ExpectRefusal({start + " --out g --no-compression", 2, "name it with --out FILE.mcap"});
+    ExpectRefusal({start + " --with-packets", 2, "name it with --out FILE.mcap"});
   }
-  ExpectRefusal({play + " --with-packets", 2, "name it with --out FILE.mcap"});
   ExpectRefusal({play + " --topic /x", 2, "--topic is for a file of messages"});
-  ExpectRefusal({live + " --out g.mcap --with-packets", 2, "keep the packets with orliq record"});
   EXPECT_EQ(dir_.Read("f.mcap"), "mine");
   ExpectRefusal({play + " --frames 9: --out f.mcap --force", 2, "the capture's last frame"});
   EXPECT_EQ(dir_.Read("f.mcap"), "mine") << "until there is something in its place";
@@ -216,6 +239,29 @@ TEST_F(McapProgram, KeepsThePacketsOfEachSensorThatIsFused) {
   Play(Sensor().capture, "--out frames");
   Play("f.mcap", "--topic /front/packets --out again");
   EXPECT_TRUE(Same("frames", "again"));
+}
+
+TEST_F(McapProgram, KeepsThePacketsOfEachLiveSensor) {
+  const std::uint16_t other = test::FreePort();
+  const auto sensor = [](const std::string& name, std::uint16_t port) {
+    return "  - {name: " + name +
+           ", model: juniq, address: 127.0.0.1, port: " + std::to_string(port) +
+           ", check_folder: " + Sensor().check_folder + "}\n";
+  };
+  dir_.Write("live.yaml", "sensors:\n" + sensor("front", port_) + sensor("rear", other));
+  Start("live --config live.yaml --out f.mcap --with-packets --partial --frames 1");
+  ASSERT_TRUE(test::Eventually([&] { return HasNoted("listening on"); })) << dir_.Read("err");
+  const auto packets = Sensor().packets.begin();
+  ASSERT_TRUE(test::SendAll({packets, packets + 768}, other));
+  Send(700, 2 * 768);
+  Finish();
+  const Messages messages = Read("f.mcap");
+  ASSERT_EQ(messages.at("/rear/packets").size(), 768U);
+  EXPECT_GE(messages.at("/front/packets").size(), 68U);
+  const auto packet = ReadPacketCdr(messages.at("/rear/packets").back());
+  ASSERT_TRUE(packet);
+  EXPECT_EQ(packet->port, other);
+  EXPECT_EQ(packet->destination, (std::array<std::uint8_t, 4>{127, 0, 0, 1}));
 }
 #endif
 

@@ -112,7 +112,7 @@ void PlayableCapture::Convert(const std::string& topic) {
     throw Failure(fault_.empty() ? ExitCode::kNoData : ExitCode::kFileFault,
                   file_ + (fault_.empty() ? std::string() : ' ' + fault_ + ", and before that") +
                       " holds no packets" + (topic.empty() ? "" : " at " + topic) +
-                      ": those are kept by --with-packets of orliq play and fuse");
+                      ": those are kept by --with-packets of orliq play, live and fuse");
   }
   if (!writer->Close(error)) ThrowNoRoom(error);
   descriptor_ = ::open(capture.c_str(), O_RDONLY | O_CLOEXEC);

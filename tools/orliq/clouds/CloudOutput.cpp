@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/clouds/CloudOutput.h"
 
+#include <arpa/inet.h>
+
 #include <cmath>
 #include <filesystem>
 #include <system_error>
@@ -45,11 +47,6 @@ void RefuseMcapOptions(const OutputOptions& options) {
                 std::string(option) + " is for one file of messages: name it with --out FILE.mcap");
 }
 
-std::array<std::uint8_t, 4> Octets(std::uint32_t address) {
-  return {static_cast<std::uint8_t>(address >> 24U), static_cast<std::uint8_t>(address >> 16U),
-          static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address)};
-}
-
 PacketMessage MessageOf(const Datagram& datagram, double time) {
   PacketMessage message;
   message.stamp = ToRosTime(time);
@@ -72,15 +69,56 @@ void CopyPackets(const PacketSource& source, McapFile& file, std::size_t topic) 
   }
 }
 
-/// The topics of the datagrams, which are in the file.
-std::vector<std::size_t> KeepPackets(const std::vector<PacketSource>& sources, McapFile& file) {
-  std::vector<std::size_t> topics;
+/// Puts the datagrams into the file.
+void KeepPackets(const std::vector<PacketSource>& sources, McapSink& sink) {
+  std::vector<PacketTopic> topics;
   topics.reserve(sources.size());
   for (const PacketSource& source : sources) {
-    topics.push_back(file.AddTopic(source.topic, kRosPacket));
+    topics.push_back({sink.File().AddTopic(source.topic, kRosPacket)});
   }
-  for (std::size_t i = 0; i < sources.size(); ++i) CopyPackets(sources[i], file, topics[i]);
-  return topics;
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    CopyPackets(sources[i], sink.File(), topics[i].topic);
+  }
+  sink.SetPacketTopics(std::move(topics));
+}
+
+/// Prepares the file for packets that come later.
+void ExpectPackets(const std::vector<LivePackets>& sources, McapSink& sink) {
+  std::vector<PacketTopic> topics;
+  topics.reserve(sources.size());
+  for (const LivePackets& source : sources) {
+    in_addr address = {};
+    ::inet_pton(AF_INET, source.address.c_str(), &address);
+    topics.push_back({sink.File().AddTopic(source.topic, kRosPacket), Octets(ntohl(address.s_addr)),
+                      source.port});
+  }
+  sink.SetPacketTopics(std::move(topics));
+}
+
+std::unique_ptr<McapSink> OpenMcap(const OutputOptions& options, const CloudScene& scene) {
+  MakeFolder(std::filesystem::path(options.out).parent_path());
+  // What a live sensor sends cannot be had again; a capture can be played again.
+  const bool live = !scene.begins;
+  return std::make_unique<McapSink>(
+      options.out,
+      McapFile::Options{live ? GrowingFile::Name::kAtOnce : GrowingFile::Name::kWhenWhole,
+                        options.force, !options.no_compression && HasZstd()},
+      scene);
+}
+
+/// `Packets` has two forms: those of a capture, which `keep` puts into the file, and those to come.
+template <typename Packets>
+std::unique_ptr<CloudSink> Open(const OutputOptions& options, const CloudScene& scene,
+                                const std::vector<Packets>& packets,
+                                void (*keep)(const std::vector<Packets>&, McapSink&)) {
+  ExamineOutput(options);
+  if (options.out.empty()) return nullptr;
+  if (!IsMcap(options.out)) {
+    return std::make_unique<CloudWriter>(options.out, options.format, options.force);
+  }
+  auto sink = OpenMcap(options, scene);
+  if (options.with_packets) keep(packets, *sink);
+  return sink;
 }
 
 }  // namespace
@@ -116,23 +154,18 @@ CloudScene FusedScene(const std::vector<lidar::DriverParam>& params) {
   return scene;
 }
 
+std::string PacketTopicName(const std::string& sensor) {
+  return (sensor.empty() ? "" : "/" + sensor) + "/packets";
+}
+
 std::unique_ptr<CloudSink> OpenOutput(const OutputOptions& options, const CloudScene& scene,
                                       const std::vector<PacketSource>& packets) {
-  ExamineOutput(options);
-  if (options.out.empty()) return nullptr;
-  if (!IsMcap(options.out)) {
-    return std::make_unique<CloudWriter>(options.out, options.format, options.force);
-  }
-  MakeFolder(std::filesystem::path(options.out).parent_path());
-  // What a live sensor sends cannot be had again; a capture can be played again.
-  const bool live = !scene.begins;
-  auto sink = std::make_unique<McapSink>(
-      options.out,
-      McapFile::Options{live ? GrowingFile::Name::kAtOnce : GrowingFile::Name::kWhenWhole,
-                        options.force, !options.no_compression && HasZstd()},
-      scene);
-  if (options.with_packets) sink->SetPacketTopics(KeepPackets(packets, sink->File()));
-  return sink;
+  return Open(options, scene, packets, KeepPackets);
+}
+
+std::unique_ptr<CloudSink> OpenLiveOutput(const OutputOptions& options, const CloudScene& scene,
+                                          const std::vector<LivePackets>& packets) {
+  return Open(options, scene, packets, ExpectPackets);
 }
 
 }  // namespace orliq::cli

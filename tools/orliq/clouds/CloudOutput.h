@@ -24,6 +24,9 @@ CloudScene SceneOf(const Model& model, const lidar::DriverParam& param);
 /// Of several, whose clouds are fused.
 CloudScene FusedScene(const std::vector<lidar::DriverParam>& params);
 
+/// "/front/packets", or "/packets" of a sensor without a name.
+std::string PacketTopicName(const std::string& sensor);
+
 /// Datagrams that go into the file beside the clouds.
 struct PacketSource {
   std::string topic;
@@ -31,9 +34,20 @@ struct PacketSource {
   Wanted wanted;
 };
 
-/// Null when no files are wanted. With --with-packets the datagrams of `packets`, which no live sensor
-/// has, are written at once, until an interrupt. Throws Failure for what cannot be written to.
+/// Null when no files are wanted. With --with-packets the datagrams of `packets` are written at once,
+/// until an interrupt. Throws Failure for what cannot be written to.
 std::unique_ptr<CloudSink> OpenOutput(const OutputOptions& options, const CloudScene& scene,
-                                      const std::vector<PacketSource>& packets = {});
+                                      const std::vector<PacketSource>& packets);
+
+/// A live sensor's packets, which go there as they come.
+struct LivePackets {
+  std::string topic;
+  std::string address;  ///< where they are received; empty: any of this machine
+  std::uint16_t port = 0;
+};
+
+/// The same for live sensors, in their order.
+std::unique_ptr<CloudSink> OpenLiveOutput(const OutputOptions& options, const CloudScene& scene,
+                                          const std::vector<LivePackets>& packets);
 
 }  // namespace orliq::cli

@@ -12,17 +12,20 @@
 #include <thread>
 #include <vector>
 
+#include "multi_driver/RawPacket.h"
 #include "orliq/clouds/CloudSink.h"
 
 namespace orliq::cli {
 
-/// Writes clouds, and samples, on a thread of its own, so that the disk never makes decoding wait. One
-/// that finds the queue full is given up and counted.
+/// Writes clouds, samples and packets on a thread of its own, so that the disk never makes decoding wait.
+/// What finds its queue full is given up and counted.
 class CloudSaver {
  public:
   static constexpr std::size_t kRoom = 64;  // 2.5 s of a 25 Hz sensor
 
   static constexpr std::size_t kSampleRoom = 16384;  // 8 s of 2,000 in a second
+
+  static constexpr std::size_t kPacketRoom = std::size_t{1} << 27U;  // [bytes] 4 s of a 25 Hz Juniq
 
   /// Room for clouds of so many sensors, in about the memory of one sensor's.
   static std::size_t RoomFor(std::size_t sensors) {
@@ -35,9 +38,10 @@ class CloudSaver {
     std::uint64_t faults = 0;   ///< frames that could not be written
     std::string first_fault;
     std::uint64_t samples = 0;  ///< for either reason
+    std::uint64_t packets = 0;  ///< likewise
     bool unfinished = false;    ///< the file could not be completed
 
-    bool Any() const { return no_room + faults + samples > 0 || unfinished; }
+    bool Any() const { return no_room + faults + samples + packets > 0 || unfinished; }
   };
 
   /// At most `room` clouds wait.
@@ -50,6 +54,10 @@ class CloudSaver {
   void Save(std::shared_ptr<const void> owner, const CloudView& view, int frame);
 
   void Save(const lidar::ImuMsg& sample);
+
+  /// Whether packets are to be saved.
+  bool KeepsPackets() const { return keeps_packets_; }
+  void Save(std::size_t sensor, const lidar::RawPacket& packet);
 
   /// Writes all that waits, completes the files and ends the thread.
   void Finish();
@@ -68,18 +76,22 @@ class CloudSaver {
   };
 
   void Run();
-  void Write(const std::vector<lidar::ImuMsg>& samples);
+  template <typename Item>
+  void Write(const std::vector<Item>& items, std::uint64_t Losses::*lost);
   void FinishFiles();
-  void AddFaults(std::uint64_t clouds, std::uint64_t samples);
+  void Lose(std::uint64_t Losses::*what, std::uint64_t count = 1);
   template <typename Work>
   bool Attempt(const Work& work);
 
   const std::size_t room_;
   const std::unique_ptr<CloudSink> sink_;  // of the thread
+  const bool keeps_packets_;
   mutable std::mutex mutex_;
   std::condition_variable work_;
   std::deque<Job> jobs_;                // guarded by mutex_
   std::vector<lidar::ImuMsg> samples_;  // guarded by mutex_
+  std::vector<KeptPacket> packets_;     // guarded by mutex_
+  std::size_t packet_bytes_ = 0;        // in memory, of those; guarded by mutex_
   bool finishing_ = false;              // guarded by mutex_
   Losses losses_;                       // guarded by mutex_
   std::thread thread_;

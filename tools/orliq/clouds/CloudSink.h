@@ -7,10 +7,11 @@
 
 #include "multi_driver/Messages.h"
 #include "orliq/clouds/CloudView.h"
+#include "orliq/clouds/KeptPacket.h"
 
 namespace orliq::cli {
 
-/// Where clouds, and samples if there is a place for them, are written to.
+/// Where clouds are written to, with samples and packets if there is a place for them.
 ///
 /// Threads: belongs to one. Failure: throws Failure when something cannot be written.
 class CloudSink {
@@ -27,6 +28,10 @@ class CloudSink {
   /// Returns the file's path.
   virtual std::filesystem::path Write(const CloudView& cloud, int frame, int part) = 0;
   virtual void Write(const lidar::ImuMsg&) {}
+  virtual void Write(const KeptPacket&) {}
+
+  /// Whether packets are wanted.
+  virtual bool TakesPackets() const { return false; }
 
   /// To be called now and then when nothing is written.
   virtual void Tend() {}
@@ -34,9 +39,10 @@ class CloudSink {
   /// Completes the files: nothing is to be written any more.
   virtual void Finish() {}
 
-  /// Clouds and samples that were taken and are in no file yet: lost, when Finish fails.
+  /// What was taken and is in no file yet: lost, when Finish fails.
   virtual std::uint64_t PendingClouds() const { return 0; }
   virtual std::uint64_t PendingSamples() const { return 0; }
+  virtual std::uint64_t PendingPackets() const { return 0; }
 
   virtual std::uint64_t Files() const = 0;
   virtual std::uint64_t Bytes() const = 0;

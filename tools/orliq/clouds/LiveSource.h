@@ -76,6 +76,11 @@ class DriverSource : public LiveSource {
     driver_.RegisterImuCallBack(
         [this](const std::shared_ptr<lidar::ImuMsg>& sample) { TakeImu(*sample); },
         [] { return std::make_shared<lidar::ImuMsg>(); });
+    if (saver_ != nullptr && saver_->KeepsPackets()) {
+      driver_.RegisterPacketCallBack([this](const lidar::RawPacket& packet) {
+        if (!Complete()) saver_->Save(0, packet);
+      });
+    }
     driver_.SetStrictUpload(!choice_.lenient);
     driver_.SetSocketBuffer(choice_.socket_buffer);
     calibrated_ = param.param_source == 0;

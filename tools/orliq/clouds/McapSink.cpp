@@ -4,6 +4,7 @@
 #include <numeric>
 #include <utility>
 
+#include "orliq/mcap/PacketMessage.h"
 #include "orliq/terminal/NumberText.h"
 
 namespace orliq::cli {
@@ -40,6 +41,25 @@ void McapSink::Write(const lidar::ImuMsg& sample) {
   file_.Publish(*imu_, stamp, ImuCdr({stamp, scene_.sensor}, sample));
 }
 
+void McapSink::Write(const KeptPacket& packet) {
+  const PacketTopic& to = packets_.at(packet.sensor);
+  PacketMessage message;
+  message.stamp = packet.arrival_ns == 0 ? RosTimeNow()
+                                         : ToRosTime(std::chrono::nanoseconds(packet.arrival_ns));
+  message.source = Octets(packet.sender.address);
+  message.source_port = packet.sender.port;
+  message.destination = to.destination;
+  message.port = to.port;
+  message.data = packet.payload;
+  file_.Publish(to.topic, message.stamp, PacketCdr(message));
+}
+
+std::uint64_t McapSink::PendingPackets() const {
+  std::uint64_t pending = 0;
+  for (const PacketTopic& of : packets_) pending += file_.Pending(of.topic);
+  return pending;
+}
+
 RosTime McapSink::StampOf(double timestamp) {
   if (timestamp == 0.0 && !scene_.begins) return RosTimeNow();
   if (timestamp != 0.0) {
@@ -54,7 +74,7 @@ std::string McapSink::Contents() const {
   std::string text = Count(file_.Messages(points_), "cloud");
   if (imu_) text += ", " + Count(file_.Messages(*imu_), "sample");
   std::uint64_t packets = 0;
-  for (const std::size_t topic : packets_) packets += file_.Messages(topic);
+  for (const PacketTopic& of : packets_) packets += file_.Messages(of.topic);
   if (!packets_.empty()) text += ", " + Count(packets, "packet");
   return text;
 }

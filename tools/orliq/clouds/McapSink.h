@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,7 +23,14 @@ struct CloudScene {
   std::optional<double> begins;  ///< [s] UTC, of a capture; nothing: live
 };
 
-/// One file of messages of ROS 2: clouds at "/points", samples at "/imu".
+/// Where a sensor's packets go.
+struct PacketTopic {
+  std::size_t topic = 0;                      ///< of the file
+  std::array<std::uint8_t, 4> destination{};  ///< of those that come live, as the next
+  std::uint16_t port = 0;
+};
+
+/// One file of messages of ROS 2: clouds at "/points", samples at "/imu", packets at topics of theirs.
 ///
 /// Their times are those of the sensor. A cloud without time gets that of this machine when it is live,
 /// else 0.1 s after the cloud before, and the first one that of the capture's first record.
@@ -33,18 +41,23 @@ class McapSink : public CloudSink {
   bool TakesOneCloud() const override { return false; }
   std::filesystem::path Write(const CloudView& cloud, int frame, int part) override;
   void Write(const lidar::ImuMsg& sample) override;
+  void Write(const KeptPacket& packet) override;
+  bool TakesPackets() const override { return !packets_.empty(); }
   void Tend() override { file_.Tend(); }
   void Finish() override { file_.Finish(); }
 
   std::uint64_t PendingClouds() const override { return file_.Pending(points_); }
   std::uint64_t PendingSamples() const override { return imu_ ? file_.Pending(*imu_) : 0; }
+  std::uint64_t PendingPackets() const override;
   std::uint64_t Files() const override { return 1; }
   std::uint64_t Bytes() const override { return file_.Bytes(); }
   std::string Contents() const override;
 
-  /// For messages of others, before anything is written. Their topics are `packets`.
+  /// For the packets of captures, before anything else is written.
   McapFile& File() { return file_; }
-  void SetPacketTopics(std::vector<std::size_t> topics) { packets_ = std::move(topics); }
+
+  /// In sensor order.
+  void SetPacketTopics(std::vector<PacketTopic> topics) { packets_ = std::move(topics); }
 
  private:
   RosTime StampOf(double timestamp);
@@ -54,7 +67,7 @@ class McapSink : public CloudSink {
   McapFile file_;
   const std::size_t points_;
   const std::optional<std::size_t> imu_;
-  std::vector<std::size_t> packets_;
+  std::vector<PacketTopic> packets_;
   double last_time_ = 0.0;  // [s] UTC, of the cloud before
 };
 

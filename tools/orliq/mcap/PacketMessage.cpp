@@ -72,6 +72,11 @@ class CdrFields {
 
 }  // namespace
 
+Address Octets(std::uint32_t address) {
+  return {static_cast<std::uint8_t>(address >> 24U), static_cast<std::uint8_t>(address >> 16U),
+          static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address)};
+}
+
 std::string PacketCdr(const PacketMessage& packet) {
   CdrBytes cdr;
   cdr.Put(static_cast<std::uint32_t>(packet.stamp.seconds));

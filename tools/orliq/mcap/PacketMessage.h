@@ -21,6 +21,9 @@ struct PacketMessage {
   std::string_view data;   ///< UDP payload
 };
 
+/// An IPv4 address as messages hold it; in the number its first octet is the highest.
+std::array<std::uint8_t, 4> Octets(std::uint32_t address);
+
 std::string PacketCdr(const PacketMessage& packet);
 
 /// Of bytes that may hold anything, with `data` among them; nothing when they are no such

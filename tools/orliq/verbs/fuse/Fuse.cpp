@@ -20,7 +20,7 @@ std::vector<PacketSource> PacketsOf(const FusePlan& plan) {
   std::vector<PacketSource> sources;
   for (const FusedSensor& fused : plan.sensors) {
     const SurveyScope& scope = fused.plan.scope;
-    sources.push_back({"/" + fused.sensor.name + "/packets",
+    sources.push_back({PacketTopicName(fused.sensor.name),
                        fused.sensor.capture,
                        {scope.port, kDriverBufferBytes, scope.source}});
   }

@@ -56,10 +56,13 @@ std::unique_ptr<FusedSource> MakeSource(const FusedOptions& options, const Senso
 }
 
 FusedTally Listen(const FusedOptions& options, const SensorFile& file, const Console& console) {
-  const std::size_t room = CloudSaver::RoomFor(file.sensors.size());
   std::vector<lidar::DriverParam> params;
-  for (const ConfiguredSensor& sensor : file.sensors) params.push_back(MakeDriverParam(sensor));
-  const auto saver = MakeLiveSaver(options.output, options.choice, FusedScene(params), room);
+  std::vector<LivePackets> packets;
+  for (const ConfiguredSensor& sensor : file.sensors) {
+    params.push_back(MakeDriverParam(sensor));
+    packets.push_back({PacketTopicName(sensor.name), sensor.address, *sensor.port});
+  }
+  const auto saver = MakeLiveSaver(options.output, options.choice, FusedScene(params), packets);
   if (options.output.verbose) Console::ShowLibraryLines();
   const auto source = MakeSource(options, file, saver.get());
   Open(*source, file, console);

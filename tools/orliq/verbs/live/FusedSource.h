@@ -66,6 +66,11 @@ class MultiDriverSource : public FusedSource {
     driver_.RegisterPointCloudCallBack(
         [this](const std::shared_ptr<Cloud>& cloud) { TakeCloud(cloud); },
         [this] { return pool_->Take(); });
+    if (saver_ != nullptr && saver_->KeepsPackets()) {
+      driver_.RegisterPacketCallBack([this](std::size_t sensor, const lidar::RawPacket& packet) {
+        if (!Complete()) saver_->Save(sensor, packet);
+      });
+    }
     driver_.SetStrictUpload(!choice_.lenient);
     driver_.SetSocketBuffer(choice_.socket_buffer);
     return driver_.InitDriver({0, params_.size(), params_.data()}) && driver_.Start();

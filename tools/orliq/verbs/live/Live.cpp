@@ -77,7 +77,8 @@ LiveTally Listen(const LiveOptions& options, const Model& model, Console& consol
   if (!options.params_from) RequireCalibration(model, options.cloud.check_folder, console);
   RequirePorts(options, console);
   const auto saver =
-      MakeLiveSaver(options.cloud.output, options.choice, SceneOf(model, param), CloudSaver::kRoom);
+      MakeLiveSaver(options.cloud.output, options.choice, SceneOf(model, param),
+                    {{PacketTopicName({}), options.listen.address, options.listen.port}});
   if (options.cloud.output.verbose) console.ShowLibraryLines();
   const auto source = MakeSource(options, saver.get(), audience);
   const std::string where = EndpointText(options.listen.address, options.listen.port);

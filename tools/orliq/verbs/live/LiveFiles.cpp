@@ -6,20 +6,17 @@
 namespace orliq::cli {
 
 std::unique_ptr<CloudSaver> MakeLiveSaver(const OutputOptions& output, const FrameChoice& choice,
-                                          const CloudScene& scene, std::size_t room) {
-  if (output.with_packets) {
-    throw Failure(
-        ExitCode::kUsage,
-        "live has no --with-packets: keep the packets with orliq record, and make one file "
-        "of both with orliq play CAPTURE --with-packets --out FILE.mcap");
-  }
+                                          const CloudScene& scene,
+                                          const std::vector<LivePackets>& sensors) {
+  ExamineOutput(output);
   if (output.out.empty()) return nullptr;
   if (choice.frames != 1 && TakesOneCloud(output)) {
     throw Failure(ExitCode::kUsage, "--out " + output.out +
                                         " is one file, which takes one frame: name a "
                                         "folder, or add --frames 1");
   }
-  return std::make_unique<CloudSaver>(OpenOutput(output, scene), room);
+  return std::make_unique<CloudSaver>(OpenLiveOutput(output, scene, sensors),
+                                      CloudSaver::RoomFor(sensors.size()));
 }
 
 void TellFirstFault(const CloudSaver::Losses& before, const CloudSaver::Losses& now,

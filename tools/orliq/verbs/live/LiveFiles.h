@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "orliq/clouds/CloudOptions.h"
 #include "orliq/clouds/CloudOutput.h"
@@ -14,10 +15,11 @@
 // The files that live writes while packets come.
 namespace orliq::cli {
 
-/// Null when no files are wanted. At most `room` clouds wait for the disk. Throws Failure for what
-/// cannot be written to, and for one file that all frames would go to.
+/// Null when no files are wanted. Throws Failure for what cannot be written to, and for one file that all
+/// frames would go to.
 std::unique_ptr<CloudSaver> MakeLiveSaver(const OutputOptions& output, const FrameChoice& choice,
-                                          const CloudScene& scene, std::size_t room);
+                                          const CloudScene& scene,
+                                          const std::vector<LivePackets>& sensors);
 
 /// Says the first fault in writing, when it has come between two looks.
 void TellFirstFault(const CloudSaver::Losses& before, const CloudSaver::Losses& now,

@@ -70,13 +70,15 @@ bool LacksTables(const lidar::DriverStatistics& packets) {
 void AddFileRows(Report& report, const WrittenFiles& files, const CloudSaver::Losses& not_written,
                  const std::string& of) {
   report.Add("files_written", files.text.empty() ? "" : "Files", files.count, files.text);
-  const auto& [no_room, faults, first_fault, samples, unfinished] = not_written;
+  const auto& [no_room, faults, first_fault, samples, packets, unfinished] = not_written;
   std::string text = Count(no_room, of) + " for a slow disk, " + Grouped(faults) + " for faults";
   if (samples > 0) text += ", " + Count(samples, "sample");
+  if (packets > 0) text += ", " + Count(packets, "packet");
   if (unfinished) text += ", the end of the file";
   report.Add("frames_without_room", not_written.Any() ? "Not written" : "", no_room, text);
   report.Add("frames_with_fault", "", faults, "");
   report.Add("samples_not_written", "", samples, "");
+  report.Add("packets_not_written", "", packets, "");
   report.Add("file_unfinished", "", unfinished, "");
 }
 

@@ -91,7 +91,8 @@ class Playback {
     scene.begins = plan_.survey.first_time;
     scene.sensor.clear();  // the driver hands out no samples of a capture
     const Wanted wanted = {plan_.scope.port, kDriverBufferBytes, plan_.scope.source};
-    sink_ = cli::OpenOutput(options_.cloud.output, scene, {{"/packets", options_.capture, wanted}});
+    sink_ = cli::OpenOutput(options_.cloud.output, scene,
+                            {{PacketTopicName({}), options_.capture, wanted}});
     if (sink_ && sink_->TakesOneCloud()) RequireOneFrame();
   }
 
