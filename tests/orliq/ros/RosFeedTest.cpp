@@ -65,8 +65,8 @@ TEST(RosFeed, ASlowOutletCostsTheOldestCloudsAndNoSample) {
                  {&outlet});
     feed.Of(0).Take(CloudOf(1.0));
     outlet.begun.get_future().wait();
-    for (const double time : {2.0, 3.0, 4.0}) feed.Of(0).Take(CloudOf(time));
-    feed.Of(1).Take(CloudOf(5.0));
+    for (const double time : {2.0, 3.0, 4.0, 5.0, 6.0, 7.0}) feed.Of(0).Take(CloudOf(time));
+    feed.Of(1).Take(CloudOf(2.5));
     lidar::ImuMsg sample;
     for (sample.timestamp = 6.0; sample.timestamp < 9.0; sample.timestamp += 1.0) {
       feed.Of(0).Take(sample);
@@ -77,8 +77,9 @@ TEST(RosFeed, ASlowOutletCostsTheOldestCloudsAndNoSample) {
     outlet.go_on.set_value();
   }
   EXPECT_THAT(Names(outlet),
-              ElementsAre("/front/points 1", "/rear/points 5", "/front/imu 6", "/front/imu 7",
-                          "/front/imu 8", "/front/points 3", "/front/points 4"));
+              ElementsAre("/front/points 1", "/rear/points 2", "/front/imu 6", "/front/imu 7",
+                          "/front/imu 8", "/front/points 3", "/front/points 4", "/front/points 5",
+                          "/front/points 6", "/front/points 7"));
 }
 
 TEST(RosFeed, AThousandSamplesWaitAndTheOldestGoFirst) {
