@@ -14,7 +14,8 @@ void Take(const cli::McapMessage& message) {
   fuzz::Require(sum <= 255 * message.data.size());
   const auto packet = cli::ReadPacketCdr(message.data);
   if (!packet) return;
-  const auto again = cli::PacketCdr(*packet);
+  std::string again;
+  cli::AppendPacket(*packet, again);
   const auto read = cli::ReadPacketCdr(again);
   fuzz::Require(read && read->data == packet->data && read->source == packet->source);
   fuzz::Require(read->stamp.Nanoseconds() == packet->stamp.Nanoseconds());

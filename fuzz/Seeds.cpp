@@ -265,7 +265,7 @@ void SaveMcapSeeds(const fs::path& folder) {
         writer.AddChannel("/packets", {cli::kRosPacket.name, "ros2msg", "uint8[] data\n"});
     for (std::uint16_t i = 0; i < 4; ++i) {
       const cli::PacketMessage packet = {{i, 0}, {127, 0, 0, 1}, i, {127, 0, 0, 2}, i, "payload"};
-      writer.Add(channel, i, cli::PacketCdr(packet));
+      writer.Add(channel, i, [&](std::string& to) { cli::AppendPacket(packet, to); });
       if (i == 2) writer.Flush();
     }
     writer.Close();

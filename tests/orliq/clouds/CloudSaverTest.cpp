@@ -66,7 +66,7 @@ TEST(CloudSaver, KeepsAsManyPacketsAsHaveRoomInTheirOrderAndCountsTheOthers) {
   while (sent < 16) save();  // with no cloud that would wake the thread
   slow.stuck.get_future().wait();
   while (saver.Found().packets < 3) save();
-  const std::size_t waiting = CloudSaver::kPacketRoom / (SlowSink::kSize + sizeof(KeptPacket));
+  const std::size_t waiting = CloudSaver::kPacketBytes / SlowSink::kSize;
   go.set_value();
   saver.Finish();
   EXPECT_EQ(slow.written + 3, sent);

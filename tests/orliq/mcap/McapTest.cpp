@@ -306,10 +306,17 @@ TEST(McapReader, ReadsNoRecordThatWouldFillTheMemory) {
   EXPECT_THAT(reader.Fault(), HasSubstr("more bytes than can be read, at byte 8"));
 }
 
+/// Of a message that stands behind other bytes.
+std::string Cdr(const PacketMessage& packet) {
+  std::string bytes = "odd";
+  AppendPacket(packet, bytes);
+  return bytes.substr(3);
+}
+
 TEST(PacketMessage, IsReadAsItWasWrittenAndNotWhenItIsCut) {
   const PacketMessage packet = {
       {1700000000, 5000}, {192, 168, 1, 200}, 2368, {255, 255, 255, 255}, 6699, "any bytes"};
-  const std::string cdr = PacketCdr(packet);
+  const std::string cdr = Cdr(packet);
   const auto read = ReadPacketCdr(cdr);
   ASSERT_TRUE(read);
   EXPECT_EQ(read->stamp.Nanoseconds(), packet.stamp.Nanoseconds());
@@ -319,16 +326,16 @@ TEST(PacketMessage, IsReadAsItWasWrittenAndNotWhenItIsCut) {
   EXPECT_EQ(read->data, packet.data);
   PacketMessage odd = packet;
   odd.stamp.seconds = -1;
-  EXPECT_FALSE(ReadPacketCdr(PacketCdr(odd)));
+  EXPECT_FALSE(ReadPacketCdr(Cdr(odd)));
   odd.stamp = {1, 1'000'000'000};
-  EXPECT_FALSE(ReadPacketCdr(PacketCdr(odd)));
+  EXPECT_FALSE(ReadPacketCdr(Cdr(odd)));
   const std::string most(65507, 'x');
   odd = packet;
   odd.data = most;
-  EXPECT_TRUE(ReadPacketCdr(PacketCdr(odd)));
+  EXPECT_TRUE(ReadPacketCdr(Cdr(odd)));
   const std::string more = most + 'x';
   odd.data = more;
-  EXPECT_FALSE(ReadPacketCdr(PacketCdr(odd)));
+  EXPECT_FALSE(ReadPacketCdr(Cdr(odd)));
   for (std::size_t size = 0; size < cdr.size(); ++size) {
     EXPECT_FALSE(ReadPacketCdr(std::string_view(cdr).substr(0, size))) << size;
   }

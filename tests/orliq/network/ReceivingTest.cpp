@@ -17,7 +17,7 @@ TEST(DatagramQueue, CountsWhatFindsItFullAndHasRoomAgainOnceTaken) {
   DatagramQueue queue;
   for (int i = 0; i < 1027; ++i) queue.Push({longest.data(), longest.size(), 0.0, {}});
   EXPECT_EQ(queue.Lost(), 3U) << "64 MiB are 1,024 of the longest datagrams";
-  auto batch = DatagramQueue::EmptyBatch();
+  auto batch = queue.EmptyBatch();
   for (const std::size_t expected : {1024U, 1U, 0U}) {
     queue.Take(batch, milliseconds(0));
     EXPECT_EQ(batch.entries.size(), expected);
@@ -38,7 +38,7 @@ TEST(ReceiveThread, KeepsEveryDatagramOfAnySizeThatCameBeforeItStops) {
   }
   DatagramQueue queue;
   ReceiveThread(socket, queue).Stop();
-  auto batch = DatagramQueue::EmptyBatch();
+  auto batch = queue.EmptyBatch();
   queue.Take(batch, milliseconds(0));
   ASSERT_EQ(batch.entries.size(), 5U);
   const double now = static_cast<double>(std::time(nullptr));

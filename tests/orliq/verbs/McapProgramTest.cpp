@@ -84,7 +84,7 @@ TEST_F(McapProgram, TakesThePacketsOfOnePortAndCountsMessagesThatAreNone) {
       for (const std::uint16_t port : {std::uint16_t{2368}, std::uint16_t{2369}}) {
         const std::string_view data(reinterpret_cast<const char*>(payload.data()), payload.size());
         const PacketMessage packet = {stamp, {10, 0, 0, 1}, 2368, {10, 0, 0, 2}, port, data};
-        file.Publish(topic, stamp, PacketCdr(packet));
+        file.Publish(topic, stamp, [&](std::string& to) { AppendPacket(packet, to); });
       }
     }
     file.Publish(topic, stamp, "no packet");

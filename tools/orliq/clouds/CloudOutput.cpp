@@ -12,6 +12,7 @@
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/mcap/PacketMessage.h"
 #include "orliq/mcap/Zstd.h"
+#include "orliq/network/HostNetwork.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/Interrupt.h"
 
@@ -65,7 +66,7 @@ void CopyPackets(const PacketSource& source, McapFile& file, std::size_t topic) 
     const auto* const datagram = std::get_if<Datagram>(&content);
     if (datagram == nullptr) continue;
     const PacketMessage message = MessageOf(*datagram, capture.Time());
-    file.Publish(topic, message.stamp, PacketCdr(message));
+    file.Publish(topic, message.stamp, [&](std::string& to) { AppendPacket(message, to); });
   }
 }
 

@@ -5,18 +5,21 @@
 #include <exception>
 #include <utility>
 
+#include "orliq/network/HostNetwork.h"
+
 namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::seconds kTendTime{1};
-constexpr std::size_t kManyBytes = CloudSaver::kPacketRoom / 8;  // of packets: not left till then
+constexpr std::chrono::milliseconds kPacketTime{100};
 
 }  // namespace
 
 CloudSaver::CloudSaver(std::unique_ptr<CloudSink> sink, std::size_t room)
     : room_(room),
       sink_(std::move(sink)),
-      keeps_packets_(sink_->TakesPackets()),
+      packets_(sink_->TakesPackets() ? std::make_unique<DatagramQueue>(kPacketBytes) : nullptr),
+      packet_batch_(packets_ ? packets_->EmptyBatch() : DatagramBatch()),
       thread_([this] { Run(); }) {}
 
 void CloudSaver::Save(std::shared_ptr<const void> owner, const CloudView& view, int frame) {
@@ -39,18 +42,12 @@ void CloudSaver::Save(const lidar::ImuMsg& sample) {
   }
 }
 
-/// Likewise, unless many have come.
+/// Likewise, or after kPacketTime.
 void CloudSaver::Save(std::size_t sensor, const lidar::RawPacket& packet) {
-  const std::size_t bytes = sizeof(KeptPacket) + packet.size;
-  const std::lock_guard lock(mutex_);
-  if (packet_bytes_ + bytes > kPacketRoom) {
-    ++losses_.packets;
-    return;
-  }
-  packet_bytes_ += bytes;
-  packets_.push_back({sensor, packet.arrival_ns, packet.sender,
-                      std::string(reinterpret_cast<const char*>(packet.data), packet.size)});
-  if (packet_bytes_ >= kManyBytes) work_.notify_one();
+  const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+  const double time = static_cast<double>(packet.arrival_ns) * 1e-9;
+  const sim::UdpEndpoints from = {Octets(packet.sender.address), {}, packet.sender.port, 0};
+  packets_->Push({packet.data, packet.size, time != 0.0 ? time : now.count(), from}, sensor);
 }
 
 void CloudSaver::Finish() {
@@ -65,22 +62,22 @@ void CloudSaver::Finish() {
 
 CloudSaver::Losses CloudSaver::Found() const {
   const std::lock_guard lock(mutex_);
-  return losses_;
+  Losses losses = losses_;
+  if (packets_) losses.packets += packets_->Lost();
+  return losses;
 }
 
 void CloudSaver::Run() {
   for (;;) {
     std::unique_lock lock(mutex_);
-    work_.wait_for(lock, kTendTime,
-                   [this] { return finishing_ || !jobs_.empty() || packet_bytes_ >= kManyBytes; });
+    work_.wait_for(lock, packets_ ? kPacketTime : kTendTime,
+                   [this] { return finishing_ || !jobs_.empty(); });
     const std::vector<lidar::ImuMsg> samples = std::exchange(samples_, {});
-    const std::vector<KeptPacket> packets = std::exchange(packets_, {});
-    packet_bytes_ = 0;
     if (jobs_.empty()) {
       const bool over = finishing_;
       lock.unlock();
-      Write(samples, &Losses::samples);
-      Write(packets, &Losses::packets);
+      Write(samples);
+      WritePackets();
       if (over) return FinishFiles();
       Attempt([this] { sink_->Tend(); });
       continue;
@@ -88,16 +85,27 @@ void CloudSaver::Run() {
     const Job job = std::move(jobs_.front());
     jobs_.pop_front();
     lock.unlock();
-    Write(samples, &Losses::samples);
-    Write(packets, &Losses::packets);
+    Write(samples);
+    WritePackets();
     if (!Attempt([&] { sink_->Write(job.view, job.frame, 0); })) Lose(&Losses::faults);
   }
 }
 
-template <typename Item>
-void CloudSaver::Write(const std::vector<Item>& items, std::uint64_t Losses::*lost) {
-  for (const Item& item : items) {
-    if (!Attempt([&] { sink_->Write(item); })) Lose(lost);
+void CloudSaver::Write(const std::vector<lidar::ImuMsg>& samples) {
+  for (const lidar::ImuMsg& sample : samples) {
+    if (!Attempt([&] { sink_->Write(sample); })) Lose(&Losses::samples);
+  }
+}
+
+/// All that wait.
+void CloudSaver::WritePackets() {
+  if (!packets_) return;
+  packets_->Take(packet_batch_, std::chrono::milliseconds(0));
+  const auto* const payloads = reinterpret_cast<const char*>(packet_batch_.payloads.data());
+  for (const DatagramBatch::Entry& entry : packet_batch_.entries) {
+    const KeptPacket packet = {
+        entry.sensor, entry.time_s, entry.endpoints, {payloads + entry.offset, entry.bytes}};
+    if (!Attempt([&] { sink_->Write(packet); })) Lose(&Losses::packets);
   }
 }
 

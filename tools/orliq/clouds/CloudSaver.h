@@ -14,6 +14,7 @@
 
 #include "multi_driver/RawPacket.h"
 #include "orliq/clouds/CloudSink.h"
+#include "orliq/network/DatagramQueue.h"
 
 namespace orliq::cli {
 
@@ -25,7 +26,7 @@ class CloudSaver {
 
   static constexpr std::size_t kSampleRoom = 16384;  // 8 s of 2,000 in a second
 
-  static constexpr std::size_t kPacketRoom = std::size_t{1} << 27U;  // [bytes] 4 s of a 25 Hz Juniq
+  static constexpr std::size_t kPacketBytes = std::size_t{128} << 20U;  // 2 s of eight Juniqs
 
   /// Room for clouds of so many sensors, in about the memory of one sensor's.
   static std::size_t RoomFor(std::size_t sensors) {
@@ -56,7 +57,7 @@ class CloudSaver {
   void Save(const lidar::ImuMsg& sample);
 
   /// Whether packets are to be saved.
-  bool KeepsPackets() const { return keeps_packets_; }
+  bool KeepsPackets() const { return packets_ != nullptr; }
   void Save(std::size_t sensor, const lidar::RawPacket& packet);
 
   /// Writes all that waits, completes the files and ends the thread.
@@ -76,22 +77,21 @@ class CloudSaver {
   };
 
   void Run();
-  template <typename Item>
-  void Write(const std::vector<Item>& items, std::uint64_t Losses::*lost);
+  void Write(const std::vector<lidar::ImuMsg>& samples);
+  void WritePackets();
   void FinishFiles();
   void Lose(std::uint64_t Losses::*what, std::uint64_t count = 1);
   template <typename Work>
   bool Attempt(const Work& work);
 
   const std::size_t room_;
-  const std::unique_ptr<CloudSink> sink_;  // of the thread
-  const bool keeps_packets_;
+  const std::unique_ptr<CloudSink> sink_;         // of the thread
+  const std::unique_ptr<DatagramQueue> packets_;  // null: they are not wanted
+  DatagramBatch packet_batch_;                    // of the thread
   mutable std::mutex mutex_;
   std::condition_variable work_;
   std::deque<Job> jobs_;                // guarded by mutex_
   std::vector<lidar::ImuMsg> samples_;  // guarded by mutex_
-  std::vector<KeptPacket> packets_;     // guarded by mutex_
-  std::size_t packet_bytes_ = 0;        // in memory, of those; guarded by mutex_
   bool finishing_ = false;              // guarded by mutex_
   Losses losses_;                       // guarded by mutex_
   std::thread thread_;

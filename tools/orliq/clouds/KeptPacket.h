@@ -2,19 +2,18 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string>
+#include <string_view>
 
-#include "multi_driver/UploadStatistics.h"
+#include "simulator/sending/UdpFramer.h"
 
 namespace orliq::cli {
 
 /// A packet of a live sensor on its way into a file.
 struct KeptPacket {
-  std::size_t sensor = 0;        ///< index
-  std::uint64_t arrival_ns = 0;  ///< since 1970 UTC; 0: unknown
-  lidar::PacketSender sender;
-  std::string payload;
+  std::size_t sensor = 0;  ///< index
+  double time_s = 0.0;     ///< when the system received it, since 1970 UTC
+  sim::UdpEndpoints endpoints;
+  std::string_view payload;
 };
 
 }  // namespace orliq::cli

@@ -44,14 +44,13 @@ void McapSink::Write(const lidar::ImuMsg& sample) {
 void McapSink::Write(const KeptPacket& packet) {
   const PacketTopic& to = packets_.at(packet.sensor);
   PacketMessage message;
-  message.stamp = packet.arrival_ns == 0 ? RosTimeNow()
-                                         : ToRosTime(std::chrono::nanoseconds(packet.arrival_ns));
-  message.source = Octets(packet.sender.address);
-  message.source_port = packet.sender.port;
+  message.stamp = ToRosTime(packet.time_s);
+  message.source = packet.endpoints.source;
+  message.source_port = packet.endpoints.source_port;
   message.destination = to.destination;
   message.port = to.port;
   message.data = packet.payload;
-  file_.Publish(to.topic, message.stamp, PacketCdr(message));
+  file_.Publish(to.topic, message.stamp, [&](std::string& file) { AppendPacket(message, file); });
 }
 
 std::uint64_t McapSink::PendingPackets() const {

@@ -18,12 +18,15 @@ constexpr std::uint32_t kSecond = 1'000'000'000;                               /
 constexpr std::int32_t kEndOfTime = std::numeric_limits<std::int32_t>::max();  // [s]
 constexpr std::size_t kMaxPayload = 65507;  // [bytes] of a datagram over IPv4
 
-/// CDR: each number at a multiple of its size behind the head; texts end with a zero, which counts.
+/// Appends a message in CDR: each number at a multiple of its size behind the head; texts end with a zero,
+/// which counts.
 class CdrBytes {
  public:
+  explicit CdrBytes(std::string& to) : bytes_(to.append(kLittleEndian)), begin_(to.size()) {}
+
   template <typename Number>
   void Put(Number number) {
-    bytes_.resize((bytes_.size() + sizeof number - 1) / sizeof number * sizeof number);
+    bytes_.append((begin_ - bytes_.size()) % sizeof number, '\0');
     McapBytes(bytes_).Put(number);
   }
 
@@ -38,10 +41,9 @@ class CdrBytes {
     bytes_.append(bytes);
   }
 
-  std::string Message() && { return std::move(bytes_.insert(0, kLittleEndian)); }
-
  private:
-  std::string bytes_;  // without the head
+  std::string& bytes_;
+  const std::size_t begin_;  // behind the head
 };
 
 class CdrFields {
@@ -72,13 +74,8 @@ class CdrFields {
 
 }  // namespace
 
-Address Octets(std::uint32_t address) {
-  return {static_cast<std::uint8_t>(address >> 24U), static_cast<std::uint8_t>(address >> 16U),
-          static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address)};
-}
-
-std::string PacketCdr(const PacketMessage& packet) {
-  CdrBytes cdr;
+void AppendPacket(const PacketMessage& packet, std::string& to) {
+  CdrBytes cdr(to);
   cdr.Put(static_cast<std::uint32_t>(packet.stamp.seconds));
   cdr.Put(packet.stamp.nanoseconds);
   cdr.PutAddress(packet.source);
@@ -86,7 +83,6 @@ std::string PacketCdr(const PacketMessage& packet) {
   cdr.PutAddress(packet.destination);
   cdr.Put(packet.port);
   cdr.PutBytes(packet.data);
-  return std::move(cdr).Message();
 }
 
 std::optional<PacketMessage> ReadPacketCdr(std::string_view cdr) {

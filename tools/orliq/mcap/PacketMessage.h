@@ -21,10 +21,8 @@ struct PacketMessage {
   std::string_view data;   ///< UDP payload
 };
 
-/// An IPv4 address as messages hold it; in the number its first octet is the highest.
-std::array<std::uint8_t, 4> Octets(std::uint32_t address);
-
-std::string PacketCdr(const PacketMessage& packet);
+/// Appends the message.
+void AppendPacket(const PacketMessage& packet, std::string& to);
 
 /// Of bytes that may hold anything, with `data` among them; nothing when they are no such
 /// message, or one of no datagram: too long, or of a time before 1970 or after 2038.

@@ -17,6 +17,7 @@ struct DatagramBatch {
   struct Entry {
     double time_s;
     sim::UdpEndpoints endpoints;
+    std::uint32_t sensor;
     std::size_t offset;  ///< of the payload in `payloads`
     std::size_t bytes;
   };
@@ -26,18 +27,19 @@ struct DatagramBatch {
 };
 
 /// Datagrams on their way from the receiving thread to the writing one, which takes all that wait
-/// at once. The queue holds at most kMaxBytes of payload and kMaxEntries datagrams, and the batch
-/// that is being written as much again: together 216 MiB at the very most. The room is set aside at
-/// the start but takes memory only where it is used, so receiving never waits for memory.
+/// at once. The queue holds so many bytes of payload and kMaxEntries datagrams at most, and the batch
+/// that is being written as much again: with the usual room together 216 MiB at the very most. The room
+/// is set aside at the start but takes memory only where it is used, so receiving never waits for memory.
 class DatagramQueue {
  public:
-  static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;  // 3 s of a 25 Hz Juniq
+  static constexpr std::size_t kUsualBytes = std::size_t{64} << 20;  // 3 s of a 25 Hz Juniq
   static constexpr std::size_t kMaxEntries = std::size_t{1} << 20;
 
-  DatagramQueue();
+  explicit DatagramQueue(std::size_t max_bytes = kUsualBytes);
 
-  /// Adds one; when the queue is full it is lost and counted.
-  void Push(const UdpReceiver::Datagram& datagram);
+  /// Adds one, of the sensor of that index where there are several; when the queue is full it is lost and
+  /// counted.
+  void Push(const UdpReceiver::Datagram& datagram, std::size_t sensor = 0);
 
   /// Replaces what `batch` holds by all that waits; waits for the first one up to `patience`.
   void Take(DatagramBatch& batch, std::chrono::milliseconds patience);
@@ -46,9 +48,10 @@ class DatagramQueue {
   std::uint64_t Lost() const;
 
   /// An empty batch with all its room, for Take.
-  static DatagramBatch EmptyBatch();
+  DatagramBatch EmptyBatch() const;
 
  private:
+  const std::size_t max_bytes_;
   mutable std::mutex mutex_;
   std::condition_variable arrival_;
   DatagramBatch waiting_;   // guarded by mutex_

@@ -10,6 +10,11 @@
 
 namespace orliq::cli {
 
+std::array<std::uint8_t, 4> Octets(std::uint32_t address) {
+  return {static_cast<std::uint8_t>(address >> 24U), static_cast<std::uint8_t>(address >> 16U),
+          static_cast<std::uint8_t>(address >> 8U), static_cast<std::uint8_t>(address)};
+}
+
 std::string EndpointText(const std::string& address, std::uint16_t port) {
   return (address.empty() ? "0.0.0.0" : address) + ':' + std::to_string(port);
 }

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 // What this machine's network looks like to a sensor.
 namespace orliq::cli {
+
+/// Of an IPv4 address, 192.168.1.200 as 0xC0A801C8.
+std::array<std::uint8_t, 4> Octets(std::uint32_t address);
 
 /// "192.168.1.102:2368"; an empty address is 0.0.0.0, every address.
 std::string EndpointText(const std::string& address, std::uint16_t port);

@@ -38,12 +38,6 @@ T Content(const cmsghdr& message) {
   return value;
 }
 
-std::array<std::uint8_t, 4> Octets(const in_addr& address) {
-  std::array<std::uint8_t, 4> octets{};
-  std::memcpy(octets.data(), &address, octets.size());
-  return octets;
-}
-
 std::string WhyNotBound(const std::string& address, std::uint16_t port, int fault) {
   const std::string name = std::to_string(port);
   switch (fault) {
@@ -124,14 +118,14 @@ std::optional<UdpReceiver::Datagram> UdpReceiver::TryReceive() {
   const ssize_t bytes = ::recvmsg(socket_, &header, 0);
   if (bytes < 0) return std::nullopt;
   Datagram datagram = {buffer_.data(), static_cast<std::size_t>(bytes), 0.0, {}};
-  datagram.endpoints.source = Octets(sender.sin_addr);
+  datagram.endpoints.source = Octets(ntohl(sender.sin_addr.s_addr));
   datagram.endpoints.source_port = ntohs(sender.sin_port);
   datagram.endpoints.destination_port = port_;
   for (cmsghdr* m = CMSG_FIRSTHDR(&header); m != nullptr; m = CMSG_NXTHDR(&header, m)) {
     if (m->cmsg_level == SOL_SOCKET && m->cmsg_type == SCM_TIMESTAMPNS) {
       datagram.time_s = Seconds(Content<timespec>(*m));
     } else if (m->cmsg_level == IPPROTO_IP && m->cmsg_type == IP_PKTINFO) {
-      datagram.endpoints.destination = Octets(Content<in_pktinfo>(*m).ipi_addr);
+      datagram.endpoints.destination = Octets(ntohl(Content<in_pktinfo>(*m).ipi_addr.s_addr));
     }
   }
   if (datagram.time_s == 0.0) datagram.time_s = Now();

@@ -109,14 +109,11 @@ RosTime ToRosTime(double seconds) {
   return {static_cast<std::int32_t>(whole), 1000 * static_cast<std::uint32_t>(microseconds)};
 }
 
-RosTime ToRosTime(std::chrono::nanoseconds nanoseconds) {
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(nanoseconds);
-  const auto rest = nanoseconds - seconds;
-  return {static_cast<std::int32_t>(seconds.count()), static_cast<std::uint32_t>(rest.count())};
-}
-
 RosTime RosTimeNow() {
-  return ToRosTime(std::chrono::system_clock::now().time_since_epoch());
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now);
+  const auto rest = std::chrono::duration_cast<std::chrono::nanoseconds>(now - seconds);
+  return {static_cast<std::int32_t>(seconds.count()), static_cast<std::uint32_t>(rest.count())};
 }
 
 }  // namespace orliq::cli

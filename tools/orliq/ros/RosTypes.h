@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -36,9 +35,6 @@ struct RosTime {
 /// To the microsecond, as the sensors count: near today a double of seconds resolves 0.24 us. What lies
 /// outside the range of a message's time becomes the end of it, and no number becomes 0.
 RosTime ToRosTime(double seconds);
-
-/// `nanoseconds` since 1970-01-01 UTC, up to 2038.
-RosTime ToRosTime(std::chrono::nanoseconds nanoseconds);
 
 /// Of the clock of this machine.
 RosTime RosTimeNow();

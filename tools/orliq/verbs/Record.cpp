@@ -69,7 +69,7 @@ struct Result {
 Result Record(const ListenOptions& options, const ListenTime& time, UdpReceiver& socket,
               Recording& recording) {
   DatagramQueue queue;
-  auto batch = DatagramQueue::EmptyBatch();
+  auto batch = queue.EmptyBatch();
   Progress progress(options);
   ReceiveThread receiving(socket, queue);
   bool room = true;
