@@ -65,7 +65,6 @@ std::vector<RosTransform> PosesForRos(const std::vector<PublishedSensor>& sensor
   std::vector<RosTransform> poses;
   for (const PublishedSensor& sensor : sensors) {
     poses.push_back({{RosTimeNow(), base}, sensor.name, sensor.pose});
-    if (poses.back().pose.enable == 0) poses.back().pose = {};
   }
   return poses;
 }
