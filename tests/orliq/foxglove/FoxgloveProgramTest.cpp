@@ -152,6 +152,21 @@ TEST_F(FoxgloveProgram, ViewLeavesWhatTheDriverDoesNotMoveInAFrameOfItsOwn) {
   EXPECT_EQ(Finish(SIGINT).code, 0);
 }
 
+TEST_F(FoxgloveProgram, ViewGivesNoPlaceToWhatAMovedCorvikDidNotMeasure) {
+  const auto made = Run("simulate --model corvik --frames 2 --out hall.pcap --quiet");
+  ASSERT_EQ(made.code, 0) << made.err;
+  ASSERT_NO_FATAL_FAILURE(
+      StartServing("view hall.pcap --model corvik --http 0 --transform 1,2,3,0,0,0"));
+  test::WebClient viewer(port_);
+  ASSERT_NO_FATAL_FAILURE(Watch(viewer, kPoints));
+  const std::string cloud = Next(viewer, kPoints);
+  EXPECT_EQ(FrameOf(cloud), "base_link");
+  const float stands[] = {1.0F, 2.0F, 3.0F};
+  const std::string place(reinterpret_cast<const char*>(stands), sizeof stands);
+  EXPECT_EQ(cloud.find(place), std::string::npos);
+  EXPECT_EQ(Finish(SIGINT).code, 0);
+}
+
 TEST_F(FoxgloveProgram, ViewGivesSamplesAndStatesOfALiveSensor) {
   const std::string port = std::to_string(test::FreePort());
   Simulate("--frames 1");
