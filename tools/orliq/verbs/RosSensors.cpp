@@ -63,6 +63,7 @@ std::vector<RosSensor> DescribeForRos(const std::vector<PublishedSensor>& sensor
 std::vector<RosTransform> PosesForRos(const std::vector<PublishedSensor>& sensors,
                                       const std::string& base) {
   std::vector<RosTransform> poses;
+  poses.reserve(sensors.size());
   for (const PublishedSensor& sensor : sensors) {
     poses.push_back({{RosTimeNow(), base}, sensor.name, sensor.pose});
   }
