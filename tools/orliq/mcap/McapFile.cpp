@@ -51,7 +51,6 @@ void McapFile::Flush(Clock::time_point now) {
   if (fault_ && now - fault_time_ < kPause) throw Failure(*fault_);
   try {
     writer_.Flush();
-    fault_.reset();
   } catch (const Failure& fault) {
     fault_ = fault;
     fault_time_ = now;

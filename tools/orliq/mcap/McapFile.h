@@ -56,7 +56,7 @@ class McapFile {
   McapWriter writer_;
   Clock::time_point chunk_time_;  // when its present chunk began
   Clock::time_point sync_time_;   // when the disk last had all
-  std::optional<Failure> fault_;  // of the present chunk, when the disk did not take it
+  std::optional<Failure> fault_;  // the last time that the disk took no chunk
   Clock::time_point fault_time_;
 };
 
