@@ -14,8 +14,8 @@ namespace orliq::lidar {
 struct ORLIQ_API RawPacket {
   const std::uint8_t* data = nullptr;
   std::size_t size = 0;  ///< [bytes] at `data`; a datagram of more than 1546 was cut there
-  std::uint64_t arrival_ns =
-      0;  ///< since 1970 UTC, when the system received it; 0: it did not tell
+  /// Since 1970 UTC, when the system received it; 0: it did not tell.
+  std::uint64_t arrival_ns = 0;
   PacketSender sender;
 };
 

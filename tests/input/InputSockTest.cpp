@@ -73,6 +73,25 @@ TEST_F(InputSockTest, EmptyDatagramsAndThoseOfOtherSendersArePassedOverAndCounte
   EXPECT_EQ(seen.of_others, 66U);
 }
 
+TEST_F(InputSockTest, WhatIsWantedOfABatchStandsInFrontAndKeepsItsSender) {
+  ASSERT_TRUE(sock.Init());
+  const test::LoopbackSocket other(INADDR_LOOPBACK + 1);
+  Send(0);
+  other.Send(port, "junk", 4);
+  Send(0);
+  Send(5);
+  std::vector<std::shared_ptr<Buffer>> buffers(4);
+  EXPECT_EQ(sock.RecvWaiting(buffers, 64), 2);
+  EXPECT_EQ(buffers[0]->length, 4U);
+  EXPECT_EQ(buffers[0]->sender.address, INADDR_LOOPBACK + 1);
+  EXPECT_EQ(buffers[0]->sender.port, other.port());
+  EXPECT_EQ(buffers[1]->length, 5U);
+  EXPECT_EQ(buffers[1]->sender.port, sender.port());
+  other.Send(port, "junk", 4);
+  EXPECT_EQ(sock.RecvPacket(buffers[1], 4, nullptr, true), 4);
+  EXPECT_EQ(buffers[1]->sender.port, other.port());
+}
+
 TEST_F(InputSockTest, AWaitLastsAsLongAsItWasAskedTo) {
   ASSERT_TRUE(sock.Init());
   for (const int timeout_us : {20'000, 1'001'000}) {

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 #include "fuzz/MemoryFile.h"
 #include "orliq/mcap/Crc32.h"
+#include "orliq/mcap/McapFile.h"
 #include "orliq/mcap/McapReader.h"
 #include "orliq/mcap/McapWriter.h"
 #include "orliq/mcap/PacketMessage.h"
@@ -245,6 +250,31 @@ TEST_P(Mcap, ChunkThatTheDiskDidNotTakeIsOfferedAgainAsItWas) {
   WriteSome(put, GetParam());
   EXPECT_EQ(calls, 10);
   EXPECT_EQ(bytes, bytes_);
+}
+
+TEST(McapFile, OffersAChunkToAFullDiskOnceInASecondAndGivesUpOnlyWhatComesMeanwhile) {
+  const test::TempDir dir;
+  rlimit limit = {};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  McapFile file(dir / "f", {});
+  const std::size_t topic = file.AddTopic("/a", kRosPacket);
+  const std::string chunk(McapWriter::kChunkBytes, 'x');
+  const auto publish = [&] { file.Publish(topic, {}, chunk); };
+  publish();
+  const rlimit small = {100'000, limit.rlim_max};
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  EXPECT_THROW(publish(), Failure);
+  ::setrlimit(RLIMIT_FSIZE, &limit);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_THROW(publish(), Failure);
+  EXPECT_EQ(file.Pending(topic), 1U);
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  publish();
+  EXPECT_EQ(file.Messages(topic), 1U);
+  publish();
+  file.Finish();
+  EXPECT_EQ(file.Messages(topic), 3U);
 }
 
 TEST(McapReader, RefusesWhatNoOtherCheckWouldFind) {

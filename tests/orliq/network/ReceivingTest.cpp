@@ -26,6 +26,21 @@ TEST(DatagramQueue, CountsWhatFindsItFullAndHasRoomAgainOnceTaken) {
 }
 
 /// Stop may come while datagrams still wait in the socket: none of them may be lost.
+TEST(DatagramQueue, HoldsItsBytesAndDatagramsToTheLastOneEachTime) {
+  const std::vector<std::uint8_t> bytes(60);
+  DatagramQueue queue(100);
+  auto batch = queue.EmptyBatch();
+  for (std::uint64_t round = 1; round <= 3; ++round) {
+    for (const std::size_t size : {60U, 40U, 1U}) queue.Push({bytes.data(), size, 0.0, {}});
+    EXPECT_EQ(queue.Lost(), round);
+    queue.Take(batch, milliseconds(0));
+    EXPECT_EQ(batch.payloads.size(), 100U);
+  }
+  for (std::size_t i = 0; i < DatagramQueue::kMaxEntries + 2; ++i)
+    queue.Push({nullptr, 0, 0.0, {}});
+  EXPECT_EQ(queue.Lost(), 5U);
+}
+
 TEST(ReceiveThread, KeepsEveryDatagramOfAnySizeThatCameBeforeItStops) {
   const std::uint16_t port = test::FreePort();
   UdpReceiver socket("127.0.0.1", port, UdpReceiver::Sharing::kAlone);

@@ -140,6 +140,7 @@ TEST_F(McapProgram, KeepsNoPacketBehindTheLastFrameThatIsWanted) {
   Send(0, 2 * 768);
   EXPECT_EQ(json::parse(Finish().out)["packets_not_written"], 0);
   EXPECT_EQ(Read("live.mcap").at("/packets").size(), 768U);
+  EXPECT_EQ(RunJson("info live.mcap")["flows"][0]["destination"], "0.0.0.0");
 }
 
 TEST_F(McapProgram, IsReadableToTheCutWhenLiveIsKilled) {

@@ -30,6 +30,16 @@ std::string PayloadText(const Flow& flow) {
          HexBytes(flow.first_bytes.data(), flow.first_bytes.size());
 }
 
+/// "0.0.0.0" for one that whoever kept the packets did not know.
+std::string DestinationText(const Flow& flow) {
+  const bool unknown = flow.destination == 0 && flow.source != 0;
+  return unknown ? "0.0.0.0" : DottedAddress(flow.destination);
+}
+
+std::string ReceiverText(const Flow& flow) {
+  return DestinationText(flow) + ':' + std::to_string(flow.port);
+}
+
 Json FlowJson(const Flow& flow, const Model* model) {
   Json sizes = Json::object();
   for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
@@ -37,7 +47,7 @@ Json FlowJson(const Flow& flow, const Model* model) {
   for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
     if (flow.fits[i] > 0) fits[lidar::SensorModels()[i].name] = flow.fits[i];
   }
-  Json json = {{"destination", DottedAddress(flow.destination)},
+  Json json = {{"destination", DestinationText(flow)},
                {"destination_port", flow.port},
                {"source", DottedAddress(flow.source)},
                {"source_port", flow.source_port},
@@ -71,7 +81,7 @@ struct Widths {
     for (const Flow& flow : survey.flows) {
       packets = std::max(packets, Grouped(flow.packets).size());
       from = std::max(from, Endpoint(flow.source, flow.source_port).size());
-      to = std::max(to, Endpoint(flow.destination, flow.port).size());
+      to = std::max(to, ReceiverText(flow).size());
     }
   }
   std::string Line(const std::string& count, const std::string& sender, const std::string& receiver,
@@ -121,7 +131,7 @@ void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {
     json.push_back(FlowJson(flow, model));
     table.rows.push_back(
         {widths.Line(Grouped(flow.packets), Endpoint(flow.source, flow.source_port),
-                     Endpoint(flow.destination, flow.port), FitText(flow))});
+                     ReceiverText(flow), FitText(flow))});
     table.rows.push_back({below + PayloadText(flow)});
     const Likely likely = flow.hints.Find();
     if (likely.model != nullptr) {

@@ -26,7 +26,7 @@ class CloudSaver {
 
   static constexpr std::size_t kSampleRoom = 16384;  // 8 s of 2,000 in a second
 
-  static constexpr std::size_t kPacketBytes = std::size_t{128} << 20U;  // 2 s of eight Juniqs
+  static constexpr std::size_t kPacketBytes = std::size_t{128} << 20U;  // 2 s of eight 10 Hz Juniqs
 
   /// Room for clouds of so many sensors, in about the memory of one sensor's.
   static std::size_t RoomFor(std::size_t sensors) {

@@ -7,6 +7,7 @@ namespace orliq::cli {
 namespace {
 
 constexpr std::chrono::seconds kPatience{1};  // what a cut costs at most, twice: chunk and disk
+constexpr std::chrono::seconds kPause{1};     // before a chunk is offered to a full disk again
 constexpr char kSchemaEncoding[] = "ros2msg";
 
 }  // namespace
@@ -39,10 +40,22 @@ void McapFile::Tend() {
 void McapFile::FlushIfDue() {
   const Clock::time_point now = Clock::now();
   const bool due = writer_.IsChunkFull() || now - chunk_time_ >= kPatience;
-  if (writer_.HasPending() && due) writer_.Flush();
+  if (writer_.HasPending() && due) Flush(now);
   if (now - sync_time_ < kPatience) return;
   file_.Sync();
   sync_time_ = Clock::now();
+}
+
+/// To pack a chunk for each message that a full disk does not take would keep the thread for minutes.
+void McapFile::Flush(Clock::time_point now) {
+  if (fault_ && now - fault_time_ < kPause) throw Failure(*fault_);
+  try {
+    writer_.Flush();
+  } catch (const Failure& fault) {
+    fault_ = fault;
+    fault_time_ = now;
+    throw;
+  }
 }
 
 void McapFile::Finish() {

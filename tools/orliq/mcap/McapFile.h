@@ -4,11 +4,13 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "orliq/mcap/McapWriter.h"
 #include "orliq/ros/RosTypes.h"
+#include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/GrowingFile.h"
 
 namespace orliq::cli {
@@ -17,7 +19,8 @@ namespace orliq::cli {
 /// Tend come, and on the disk likewise, so that little is lost with the power.
 ///
 /// Threads: belongs to one, which waits for the disk. Failure: throws Failure where the disk takes no more.
-/// A message whose Publish throws is given up. Those before wait for a disk that takes them.
+/// A message whose Publish throws is given up. Those before wait for a disk that takes them, which is
+/// tried again after a second: until then the same is thrown at once.
 class McapFile {
  public:
   struct Options {
@@ -47,11 +50,14 @@ class McapFile {
   using Clock = std::chrono::steady_clock;
 
   void FlushIfDue();
+  void Flush(Clock::time_point now);
 
   GrowingFile file_;
   McapWriter writer_;
   Clock::time_point chunk_time_;  // when its present chunk began
   Clock::time_point sync_time_;   // when the disk last had all
+  std::optional<Failure> fault_;  // the last time that the disk took no chunk
+  Clock::time_point fault_time_;
 };
 
 }  // namespace orliq::cli

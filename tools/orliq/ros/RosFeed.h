@@ -72,7 +72,7 @@ class RosFeed {
   Sums Read(std::size_t sensor) const;
 
  private:
-  static constexpr std::size_t kWaitingClouds = 5;      // of a sensor: half a second
+  static constexpr std::size_t kWaitingClouds = 5;      // of a sensor: 0.5 s at 10 Hz
   static constexpr std::size_t kWaitingSamples = 1000;  // likewise: seconds of them
 
   class Taker;
