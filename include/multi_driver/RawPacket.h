@@ -12,11 +12,10 @@ namespace orliq::lidar {
 /// A packet of a live sensor as it came from the network: the payload of one UDP datagram. It belongs to
 /// the driver, and is there only while the callback runs that it is handed to.
 struct ORLIQ_API RawPacket {
-  const std::uint8_t* data = nullptr;
-  std::size_t size = 0;  ///< [bytes] at `data`; a datagram of more than 1546 was cut there
-  /// Since 1970 UTC, when the system received it; 0: it did not tell.
-  std::uint64_t arrival_ns = 0;
-  PacketSender sender;
+  const std::uint8_t* data = nullptr;  ///< first byte of the payload
+  std::size_t size = 0;                ///< [bytes] of it; a datagram of more than 1546 was cut there
+  std::uint64_t arrival_ns = 0;        ///< since 1970 UTC, by the system; 0: it did not tell
+  PacketSender sender;                 ///< who sent it
 };
 
 }  // namespace orliq::lidar
