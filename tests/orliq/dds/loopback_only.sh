@@ -11,13 +11,15 @@ fi
 command -v ip > /dev/null || exit 77
 ip link set lo up
 ip link add other type veth peer name far 2> /dev/null || exit 77
-for end in other far; do  # which would speak by itself
-  echo 1 > /proc/sys/net/ipv6/conf/$end/disable_ipv6 || true
-done 2> /dev/null
+for end in other far; do
+  switch=/proc/sys/net/ipv6/conf/$end/disable_ipv6  # it would speak by itself
+  [ ! -e "$switch" ] || echo 1 2> /dev/null > "$switch" || exit 77
+done
 ip address add 10.9.9.1/24 dev other
 ip link set other up
 ip link set far up
 sent() { awk '$1 == "other:" { print $11 }' /proc/net/dev; }
+[ "$(sent)" = 0 ] || exit 77
 
 "$1" --gtest_filter='DdsOutlet.AnotherImplementationGetsEveryByte:Bridge.AnotherImplementationReceivesTheDecodedPoints'
 before=$(sent)
