@@ -68,6 +68,12 @@ TEST(Ledger, EveryDatagramIsInOneCount) {
   constexpr std::size_t kDatagrams = 100'000;
   Sensor sensor;
   ASSERT_TRUE(sensor.driver->SetSourceAddress("127.0.0.1"));
+  std::uint64_t packets = 0;  // that have just come
+  sensor.driver->RegisterPacketCallBack([&](const RawPacket& packet) {
+    const std::chrono::nanoseconds now = std::chrono::system_clock::now().time_since_epoch();
+    const auto age = static_cast<std::uint64_t>(now.count()) - packet.arrival_ns;
+    if (age < 60'000'000'000) ++packets;
+  });
   ASSERT_TRUE(sensor.Open());
   const test::LoopbackSocket stranger(INADDR_LOOPBACK + 8);
   const auto good = JuniqPacket({200, 10}).Block(5, {20, 10, 0}).payload();  // one without a range
@@ -100,6 +106,7 @@ TEST(Ledger, EveryDatagramIsInOneCount) {
   const DriverStatistics s = sensor.Statistics();
   EXPECT_EQ(s.received, s.decoded + s.refused_length + s.refused_identifier + s.queued);
   EXPECT_EQ(s.received + s.other_source + s.empty + s.dropped_by_kernel, kDatagrams);
+  EXPECT_EQ(packets, s.received - s.queued);
   EXPECT_TRUE(s.refused_length == sent[0] && s.refused_identifier == sent[1]);
   EXPECT_EQ(s.received_bytes, s.received * 1104 - sent[0]);
   EXPECT_TRUE(s.empty == sent[2] && s.other_source == sent[3]);

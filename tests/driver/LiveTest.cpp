@@ -143,8 +143,6 @@ TEST(Live, EachPacketIsHandedOverAsItCameBeforeItIsDecoded) {
     EXPECT_EQ(sensor.errors.size() + sensor.frames.size() + 1, came.size());
     EXPECT_EQ(packet.sender.address, INADDR_LOOPBACK);
     EXPECT_EQ(packet.sender.port, sensor.sender.port());
-    const std::chrono::nanoseconds now = std::chrono::system_clock::now().time_since_epoch();
-    EXPECT_NEAR(static_cast<double>(packet.arrival_ns), static_cast<double>(now.count()), 1e10);
   });
   sensor.driver->SetSourceAddress("127.0.0.1");
   ASSERT_TRUE(sensor.Open());
