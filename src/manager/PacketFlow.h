@@ -41,7 +41,7 @@ class PacketFlow {
   void Receive(Input& input, const Bound& shows_bound);
 
   /// Receives what is waiting, when no more is to be received: what had come before is not left behind
-  /// for the next time.
+  /// for the next time, or uncounted. Of a flood only so much that it ends.
   void ReceiveRest(Input& input, const Bound& shows_bound);
 
   /// Gives the buffers back that were to be filled next.

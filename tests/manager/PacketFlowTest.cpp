@@ -22,13 +22,16 @@ struct Source final : Input {
     }
     asked = most;
     left_out += foreign;
-    return wanted;
+    const std::size_t given = std::min(waiting, wanted);
+    waiting -= given;
+    return static_cast<int>(given);
   }
   void WaitForPackets(const WakeDescriptor&) override { ++waits; }
   std::uint64_t SocketBufferBytes() const override { return room; }
   std::uint64_t OtherSourceDatagrams() const override { return left_out; }
 
-  int wanted = 24;
+  std::size_t wanted = 24;  // in one look
+  std::size_t waiting = SIZE_MAX;
   std::uint64_t foreign = 0;
   std::uint64_t room = 6 * 1024 * 16;
   int waits = 0;
@@ -90,6 +93,24 @@ TEST(PacketFlow, DatagramsThatAreLeftOutTakeRoomAsWell) {
   source.room = 98304;
   flow.BeginReceiving(source);
   EXPECT_TRUE(Gathers(flow, source, 10000)) << "they come as densely as wanted ones";
+}
+
+TEST(PacketFlow, TakesAllThatWaitsAtItsEndButNotAFlood) {
+  const struct {
+    std::size_t waiting, taken;
+  } rows[] = {{1000, 1000}, {8192, 8192}, {SIZE_MAX, 8192}};
+  for (const auto& row : rows) {
+    PacketFlow flow;
+    Source source;
+    source.wanted = 64;
+    source.waiting = row.waiting;
+    flow.ReceiveRest(source, [](const Buffer&) { return false; });
+    DriverStatistics counts;
+    flow.Count(counts);
+    EXPECT_EQ(counts.received, row.taken);
+    EXPECT_EQ(counts.queued, row.taken);
+    EXPECT_EQ(source.asked, 64U) << "a look for each would take far longer";
+  }
 }
 
 }  // namespace

@@ -313,6 +313,9 @@ TEST(FusedStatus, HasRoomForEightSensorsOfWhichThoseInTroubleShow) {
   EXPECT_EQ(FusedStatusText(file, before, now, 99),
             head + " | sensor-3 lost:7 | sensor-5 silent | 6 more fine");
   EXPECT_EQ(FusedStatusText(file, before, now, 77), head + " | 2 in trouble | 6 fine");
+  now.counts.not_written.no_room = 2;
+  now.counts.not_written.packets = 40;
+  EXPECT_THAT(FusedStatusText(file, before, now, 77), HasSubstr(head + " unwritten:42 | "));
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ class CloudSaver {
     std::uint64_t packets = 0;  ///< likewise
     bool unfinished = false;    ///< the file could not be completed
 
-    bool Any() const { return no_room + faults + samples + packets > 0 || unfinished; }
+    std::uint64_t Count() const { return no_room + faults + samples + packets; }
+    bool Any() const { return Count() > 0 || unfinished; }
   };
 
   /// At most `room` clouds wait.

@@ -46,7 +46,7 @@ std::string TroubleText(HoldUp hold_up, const SensorCounts& before, const Sensor
 
 std::string CloudText(const FusedMoment& before, const FusedMoment& now) {
   const FusedCounts& counts = now.counts;
-  const std::uint64_t not_written = counts.not_written.no_room + counts.not_written.faults;
+  const std::uint64_t not_written = counts.not_written.Count();
   return RateText(before.counts.clouds.count, counts.clouds.count, now.at - before.at) +
          " clouds/s " + std::to_string(counts.clouds.last_points) + " pts skew " +
          Fixed(1e3 * counts.last_skew_s, 0) + " ms" +

@@ -86,8 +86,7 @@ std::string LiveStatusText(const LiveCounts& before, const LiveCounts& now, doub
          rate(before.imu_samples, now.imu_samples, 0) + " IMU/s age:" + age +
          fault("lost", packets.dropped_by_kernel + packets.dropped_by_limit) +
          fault("0x41", packets.refused_length) + fault("0x42", packets.refused_identifier) +
-         fault("unwritten", now.not_written.no_room + now.not_written.faults) +
-         " queue:" + std::to_string(packets.queued);
+         fault("unwritten", now.not_written.Count()) + " queue:" + std::to_string(packets.queued);
 }
 
 }  // namespace orliq::cli

@@ -64,16 +64,21 @@ void CapturePlayer::Command(const PlayerCommand& command) {
 }
 
 void CapturePlayer::End() {
-  ended_ = true;
   const std::lock_guard lock(mutex_);
+  ended_ = true;
   changed_.notify_all();
 }
 
 void CapturePlayer::Run(const std::function<void()>& after) {
-  while (!Over()) {
+  while (Goes()) {
     if (!PlayWanted()) PlayNext();
     after();
   }
+}
+
+bool CapturePlayer::Goes() {
+  const std::lock_guard lock(mutex_);
+  return !Over();
 }
 
 /// Whether it showed the frame that a page asked for.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -33,7 +32,7 @@ class CapturePlayer {
 
   void Command(const PlayerCommand& command);
 
-  /// Lets Run return soon; from any thread.
+  /// Lets Run return soon; from any thread. Whoever runs it may destroy this then.
   void End();
 
   /// Until End or an interrupt. `after` is called behind each frame that was shown, and many times a second
@@ -50,7 +49,8 @@ class CapturePlayer {
     Clock::time_point due;
   };
 
-  bool Over() const { return ended_ || InterruptRequested(); }
+  bool Over() const { return ended_ || InterruptRequested(); }  // with mutex_ held
+  bool Goes();
   bool PlayWanted();
   void PlayNext();
   std::optional<int> Wanted();
@@ -62,9 +62,9 @@ class CapturePlayer {
 
   const PlayFrame play_;
   ViewHub& hub_;
-  std::atomic<bool> ended_{false};
   std::mutex mutex_;
   std::condition_variable changed_;
+  bool ended_ = false;          // guarded by mutex_, so that End is through when Run sees it
   PlayerState state_;           // guarded by mutex_
   std::optional<int> wanted_;   // the frame that a page asked for; guarded by mutex_
   bool commanded_ = false;      // since the last look; guarded by mutex_
