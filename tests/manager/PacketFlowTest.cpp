@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include "support/Playback.h"
 
@@ -110,6 +111,34 @@ TEST(PacketFlow, TakesAllThatWaitsAtItsEndButNotAFlood) {
     EXPECT_EQ(counts.received, row.taken);
     EXPECT_EQ(counts.queued, row.taken);
     EXPECT_EQ(source.asked, 64U) << "a look for each would take far longer";
+  }
+}
+
+TEST(PacketFlow, WakesTheDecoderBeforeALimitGivesPacketsUp) {
+  const struct {
+    std::uint64_t limit;
+    int packets;
+  } rows[] = {{1, 1}, {4, 2}, {31, 15}};
+  for (const auto& row : rows) {
+    PacketFlow flow;
+    Source source;
+    source.wanted = 1;
+    flow.SetLimit(row.limit);
+    int at_once = 0;
+    for (int round = 0; round < 20; ++round) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(3));  // after which any packet wakes it
+      for (const bool just_woken : {false, true}) {
+        const int packets = just_woken ? row.packets : 1;
+        for (int i = 0; i < packets; ++i) flow.Receive(source, [](const Buffer&) { return false; });
+        const auto begin = std::chrono::steady_clock::now();
+        flow.WaitForPackets();
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        at_once += just_woken && waited < std::chrono::milliseconds(9);
+        while (flow.Take()) {
+        }
+      }
+    }
+    EXPECT_GE(at_once, 10) << "not woken, it looks again after 10 ms";
   }
 }
 
