@@ -24,3 +24,11 @@ function(orliq_target target)
     target_link_options(${target} PUBLIC -fsanitize=${ORLIQ_SANITIZE})
   endif()
 endfunction()
+
+# orliq_compiled_quickly(NAME): of what a sanitizer looks at, the library is optimised; verbs and tests would
+# only take as long again to compile. A fuzzer is to be fast.
+function(orliq_compiled_quickly target)
+  if(ORLIQ_SANITIZE AND NOT ORLIQ_SANITIZE MATCHES "fuzzer")
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()

@@ -20,9 +20,9 @@ constexpr std::size_t kBatch = 64;
 constexpr std::uint64_t kCloseNs = 30'000;
 constexpr std::chrono::milliseconds kErrorPause{1};
 
-// What a starved thread has left in the socket is taken when it ends, a second of a Juniq at most: a
-// flood does not hold up whoever stops the driver.
-constexpr std::size_t kMostAtEnd = 128 * kBatch;
+// What a starved thread has left in the socket is taken when it ends, as many packets as a buffer of
+// 16 MiB holds: a flood does not hold up whoever stops the driver.
+constexpr std::size_t kMostAtEnd = 256 * kBatch;
 
 // Room that the socket needs [bytes] for the packets that gather while the receiving thread sleeps. The
 // system counts up to 5 KB for one.

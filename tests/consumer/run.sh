@@ -36,6 +36,21 @@ by_cmake() {  # ROAD shared|static OPTION...
   plays "$road" "$work/$road/consumer" "$linked"
 }
 
+# The lines of CMake in a guide, as a project would have them.
+by_guide() {  # GUIDE
+  local road=guide-$(basename "$1" .md)
+  mkdir "$work/$road-source"
+  {
+    echo 'cmake_minimum_required(VERSION 3.22)'
+    echo 'project(your LANGUAGES CXX)'
+    echo "add_executable(your_program $program)"
+    awk '/^```/ { in_cmake = /^```cmake/; next } in_cmake' "$1"
+  } > "$work/$road-source/CMakeLists.txt"
+  cmake -S "$work/$road-source" -B "$work/$road" -DCMAKE_PREFIX_PATH="$prefix" > "$work/$road.log"
+  cmake --build "$work/$road" >> "$work/$road.log"
+  plays "$road" "$work/$road/your_program" shared
+}
+
 by_pkg_config() {  # PREFIX shared|static OPTION...
   local installed=$1 linked=$2 flags
   shift 2
@@ -72,6 +87,9 @@ cmake --install "$build" --prefix "$prefix" > "$work/install.log"
 version=$("$prefix/bin/orliq" --version | sed -n 's/^orliq //p')
 named_by_its_number
 headers_stand_alone
+for page in share/man/man1/orliq.1 share/bash-completion/completions/orliq; do
+  compgen -G "$prefix/$page*" > /dev/null || fail "there is no $page"
+done
 "$prefix/bin/orliq" simulate --model juniq --frames 2 --out "$work/room.pcap" \
   --check-folder "$work/room" --quiet > /dev/null
 
@@ -82,6 +100,8 @@ by_cmake shared shared -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version"
   -DCMAKE_DISABLE_FIND_PACKAGE_PCAP=ON  # as without libpcap-dev
 by_cmake static static -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version" \
   -DCMAKE_MODULE_PATH="$work/modules"
+by_guide README.md
+by_guide docs/install.md
 by_pkg_config "$prefix" shared
 # An installation may be moved; without the shared library beside it the static one is linked.
 cp -r "$prefix" "$work/moved"

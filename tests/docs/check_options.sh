@@ -40,6 +40,7 @@ awk '
   }
   /^```/ { LookAtSpans(); fence = !fence; next }
   !fence && /^$/ { LookAtSpans() }
+  !fence && /^    / { Look($0) }
   !fence { prose = prose " " $0; next }
   sub(/\\$/, "") { line = line $0; next }
   { Look(line $0); line = "" }

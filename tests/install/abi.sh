@@ -10,6 +10,9 @@ record=tests/install/abi.xml.gz
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
+[[ $(readelf -SW "$1/src/libmulti_driver.a") == *.debug_info* ]] ||
+  { echo "abi: $1 was built without debug information, in which the types stand"; exit 1; }
+
 # The library once more, from its static form, with functions that show what it has only pointers to.
 g++ -std=c++17 -g -femit-class-debug-always -shared -fPIC -fvisibility=hidden -I include tests/install/abi_surface.cpp \
   -Wl,--whole-archive "$1/src/libmulti_driver.a" -Wl,--no-whole-archive -lpcap \

@@ -265,7 +265,7 @@ TEST_F(ASensorFile, ThatCannotBeReadIsAFaultOfTheFile) {
 }
 
 TEST_F(ASensorFile, OfTheExamplesHasSensorsThatLookOutwards) {
-  const std::string examples = ORLIQ_EXAMPLES;
+  const std::string examples = ORLIQ_SOURCES "/examples";
   for (const auto& [name, count] :
        {std::pair("/two-sensors.yaml", 2U), {"/eight-sensors.yaml", 8U}}) {
     const auto sensors = ReadSensorFile(examples + name).sensors;
@@ -277,6 +277,18 @@ TEST_F(ASensorFile, OfTheExamplesHasSensorsThatLookOutwards) {
       EXPECT_GT(std::cos(yaw * 0.0174533) * x + std::sin(yaw * 0.0174533) * y, 0.9);
     }
   }
+}
+
+TEST_F(ASensorFile, OfTheGuideIsOne) {
+  std::ifstream guide(ORLIQ_SOURCES "/docs/sensor-file.md");
+  std::string text, line;
+  for (bool inside = false; std::getline(guide, line); inside = inside || line == "```yaml") {
+    if (inside && line == "```") break;
+    if (inside) text += line + '\n';
+  }
+  const auto sensors = ReadSensorFile(dir_.Write("s.yaml", text)).sensors;
+  ASSERT_EQ(sensors.size(), 3);
+  EXPECT_EQ(sensors[2].model->name, "kelvane");
 }
 
 #else

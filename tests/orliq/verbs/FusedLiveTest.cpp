@@ -3,6 +3,7 @@
 #include "orliq/clouds/CloudWriter.h"
 #include "orliq/verbs/live/FusedSource.h"
 #include "orliq/verbs/live/FusedTally.h"
+#include "orliq/verbs/live/LiveTally.h"
 #include "simulator/sending/ParamServer.h"
 #include "simulator/sensors/CheckImage.h"
 #include "support/GentleSender.h"
@@ -316,6 +317,26 @@ TEST(FusedStatus, HasRoomForEightSensorsOfWhichThoseInTroubleShow) {
   now.counts.not_written.no_room = 2;
   now.counts.not_written.packets = 40;
   EXPECT_THAT(FusedStatusText(file, before, now, 77), HasSubstr(head + " unwritten:42 | "));
+}
+
+TEST(LiveStatus, TellsRatesAndWhatIsLost) {
+  LiveCounts before, now;
+  before.packets.received = 100;
+  now.packets.received = 250;
+  now.packets.last_packet_age_s = 0.3;
+  now.packets.queued = 3;
+  now.frames.count = 20;
+  now.frames.last_points = 7;
+  now.imu_samples = 9;
+  const std::string rates = "75 pkt/s 10.0 fps 7 pts 4 IMU/s age:0.3s";
+  EXPECT_EQ(LiveStatusText(before, now, 2.0), rates + " queue:3");
+  now.packets.dropped_by_kernel = 4;
+  now.packets.dropped_by_limit = 1;
+  now.packets.refused_length = 2;
+  now.packets.refused_identifier = 6;
+  now.not_written.faults = 8;
+  now.not_written.samples = 30;
+  EXPECT_EQ(LiveStatusText(before, now, 2.0), rates + " lost:5 0x41:2 0x42:6 unwritten:38 queue:3");
 }
 
 }  // namespace
