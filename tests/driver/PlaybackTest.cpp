@@ -77,6 +77,17 @@ TEST_F(PlaybackTest, AFrameRunsFromBehindTheMarkerToTheEndOfTheNextMarkersPacket
   EXPECT_THAT(probe.errors, ElementsAre());
 }
 
+TEST_F(PlaybackTest, ATransformIsSwitchedOnBetweenFrames) {
+  Probe probe;
+  DriverParam param = Probe::Param(ThreeFrames());
+  param.decoder_param.transform_param.z = 5.0F;
+  ASSERT_EQ(probe.Open(param), 3);
+  for (const std::uint32_t enable : {0U, 1U, 0U}) {
+    probe.driver->UpdateTransform({enable, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(probe.Play(2)->points[0].z, enable ? 5.0F : 0.0F);
+  }
+}
+
 // The worker pauses once per thousand foreign records in a row. Its pauses show as the times that it
 // gave its core up by itself.
 TEST_F(PlaybackTest, ForeignRecordsAreSkippedWithoutAPauseUnlessThousandsComeInARow) {

@@ -39,14 +39,18 @@ void Register(Filter& filter, const Frame& frame) {
   for (const auto& p : frame) filter.UpdateHashMap(p.row, p.col, p.index, p.value, p.keep);
 }
 
+std::vector<int> Places(const Cloud& cloud) {
+  std::vector<int> places;
+  for (const auto& point : cloud.points) places.push_back(static_cast<int>(point.x));
+  return places;
+}
+
 /// The places of the points that are left.
 std::vector<int> Filtered(Filter& filter, const Frame& frame) {
   auto cloud = Numbered(frame.size());
   Register(filter, frame);
   filter.RadiusFilter(cloud);
-  std::vector<int> left;
-  for (const auto& point : cloud->points) left.push_back(static_cast<int>(point.x));
-  return left;
+  return Places(*cloud);
 }
 
 /// The rule in its plainest form: every point compared with every other.
@@ -110,6 +114,25 @@ TEST(CloudFilter, RandomFramesComeOutAsByThePlainRule) {
         }
       }
     }
+  }
+}
+
+TEST(CloudFilter, ARowThatIsErasedNeverWasThere) {
+  std::mt19937 random(2);
+  Filter::Impl states[] = {{true, 0.5F, 0}, {true, 0.5F, 2}};
+  for (int i = 0; i < 80; ++i) {
+    Filter::Impl& state = states[i % 2];
+    Frame frame = RandomFrame(random, 7, 300, false);
+    for (const auto& p : frame) state.UpdateHashMap(p.row, p.col, p.index, p.value, p.keep);
+    const int erased = frame[0].row;
+    state.ProcessRow(erased + 3);  // whose points and their neighbours are farther away
+    for (const int row : {erased, -1, 256}) state.EraseRow(row);
+    for (auto& p : frame) {
+      if (p.row == erased) p.row = -1;
+    }
+    const auto cloud = Numbered(frame.size());
+    state.RadiusFilter(*cloud);
+    ASSERT_EQ(Places(*cloud), Expected(frame, 0.5F, state.min_neighbours)) << i;
   }
 }
 

@@ -20,11 +20,8 @@
 
 namespace orliq::test {
 
-#ifdef __SANITIZE_THREAD__
-constexpr std::chrono::seconds kDeadline{60};  // everything takes many times longer there
-#else
-constexpr std::chrono::seconds kDeadline{10};  // far beyond what any machine needs
-#endif
+// Far beyond what any machine needs, with sanitizers, profiles and other work on it as well.
+constexpr std::chrono::seconds kDeadline{60};
 
 /// Asks again until the answer is yes or the deadline has passed. An expectation prints the question.
 inline testing::AssertionResult Eventually(const std::function<bool()>& ask) {
