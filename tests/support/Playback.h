@@ -20,8 +20,11 @@
 
 namespace orliq::test {
 
-// Far beyond what any machine needs, with sanitizers, profiles and other work on it as well.
-constexpr std::chrono::seconds kDeadline{60};
+#ifdef __SANITIZE_THREAD__
+constexpr std::chrono::seconds kDeadline{60};  // everything takes many times longer there
+#else
+constexpr std::chrono::seconds kDeadline{10};  // far beyond what any machine needs
+#endif
 
 /// Asks again until the answer is yes or the deadline has passed. An expectation prints the question.
 inline testing::AssertionResult Eventually(const std::function<bool()>& ask) {

@@ -265,7 +265,7 @@ TEST_F(ASensorFile, ThatCannotBeReadIsAFaultOfTheFile) {
 }
 
 TEST_F(ASensorFile, OfTheExamplesHasSensorsThatLookOutwards) {
-  const std::string examples = ORLIQ_SOURCES "/examples";
+  const std::string examples = ORLIQ_EXAMPLES;
   for (const auto& [name, count] :
        {std::pair("/two-sensors.yaml", 2U), {"/eight-sensors.yaml", 8U}}) {
     const auto sensors = ReadSensorFile(examples + name).sensors;
@@ -280,7 +280,7 @@ TEST_F(ASensorFile, OfTheExamplesHasSensorsThatLookOutwards) {
 }
 
 TEST_F(ASensorFile, OfTheGuideIsOne) {
-  std::ifstream guide(ORLIQ_SOURCES "/docs/sensor-file.md");
+  std::ifstream guide(ORLIQ_EXAMPLES "/../docs/sensor-file.md");
   std::string text, line;
   for (bool inside = false; std::getline(guide, line); inside = inside || line == "```yaml") {
     if (inside && line == "```") break;
