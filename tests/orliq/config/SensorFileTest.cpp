@@ -288,7 +288,7 @@ TEST_F(ASensorFile, OfTheGuideIsOne) {
   }
   const auto sensors = ReadSensorFile(dir_.Write("s.yaml", text)).sensors;
   ASSERT_EQ(sensors.size(), 3);
-  EXPECT_EQ(sensors[2].model->name, "kelvane");
+  EXPECT_EQ(sensors[2].model->name, std::string("kelvane"));
 }
 
 #else
