@@ -41,9 +41,9 @@ std::string ReceiverText(const Flow& flow) {
 }
 
 Json FlowJson(const Flow& flow, const Model* model) {
-  Json sizes = Json::object();
+  Json sizes = Json::Object();
   for (const auto& [size, packets] : flow.sizes) sizes[std::to_string(size)] = packets;
-  Json fits = Json::object();
+  Json fits = Json::Object();
   for (std::size_t i = 0; i < lidar::kSensorModels; ++i) {
     if (flow.fits[i] > 0) fits[lidar::SensorModels()[i].name] = flow.fits[i];
   }
@@ -126,9 +126,9 @@ void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {
   if (!survey.flows.empty()) {
     table.rows.push_back({widths.Line("Packets", "From", "To", "Fits model")});
   }
-  Json json = Json::array();
+  Json json = Json::Array();
   for (const Flow& flow : survey.flows) {
-    json.push_back(FlowJson(flow, model));
+    json.Add(FlowJson(flow, model));
     table.rows.push_back(
         {widths.Line(Grouped(flow.packets), Endpoint(flow.source, flow.source_port),
                      ReceiverText(flow), FitText(flow))});
@@ -151,7 +151,7 @@ void AddFlows(Report& report, const CaptureSurvey& survey, const Model* model) {
 
 void AddSkipped(Report& report, const CaptureSurvey& survey) {
   Table table = {"Skipped records", {"Records", "Reason"}, {true, false}, {}};
-  Json json = Json::object();
+  Json json = Json::Object();
   for (std::size_t i = 0; i < kSkips; ++i) {
     json[SkipNames()[i].key] = survey.skipped[i];
     if (survey.skipped[i] == 0) continue;

@@ -247,7 +247,7 @@ std::string LostText(const LostRecords& lost) {
 }
 
 Json LostJson(const LostRecords& lost) {
-  Json json = Json::object();
+  Json json = Json::Object();
   for (const auto& [reason, count] : lost) json[NameOf(reason).key] = count;
   return json;
 }

@@ -1,21 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/foxglove/FoxgloveTexts.h"
 
-#include <nlohmann/json.hpp>
-
 #include "multi_driver/Version.h"
+#include "orliq/terminal/Json.h"
 
 namespace orliq::cli {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr char kMessageData = 1;  // opcode
-
-/// Text of a file or a viewer may hold any bytes: those that are no UTF-8 are replaced.
-std::string Dump(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 void AddNumber(std::string& bytes, std::uint64_t number, unsigned width) {
   for (unsigned i = 0; i < width; ++i) bytes += static_cast<char>(number >> 8 * i & 0xFFU);
@@ -24,24 +16,25 @@ void AddNumber(std::string& bytes, std::uint64_t number, unsigned width) {
 }  // namespace
 
 std::string ServerInfoText(const std::string& session) {
-  return Dump({{"op", "serverInfo"},
+  return Json({{"op", "serverInfo"},
                {"name", std::string("orliq ") + ORLIQ_VERSION},
-               {"capabilities", Json::array()},
-               {"sessionId", session}});
+               {"capabilities", Json::Array()},
+               {"sessionId", session}})
+      .Text();
 }
 
 std::string AdvertiseText(const std::vector<RosTopic>& topics) {
   Json json = {{"op", "advertise"}};
-  Json& channels = json["channels"] = Json::array();
+  Json& channels = json["channels"] = Json::Array();
   for (const RosTopic& topic : topics) {
-    channels.push_back({{"id", ChannelOf(channels.size())},
-                        {"topic", topic.name},
-                        {"encoding", "cdr"},
-                        {"schemaName", topic.type->name},
-                        {"schema", topic.type->definition},
-                        {"schemaEncoding", "ros2msg"}});
+    channels.Add({{"id", ChannelOf(channels.Size())},
+                  {"topic", topic.name},
+                  {"encoding", "cdr"},
+                  {"schemaName", topic.type->name},
+                  {"schema", topic.type->definition},
+                  {"schemaEncoding", "ros2msg"}});
   }
-  return Dump(json);
+  return json.Text();
 }
 
 std::uint32_t ChannelOf(std::size_t topic) {
@@ -49,8 +42,10 @@ std::uint32_t ChannelOf(std::size_t topic) {
 }
 
 std::string StatusText(const FoxgloveStatus& status) {
-  return Dump(
-      {{"op", "status"}, {"level", static_cast<int>(status.level)}, {"message", status.message}});
+  return Json({{"op", "status"},
+               {"level", static_cast<int>(status.level)},
+               {"message", status.message}})
+      .Text();
 }
 
 std::string MessageHead(std::uint32_t subscription, std::uint64_t time) {

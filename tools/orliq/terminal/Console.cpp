@@ -37,8 +37,8 @@ void Console::Fail(const std::string& command, ExitCode code, const std::string&
 
 bool Console::Finish() {
   // Paths may hold any bytes: those that are no UTF-8 are replaced.
-  if (json_ && !object_.is_null()) {
-    std::cout << object_.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  if (json_ && !object_.IsNull()) {
+    std::cout << object_.IndentedText(2) << '\n';
   }
   object_ = nullptr;
   return static_cast<bool>(std::cout.flush());

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "orliq/terminal/Json.h"
 #include "orliq/terminal/NumberText.h"
 
 namespace orliq::cli {
-
-using Json = nlohmann::ordered_json;
 
 /// Columns of text under a heading, right-aligned where `align_right` says so.
 struct Table {
@@ -43,7 +41,7 @@ class Report {
     std::string label, text;
   };
 
-  Json json_ = Json::object();
+  Json json_ = Json::Object();
   std::vector<Line> lines_;
   std::vector<Table> tables_;
   std::string free_text_;

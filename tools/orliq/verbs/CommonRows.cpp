@@ -50,7 +50,7 @@ std::string NoneOr(std::uint64_t count, const std::string& text, std::uint64_t o
 void AddFaultRows(Report& report, const char* key, const char* title,
                   const std::vector<FaultCount>& faults) {
   Table table = {title, {"", ""}, {true, false}, {}};
-  Json json = Json::object();
+  Json json = Json::Object();
   for (const FaultCount& fault : faults) {
     json[fault.key] = fault.count;
     if (fault.count > 0) table.rows.push_back({Grouped(fault.count), fault.words});

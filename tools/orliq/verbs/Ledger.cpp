@@ -198,7 +198,7 @@ std::vector<LedgerRow> LedgerRows(const Ledger& ledger) {
 }
 
 Json LedgerJson(const Ledger& ledger) {
-  Json json = Json::object();
+  Json json = Json::Object();
   for (const LedgerSection& section : LedgerSections(ledger)) {
     for (const LedgerEntry& entry : section.entries) json[section.key][entry.key] = entry.count;
   }

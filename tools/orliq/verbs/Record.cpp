@@ -100,11 +100,11 @@ std::string SenderText(const SenderCount& sender) {
 }
 
 void AddSenders(Report& report, const std::vector<SenderCount>& senders) {
-  Json list = Json::array();
-  Json packets = Json::object();
+  Json list = Json::Array();
+  Json packets = Json::Object();
   std::string text;
   for (const SenderCount& sender : senders) {
-    list.push_back(SenderText(sender));
+    list.Add(SenderText(sender));
     packets[SenderText(sender)] = sender.packets;
     text += (text.empty() ? "" : ", ") + SenderText(sender);
     if (senders.size() > 1) text += " (" + Count(sender.packets, "packet") + ')';

@@ -97,14 +97,14 @@ std::string FirstLine(const std::string& text) {
 void AddRow(const RosStatus& status, Json& list, Table& table) {
   const std::string level = LevelText(status.level);
   const std::string sensor = status.name.substr(std::string_view(kBridgeState).size());
-  list.push_back({{"sensor", sensor},
-                  {"model", status.hardware},
-                  {"computer", ValueOf(status, "computer")},
-                  {"process", ValueOf(status, "process")},
-                  {"topic", ValueOf(status, "topic")},
-                  {"source", ValueOf(status, "source")},
-                  {"state", level},
-                  {"message", status.message}});
+  list.Add({{"sensor", sensor},
+            {"model", status.hardware},
+            {"computer", ValueOf(status, "computer")},
+            {"process", ValueOf(status, "process")},
+            {"topic", ValueOf(status, "topic")},
+            {"source", ValueOf(status, "source")},
+            {"state", level},
+            {"message", status.message}});
   table.rows.push_back({PlainText(sensor), PlainText(status.hardware),
                         PlainText(ValueOf(status, "computer")),
                         PlainText(ValueOf(status, "process")), PlainText(ValueOf(status, "topic")),
@@ -125,7 +125,7 @@ ExitCode ListBridges(std::optional<double> seconds, Console& console) {
                  {"sensor", "model", "computer", "process", "topic", "state", ""},
                  {false, false, false, true, false, false, false},
                  {}};
-  Json list = Json::array();
+  Json list = Json::Array();
   for (const auto& [key, status] : states) AddRow(status, list, table);
   Report report;
   report.Add("sensors", std::move(list), std::move(table));

@@ -71,10 +71,10 @@ Report BridgeTally::MakeReport() const {
                  {"topic", "model", "frames", "published", "left out", "IMU"},
                  {false, false, true, true, true, true},
                  {}};
-  Json list = Json::array();
+  Json list = Json::Array();
   std::vector<NamedLedger> ledgers;
   for (const BridgedSensor& bridged : sensors) {
-    list.push_back(SensorJson(bridged));
+    list.Add(SensorJson(bridged));
     table.rows.push_back(SensorCells(bridged));
     ledgers.push_back({bridged.sensor->name, LedgerOf(*bridged.sensor, bridged.counts)});
   }

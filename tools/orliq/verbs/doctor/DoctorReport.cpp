@@ -39,14 +39,14 @@ std::string FindingText(const HealthFinding& finding, bool colours) {
 }
 
 Json FindingsJson(const HealthFindings& findings) {
-  Json json = Json::array();
+  Json json = Json::Array();
   for (const HealthFinding& finding : findings) {
-    json.push_back({{"severity", SeverityName(finding.severity)},
-                    {"kind", finding.kind},
-                    {"text", finding.text},
-                    {"evidence", finding.evidence},
-                    {"advice", finding.advice},
-                    {"commands", finding.commands}});
+    json.Add({{"severity", SeverityName(finding.severity)},
+              {"kind", finding.kind},
+              {"text", finding.text},
+              {"evidence", finding.evidence},
+              {"advice", finding.advice},
+              {"commands", finding.commands}});
   }
   return json;
 }
@@ -61,7 +61,7 @@ Json ModelJson(const Model* model) {
 }
 
 Json SensorJson(const Observation& seen, const std::string& name, const HealthFindings& findings) {
-  Json json = Json::object();
+  Json json = Json::Object();
   if (!name.empty()) json["name"] = name;
   json["model"] = ModelJson(seen.model);
   json["decoded_as"] = ModelJson(seen.driven);
@@ -113,11 +113,11 @@ ExitCode DiagnosedExamination::Code() const {
 
 Report DiagnosedExamination::MakeReport(bool colours) const {
   Report report;
-  Json json = Json::array();
+  Json json = Json::Array();
   std::string text = "Listened for " + Fixed(examination.seconds, 1) + " s\n";
   for (std::size_t i = 0; i < sensors.size(); ++i) {
     const Observation& seen = examination.sensors[i];
-    json.push_back(SensorJson(seen, names[i], sensors[i]));
+    json.Add(SensorJson(seen, names[i], sensors[i]));
     text += '\n' + TitleText(seen, names[i]) + '\n';
     for (const HealthFinding& finding : sensors[i]) text += FindingText(finding, colours);
   }

@@ -101,10 +101,10 @@ void AddSensorTable(Report& report, const FuseTally& tally) {
                  {"name", "model", "capture", "frames", "from", "points per frame", "unreadable"},
                  {false, false, false, true, true, true, false},
                  {}};
-  Json list = Json::array();
+  Json list = Json::Array();
   for (std::size_t i = 0; i < tally.plan->sensors.size(); ++i) {
     table.rows.push_back(SensorCells(tally, i));
-    list.push_back(SensorJson(tally, i));
+    list.Add(SensorJson(tally, i));
   }
   report.Add("sensors", std::move(list), std::move(table));
 }
@@ -118,12 +118,12 @@ void AddLedgers(Report& report, const FuseTally& tally) {
 }
 
 Json CloudJson(const FusedCloud& cloud) {
-  Json frames = Json::array();
+  Json frames = Json::Array();
   for (const FusedShare& share : cloud.sensors) {
-    frames.push_back({{"frame", share.frame},
-                      {"timestamp", share.timestamp},
-                      {"points", share.points},
-                      {"non_zero_points", share.non_zero}});
+    frames.Add({{"frame", share.frame},
+                {"timestamp", share.timestamp},
+                {"points", share.points},
+                {"non_zero_points", share.non_zero}});
   }
   const auto apart = cloud.Apart();
   return {{"round", cloud.round},
@@ -182,8 +182,8 @@ Report FuseTally::MakeReport() const {
   report.Add("files_written", files.empty() ? "" : "Files", files_written, files);
   AddSensorTable(report, *this);
   AddLedgers(report, *this);
-  Json list = Json::array();
-  for (const FusedCloud& cloud : clouds) list.push_back(CloudJson(cloud));
+  Json list = Json::Array();
+  for (const FusedCloud& cloud : clouds) list.Add(CloudJson(cloud));
   report.Add("clouds", "", std::move(list), "");
   return report;
 }

@@ -24,8 +24,8 @@ std::string ListenedOn(const ConfiguredSensor& sensor) {
 
 void AddLeftOutRows(Report& report, const FusedTally& tally) {
   const auto& [points, kept] = std::tie(tally.counts.partial_points, tally.keeps_partial);
-  Json partial = Json::array();
-  if (points > 0) partial.push_back({{"frame", 0}, {"points", points}, {"kept", kept}});
+  Json partial = Json::Array();
+  if (points > 0) partial.Add({{"frame", 0}, {"points", points}, {"kept", kept}});
   report.Add("partial_clouds", points > 0 ? "Partial clouds" : "", std::move(partial),
              (kept ? "kept: 0 with " : "left out: 0 with ") + Count(points, "point"));
   const auto& [before, empty] =
@@ -92,11 +92,11 @@ void AddSensorTable(Report& report, const FusedTally& tally) {
                  {"name", "model", "frames", "overwritten", "points/frame", "age [ms]"},
                  {false, false, true, true, true, true},
                  {}};
-  Json sensors = Json::array();
+  Json sensors = Json::Array();
   for (std::size_t i = 0; i < tally.file->sensors.size(); ++i) {
     const ConfiguredSensor& sensor = tally.file->sensors[i];
     const SensorCounts& counts = tally.counts.sensors[i];
-    sensors.push_back(SensorJson(sensor, counts));
+    sensors.Add(SensorJson(sensor, counts));
     table.rows.push_back(SensorCells(sensor, counts));
   }
   report.Add("sensors", std::move(sensors), std::move(table));

@@ -13,8 +13,8 @@ double Rate(std::uint64_t count, double seconds) {
 
 /// The first frame, if it held any points, is the rest of one that had begun before.
 void AddPartialRow(Report& report, std::uint64_t points, bool kept) {
-  Json list = Json::array();
-  if (points > 0) list.push_back({{"frame", 0}, {"points", points}, {"kept", kept}});
+  Json list = Json::Array();
+  if (points > 0) list.Add({{"frame", 0}, {"points", points}, {"kept", kept}});
   report.Add("partial_frames", points > 0 ? "Partial frames" : "", std::move(list),
              (kept ? "kept: 0 with " : "left out: 0 with ") + Count(points, "point"));
 }

@@ -17,9 +17,9 @@ std::string SenderText(const lidar::PacketSender& sender) {
 void AddSenderRows(Report& report, const lidar::DriverStatistics& packets,
                    const std::string& source) {
   const auto& [first, other] = std::tie(packets.first_sender, packets.other_sender);
-  Json senders = Json::array();
-  if (first.address != 0) senders.push_back(SenderText(first));
-  if (other.address != 0) senders.push_back(SenderText(other));
+  Json senders = Json::Array();
+  if (first.address != 0) senders.Add(SenderText(first));
+  if (other.address != 0) senders.Add(SenderText(other));
   report.Add("senders", first.address != 0 ? "Sender" : "", std::move(senders), SenderText(first));
   report.Add("packets_of_other_senders", packets.of_other_senders > 0 ? "Other senders" : "",
              packets.of_other_senders,

@@ -75,12 +75,12 @@ void AddRows(const CheckedTable& table, std::vector<std::vector<std::string>>& r
 }
 
 Json TableJson(const CheckedTable& table) {
-  Json files = Json::array();
+  Json files = Json::Array();
   for (const lidar::TableLoad& file : table.files) {
-    files.push_back({{"path", file.path},
-                     {"numbers", file.found},
-                     {"fields_without_number", file.text},
-                     {"outcome", Outcome(table, file)}});
+    files.Add({{"path", file.path},
+               {"numbers", file.found},
+               {"fields_without_number", file.text},
+               {"outcome", Outcome(table, file)}});
   }
   const ValueRange range = table.Range();
   Json json = {{"table", table.word},
@@ -96,13 +96,13 @@ Json TableJson(const CheckedTable& table) {
 
 /// Without a folder, tables are for JSON only.
 void AddTables(Report& report, const Check& check) {
-  Json json = Json::array();
+  Json json = Json::Array();
   Table table = {"Tables",
                  {"Table", "File", "Numbers", "Needed", "Min", "Max", "Outcome"},
                  {false, false, true, true, true, true, false},
                  {}};
   for (const CheckedTable& checked : check.tables) {
-    json.push_back(TableJson(checked));
+    json.Add(TableJson(checked));
     AddRows(checked, table.rows);
   }
   if (!check.folder.listed) return report.Add("tables", "", std::move(json), "");
@@ -110,7 +110,7 @@ void AddTables(Report& report, const Check& check) {
 }
 
 void AddFindings(Report& report, const Check& check) {
-  Json json = Json::array();
+  Json json = Json::Array();
   Table table = {"Suspicious numbers", {"Table", "Finding"}, {false, false}, {}};
   for (const Finding& finding : check.findings) {
     Json entry = {{"kind", finding.kind},
@@ -118,7 +118,7 @@ void AddFindings(Report& report, const Check& check) {
                   {"text", finding.text},
                   {"beams", finding.beams.size()}};
     entry["first_beam"] = finding.beams.empty() ? Json() : Json(finding.beams.front());
-    json.push_back(std::move(entry));
+    json.Add(std::move(entry));
     table.rows.push_back({finding.table, finding.text});
   }
   if (!check.folder.listed) return report.Add("findings", "", std::move(json), "");

@@ -126,7 +126,7 @@ void Keep(const Model& model, const FetchParamsOptions& options, const FetchedFo
 }
 
 void AddTables(Report& report, const std::vector<sim::CheckTable>& tables) {
-  Json list = Json::array();
+  Json list = Json::Array();
   Table shown = {"Tables", {"Table", "Numbers", "Min", "Max"}, {false, true, true, true}, {}};
   for (const auto& [word, values, per_line, labelled] : tables) {
     std::vector<float> finite;
@@ -134,11 +134,11 @@ void AddTables(Report& report, const std::vector<sim::CheckTable>& tables) {
                  [](float value) { return std::isfinite(value); });
     const auto range = std::minmax_element(finite.begin(), finite.end());
     const bool any = !finite.empty();
-    list.push_back({{"table", word},
-                    {"numbers", values.size()},
-                    {"min", any ? Json(*range.first) : Json()},
-                    {"max", any ? Json(*range.second) : Json()},
-                    {"not_finite", values.size() - finite.size()}});
+    list.Add({{"table", word},
+              {"numbers", values.size()},
+              {"min", any ? Json(*range.first) : Json()},
+              {"max", any ? Json(*range.second) : Json()},
+              {"not_finite", values.size() - finite.size()}});
     shown.rows.push_back({word, Grouped(values.size()), any ? Fixed(*range.first, 4) : "none",
                           any ? Fixed(*range.second, 4) : "none"});
   }
@@ -158,10 +158,9 @@ Report MakeReport(const Model& model, const Fetched& fetched) {
   const bool written = !fetched.folder.empty();
   report.Add("check_folder", written ? "Check folder" : "", written ? Json(fetched.folder) : Json(),
              fetched.folder);
-  Json differences = Json::array();
+  Json differences = Json::Array();
   for (const TableDifference& found : fetched.differences) {
-    differences.push_back(
-        {{"table", found.table}, {"numbers", found.numbers}, {"first", found.first}});
+    differences.Add({{"table", found.table}, {"numbers", found.numbers}, {"first", found.first}});
   }
   report.Add("differences", "", std::move(differences), "");
   AddTables(report, fetched.tables);

@@ -68,12 +68,12 @@ Json FrameJson(const PlayedFrame& frame, const Model& model) {
 
 /// A list of all the clouds that the driver gave.
 Json CloudsJson(const PlayTally& tally) {
-  Json list = Json::array();
+  Json list = Json::Array();
   for (const PlayedFrame& frame : tally.frames) {
     if (frame.early_points) {
-      list.push_back({{"kind", "extra"}, {"frame", frame.frame}, {"points", *frame.early_points}});
+      list.Add({{"kind", "extra"}, {"frame", frame.frame}, {"points", *frame.early_points}});
     }
-    list.push_back(FrameJson(frame, *tally.model));
+    list.Add(FrameJson(frame, *tally.model));
   }
   return list;
 }
@@ -96,14 +96,14 @@ void AddExtraRow(Report& report, const PlayTally& tally) {
 
 void AddPartialRows(Report& report, const PlayTally& tally) {
   std::string text;
-  Json list = Json::array();
+  Json list = Json::Array();
   for (const auto& [frame, points] : PartialFrames(tally)) {
-    list.push_back({{"frame", frame}, {"points", points}, {"kept", tally.keep_partial}});
-    if (list.size() > kPartialShown) continue;
+    list.Add({{"frame", frame}, {"points", points}, {"kept", tally.keep_partial}});
+    if (list.Size() > kPartialShown) continue;
     text += (text.empty() ? "" : ", ") + std::to_string(frame) + " with " + Count(points, "point");
   }
-  if (list.size() > kPartialShown) {
-    text += ", and " + Grouped(list.size() - kPartialShown) + " more";
+  if (list.Size() > kPartialShown) {
+    text += ", and " + Grouped(list.Size() - kPartialShown) + " more";
   }
   report.Add("partial_frames", text.empty() ? "" : "Partial frames", std::move(list),
              (tally.keep_partial ? "kept: " : "left out: ") + text);
@@ -151,7 +151,7 @@ void AddPacketRows(Report& report, const PlayTally& tally) {
   report.Add("refused_identifier", "", tally.packets.refused.identifier, "");
   report.Add("unreadable_packets", tally.packets.unreadable.empty() ? "" : "Unreadable",
              LostJson(tally.packets.unreadable), LostText(tally.packets.unreadable));
-  Json reports = Json::object();
+  Json reports = Json::Object();
   for (const auto& [code, count] : tally.fault_reports) {
     const auto byte = static_cast<std::uint8_t>(code);
     reports["0x" + HexBytes(&byte, 1)] = count;

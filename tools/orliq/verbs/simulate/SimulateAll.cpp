@@ -174,14 +174,14 @@ Report SensorGroup::MakeReport() {
                  {"name", "model", "to", "calibration", "frames", "packets", "faults", "late [ms]"},
                  {false, false, false, false, true, true, true, true},
                  {}};
-  Json sensors = Json::array();
+  Json sensors = Json::Array();
   bool interrupted = false;
   for (std::size_t i = 0; i < plans_.size(); ++i) {
     table.rows.push_back(Row(plans_[i], *simulations_[i]));
     Json one = {{"name", plans_[i].name}, {"seed", plans_[i].options.sensor.seed}};
-    one.update(simulations_[i]->MakeReport().AsJson());
-    interrupted = interrupted || one["interrupted"];
-    sensors.push_back(std::move(one));
+    one.Update(simulations_[i]->MakeReport().AsJson());
+    interrupted = interrupted || simulations_[i]->Interrupted();
+    sensors.Add(std::move(one));
   }
   Report report;
   report.Add("config", "File", *options_.config, *options_.config);

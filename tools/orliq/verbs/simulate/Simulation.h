@@ -65,6 +65,8 @@ class Simulation {
   /// For a simulation that sends.
   std::string StatusText() const;
 
+  bool Interrupted() const;
+
   /// Ends handing out the calibration, and tells what it did.
   Report MakeReport();
 

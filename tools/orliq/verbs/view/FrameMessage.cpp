@@ -5,14 +5,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <ratio>
 #include <vector>
 
+#include "orliq/terminal/Json.h"
+
 namespace orliq::cli {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::uint32_t kMagic = 0x3146564F;  // "OVF1"
 constexpr std::size_t kAlignment = 8;         // of every array, as f64 needs it
@@ -97,22 +96,22 @@ Json Describe(const ShownFrame& frame, std::uint64_t skipped) {
     json["sent"] = Count<std::ratio<1>>(std::chrono::system_clock::now().time_since_epoch());
   }
   json["points"] = cloud.points;
-  Json& sensors = json["sensors"] = Json::array();
+  Json& sensors = json["sensors"] = Json::Array();
   for (const CloudPart& part : frame.cloud.parts) {
     Json sensor = {{"points", part.points}, {"time", part.timestamp}};
     if (part.entry >= 0) sensor["entry"] = part.entry;
-    sensors.push_back(std::move(sensor));
+    sensors.Add(std::move(sensor));
   }
   return json;
 }
 
 Json Describe(const std::vector<Array>& arrays, std::size_t head) {
-  Json list = Json::array();
+  Json list = Json::Array();
   for (const Array& array : arrays) {
-    list.push_back({{"name", array.name},
-                    {"type", array.type},
-                    {"count", array.count},
-                    {"offset", head + array.place}});
+    list.Add({{"name", array.name},
+              {"type", array.type},
+              {"count", array.count},
+              {"offset", head + array.place}});
   }
   return list;
 }
@@ -140,9 +139,9 @@ std::string FrameHead(const ShownFrame& frame, std::uint64_t skipped) {
   Json json = Describe(frame, skipped);
   // The offsets depend on the length and the length on the offsets: room for the longest of them.
   json["arrays"] = Describe(arrays, UINT32_MAX);
-  const std::size_t length = Aligned(kWords + json.dump().size());
+  const std::size_t length = Aligned(kWords + json.Text().size());
   json["arrays"] = Describe(arrays, length);
-  std::string text = json.dump();
+  std::string text = json.Text();
   text.resize(length - kWords, ' ');
   return Word(kMagic) + Word(static_cast<std::uint32_t>(text.size())) + text;
 }

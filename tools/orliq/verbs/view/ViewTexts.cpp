@@ -13,11 +13,6 @@
 namespace orliq::cli {
 namespace {
 
-/// Text of the sensor, the system or a file may hold any bytes: those that are no UTF-8 are replaced.
-std::string Dump(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 std::string UnitOf(const std::string& field) {
   if (field == "x" || field == "y" || field == "z" || field == "distance") return "m";
   return field == "timestamp" ? "s" : "";
@@ -25,9 +20,9 @@ std::string UnitOf(const std::string& field) {
 
 Json FieldsOf(const std::string& point) {
   return WithCloudType(point, [](auto type) {
-    Json fields = Json::array();
+    Json fields = Json::Array();
     for (const PointField& field : kPointFields<typename decltype(type)::Cloud::PointType>) {
-      fields.push_back({{"name", field.name}, {"unit", UnitOf(field.name)}});
+      fields.Add({{"name", field.name}, {"unit", UnitOf(field.name)}});
     }
     return fields;
   });
@@ -44,12 +39,12 @@ void AddPose(Json& json, const ViewedSensor& sensor) {
   if (pose.enable == 0 || !sensor.model->transforms_points) pose = {};
   const Origin origin = OriginOf(sensor.param);
   pose.x = pose.y = pose.z = 0.0F;
-  Json rotation = Json::array();
+  Json rotation = Json::Array();
   const std::array<std::array<float, 3>, 3> axes = {Moved(pose, {1.0F, 0.0F, 0.0F}),
                                                     Moved(pose, {0.0F, 1.0F, 0.0F}),
                                                     Moved(pose, {0.0F, 0.0F, 1.0F})};
   for (std::size_t row = 0; row < axes.size(); ++row) {
-    for (const auto& axis : axes) rotation.push_back(axis[row]);
+    for (const auto& axis : axes) rotation.Add(axis[row]);
   }
   json["origin"] = {origin.x, origin.y, origin.z};
   json["rotation"] = std::move(rotation);
@@ -74,15 +69,14 @@ bool IsLoss(const std::string& key) {
 }
 
 Json RowsOf(const Ledger& ledger) {
-  Json rows = Json::array();
+  Json rows = Json::Array();
   for (const LedgerRow& row : LedgerRows(ledger)) {
     const char* const tone = IsLoss(row.key) ? "bad" : "plain";
-    rows.push_back({{"label", row.words}, {"text", row.sign + row.count}, {"tone", tone}});
+    rows.Add({{"label", row.words}, {"text", row.sign + row.count}, {"tone", tone}});
   }
   if (ledger.of_capture) return rows;
   const ClockVerdict clock = JudgeClock(*ledger.model, ledger.counts.clock);
-  rows.push_back(
-      {{"label", "clock"}, {"text", clock.text}, {"tone", clock.IsFault() ? "bad" : "plain"}});
+  rows.Add({{"label", "clock"}, {"text", clock.text}, {"tone", clock.IsFault() ? "bad" : "plain"}});
   return rows;
 }
 
@@ -96,48 +90,49 @@ std::string HelloText(const ViewedSource& source) {
                {"title", source.title},
                {"point", source.point},
                {"fields", FieldsOf(source.point)}};
-  Json& sensors = json["sensors"] = Json::array();
-  for (const ViewedSensor& sensor : source.sensors) sensors.push_back(Describe(sensor));
+  Json& sensors = json["sensors"] = Json::Array();
+  for (const ViewedSensor& sensor : source.sensors) sensors.Add(Describe(sensor));
   if (!live) json["entries"] = source.entries;
-  return Dump(json);
+  return json.Text();
 }
 
 std::string PlayerText(const PlayerState& state) {
-  return Dump({{"type", "player"},
+  return Json({{"type", "player"},
                {"playing", state.playing},
                {"entry", state.entry},
                {"entries", state.entries},
                {"speed", state.speed},
-               {"loop", state.loop}});
+               {"loop", state.loop}})
+      .Text();
 }
 
 std::string LedgerText(const std::vector<NamedLedger>& ledgers,
                        const std::vector<ViewNotice>& notices) {
   Json json = {{"type", "ledger"}};
-  Json& groups = json["groups"] = Json::array();
+  Json& groups = json["groups"] = Json::Array();
   for (const NamedLedger& of_sensor : ledgers) {
-    groups.push_back({{"title", of_sensor.name}, {"rows", RowsOf(of_sensor.ledger)}});
+    groups.Add({{"title", of_sensor.name}, {"rows", RowsOf(of_sensor.ledger)}});
   }
-  Json& list = json["notices"] = Json::array();
+  Json& list = json["notices"] = Json::Array();
   for (const ViewNotice& notice : notices) {
-    list.push_back({{"tone", notice.bad ? "bad" : "plain"}, {"text", notice.text}});
+    list.Add({{"tone", notice.bad ? "bad" : "plain"}, {"text", notice.text}});
   }
-  return Dump(json);
+  return json.Text();
 }
 
 std::string ImuText(const std::vector<lidar::ImuMsg>& samples) {
   Json json = {{"type", "imu"}, {"sensor", 0}};
-  Json& list = json["samples"] = Json::array();
+  Json& list = json["samples"] = Json::Array();
   for (const lidar::ImuMsg& sample : samples) {
-    list.push_back({sample.timestamp, sample.angular_velocity_x, sample.angular_velocity_y,
-                    sample.angular_velocity_z, sample.linear_acceleration_x,
-                    sample.linear_acceleration_y, sample.linear_acceleration_z});
+    list.Add({sample.timestamp, sample.angular_velocity_x, sample.angular_velocity_y,
+              sample.angular_velocity_z, sample.linear_acceleration_x, sample.linear_acceleration_y,
+              sample.linear_acceleration_z});
   }
-  return Dump(json);
+  return json.Text();
 }
 
 std::string EndText(const std::string& why) {
-  return Dump({{"type", "end"}, {"text", why}});
+  return Json({{"type", "end"}, {"text", why}}).Text();
 }
 
 }  // namespace orliq::cli
