@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "multi_driver/Diagnostics.h"
-#include "support/Playback.h"
+#include "support/Threads.h"
 
 namespace orliq::lidar {
 namespace {

@@ -5,7 +5,9 @@
 
 #include <set>
 
-#include "support/Playback.h"
+#include "multi_driver/PointCloud.h"
+#include "multi_driver/PointTypes.h"
+#include "support/Threads.h"
 
 namespace orliq::lidar {
 namespace {

@@ -7,7 +7,7 @@
 #include <fstream>
 
 #include "support/Loopback.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::lidar {
 namespace {

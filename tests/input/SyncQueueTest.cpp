@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "input/Buffer.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::lidar {
 namespace {

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <thread>
 
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::lidar {
 namespace {

@@ -6,7 +6,7 @@
 #include "simulator/sending/ParamServer.h"
 #include "support/CheckImageBytes.h"
 #include "support/Loopback.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::lidar {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/Loopback.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::test {
 

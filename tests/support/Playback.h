@@ -4,67 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "multi_driver/OrliqDriver.h"
+#include "support/Threads.h"
 
 namespace orliq::test {
-
-#ifdef __SANITIZE_THREAD__
-constexpr std::chrono::seconds kDeadline{60};  // everything takes many times longer there
-#else
-constexpr std::chrono::seconds kDeadline{10};  // far beyond what any machine needs
-#endif
-
-/// Asks again until the answer is yes or the deadline has passed. An expectation prints the question.
-inline testing::AssertionResult Eventually(const std::function<bool()>& ask) {
-  const auto end = std::chrono::steady_clock::now() + kDeadline;
-  while (!ask()) {
-    if (std::chrono::steady_clock::now() > end) {
-      return testing::AssertionFailure() << "not within " << kDeadline.count() << " s";
-    }
-    std::this_thread::yield();
-  }
-  return testing::AssertionSuccess();
-}
-
-/// Runs a body that may hang, such as one that joins a thread. After the deadline it ends the process
-/// with what it waited for, so that nobody waits for the time limit of the whole test.
-inline void MustEnd(const char* what, const std::function<void()>& body) {
-  std::promise<void> ended;
-  std::thread guard([what, end = ended.get_future()] {
-    if (end.wait_for(kDeadline) == std::future_status::ready) return;
-    std::fprintf(stderr, "%s did not end within %d s\n", what, static_cast<int>(kDeadline.count()));
-    std::abort();
-  });
-  body();
-  ended.set_value();
-  guard.join();
-}
-
-/// Holds the thread that makes the `nth` call, inside the application's code, until it is let go.
-struct Hold {
-  void operator()() {
-    if (--nth != 0) return;
-    reached.set_value();
-    go.get_future().wait_for(kDeadline);
-  }
-  bool Reached() { return reached.get_future().wait_for(kDeadline) == std::future_status::ready; }
-
-  int nth = 1;
-  std::promise<void> reached = {};
-  std::promise<void> go = {};
-};
 
 /// A driver that plays a capture, with its frames collected in order.
 template <typename P>

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <chrono>
-#include <future>
+#include <memory>
 #include <string>
 
-#include "support/Playback.h"
+#include "support/Patience.h"
 #include "support/Program.h"
 
 namespace orliq::test {
@@ -13,37 +13,26 @@ namespace orliq::test {
 /// The program while it runs.
 class RunningProgram : public Program {
  protected:
-  ~RunningProgram() override {
-    if (program_.valid()) Signal(SIGKILL);
-  }
+  RunningProgram();
+  ~RunningProgram() override;
 
   /// Starts "orliq ARGUMENTS".
-  void Start(const std::string& arguments, const std::string& before = "") {
-    std::filesystem::remove(dir_ / "err");
-    std::filesystem::remove(dir_ / "pid");
-    program_ = std::async(std::launch::async, [=] { return Run(arguments, before + kReachable); });
-  }
+  void Start(const std::string& arguments, const std::string& before = "");
 
-  bool HasNoted(const std::string& words) const {
-    return dir_.Read("err").find(words) != std::string::npos;
-  }
+  /// Whether it ends by itself before that time has passed.
+  bool EndsWithin(std::chrono::steady_clock::duration time);
 
-  Outcome Finish(int signal = 0) {
-    for (int i = 0; i < 2; ++i) Signal(signal);  // twice, as the program timeout does; 0: none
-    if (program_.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-      ADD_FAILURE() << "it does not end";
-      Signal(SIGKILL);
-    }
-    return program_.get();
-  }
+  bool HasNoted(const std::string& words) const;
+
+  /// Waits for its end, at first with a signal to it if that is not 0.
+  Outcome Finish(int signal = 0);
 
   /// Whether two folders hold the same files.
-  bool Same(const std::string& a, const std::string& b) const {
-    const std::string folder = dir_.path();
-    return std::system(("cd '" + folder + "' && diff -r " + a + ' ' + b).c_str()) == 0;
-  }
+  bool Same(const std::string& a, const std::string& b) const;
 
-  std::future<Outcome> program_;
+ private:
+  struct Pending;  // its outcome
+  std::unique_ptr<Pending> pending_;
 };
 
 }  // namespace orliq::test

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "FastReader.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 
 namespace orliq::cli {
 namespace {

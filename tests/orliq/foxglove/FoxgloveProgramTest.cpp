@@ -92,8 +92,8 @@ TEST_F(FoxgloveProgram, BridgePublishesACaptureWithoutDds) {
   EXPECT_THAT(Next(viewer, kPoses), HasSubstr("base_link"));
   const std::string cloud = Next(viewer, kPoints);
   EXPECT_EQ(FrameOf(cloud), "front");
-  EXPECT_GE(Width(cloud), played["points_per_frame"]["min"].get<std::uint32_t>());
-  EXPECT_LE(Width(cloud), played["points_per_frame"]["max"].get<std::uint32_t>());
+  EXPECT_GE(Width(cloud), played["points_per_frame"]["min"]);
+  EXPECT_LE(Width(cloud), played["points_per_frame"]["max"]);
   EXPECT_THAT(Next(viewer, kStates), HasSubstr("orliq bridge: front"));
   Signal(SIGINT);
   test::WebClient::Message last;
@@ -103,7 +103,7 @@ TEST_F(FoxgloveProgram, BridgePublishesACaptureWithoutDds) {
   const auto outcome = Finish();
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.err, Not(HasSubstr("DDS")));
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_EQ(report["foxglove_viewers"], 1);
   EXPECT_GE(report["foxglove_sent"], 3);
   EXPECT_EQ(report["foxglove_left_out"], 0);
@@ -136,7 +136,7 @@ TEST_F(FoxgloveProgram, ViewShowsACaptureToViewersAsToItsPage) {
   EXPECT_TRUE(is_seen()) << "by whoever joins while it rests";
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_GE(report["foxglove_viewers"], 1);
   EXPECT_GE(report["foxglove_sent"], 9);
 }
@@ -186,7 +186,7 @@ TEST_F(FoxgloveProgram, ViewGivesSamplesAndStatesOfALiveSensor) {
   EXPECT_EQ(FrameOf(Next(viewer, kPoints)), "base_link");
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  EXPECT_GE(nlohmann::json::parse(outcome.out)["foxglove_sent"], 5);
+  EXPECT_GE(test::JsonValue::Parse(outcome.out)["foxglove_sent"], 5);
 }
 
 TEST_F(FoxgloveProgram, RefusesOptionsThatAreOfNoUse) {

@@ -14,7 +14,7 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
+using test::JsonValue;
 using testing::HasSubstr;
 using Files = std::map<std::string, std::string>;  // name and content
 
@@ -72,13 +72,12 @@ class CheckParams : public test::Program {
   }
 
   /// Each finding as "table kind beams@first".
-  static std::string Findings(const json& report) {
+  static std::string Findings(const JsonValue& report) {
     std::string text;
-    for (const json& finding : report["findings"]) {
-      text += (text.empty() ? "" : ", ") + finding["table"].get<std::string>() + ' ' +
-              finding["kind"].get<std::string>();
+    for (const JsonValue& finding : report["findings"].Elements()) {
+      text += (text.empty() ? "" : ", ") + finding["table"].Text() + ' ' + finding["kind"].Text();
       if (finding["beams"] == 0) continue;
-      text += ' ' + finding["beams"].dump() + '@' + finding["first_beam"].dump();
+      text += ' ' + finding["beams"].Dump() + '@' + finding["first_beam"].Dump();
     }
     return text;
   }
@@ -136,7 +135,8 @@ TEST_F(CheckParams, NamesWhatIsSuspiciousAndNothingElse) {
   };
   for (const auto& row : rows) {
     WriteFolder(row.changes);
-    const json report = RunJson("check-params room --model juniq", row.findings.empty() ? 0 : 5);
+    const JsonValue report =
+        RunJson("check-params room --model juniq", row.findings.empty() ? 0 : 5);
     EXPECT_EQ(Findings(report), row.findings) << row.why;
     EXPECT_TRUE(report["loaded"] == true && report["complete"] == true) << row.why;
   }
@@ -164,10 +164,10 @@ TEST_F(CheckParams, SaysWhetherTheFolderLoadsAndByWhichRuleNot) {
   for (const auto& row : rows) {
     WriteFolder(row.changes);
     const std::string line = std::string("check-params room --model ") + row.model;
-    const json report = RunJson(line, row.code);
+    const JsonValue report = RunJson(line, row.code);
     EXPECT_EQ(report["loaded"], row.code != 4) << row.sentence;
-    EXPECT_THAT(row.code == 4 ? outcome_.err : report.dump(), HasSubstr(row.sentence));
-    EXPECT_EQ(report["rules"].empty(), row.code != 4) << row.sentence;
+    EXPECT_THAT(row.code == 4 ? outcome_.err : report.Dump(), HasSubstr(row.sentence));
+    EXPECT_EQ(report["rules"].Size() == 0, row.code != 4) << row.sentence;
   }
   WriteFolder({{"azimuth.csv", ""}});
   std::filesystem::rename(dir_ / "room", dir_ / "azimuth");

@@ -13,6 +13,7 @@
 namespace orliq::cli {
 namespace {
 
+using test::JsonValue;
 using testing::HasSubstr;
 
 class Doctor : public test::RunningProgram {
@@ -29,17 +30,17 @@ class Doctor : public test::RunningProgram {
     for (std::size_t i = packets.size() / 2 - 300; i < packets.size(); ++i) {
       if (lost == 0 || i % lost != 0) sensor_.Send(port, packets[i].data(), packets[i].size());
       due += std::chrono::microseconds(1000000) * seconds / 480;
-      if (program_.wait_until(due) == std::future_status::ready) break;
+      if (EndsWithin(due - std::chrono::steady_clock::now())) break;
     }
     return Finish();
   }
 
   /// The report, which is to end with that code. A machine that is too busy for two seconds gets twenty.
-  nlohmann::json Examine(const std::string& options, int code, std::size_t lost = 0) {
+  JsonValue Examine(const std::string& options, int code, std::size_t lost = 0) {
     auto outcome = Listen(options, 2, lost);
     if (outcome.code != code) outcome = Listen(options, 20, lost);
     EXPECT_EQ(outcome.code, code) << outcome.out << outcome.err;
-    return nlohmann::json::parse(outcome.out, nullptr, false);
+    return JsonValue::Parse(outcome.out);
   }
 
   /// What it finds in the calibration of each, with more time when that was too short for an upload.
@@ -48,10 +49,9 @@ class Doctor : public test::RunningProgram {
     for (const char* const seconds : {"0.5", "4", "30"}) {
       const auto report = RunJson("doctor " + options + " --seconds " + seconds, 3);
       all.clear();
-      for (const auto& sensor : report["sensors"]) {
-        for (const auto& finding : sensor["findings"]) {
-          const auto line =
-              std::string(finding["kind"]) + ": " + std::string(finding["text"]) + '\n';
+      for (const JsonValue& sensor : report["sensors"].Elements()) {
+        for (const JsonValue& finding : sensor["findings"].Elements()) {
+          const auto line = finding["kind"].Text() + ": " + finding["text"].Text() + '\n';
           if (line.find("calibration") == 0 || line.find("upload") == 0) all += line;
         }
       }
@@ -69,10 +69,10 @@ class Doctor : public test::RunningProgram {
     return sim::ParamServer::Create(options, image, error);
   }
 
-  static std::set<std::string> Problems(const nlohmann::json& report) {
+  static std::set<std::string> Problems(const JsonValue& report) {
     std::set<std::string> kinds;
-    for (const auto& finding : report["sensors"][0]["findings"]) {
-      if (finding["severity"] == "problem") kinds.insert(finding["kind"]);
+    for (const JsonValue& finding : report["sensors"][0]["findings"].Elements()) {
+      if (finding["severity"] == "problem") kinds.insert(finding["kind"].Text());
     }
     return kinds;
   }

@@ -6,7 +6,7 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
+using test::JsonValue;
 using testing::HasSubstr;
 
 class Fuse : public test::RunningProgram {
@@ -39,7 +39,7 @@ class Fuse : public test::RunningProgram {
     return Points(folder + "/frame_00000" + std::to_string(frame) + ".pcd");
   }
 
-  json FuseJson(int code, const std::string& more = "") {
+  JsonValue FuseJson(int code, const std::string& more = "") {
     return RunJson("fuse --config sensors.yaml " + more, code);
   }
 };
@@ -51,7 +51,7 @@ TEST_F(Fuse, PutsTheFramesOfPlayTogetherUntilTheShortestCaptureEnds) {
   dir_.Write("top.pcap", std::string(kelvane).erase(24, 300 * 1142));  // half of its first frame
   Describe({"name: top, model: kelvane, capture: top.pcap, first_frame: 2, extrinsics: {x: 1}",
             Juniq("front", ", extrinsics: {x: 1, yaw: 90}, gates: {max_distance: 9}")});
-  const json sums = FuseJson(0, "--out f --point point-time");
+  const JsonValue sums = FuseJson(0, "--out f --point point-time");
   EXPECT_THAT(outcome_.err, HasSubstr("top: extrinsics have no effect"));
   EXPECT_THAT(outcome_.err,
               HasSubstr("unused: 1 frame of top, as the capture of front ends before"));
@@ -63,14 +63,14 @@ TEST_F(Fuse, PutsTheFramesOfPlayTogetherUntilTheShortestCaptureEnds) {
     EXPECT_TRUE(Points("f", k) == Points("top", k + 2) + Points("front", k)) << k;
   }
   EXPECT_EQ(sums["fused_clouds"], 3);
-  EXPECT_TRUE(sums["time_apart_s"].is_null()) << "only one of them has time";
+  EXPECT_TRUE(sums["time_apart_s"].IsNull()) << "only one of them has time";
   EXPECT_EQ(sums["clouds"][2]["frames"][0]["frame"], 4);
   EXPECT_EQ(sums["sensors"][0]["frames_unused"], 2);
   Capture("side", "corvik --frames 5");
   for (const std::string pose : {"", ", extrinsics: {x: 1}"}) {
     Describe({"name: side, model: corvik, capture: side.pcap, first_frame: 2" + pose});
-    const json side = FuseJson(0, "--out s --force");
-    const json played = RunJson("play side.pcap --model corvik --frames 2:5 --out p --force");
+    const JsonValue side = FuseJson(0, "--out s --force");
+    const JsonValue played = RunJson("play side.pcap --model corvik --frames 2:5 --out p --force");
     EXPECT_EQ(side["non_zero_points"], played["non_zero_points"]);
     EXPECT_TRUE(Points("s", 0) == Points("p", 2) || !pose.empty());
   }
@@ -84,16 +84,16 @@ TEST_F(Fuse, TellsWhichFirstFrameBringsTheFramesTogether) {
   Capture("rear", "juniq --frames 6 --start-time 1700000000.22");
   Describe({Juniq("front"), Juniq("rear")});
   for (const char* const rounds : {"", "--frames 0:1"}) {
-    EXPECT_NEAR(FuseJson(0, rounds)["time_apart_s"]["max"], 0.22, 0.001);
+    EXPECT_NEAR(FuseJson(0, rounds)["time_apart_s"]["max"].Number(), 0.22, 0.001);
     EXPECT_THAT(outcome_.err,
                 HasSubstr("front is 0.220 s older than that of rear: first_frame: 2"));
   }
   Describe({Juniq("front", ", first_frame: 2"), Juniq("rear")});
-  const json sums = FuseJson(0, "--frames 1: --out f");
+  const JsonValue sums = FuseJson(0, "--frames 1: --out f");
   EXPECT_EQ(sums["clouds"][0]["frames"][0]["frame"], 3);
   EXPECT_EQ(sums["clouds"][0]["frames"][1]["frame"], 1);
-  EXPECT_EQ(sums["rounds"], (json{1, 4}));
-  EXPECT_NEAR(sums["time_apart_s"]["max"], 0.02, 0.001);
+  EXPECT_EQ(sums["rounds"].Dump(), "[1,4]");
+  EXPECT_NEAR(sums["time_apart_s"]["max"].Number(), 0.02, 0.001);
   EXPECT_THAT(outcome_.err, Not(HasSubstr("older"))) << "20 ms are less than half a frame";
   EXPECT_EQ(*dir_.Files("f").begin(), "frame_000001.pcd");
 
@@ -125,10 +125,10 @@ TEST_F(Fuse, TakesOneRecordingOfAllSensorsApart) {
   };
   Describe({of_front("a", ", port: 2368, source: 192.168.1.201"), of_front("b", ", port: 2369"),
             of_front("c", ", source: 192.168.1.200")});
-  const json sums = FuseJson(0);
+  const JsonValue sums = FuseJson(0);
   EXPECT_EQ(sums["fused_clouds"], 2);
-  for (const json& sensor : sums["sensors"]) {
-    EXPECT_EQ(sensor["senders"].size(), 1U);
+  for (const JsonValue& sensor : sums["sensors"].Elements()) {
+    EXPECT_EQ(sensor["senders"].Size(), 1U);
     EXPECT_EQ(sensor["points_per_frame"]["max"], 768 * 64);
   }
   const std::pair<const char*, const char*> rows[] = {
@@ -171,15 +171,18 @@ TEST_F(Fuse, RefusesWhatCannotBeFusedAndSaysWhere) {
 TEST_F(Fuse, GivesAFrameThatComesInSeveralCloudsAsOne) {
   Capture("front", "juniq --frames 60 --seed 1 --drop 0.6 --no-radius-filter");
   Describe({Juniq("front")});
-  const json fused = FuseJson(0, "--out f --partial");
-  const json played = RunJson(
+  const JsonValue fused = FuseJson(0, "--out f --partial");
+  const JsonValue played = RunJson(
       "play front.pcap --model juniq --check-folder tables-front --out p --partial --quiet");
-  std::map<int, std::string> frames;
-  for (const json& cloud : played["clouds"]) frames[cloud["frame"]] += Points(cloud["file"]);
-  EXPECT_GT(played["clouds"].size(), frames.size()) << "no frame came in several clouds";
-  EXPECT_GE(fused["clouds"].size() + 1, frames.size()) << "at most an empty end is left out";
-  for (const json& cloud : fused["clouds"]) {
-    EXPECT_TRUE(Points(cloud["file"]) == frames[cloud["frames"][0]["frame"]]) << cloud["round"];
+  std::map<std::int64_t, std::string> frames;
+  for (const JsonValue& cloud : played["clouds"].Elements()) {
+    frames[cloud["frame"].Whole()] += Points(cloud["file"].Text());
+  }
+  EXPECT_GT(played["clouds"].Size(), frames.size()) << "no frame came in several clouds";
+  EXPECT_GE(fused["clouds"].Size() + 1, frames.size()) << "at most an empty end is left out";
+  for (const JsonValue& cloud : fused["clouds"].Elements()) {
+    EXPECT_TRUE(Points(cloud["file"].Text()) == frames[cloud["frames"][0]["frame"].Whole()])
+        << cloud["round"];
   }
 }
 
@@ -192,7 +195,7 @@ TEST_F(Fuse, EndsWithLossesWhenACaptureIsDamagedOrTheUserHasEnough) {
   EXPECT_EQ(FuseJson(5)["fused_clouds"], 2);
   EXPECT_THAT(outcome_.err, HasSubstr("rear.pcap ends early after 2,303 good records"));
   dir_.Write("rear.pcap", std::string(rear).replace(24 + 800 * 1162 + 58, 1, "x"));
-  const json sums = FuseJson(5);
+  const JsonValue sums = FuseJson(5);
   EXPECT_EQ(sums["sensors"][0]["refused_identifier"], 0);
   EXPECT_EQ(sums["sensors"][1]["refused_identifier"], 1);
   EXPECT_THAT(outcome_.err, HasSubstr("rear: packets of other kinds"));
@@ -203,7 +206,7 @@ TEST_F(Fuse, EndsWithLossesWhenACaptureIsDamagedOrTheUserHasEnough) {
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 5);
   EXPECT_THAT(outcome.err, HasSubstr("interrupted before all clouds"));
-  const json report = json::parse(outcome.out);
+  const JsonValue report = JsonValue::Parse(outcome.out);
   EXPECT_TRUE(report["interrupted"] == true && report["files_written"] < 40);
   EXPECT_EQ(dir_.Files("f").size(), report["files_written"]);
 }

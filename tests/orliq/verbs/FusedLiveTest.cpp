@@ -13,7 +13,7 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
+using test::JsonValue;
 using testing::HasSubstr;
 using Source = MultiDriverSource<PointCloud<Point>>;
 
@@ -156,7 +156,7 @@ TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {
   EXPECT_THAT(live.err, HasSubstr("orliq live: rear: nothing arrived at 127.0.0.1:" +
                                   std::to_string(Rear().port) + " within 4"));
   EXPECT_THAT(live.err, testing::Not(HasSubstr("front: no")));
-  const json sums = json::parse(live.out);
+  const JsonValue sums = JsonValue::Parse(live.out);
   EXPECT_EQ(sums["sensors"][0]["packets_decoded"], 768);
   EXPECT_EQ(sums["sensors"][1]["name"], "rear");
   EXPECT_EQ(sums["error"]["code"], 3);
@@ -167,7 +167,7 @@ TEST_F(FusedLive, WritesAsManyCloudsAsWereAskedForAndExplainsTheLossesOfTheSecon
   AwaitNote("listening on");
   ASSERT_TRUE(test::SendAll({{0}}, Rear().port));
   // Which frames meet is up to the threads' turns: they come until two clouds are whole.
-  for (int i = 0; program_.wait_for(std::chrono::seconds(0)) != std::future_status::ready; ++i) {
+  for (int i = 0; !EndsWithin(std::chrono::seconds(0)); ++i) {
     ASSERT_LT(i, 1000);
     Front().Send(1 + i % 4);
     Rear().Send(1 + i % 4);
@@ -175,7 +175,7 @@ TEST_F(FusedLive, WritesAsManyCloudsAsWereAskedForAndExplainsTheLossesOfTheSecon
   const auto live = Finish();
   EXPECT_EQ(live.code, 5) << live.err;
   EXPECT_THAT(live.err, HasSubstr("note: packets of other kinds came to the port: "));
-  const json sums = json::parse(live.out);
+  const JsonValue sums = JsonValue::Parse(live.out);
   EXPECT_TRUE(sums["fused_clouds"] == 2 && sums["files_written"] == 2) << live.out;
   EXPECT_EQ(sums["sensors"][1]["refused_length"], 1);
   std::ptrdiff_t lines = -2;  // of names
@@ -208,7 +208,7 @@ TEST_F(FusedLive, NamesWhoHoldsTheOthersUpAndWhoseTablesNeverCame) {
   EXPECT_THAT(live.err, HasSubstr("orliq live: front: no reply of " + from));
   EXPECT_FALSE(HasNoted("front: nothing") || HasNoted("front: it sends now")) << live.err;
   EXPECT_FALSE(HasNoted("rear: it sends again") || HasNoted("rear: no reply")) << live.err;
-  EXPECT_FALSE(json::parse(live.out)["sensors"][1].contains("upload")) << "it was not asked";
+  EXPECT_FALSE(JsonValue::Parse(live.out)["sensors"][1].Has("upload")) << "it was not asked";
 }
 
 TEST_F(FusedLive, RefusesWhatCouldNeverBeFusedAndBothKindsOfSettings) {

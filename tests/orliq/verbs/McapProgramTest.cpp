@@ -10,7 +10,7 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
+using test::JsonValue;
 using testing::HasSubstr;
 using Messages = std::map<std::string, std::vector<std::string>>;
 
@@ -43,7 +43,7 @@ class McapProgram : public test::RunningProgram {
     ASSERT_TRUE(test::SendAll({begin + from, begin + to}, port_));
   }
 
-  json Play(const std::string& capture, const std::string& more, int code = 0) {
+  JsonValue Play(const std::string& capture, const std::string& more, int code = 0) {
     return RunJson("play " + capture + tables_ + " --point juniq " + more, code);
   }
 
@@ -54,7 +54,7 @@ class McapProgram : public test::RunningProgram {
 TEST_F(McapProgram, PlaysItsPacketsToTheVerySameFramesAlsoOfAFileThatWasCut) {
   Play(Sensor().capture, "--out frames");
   for (const std::string more : {"", " --no-compression"}) {
-    const json report = Play(Sensor().capture, "--force --out f.mcap --with-packets" + more);
+    const JsonValue report = Play(Sensor().capture, "--force --out f.mcap --with-packets" + more);
     EXPECT_EQ(report["files_written"], 1);
     EXPECT_EQ(report["clouds"][0]["file"], "f.mcap");
     Play("f.mcap", "--force --out again");
@@ -67,7 +67,7 @@ TEST_F(McapProgram, PlaysItsPacketsToTheVerySameFramesAlsoOfAFileThatWasCut) {
   EXPECT_THAT(ExpectRefusal({"play f.mcap --topic /x" + tables_, 3, "no packets at /x"}).out, "");
 
   std::filesystem::resize_file(dir_ / "f.mcap", 6'000'000);
-  const json cut = Play("f.mcap", "--force --out again", 5);
+  const JsonValue cut = Play("f.mcap", "--force --out again", 5);
   EXPECT_THAT(outcome_.err, HasSubstr("f.mcap ends in the middle of a record at byte "));
   EXPECT_EQ(cut["frames"], 4) << "the packets stand before the clouds";
   std::filesystem::resize_file(dir_ / "f.mcap", 100);
@@ -104,7 +104,7 @@ TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {
   }));
   const auto live = Finish(SIGINT);
   ASSERT_EQ(live.code, 0) << live.err;
-  const json report = json::parse(live.out);
+  const JsonValue report = JsonValue::Parse(live.out);
   const Messages messages = Read("live.mcap");
   Play(Sensor().capture, "--frames :3 --out played.mcap");
   EXPECT_EQ(report["frames"], 3);
@@ -138,7 +138,7 @@ TEST_F(McapProgram, HoldsLiveWhatPlayMakesOfThePackets) {
 TEST_F(McapProgram, KeepsNoPacketBehindTheLastFrameThatIsWanted) {
   Listen(" --out live.mcap --with-packets --frames 1 --partial --json");
   Send(0, 2 * 768);
-  EXPECT_EQ(json::parse(Finish().out)["packets_not_written"], 0);
+  EXPECT_EQ(JsonValue::Parse(Finish().out)["packets_not_written"], 0);
   EXPECT_EQ(Read("live.mcap").at("/packets").size(), 768U);
   EXPECT_EQ(RunJson("info live.mcap")["flows"][0]["destination"], "0.0.0.0");
 }
@@ -165,7 +165,7 @@ TEST_F(McapProgram, CountsWhatAFullDiskDidNotTake) {
   ASSERT_TRUE(test::Eventually([&] { return HasNoted("cannot write f.mcap: File too large"); }));
   const auto live = Finish(SIGINT);
   EXPECT_EQ(live.code, 5) << live.err;
-  const json report = json::parse(live.out);
+  const JsonValue report = JsonValue::Parse(live.out);
   const Messages messages = Read("f.mcap", false);
   const auto of = [&](const char* topic) {
     const auto found = messages.find(topic);
@@ -173,11 +173,10 @@ TEST_F(McapProgram, CountsWhatAFullDiskDidNotTake) {
   };
   EXPECT_EQ(report["file_unfinished"], true);
   EXPECT_GT(report["frames_with_fault"], 0);
-  EXPECT_EQ(report["frames"], of("/points") + report["frames_with_fault"].get<std::size_t>());
-  EXPECT_EQ(report["imu_samples"], of("/imu") + report["samples_not_written"].get<std::size_t>());
+  EXPECT_EQ(report["frames"], of("/points") + report["frames_with_fault"].Whole());
+  EXPECT_EQ(report["imu_samples"], of("/imu") + report["samples_not_written"].Whole());
   EXPECT_GT(report["packets_not_written"], 0);
-  EXPECT_EQ(report["packets_decoded"],
-            of("/packets") + report["packets_not_written"].get<std::size_t>());
+  EXPECT_EQ(report["packets_decoded"], of("/packets") + report["packets_not_written"].Whole());
 }
 
 TEST_F(McapProgram, LeavesAFileThatExistsAndRefusesWhatMakesNoSense) {
@@ -228,7 +227,7 @@ TEST_F(McapProgram, KeepsThePacketsOfEachSensorThatIsFused) {
   dir_.Write("sensors.yaml", "sensors:\n  - {name: front" + sensor +
                                  "  - {name: rear, model: corvik, capture: " + other.capture +
                                  ", extrinsics: {x: -3, yaw: 180}}\n");
-  const json report =
+  const JsonValue report =
       RunJson("fuse --config sensors.yaml --point juniq --out f.mcap --with-packets");
   const Messages messages = Read("f.mcap");
   EXPECT_EQ(report["fused_clouds"], messages.at("/points").size());

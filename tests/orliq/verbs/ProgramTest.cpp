@@ -3,14 +3,14 @@
 #include <thread>
 
 #include "support/CaptureBuilder.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 #include "support/Program.h"
 
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
 using test::CaptureBuilder;
+using test::JsonValue;
 using test::Program;
 using testing::HasSubstr;
 using Names = std::set<std::string>;
@@ -74,9 +74,9 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   };
   for (const auto& row : rows) {
     EXPECT_TRUE(ExpectRefusal(row).out.empty() || row.code != 2) << row.arguments;
-    const json error = RunJson(row.arguments, row.code)["error"];
+    const JsonValue error = RunJson(row.arguments, row.code)["error"];
     EXPECT_EQ(error["code"], row.code) << row.arguments;
-    EXPECT_THAT(error["message"].get<std::string>(), HasSubstr(row.sentence));
+    EXPECT_THAT(error["message"].Text(), HasSubstr(row.sentence));
   }
   ExpectRefusal({"", 2, "name a verb"});
   ExpectRefusal({"info room.pcap >/dev/full", 4, "standard output"});
@@ -84,10 +84,10 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
 
 TEST_F(Program, PlaysWhatItSimulatesWithEveryPointType) {
   Simulate("--frames 3 --no-radius-filter");
-  const json facts = RunJson("info room.pcap --model juniq --check-folder room");
+  const JsonValue facts = RunJson("info room.pcap --model juniq --check-folder room");
   EXPECT_EQ(facts["complete_frames"], 3);
   EXPECT_EQ(facts["check_folder_loaded"], true);
-  const json sums = RunJson("play room.pcap --model juniq --check-folder room --out f");
+  const JsonValue sums = RunJson("play room.pcap --model juniq --check-folder room --out f");
   EXPECT_EQ(sums["points"], 3 * 49152);
   EXPECT_GT(sums["non_zero_points"], 49152);
   EXPECT_EQ(sums["empty_frames"], 0) << "behind the last mark nothing is missing";
@@ -125,10 +125,10 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
     Run("simulate --frames 3 --quiet --force --out" + model);
     EXPECT_EQ(RunJson("info" + model + check)["complete_frames"], row.frames) << row.model;
     const std::string play = "play" + model + check + " --transform 1,0,0,0,0,0 --force --out ";
-    const json sums = RunJson(play + row.model);
+    const JsonValue sums = RunJson(play + row.model);
     EXPECT_THAT(outcome_.err, HasSubstr(row.remark));
     std::string kinds;
-    for (const json& cloud : sums["clouds"]) kinds += cloud["kind"].get<std::string>().front();
+    for (const JsonValue& cloud : sums["clouds"].Elements()) kinds += cloud["kind"].Text()[0];
     EXPECT_EQ(kinds, row.kinds) << row.model;
     for (const char* const key : {"frames", "files_written"}) EXPECT_EQ(sums[key], row.frames);
     EXPECT_EQ(sums["empty_frames"], row.empty) << row.model;
@@ -138,7 +138,7 @@ TEST_F(Program, TellsFramesFromOtherCloudsForEveryModel) {
       const std::string help = Run(verb + std::string(" --help")).out;
       EXPECT_THAT(help, testing::ContainsRegex(row.model + std::string(" [^\n]*") + row.help));
     }
-    const json unmoved = RunJson("play" + model + check);
+    const JsonValue unmoved = RunJson("play" + model + check);
     EXPECT_EQ(sums["non_zero_points"], unmoved["non_zero_points"]) << row.model;
     if (row.frames == 0) continue;
     RunJson(play + "alone.pcd --frames 1:2");
@@ -187,9 +187,10 @@ TEST_F(Program, LeavesNothingBehindWhenTheDiskRefusesTheRest) {
 /// With several frame marks lost in a row, one request gives more than one cloud.
 TEST_F(Program, PlaysEveryPacketOfALossyCaptureOnce) {
   Simulate("--frames 6 --seed 27 --drop 0.6 --no-radius-filter");
-  const json facts = RunJson("info room.pcap");
-  const json sums = RunJson("play room.pcap --model juniq --check-folder room --out f --partial");
-  EXPECT_EQ(sums["points"], facts["records"].get<int>() * 64);
+  const JsonValue facts = RunJson("info room.pcap");
+  const JsonValue sums =
+      RunJson("play room.pcap --model juniq --check-folder room --out f --partial");
+  EXPECT_EQ(sums["points"], facts["records"].Whole() * 64);
   EXPECT_GE(sums["frames"], sums["frame_entries"]) << "no frame came in parts";
   EXPECT_EQ(dir_.Files("f").size(), sums["frames"]) << "each in its own file";
 }
@@ -213,7 +214,7 @@ class Captures : public Program {
     return frame;
   }
 
-  json Play(const CaptureBuilder& capture, int code, const std::string& more = "") {
+  JsonValue Play(const CaptureBuilder& capture, int code, const std::string& more = "") {
     capture.Write(dir_ / "c.pcap");
     return RunJson("play c.pcap --model juniq --check-folder room " + more, code);
   }
@@ -224,16 +225,16 @@ TEST_F(Captures, EndWithLossesWhenPacketsAreRefusedOrTheFileEndsEarly) {
   for (const auto& packet : Simulated(2)) capture.Record(packet);
   const auto size = capture.bytes().size();
   capture.bytes().resize(size - 100);
-  EXPECT_EQ(Play(capture, 5)["partial_frames"].size(), 1U);
+  EXPECT_EQ(Play(capture, 5)["partial_frames"].Size(), 1U);
   EXPECT_THAT(outcome_.err, HasSubstr("ends early after 1,535 good records"));
   RunJson("info c.pcap", 5);
   capture.bytes().resize(size - 1162);
   capture.Udp(test::Bytes(10)).Udp(test::Bytes(1600));
   capture.Record(CaptureBuilder::Frame(test::Bytes(58), 2368), 1146);
-  const json sums = Play(capture, 5);
+  const JsonValue sums = Play(capture, 5);
   EXPECT_EQ(sums["refused_length"], 3);
   EXPECT_GE(sums["driver_fault_reports"]["0x41"], 1);
-  const json records = sums["ledger"]["records"], packets = sums["ledger"]["packets"];
+  const JsonValue records = sums["ledger"]["records"], packets = sums["ledger"]["packets"];
   EXPECT_TRUE(records["records"] == 1538 && records["packets"] == 1538 && records["cut"] == 1);
   EXPECT_TRUE(packets["played"] == 1539 && packets["refused_length"] == 3)
       << "one is of two frames";
@@ -251,9 +252,9 @@ TEST_F(Captures, AreNotWholeWhenPacketsStandInAFormThatTheDriverCannotRead) {
     other.Record(packet).Record(CaptureBuilder::VlanTagged(From(packet, 7, 0x41)));
     if (n % 2 == 0) other.Record(CaptureBuilder::Frame({1, 2}, 2368, 6));
   }
-  EXPECT_EQ(Play(half, 5)["unreadable_packets"], (json{{"vlan", 510}}));
-  EXPECT_EQ(Play(half, 5, "--frames 1:2")["unreadable_packets"], (json{{"vlan", 255}}));
-  EXPECT_TRUE(Play(other, 0)["unreadable_packets"].empty());
+  EXPECT_EQ(Play(half, 5)["unreadable_packets"].Dump(), R"({"vlan":510})");
+  EXPECT_EQ(Play(half, 5, "--frames 1:2")["unreadable_packets"].Dump(), R"({"vlan":255})");
+  EXPECT_EQ(Play(other, 0)["unreadable_packets"].Size(), 0U);
   Play(all, 3);
   EXPECT_THAT(outcome_.err, HasSubstr("those to port 2368 are VLAN-tagged"));
 }
@@ -262,14 +263,14 @@ TEST_F(Captures, GiveOnlyWholeFramesUnlessTheOthersAreAskedFor) {
   const auto packets = Simulated(4);
   CaptureBuilder capture;
   for (std::size_t i = 300; i < 2900; ++i) capture.Record(packets[i]);
-  const json sums = Play(capture, 0, "--out f");
+  const JsonValue sums = Play(capture, 0, "--out f");
   EXPECT_EQ(dir_.Files("f"), (Names{"frame_000001.pcd", "frame_000002.pcd"})) << "keep the number";
-  const json& left_out = sums["partial_frames"];
-  ASSERT_EQ(left_out.size(), 2U);
+  const JsonValue left_out = sums["partial_frames"];
+  ASSERT_EQ(left_out.Size(), 2U);
   EXPECT_EQ(left_out[0]["frame"], 0);
   EXPECT_EQ(left_out[0]["points"], (768 - 300) * 64);
-  EXPECT_EQ(left_out[1]["points"].get<int>() / 64, 2900 - 3 * 768);
-  EXPECT_EQ(sums["points"], 2 * sums["points_per_frame"]["median"].get<int>());
+  EXPECT_EQ(left_out[1]["points"].Whole() / 64, 2900 - 3 * 768);
+  EXPECT_EQ(sums["points"], 2 * sums["points_per_frame"]["median"].Whole());
   Play(capture, 4, "--out f");
   EXPECT_EQ(Play(capture, 0, "--out f --force --partial")["files_written"], 4);
   EXPECT_EQ(Play(capture, 0, "--frames :2 --out one.ply")["files_written"], 1);
@@ -286,12 +287,12 @@ TEST_F(Captures, OfTwoSensorsAreToldApart) {
     mixed.Record(packet).Record(From(packet, 201));
     ports.Record(packet).Record(From(packet, 201, 0x41));
   }
-  const json alone = Play(plain, 0);
-  EXPECT_EQ(alone["senders"], json{"192.168.1.200:2368"});
-  EXPECT_EQ(Play(mixed, 0)["senders"].size(), 2U);
+  const JsonValue alone = Play(plain, 0);
+  EXPECT_EQ(alone["senders"].Dump(), R"(["192.168.1.200:2368"])");
+  EXPECT_EQ(Play(mixed, 0)["senders"].Size(), 2U);
   EXPECT_THAT(outcome_.err, HasSubstr("192.168.1.200:2368 and 192.168.1.201:2368 send"));
-  const json chosen = Play(mixed, 0, "--source 192.168.1.201");
-  EXPECT_EQ(chosen["senders"], json{"192.168.1.201:2368"});
+  const JsonValue chosen = Play(mixed, 0, "--source 192.168.1.201");
+  EXPECT_EQ(chosen["senders"].Dump(), R"(["192.168.1.201:2368"])");
   EXPECT_EQ(chosen["points_per_frame"], alone["points_per_frame"]);
   EXPECT_EQ(chosen["non_zero_points"], alone["non_zero_points"]);
   Play(ports, 2);
@@ -300,7 +301,7 @@ TEST_F(Captures, OfTwoSensorsAreToldApart) {
                                                          {ports, "--port 2368 or 2369"}};
   for (const auto& [capture, advice] : rows) {
     capture.Write(dir_ / "c.pcap");
-    const json flows = RunJson("info c.pcap --model JUNIQ")["flows"];
+    const JsonValue flows = RunJson("info c.pcap --model JUNIQ")["flows"];
     for (const int i : {0, 1}) EXPECT_EQ(flows[i]["complete_frames"], 2) << advice;
     EXPECT_THAT(outcome_.err, HasSubstr(advice));
   }
@@ -314,7 +315,7 @@ TEST_F(Captures, ArePlayedUntilCtrlCThenReportedAsNotDone) {
     test::Eventually([&] { return exists(dir_ / "f/frame_000000.csv"); });
     Signal(SIGINT);
   });
-  const json sums = RunJson("play c.pcap --model juniq --point juniq --out f --format csv", 5);
+  const JsonValue sums = RunJson("play c.pcap --model juniq --point juniq --out f --format csv", 5);
   user.join();
   EXPECT_THAT(outcome_.err, HasSubstr("interrupted"));
   EXPECT_EQ(sums["interrupted"], true);

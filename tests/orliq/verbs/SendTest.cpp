@@ -10,23 +10,23 @@
 #include "simulator/sending/ReplyFaults.h"
 #include "support/CaptureBuilder.h"
 #include "support/Loopback.h"
-#include "support/Playback.h"
+#include "support/Patience.h"
 #include "support/Program.h"
 
 namespace orliq::cli {
 namespace {
 
 using namespace std::chrono_literals;
-using nlohmann::json;
 using test::Bytes;
 using test::CaptureBuilder;
+using test::JsonValue;
 using testing::HasSubstr;
 
 class Send : public test::Program {
  protected:
   /// Runs the program with "--json --to" a socket, whose datagrams `received` holds afterwards. A
   /// signal ends it once that many have come (0: none does).
-  json RunAndReceive(const std::string& arguments, int code, std::size_t interrupted_at = 0) {
+  JsonValue RunAndReceive(const std::string& arguments, int code, std::size_t interrupted_at = 0) {
     const test::LoopbackSocket socket;
     received.clear();
     std::atomic<bool> sending{true};
@@ -41,7 +41,7 @@ class Send : public test::Program {
         }
       }
     });
-    json sums = RunJson(arguments + " --to 127.0.0.1:" + std::to_string(socket.port()), code);
+    JsonValue sums = RunJson(arguments + " --to 127.0.0.1:" + std::to_string(socket.port()), code);
     sending = false;
     receiver.join();
     EXPECT_EQ(sums["packets_sent"], received.size());
@@ -58,8 +58,8 @@ class Send : public test::Program {
   }
 
   /// At least from the first moment that was due to the last one.
-  static double PlannedSeconds(const json& sums) {
-    return sums["send_seconds"].get<double>() + sums["worst_delay_s"].get<double>();
+  static double PlannedSeconds(const JsonValue& sums) {
+    return sums["send_seconds"].Number() + sums["worst_delay_s"].Number();
   }
 
   std::vector<Bytes> received;
@@ -70,13 +70,13 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
   const std::string options =
       "simulate --model juniq --frames 1 --rate 1 --seed 3 --drop 0.1 --swap 0.1 "
       "--duplicate 0.1 --wrong-length 0.1 --wrong-identifier 0.1 --foreign 0.1";
-  const json written = RunJson(options + " --out a.pcap --check-folder a");
-  const json sent = RunAndReceive(options + " --check-folder b --start-time 1700000000", 0);
+  const JsonValue written = RunJson(options + " --out a.pcap --check-folder a");
+  const JsonValue sent = RunAndReceive(options + " --check-folder b --start-time 1700000000", 0);
   EXPECT_TRUE(tables_first);
   EXPECT_EQ(received, Recorded("a.pcap"));
   EXPECT_EQ(written["packets_written"], received.size());
   EXPECT_EQ(sent["faults"], written["faults"]);
-  const auto count = [&](const char* fault) { return sent["faults"][fault].get<std::size_t>(); };
+  const auto count = [&](const char* fault) { return sent["faults"][fault].Whole(); };
   EXPECT_EQ(768 + count("duplicated") + count("foreign") - count("lost"), received.size());
   std::size_t bytes = 0;
   for (const Bytes& payload : received) bytes += payload.size();
@@ -87,14 +87,14 @@ TEST_F(Send, SimulatedPacketsAreThoseOfACaptureWithTheSameSeed) {
 }
 
 TEST_F(Send, CtrlCIsALossUnlessTheSimulationWasEndless) {
-  const json endless = RunAndReceive(
+  const JsonValue endless = RunAndReceive(
       "simulate --model Juniq --rate 1 --swap 0.5 --burst 7 --out a.pcap --check-folder a", 0, 100);
   EXPECT_EQ(received, Recorded("a.pcap")) << "a complete capture";
   EXPECT_EQ(endless["sensor_packets"], received.size());
-  const json sent = RunAndReceive("simulate --model juniq --rate 1 --frames 1000", 5, 100);
+  const JsonValue sent = RunAndReceive("simulate --model juniq --rate 1 --frames 1000", 5, 100);
   EXPECT_THAT(outcome_.err, HasSubstr("interrupted after 0 of 1,000 frames"));
   const double now = static_cast<double>(std::time(nullptr));
-  EXPECT_NEAR(sent["start_time_s"].get<double>(), now, 60.0);
+  EXPECT_NEAR(sent["start_time_s"].Number(), now, 60.0);
 }
 
 TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
@@ -126,11 +126,11 @@ TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
       }));
       Signal(SIGINT);
     });
-    const json sums = RunJson(serve + std::to_string(port) + packets + faults);
+    const JsonValue sums = RunJson(serve + std::to_string(port) + packets + faults);
     user.join();
     sim::ReplyFaults chance(rates, 3);
     sim::ReplyFaultCounts counts;
-    for (std::size_t i = 0; i < sums["requests"]; ++i) {
+    for (std::size_t i = 0; sums["requests"] > i; ++i) {
       if (const auto fault = chance.Next().fault) ++counts[*fault];
     }
     for (std::size_t i = 0; i + 1 < sim::kReplyFaults; ++i) {
@@ -138,11 +138,12 @@ TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
     }
     EXPECT_GT(sums["reply_faults"]["swapped"], 0);
     EXPECT_EQ(sums["restarts"], 1);
-    EXPECT_EQ(sums.value("packets_written", 0), packets.empty() ? 0 : 768);
+    const auto written = sums.Has("packets_written") ? sums["packets_written"].Whole() : 0;
+    EXPECT_EQ(written, packets.empty() ? 0 : 768);
   }
   const test::LoopbackSocket other;
   ExpectRefusal({serve + std::to_string(other.port()), 4, "another program holds UDP port"});
-  const json sums =
+  const JsonValue sums =
       RunJson(serve + std::to_string(test::FreePort()) + " --frames 1 --to 127.0.0.1:9");
   EXPECT_EQ(sums["image_bytes"], 589896) << "ends with the packets";
 }
@@ -201,16 +202,17 @@ TEST_F(Send, ReplaysTheDatagramsOfACapture) {
   CaptureBuilder capture;
   capture.Udp(a).Udp(c, 2369).Udp(b).Udp(Bytes()).Udp(c);
   capture.Record(CaptureBuilder::Frame(a, 2368, 6)).Write(dir_ / "c.pcap");
-  const json whole = RunAndReceive("send c.pcap --port 2368 --speed 100 --loop 2 --burst 3", 0);
+  const JsonValue whole =
+      RunAndReceive("send c.pcap --port 2368 --speed 100 --loop 2 --burst 3", 0);
   EXPECT_EQ(received, (std::vector<Bytes>{a, b, {}, c, a, b, {}, c}));
   EXPECT_GE(PlannedSeconds(whole), 0.0633) << "the first b to the last c";
   EXPECT_EQ(whole["skipped"]["other_port"], 1);
 
   const Bytes head = CaptureBuilder::Frame({1}, 2368);
   capture.Record(CaptureBuilder::VlanTagged(head)).Record(head, 100).Write(dir_ / "c.pcap");
-  const json cut = RunAndReceive("send c.pcap --speed 1000", 5);
+  const JsonValue cut = RunAndReceive("send c.pcap --speed 1000", 5);
   EXPECT_THAT(outcome_.err, HasSubstr("packets could not be sent: 1 (VLAN"));
-  EXPECT_EQ(cut["unreadable_packets"], json({{"vlan", 1}, {"cut", 1}}));
+  EXPECT_EQ(cut["unreadable_packets"].Dump(), R"({"cut":1,"vlan":1})");
   capture.bytes().resize(capture.bytes().size() - 100);
   capture.Write(dir_ / "c.pcap");
   RunAndReceive("send c.pcap --speed 1000", 5);

@@ -15,7 +15,7 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
+using test::JsonValue;
 using testing::HasSubstr;
 
 class SimulateAll : public test::RunningProgram {
@@ -78,8 +78,9 @@ TEST_F(SimulateAll, EachSensorIsAUnitOfItsOwnAndTheSameEachTime) {
     Write("- {name: a, capture: " + run + "/a.pcap, check_folder: " + run + "/a, " + pose +
           "- {name: b, model: hestra, capture: " + run + "/b.pcap, first_frame: 1}\n" +
           "- {name: c, capture: " + run + "/c.pcap, check_folder: " + run + "/c}\n");
-    const json sums = RunJson("simulate --config s.yaml --frames 2 --seed 5 --drop 0.1 --swap 0.1");
-    const json& sensors = sums["sensors"];
+    const JsonValue sums =
+        RunJson("simulate --config s.yaml --frames 2 --seed 5 --drop 0.1 --swap 0.1");
+    const JsonValue sensors = sums["sensors"];
     EXPECT_EQ(sensors[1]["frames"], 3) << "2 from the first that counts";
     EXPECT_NE(sensors[0]["faults"], sensors[2]["faults"]);
   }
@@ -110,7 +111,7 @@ TEST_F(SimulateAll, SendsFromTheSourceAndHandsOutCalibrationUntilCtrlC) {
   }));
   const test::Outcome outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  const json sums = json::parse(outcome.out);
+  const JsonValue sums = JsonValue::Parse(outcome.out);
   EXPECT_EQ(sums["interrupted"], true);
   EXPECT_GT(sums["sensors"][0]["requests"], 0);
   EXPECT_EQ(sums["sensors"][1]["frames"], 20);

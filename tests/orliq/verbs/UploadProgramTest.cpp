@@ -16,8 +16,8 @@
 namespace orliq::cli {
 namespace {
 
-using nlohmann::json;
 using sim::ReplyFault;
+using test::JsonValue;
 using testing::HasSubstr;
 using Tables = std::vector<sim::CheckTable>;
 
@@ -55,7 +55,7 @@ TEST_F(Uploading, GivesTheVeryFolderOfASensorWhoseRepliesGetLostAndDoubled) {
   options.rates[ReplyFault::kLost] = options.rates[ReplyFault::kWrongMarker] = 0.01;
   options.rates[ReplyFault::kDuplicated] = 0.05;
   Serve(TablesOf("glavor"), options);
-  const json fetch = RunJson(fetch_ + "glavor --out x/room");
+  const JsonValue fetch = RunJson(fetch_ + "glavor --out x/room");
   EXPECT_TRUE(Same("x/room", sensor.check_folder));
   EXPECT_EQ(outcome_.err, "");
   EXPECT_EQ(fetch["tables_from"], from_);
@@ -71,8 +71,8 @@ TEST_F(Uploading, WritesWhatLoadsBackBitForBitOrSaysWhatDoesNot) {
   const std::uint32_t bits[] = {0x7FC12345, 0xFFFFFFFF, 0xFF800000, 0x80000001, 0x7F812345};
   std::memcpy(&tables[1].values[7], bits, sizeof bits);
   Serve(tables);
-  const json fetch = RunJson(fetch_ + "fennix --out room", 5);
-  EXPECT_EQ(fetch["differences"], (json{{{"table", "elevation"}, {"numbers", 1}, {"first", 11}}}));
+  const JsonValue fetch = RunJson(fetch_ + "fennix --out room", 5);
+  EXPECT_EQ(fetch["differences"].Dump(), R"([{"first":11,"numbers":1,"table":"elevation"}])");
   EXPECT_THAT(outcome_.err, HasSubstr("1 number of the elevation table, the first at place 11"));
   EXPECT_EQ(fetch["tables"][1]["not_finite"], 4);
   lidar::ParamService service;
@@ -112,7 +112,7 @@ TEST_F(Uploading, TakesRepliesFromElsewhereWhenLenient) {
   const std::uint16_t local = test::FreePort();
   const std::string reply = "ZZZZ" + std::string("\x24\0\0\0", 4) + std::string(28 + 4 + 3, 'A');
   Start(fetch_ + "juniq --out x --lenient --local-port " + std::to_string(local));
-  while (program_.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
+  while (!EndsWithin(std::chrono::milliseconds(20))) {
     stranger.Send(local, reply.data(), reply.size());
   }
   EXPECT_THAT(Finish().err, HasSubstr("holds 0 numbers behind the marker AAAA"));
@@ -209,7 +209,7 @@ TEST_F(UploadingLive, WritesOnlyFramesThatWereDecodedWithTheSensorsTables) {
   const auto live = Finish();
   ASSERT_EQ(live.code, 0) << live.err;
   EXPECT_TRUE(Same("live", "all"));
-  const json sums = json::parse(live.out);
+  const JsonValue sums = JsonValue::Parse(live.out);
   EXPECT_EQ(sums["frames"], 1);
   EXPECT_EQ(sums["frames_before_tables"], 2);
   EXPECT_EQ(sums["upload"]["decoded_before_use"], 768 + 300);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orliq/terminal/ExitCode.h"
-#include "support/Playback.h"
+#include "support/Threads.h"
 #include "support/WebClient.h"
 
 namespace orliq::cli {

@@ -154,14 +154,14 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
   EXPECT_THAT(pose, HasSubstr("base_link"));
   const double place[] = {1.0, 2.0, 3.0, 0.0, 0.0};
   EXPECT_THAT(pose, HasSubstr(std::string(reinterpret_cast<const char*>(place), sizeof place)));
-  nlohmann::json list;
+  test::JsonValue list = nullptr;
   EXPECT_TRUE(test::Eventually([&] {
-    list = nlohmann::json::parse(Run("bridge --list --json").out)["sensors"][0];
+    list = test::JsonValue::Parse(Run("bridge --list --json").out)["sensors"][0];
     return list["state"] == "error";
   })) << list;
   EXPECT_EQ(list["sensor"], "front");
   EXPECT_EQ(list["topic"], "/front/points");
-  EXPECT_THAT(list["message"].get<std::string>(), HasSubstr("Check that"));
+  EXPECT_THAT(list["message"].Text(), HasSubstr("Check that"));
   const auto sent =
       Run("simulate --model corvik --frames 5 --quiet --to 127.0.0.1:" + std::to_string(port));
   EXPECT_EQ(sent.code, 0) << sent.err;
@@ -170,7 +170,7 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
     ASSERT_FALSE(cloud.At(0, i, 0) < 0.0F) << i;  // ahead of the sensor, which looks to the left
   }
   const auto outcome = Finish(SIGINT);
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_EQ(report["sensors"][0]["clouds_left_out"], 0);
   EXPECT_EQ(report["sensors"][0]["clouds_published"], report["sensors"][0]["frames"]);
   EXPECT_GE(report["sensors"][0]["frames"], 3);
@@ -204,15 +204,15 @@ TEST_F(Bridge, ASensorThatIsAtFaultStopsNoOther) {
   EXPECT_FALSE(HasNoted("b: it sends now"));
   send(8);
   ASSERT_TRUE(noted("b: it sends now"));
-  const auto list = nlohmann::json::parse(Run("bridge --list --json").out)["sensors"];
-  ASSERT_EQ(list.size(), 2) << list;
+  const auto list = test::JsonValue::Parse(Run("bridge --list --json").out)["sensors"];
+  ASSERT_EQ(list.Size(), 2) << list;
   EXPECT_EQ(list[0]["state"], "error");
-  EXPECT_THAT(list[0]["message"].get<std::string>(), HasSubstr("no offset table"));
+  EXPECT_THAT(list[0]["message"].Text(), HasSubstr("no offset table"));
   EXPECT_EQ(list[1]["state"], "ok");
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 4);
   EXPECT_THAT(outcome.err, HasSubstr("no cloud of it is published"));
-  const auto sensors = nlohmann::json::parse(outcome.out)["sensors"];
+  const auto sensors = test::JsonValue::Parse(outcome.out)["sensors"];
   EXPECT_EQ(sensors[0]["clouds_published"], 0);
   EXPECT_EQ(sensors[1]["clouds_published"], 9);
 }
@@ -225,11 +225,11 @@ TEST_F(Bridge, AListStandsWhateverOthersSay) {
   const auto states = std::make_shared<const std::string>(DiagnosticsCdr(
       {}, {{RosLevel{9}, "orliq bridge: " + text, text, text, {{"computer", text}}}, honest}));
   Start("bridge --list --duration 3");
-  while (program_.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
+  while (!EndsWithin(std::chrono::milliseconds(100))) {
     outlet.Publish(topic, {}, std::make_shared<const std::string>(states->substr(0, 3000)));
     outlet.Publish(topic, {}, states);
   }
-  const auto outcome = program_.get();
+  const auto outcome = Finish();
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("a?[2J?xxx"));
   EXPECT_THAT(outcome.out, testing::ContainsRegex("rear .* warn +9.0 frames/s\n"));

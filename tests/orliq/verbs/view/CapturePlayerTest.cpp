@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "orliq/clouds/RoundPlayer.h"
 #include "orliq/sensors/Models.h"
+#include "support/JsonValue.h"
 #include "support/Playback.h"
 #include "support/SimulatedCapture.h"
 
@@ -62,9 +62,9 @@ class Player : public testing::Test {
       state_ = message.head;
       return;
     }
-    const auto json = nlohmann::json::parse(message.head.substr(8));
-    shown_.push_back(json["entry"]);
-    hub_.Take(1, R"({"do":"shown","frame":)" + json["frame"].dump() + '}');
+    const auto json = test::JsonValue::Parse(message.head.substr(8));
+    shown_.push_back(static_cast<int>(json["entry"].Whole()));
+    hub_.Take(1, R"({"do":"shown","frame":)" + json["frame"].Dump() + '}');
   }
 
   ViewHub hub_{"hello"};

@@ -5,14 +5,14 @@
 
 #include <cstring>
 #include <ctime>
-#include <nlohmann/json.hpp>
 
 #include "orliq/verbs/view/ViewTexts.h"
+#include "support/JsonValue.h"
 
 namespace orliq::cli {
 namespace {
 
-using Json = nlohmann::json;
+using test::JsonValue;
 
 template <typename P>
 TakenCloud Taken(const std::vector<P>& points, double timestamp = 0.0) {
@@ -34,16 +34,15 @@ struct Received {
     if (message.body) bytes += *message.body;
     EXPECT_EQ(Word(bytes, 0), 0x3146564FU);
     start = 8 + Word(bytes, 4);
-    json = Json::parse(bytes.substr(8, start - 8));
+    json = JsonValue::Parse(bytes.substr(8, start - 8));
   }
 
   template <typename Number>
   std::vector<Number> Array(const std::string& name) const {
-    for (const Json& array : json["arrays"]) {
+    for (const JsonValue& array : json["arrays"].Elements()) {
       if (array["name"] != name) continue;
-      const std::size_t count =
-          array["count"].get<std::size_t>() * json["points"].get<std::size_t>();
-      const auto offset = array["offset"].get<std::size_t>();
+      const auto count = static_cast<std::size_t>(array["count"].Whole() * json["points"].Whole());
+      const auto offset = static_cast<std::size_t>(array["offset"].Whole());
       EXPECT_EQ(offset % 8, 0U) << name;
       std::vector<Number> numbers(count);
       EXPECT_LE(offset + count * sizeof(Number), bytes.size()) << name;
@@ -56,13 +55,13 @@ struct Received {
 
   std::string Types() const {
     std::string types;
-    for (const Json& array : json["arrays"]) types += array["type"].get<std::string>() + ' ';
+    for (const JsonValue& array : json["arrays"].Elements()) types += array["type"].Text() + ' ';
     return types;
   }
 
   std::string bytes;
   std::size_t start = 0;
-  Json json;
+  JsonValue json = nullptr;
 };
 
 TEST(FrameMessage, HoldsEveryFieldOfEveryPointType) {
@@ -95,9 +94,9 @@ TEST(FrameMessage, HoldsEveryFieldOfEveryPointType) {
     EXPECT_EQ(got.Array<std::uint8_t>("source")[9 + 8], 8);
     EXPECT_EQ(got.Types(), "f32 u16 u16 f64 i32 u8 ");
   }
-  const Json json = encode(0).json;
+  const JsonValue json = encode(0).json;
   EXPECT_TRUE(json["frame"] == 7 && json["entry"] == 3 && json["time"] == 1e9);
-  EXPECT_FALSE(json.contains("age_ms")) << "it is of a capture";
+  EXPECT_FALSE(json.Has("age_ms")) << "it is of a capture";
   JuniqPoint wide;
   wide.peak = 0xFFFFFF, wide.column = 255;
   frame.cloud = Taken<JuniqPoint>({wide});
@@ -105,8 +104,8 @@ TEST(FrameMessage, HoldsEveryFieldOfEveryPointType) {
   const Received live = encode(0);
   EXPECT_EQ(live.Array<std::uint32_t>("peak")[0], 0xFFFFFFU);
   EXPECT_EQ(live.Array<std::uint16_t>("column")[0], 255);
-  EXPECT_TRUE(live.json.contains("age_ms") && !live.json.contains("entry"));
-  EXPECT_NEAR(live.json["sent"].get<double>(), static_cast<double>(std::time(nullptr)), 60.0);
+  EXPECT_TRUE(live.json.Has("age_ms") && !live.json.Has("entry"));
+  EXPECT_NEAR(live.json["sent"].Number(), static_cast<double>(std::time(nullptr)), 60.0);
   frame.cloud = Taken<Point>({});
   EXPECT_EQ(encode(0).json["points"], 0);
 }
@@ -154,10 +153,10 @@ TEST(ViewTexts, TellHowASensorStands) {
   lidar::DriverParam param;
   param.lidar_type = model.type;
   param.decoder_param.transform_param = {1, 1.0F, 2.0F, 3.0F, 0.0F, 0.0F, 90.0F};  // yaw [deg]
-  const Json sensor =
-      Json::parse(HelloText({"", "point", {{"a", &model, param}}, 0}))["sensors"][0];
-  EXPECT_EQ(sensor["origin"], Json({1.0, 2.0, 3.0}));
-  const auto rotation = sensor["rotation"].get<std::vector<double>>();
+  const JsonValue sensor =
+      JsonValue::Parse(HelloText({"", "point", {{"a", &model, param}}, 0}))["sensors"][0];
+  EXPECT_EQ(sensor["origin"].Dump(), "[1.0,2.0,3.0]");
+  const JsonValue rotation = sensor["rotation"];
   EXPECT_TRUE(rotation[1] < -0.99 && rotation[3] > 0.99) << "its x axis is the cloud's y axis";
 }
 
@@ -173,7 +172,7 @@ class Hub : public testing::Test {
     if (!message) return "-";
     if (!message->binary) return message->head;
     const Received frame(*message);
-    return frame.json["frame"].dump() + " skipped " + frame.json["skipped"].dump();
+    return frame.json["frame"].Dump() + " skipped " + frame.json["skipped"].Dump();
   }
 
   void Shown(WebHandler::Client page, int frame) {

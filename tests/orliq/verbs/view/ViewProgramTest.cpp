@@ -50,7 +50,7 @@ TEST_F(View, ShowsACaptureOnItsPage) {
     EXPECT_THAT(heard, HasSubstr(R"("title":"room.pcap","point":"point-time")"));
     EXPECT_THAT(heard, HasSubstr(R"("rows":192,"columns":256)"));
     EXPECT_THAT(heard, HasSubstr(R"("entries":4})"));
-    const std::string points = played["points"].dump();
+    const std::string points = played["points"].Dump();
     EXPECT_THAT(client.Hear(R"("arrays")"),
                 HasSubstr(R"(,"points":)" + points + R"(,"sensors":[)"));
     Signal(SIGINT);
@@ -58,7 +58,7 @@ TEST_F(View, ShowsACaptureOnItsPage) {
   }
   const auto outcome = Finish();
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_EQ(report["pages"], 1);
   EXPECT_GE(report["frames_sent"], 1);
 }
@@ -81,7 +81,7 @@ TEST_F(View, TellsThePageWhyNothingArrives) {
   EXPECT_THAT(client.Hear(R"("age_ms")"), HasSubstr("OVF1"));
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_TRUE(report["pages"] == 1 && report["frames_sent"] >= 1) << outcome.out;
   EXPECT_GE(report["frames_shown"], report["frames"]);
 }
@@ -106,7 +106,7 @@ TEST_F(View, TellsThePageOfEverySensorThatIsSilent) {
   EXPECT_THAT(client.Hear(R"("age_ms")"), HasSubstr("OVF1"));
   const auto outcome = Finish(SIGINT);
   EXPECT_EQ(outcome.code, 0) << outcome.err;
-  const auto report = nlohmann::json::parse(outcome.out);
+  const auto report = test::JsonValue::Parse(outcome.out);
   EXPECT_TRUE(report["pages"] == 1 && report["frames_sent"] >= 1) << outcome.out;
 }
 
