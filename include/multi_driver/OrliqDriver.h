@@ -106,10 +106,10 @@ class ORLIQ_API OrliqDriver {
   /// ran already. False without a successful InitDriver, and when the system has no thread left.
   bool Start();
 
-  /// Stops and joins the worker threads; an upload under way goes on with the next Start. Called from
-  /// inside a live sensor's callback, that one is the last until Start: a frame or sample that was
-  /// about to follow it is not handed over. A capture still asks for the cloud of the next frame. Does
-  /// nothing without a successful InitDriver.
+  /// Stops and joins the worker threads; packets that are not decoded yet wait for the next Start, and so
+  /// does an upload under way. Called from inside a live sensor's callback, that one is the last until
+  /// Start: a frame or sample about to follow it is not handed over. A capture still asks for the cloud
+  /// of the next frame. Does nothing without a successful InitDriver.
   void Stop();
 
   /// Switches the extrinsic transform on or off while running. The matrix stays the one built from
