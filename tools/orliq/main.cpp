@@ -27,7 +27,7 @@ ExitCode Fail(Console& console, const std::string& command, ExitCode code,
 }
 
 ExitCode RunVerb(const Verb& verb, Console& console) {
-  const std::string command = "orliq " + verb.command->get_name();
+  const std::string command = "orliq " + verb.command.Name();
   try {
     return verb.run(console);
   } catch (const Failure& failure) {
@@ -69,7 +69,7 @@ ExitCode Run(int argc, char** argv, Console& console) {
     return UsageError(app, error, console);
   }
   for (const Verb& verb : verbs) {
-    if (verb.command->parsed()) return RunVerb(verb, console);
+    if (verb.command.IsUsed()) return RunVerb(verb, console);
   }
   return ExitCode::kInternalFault;
 }

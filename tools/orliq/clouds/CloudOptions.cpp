@@ -2,7 +2,6 @@
 #include "orliq/clouds/CloudOptions.h"
 
 #include "orliq/terminal/ExitCode.h"
-#include "orliq/terminal/OptionChecks.h"
 
 namespace orliq::cli {
 namespace {
@@ -11,9 +10,9 @@ constexpr char kLimits[] =
     "Limits (inclusive, of the point as the sensor sees it, before --transform; the table below "
     "tells what becomes of a point outside them)";
 
-void AddLimits(CLI::App& command, lidar::DecoderParam& limits) {
+void AddLimits(CommandLine& command, lidar::DecoderParam& limits) {
   const auto add = [&](const char* name, float& limit, const char* text) {
-    command.add_option(name, limit, text)->check(Finite())->capture_default_str()->group(kLimits);
+    command.Add(name, limit, text).Finite().ShowDefault().Group(kLimits);
   };
   add("--min-distance", limits.min_distance, "[m]");
   add("--max-distance", limits.max_distance, "[m]");
@@ -32,66 +31,59 @@ void RequireOrder(const char* quantity, float min, float max) {
 
 }  // namespace
 
-void AddOutputOptions(CLI::App& command, OutputOptions& options) {
+void AddOutputOptions(CommandLine& command, OutputOptions& options) {
   command
-      .add_option("--out", options.out,
-                  "folder for one file per frame, or one file; FILE.mcap takes all of them as "
-                  "messages of ROS 2")
-      ->check(NotEmpty());
+      .Add("--out", options.out,
+           "folder for one file per frame, or one file; FILE.mcap takes all of them as messages of "
+           "ROS 2")
+      .NotEmpty();
   command
-      .add_option("--format", options.format,
-                  "format of the files; without it by the ending of --out, or pcd")
-      ->check(CLI::IsMember({"pcd", "ply", "csv"}));
-  command.add_flag("--force", options.force,
-                   "replace the file, or frames of an earlier run in the folder");
-  command.add_flag("--no-compression", options.no_compression,
-                   "write FILE.mcap as it is: larger, and less work");
-  command.add_flag("--with-packets", options.with_packets,
-                   "the sensor's packets into FILE.mcap too, which orliq play then takes for a "
-                   "capture");
+      .Add("--format", options.format,
+           "format of the files; without it by the ending of --out, or pcd")
+      .OneOf({"pcd", "ply", "csv"});
+  command.AddFlag("--force", options.force,
+                  "replace the file, or frames of an earlier run in the folder");
+  command.AddFlag("--no-compression", options.no_compression,
+                  "write FILE.mcap as it is: larger, and less work");
+  command.AddFlag(
+      "--with-packets", options.with_packets,
+      "the sensor's packets into FILE.mcap too, which orliq play then takes for a capture");
   AddPointOptions(command, options);
 }
 
-void AddPointOptions(CLI::App& command, OutputOptions& options) {
+void AddPointOptions(CommandLine& command, OutputOptions& options) {
   command
-      .add_option("--point", options.point,
-                  "what a point holds: x, y, z [m], intensity and ring; point-time adds the time "
-                  "[s]; point-source adds time, whole metres of range and the source, which begins "
-                  "with the index of the sensor, 0 for one alone; juniq adds row, column and the "
-                  "raw pulse")
-      ->check(CLI::IsMember({"point", "point-time", "point-source", "juniq"}))
-      ->capture_default_str();
-  command.add_flag("--verbose", options.verbose, "the library's own lines on standard error");
+      .Add("--point", options.point,
+           "what a point holds: x, y, z [m], intensity and ring; point-time adds the time [s]; "
+           "point-source adds time, whole metres of range and the source, which begins with the "
+           "index of the sensor, 0 for one alone; juniq adds row, column and the raw pulse")
+      .OneOf({"point", "point-time", "point-source", "juniq"})
+      .ShowDefault();
+  command.AddFlag("--verbose", options.verbose, "the library's own lines on standard error");
 }
 
-void AddModelOption(CLI::App& command, std::string& model) {
-  command.add_option("--model", model, "sensor model (" + ModelNames() + ")")
-      ->transform(LowerCase())
-      ->required();
+void AddModelOption(CommandLine& command, std::string& model) {
+  command.Add("--model", model, "sensor model (" + ModelNames() + ")").LowerCase().Required();
 }
 
-void AddModelOptions(CLI::App& command, std::string& model,
+void AddModelOptions(CommandLine& command, std::string& model,
                      std::optional<std::string>& check_folder) {
   AddModelOption(command, model);
-  // By a function, as an optional text would take an empty one for none.
-  command.add_option_function<std::string>(
-      "--check-folder", [&check_folder](const std::string& folder) { check_folder = folder; },
-      "folder to read the sensor's calibration from");
+  command.AddText("--check-folder", check_folder, "folder to read the sensor's calibration from");
 }
 
-void AddDecodingOptions(CLI::App& command, CloudOptions& options) {
+void AddDecodingOptions(CommandLine& command, CloudOptions& options) {
   AddModelOptions(command, options.model, options.check_folder);
   command
-      .add_option("--transform", options.transform,
-                  "pose of the sensor as x,y,z,roll,pitch,yaw [m, deg]: a point is turned about "
-                  "the axes x (roll), y (pitch), z (yaw) in that order, then moved by x,y,z")
-      ->delimiter(',')
-      ->expected(6)
-      ->check(Finite());
+      .Add("--transform", options.transform,
+           "pose of the sensor as x,y,z,roll,pitch,yaw [m, deg]: a point is turned about the axes "
+           "x (roll), y (pitch), z (yaw) in that order, then moved by x,y,z")
+      .Values(6)
+      .Finite();
   AddLimits(command, options.decoder);
 }
 
-void AddCloudOptions(CLI::App& command, CloudOptions& options) {
+void AddCloudOptions(CommandLine& command, CloudOptions& options) {
   AddDecodingOptions(command, options);
   AddOutputOptions(command, options.output);
 }

@@ -23,10 +23,10 @@ struct OutputOptions {
 };
 
 /// --point and --verbose.
-void AddPointOptions(CLI::App& command, OutputOptions& options);
+void AddPointOptions(CommandLine& command, OutputOptions& options);
 
 /// The same, and --out with what belongs to it.
-void AddOutputOptions(CLI::App& command, OutputOptions& options);
+void AddOutputOptions(CommandLine& command, OutputOptions& options);
 
 /// How packets of a sensor that the command line names become clouds, and where these go.
 struct CloudOptions {
@@ -38,17 +38,17 @@ struct CloudOptions {
 };
 
 /// --model, which is required.
-void AddModelOption(CLI::App& command, std::string& model);
+void AddModelOption(CommandLine& command, std::string& model);
 
 /// The same and --check-folder.
-void AddModelOptions(CLI::App& command, std::string& model,
+void AddModelOptions(CommandLine& command, std::string& model,
                      std::optional<std::string>& check_folder);
 
 /// The same, --transform and the limits.
-void AddDecodingOptions(CLI::App& command, CloudOptions& options);
+void AddDecodingOptions(CommandLine& command, CloudOptions& options);
 
 /// The same and those of the output.
-void AddCloudOptions(CLI::App& command, CloudOptions& options);
+void AddCloudOptions(CommandLine& command, CloudOptions& options);
 
 /// What the driver is initialised with, but for the source of packets; throws Failure for limits
 /// that let nothing through.

@@ -4,7 +4,6 @@
 #include "orliq/network/HostNetwork.h"
 #include "orliq/network/SocketTable.h"
 #include "orliq/network/UdpReceiver.h"
-#include "orliq/terminal/OptionChecks.h"
 
 namespace orliq::cli {
 namespace {
@@ -13,47 +12,43 @@ constexpr double kLongestTime = 1e6;  // [s] eleven days
 
 }  // namespace
 
-void AddListenAddress(CLI::App& command, std::string& address) {
+void AddListenAddress(CommandLine& command, std::string& address) {
   command
-      .add_option("--address", address,
-                  "IPv4 address of this machine to listen on; all of them without it")
-      ->check(CLI::ValidIPV4);
+      .Add("--address", address,
+           "IPv4 address of this machine to listen on; all of them without it")
+      .Address();
 }
 
-void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address) {
-  command.add_option("--port", port, "UDP port that the sensor sends to")
-      ->required()
-      ->check(Within(1, 65535));
+void AddPortOptions(CommandLine& command, std::uint16_t& port, std::string& address) {
+  command.Add("--port", port, "UDP port that the sensor sends to").Required().Within(1, 65535);
   AddListenAddress(command, address);
 }
 
-void AddSourceOption(CLI::App& command, std::string& source) {
+void AddSourceOption(CommandLine& command, std::string& source) {
   command
-      .add_option("--source", source,
-                  "IPv4 address of the sensor: packets of all others are passed over")
-      ->check(HostAddress());
+      .Add("--source", source, "IPv4 address of the sensor: packets of all others are passed over")
+      .HostAddress();
 }
 
-void AddSocketBufferOption(CLI::App& command, std::uint32_t& bytes) {
+void AddSocketBufferOption(CommandLine& command, std::uint32_t& bytes) {
   command
-      .add_option("--socket-buffer", bytes,
-                  "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
-      ->check(Within(1, 1 << 30));
+      .Add("--socket-buffer", bytes,
+           "[bytes] receive buffer to ask of the system for each sensor; 16 MiB without it")
+      .Within(1, 1 << 30);
 }
 
-void AddListenTimes(CLI::App& command, ListenOptions& options) {
-  command.add_option("--duration", options.duration, "[s] stop after that time")
-      ->check(Within(0.1, kLongestTime));
-  command.add_option("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
-      ->check(Within(0.0, kLongestTime))
-      ->capture_default_str();
+void AddListenTimes(CommandLine& command, ListenOptions& options) {
+  command.Add("--duration", options.duration, "[s] stop after that time").Within(0.1, kLongestTime);
+  command.Add("--wait", options.wait, "[s] give up when nothing has come; 0 waits for ever")
+      .Within(0.0, kLongestTime)
+      .ShowDefault();
 }
 
-void AddListenOptions(CLI::App& command, ListenOptions& options) {
+void AddListenOptions(CommandLine& command, ListenOptions& options) {
   AddPortOptions(command, options.port, options.address);
   AddListenTimes(command, options);
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no status line, no remarks");
+  command.AddFlag("--json", "report as JSON");
+  command.AddFlag("--quiet", options.quiet, "no status line, no remarks");
 }
 
 void RequirePort(const std::string& address, std::uint16_t port, const Remarks& remarks) {

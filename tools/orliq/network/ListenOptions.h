@@ -21,16 +21,16 @@ struct ListenOptions {
 };
 
 /// --address
-void AddListenAddress(CLI::App& command, std::string& address);
+void AddListenAddress(CommandLine& command, std::string& address);
 
 /// --port, which is required, and --address.
-void AddPortOptions(CLI::App& command, std::uint16_t& port, std::string& address);
-void AddSourceOption(CLI::App& command, std::string& source);
-void AddSocketBufferOption(CLI::App& command, std::uint32_t& bytes);
+void AddPortOptions(CommandLine& command, std::uint16_t& port, std::string& address);
+void AddSourceOption(CommandLine& command, std::string& source);
+void AddSocketBufferOption(CommandLine& command, std::uint32_t& bytes);
 
 /// --duration and --wait
-void AddListenTimes(CLI::App& command, ListenOptions& options);
-void AddListenOptions(CLI::App& command, ListenOptions& options);
+void AddListenTimes(CommandLine& command, ListenOptions& options);
+void AddListenOptions(CommandLine& command, ListenOptions& options);
 
 /// The driver tells only that a port cannot be had. Bound as the driver does it, a socket tells why:
 /// throws Failure then, and remarks on another socket that has the port too.

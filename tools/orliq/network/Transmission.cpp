@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "orliq/terminal/ExitCode.h"
-#include "orliq/terminal/OptionChecks.h"
 
 namespace orliq::cli {
 namespace {
@@ -21,23 +20,22 @@ std::unique_ptr<sim::UdpSender> OpenSender(const HostPort& target, const std::st
 }
 }  // namespace
 
-CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options) {
+Option AddTransmissionOptions(CommandLine& command, TransmissionOptions& options) {
   const std::string group = "Sending";
-  CLI::Option* const to =
-      command.add_option("--to", options.to, "HOST:PORT that gets the packets by UDP")
-          ->group(group);
-  command.add_option("--speed", options.speed, "times the true pace, 0.01 to 1000")
-      ->check(Within(0.01, 1000.0))
-      ->capture_default_str()
-      ->needs(to)
-      ->group(group);
+  const Option to =
+      command.Add("--to", options.to, "HOST:PORT that gets the packets by UDP").Group(group);
+  command.Add("--speed", options.speed, "times the true pace, 0.01 to 1000")
+      .Within(0.01, 1000.0)
+      .ShowDefault()
+      .Needs(to)
+      .Group(group);
   command
-      .add_option("--burst", options.burst,
-                  "packets sent back to back, followed by a pause; 1 spreads them evenly")
-      ->check(Within(1, 10000))
-      ->capture_default_str()
-      ->needs(to)
-      ->group(group);
+      .Add("--burst", options.burst,
+           "packets sent back to back, followed by a pause; 1 spreads them evenly")
+      .Within(1, 10000)
+      .ShowDefault()
+      .Needs(to)
+      .Group(group);
   return to;
 }
 

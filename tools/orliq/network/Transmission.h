@@ -25,7 +25,7 @@ struct TransmissionOptions {
 };
 
 /// Adds --to, --speed and --burst; returns --to.
-CLI::Option* AddTransmissionOptions(CLI::App& command, TransmissionOptions& options);
+Option AddTransmissionOptions(CommandLine& command, TransmissionOptions& options);
 
 /// Sends a verb's packets at their pace and tells how that went. Not thread safe.
 class Transmission {

@@ -12,7 +12,7 @@ namespace orliq::cli {
 /// One verb of the program: its options and what it does once they are parsed. `run` throws Failure
 /// when it cannot do its work.
 struct Verb {
-  CLI::App* command = nullptr;
+  CommandLine command;
   std::function<ExitCode(Console&)> run;
 };
 

@@ -1,58 +1,59 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/FoxgloveOptions.h"
 
+#include <algorithm>
 #include <memory>
 
-#include "orliq/terminal/OptionChecks.h"
+#include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/StandardError.h"
 #include "orliq/web/TcpPort.h"
 
 namespace orliq::cli {
 namespace {
 
-/// As a browser tells it, or nobody will ever be it.
-CLI::Validator Origin() {
-  const auto check = [](const std::string& text) {
-    const std::size_t scheme = text.find("://");
-    const bool whole = scheme != std::string::npos && scheme > 0 && scheme + 3 < text.size() &&
-                       text.find('/', scheme + 3) == std::string::npos;
-    const bool good = whole && text == CLI::detail::to_lower(text);
-    return good || text == "*" || text == "null"
-               ? std::string()
-               : "must be as a browser tells it, such as https://app.example.org: without a path, "
-                 "in lower case; or \"*\" for all; not \"" +
-                     text + '"';
-  };
-  return {check, "", "origin"};
+bool IsCapital(char sign) {
+  return sign >= 'A' && sign <= 'Z';
+}
+
+/// It is to be as a browser tells it, or nobody will ever be it.
+std::string OriginFault(const std::string& text) {
+  const std::size_t scheme = text.find("://");
+  const bool whole = scheme != std::string::npos && scheme > 0 && scheme + 3 < text.size() &&
+                     text.find('/', scheme + 3) == std::string::npos;
+  const bool good = whole && std::none_of(text.begin(), text.end(), IsCapital);
+  return good || text == "*" || text == "null"
+             ? std::string()
+             : "must be as a browser tells it, such as https://app.example.org: without a path, in "
+               "lower case; or \"*\" for all; not \"" +
+                   text + '"';
 }
 
 }  // namespace
 
-void AddFoxgloveOptions(CLI::App& command, FoxgloveOptions& options) {
+void AddFoxgloveOptions(CommandLine& command, FoxgloveOptions& options) {
   command
-      .add_option(
-          "--foxglove", options.port,
-          "TCP port for viewers that speak the Foxglove WebSocket protocol, usually 8765; 0 "
-          "takes any that is free")
-      ->check(Within(0, 65535));
+      .Add("--foxglove", options.port,
+           "TCP port for viewers that speak the Foxglove WebSocket protocol, usually 8765; 0 takes "
+           "any that is free")
+      .Within(0, 65535);
   command
-      .add_option("--foxglove-listen", options.address,
-                  "IPv4 address of this machine for them; beyond the loopback interface everybody "
-                  "who reaches it can connect, without a password")
-      ->check(CLI::ValidIPV4)
-      ->capture_default_str();
+      .Add("--foxglove-listen", options.address,
+           "IPv4 address of this machine for them; beyond the loopback interface everybody who "
+           "reaches it can connect, without a password")
+      .Address()
+      .ShowDefault();
   command
-      .add_option("--foxglove-origin", options.origins,
-                  "let in the pages of this origin too, which are refused unless they are of this "
-                  "machine; repeat it for several, \"*\" for all of them")
-      ->check(Origin())
-      ->allow_extra_args(false);
+      .Add("--foxglove-origin", options.origins,
+           "let in the pages of this origin too, which are refused unless they are of this "
+           "machine; repeat it for several, \"*\" for all of them")
+      .Check(OriginFault)
+      .OneValueEach();
 }
 
-void RequireFoxglove(const CLI::App& command) {
-  if (command.count("--foxglove") > 0) return;
+void RequireFoxglove(const CommandLine& command) {
+  if (command.Has("--foxglove")) return;
   for (const char* const option : {"--foxglove-listen", "--foxglove-origin"}) {
-    if (command.count(option) == 0) continue;
+    if (!command.Has(option)) continue;
     throw Failure(ExitCode::kUsage, std::string(option) + " is of no use without --foxglove PORT");
   }
 }

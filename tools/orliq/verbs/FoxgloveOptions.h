@@ -20,10 +20,10 @@ struct FoxgloveOptions {
 };
 
 /// The options outlive the command.
-void AddFoxgloveOptions(CLI::App& command, FoxgloveOptions& options);
+void AddFoxgloveOptions(CommandLine& command, FoxgloveOptions& options);
 
 /// Throws Failure for one of them that has no use.
-void RequireFoxglove(const CLI::App& command);
+void RequireFoxglove(const CommandLine& command);
 
 /// Throws Failure when the port cannot be had: ahead of a long look at a capture.
 void RequireFoxglovePort(const FoxgloveOptions& options);

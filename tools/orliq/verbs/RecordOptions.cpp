@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
@@ -11,26 +10,26 @@ namespace {
 
 constexpr double kMaxMegabytes = 1e9;  // more than any disk
 
-void AddOptions(CLI::App& command, RecordOptions& options) {
+void AddOptions(CommandLine& command, RecordOptions& options) {
   AddListenOptions(command, options.listen);
-  command.add_option("--out", options.out, "capture file to write")->required()->check(NotEmpty());
-  command.add_option("--packets", options.packets, "stop after that many packets")
-      ->check(Within(1.0, 1e15));
+  command.Add("--out", options.out, "capture file to write").Required().NotEmpty();
+  command.Add("--packets", options.packets, "stop after that many packets").Within(1.0, 1e15);
   command
-      .add_option("--max-size", options.max_megabytes,
-                  "[MB of 1,000,000 bytes] stop before the file gets larger")
-      ->check(Within(0.1, kMaxMegabytes));
-  command.add_flag("--force", options.force, "let --out replace a file that is no capture");
+      .Add("--max-size", options.max_megabytes,
+           "[MB of 1,000,000 bytes] stop before the file gets larger")
+      .Within(0.1, kMaxMegabytes);
+  command.AddFlag("--force", options.force, "let --out replace a file that is no capture");
 }
 
 }  // namespace
 
 Verb AddRecord(CLI::App& app) {
   const auto options = std::make_shared<RecordOptions>();
-  CLI::App* const command = app.add_subcommand(
-      "record", "Writes the packets of a live sensor to a capture file that orliq play reads.");
-  AddOptions(*command, *options);
-  command->footer(
+  CommandLine command(
+      app, "record",
+      "Writes the packets of a live sensor to a capture file that orliq play reads.");
+  AddOptions(command, *options);
+  command.Footer(
       "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. It begins with the "
       "rest of a frame, as a sensor does not wait for it. No other program may listen on the port "
       "meanwhile.\n\n"

@@ -3,33 +3,32 @@
 
 #include "orliq/config/YamlTree.h"
 #include "orliq/sensors/Models.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/verbs/params/UploadOptions.h"
 
 namespace orliq::cli {
 namespace {
 
 /// All that the file says of each of its sensors.
-constexpr const char* kOfOneSensor[] = {
+constexpr CommandLine::Names kOfOneSensor = {
     "CAPTURE",        "--model",       "--check-folder", "--transform",     "--min-distance",
     "--max-distance", "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",
     "--port",         "--address",     "--source",       "--params-from",   "--params-local-port"};
 
 /// What makes sense for packets that come, and not for those of a file.
-constexpr const char* kOfLiveSensors[] = {"--address",       "--params-from", "--params-local-port",
-                                          "--socket-buffer", "--duration",    "--wait"};
+constexpr CommandLine::Names kOfLiveSensors = {
+    "--address", "--params-from", "--params-local-port", "--socket-buffer", "--duration", "--wait"};
 
-void RequireNoneOfLive(const CLI::App& command) {
+void RequireNoneOfLive(const CommandLine& command) {
   for (const char* const option : kOfLiveSensors) {
-    if (command.count(option) == 0) continue;
+    if (!command.Has(option)) continue;
     throw Failure(ExitCode::kUsage,
                   std::string(option) + " is for a live sensor, not for a capture");
   }
 }
 
-void RequireNames(const CLI::App& command, const SourceOptions& options) {
+void RequireNames(const CommandLine& command, const SourceOptions& options) {
   const LiveOptions& live = options.live;
-  if (!live.config.empty()) return RequireNoneOf(command, kOfOneSensor);
+  if (!live.config.empty()) return command.RequireNoneOf(kOfOneSensor);
   if (live.cloud.model.empty() || (options.capture.empty() && !options.port)) {
     throw Failure(ExitCode::kUsage,
                   "name a capture and its --model, or a live sensor with --model and --port, or "
@@ -43,39 +42,39 @@ void RequireNames(const CLI::App& command, const SourceOptions& options) {
 
 }  // namespace
 
-void AddSourceOptions(CLI::App& command, SourceOptions& options, const std::string& does) {
+void AddSourceOptions(CommandLine& command, SourceOptions& options, const std::string& does) {
   LiveOptions& live = options.live;
   live.cloud.output.point = "point-time";
   live.listen.wait = 0.0;
-  command.add_option("CAPTURE", options.capture, "capture file to " + does + ", pcap or pcapng")
-      ->check(NotEmpty());
+  command.Add("CAPTURE", options.capture, "capture file to " + does + ", pcap or pcapng")
+      .NotEmpty();
   AddDecodingOptions(command, live.cloud);
-  command.get_option("--model")->required(false);
+  command.Get("--model").Required(false);
   AddPointOptions(command, live.cloud.output);
   command
-      .add_option("--port", options.port,
-                  "UDP port that the sensor sends to; of a capture the one whose packets fit the "
-                  "model without it, and 0 takes every port")
-      ->check(Within(0, 65535));
+      .Add("--port", options.port,
+           "UDP port that the sensor sends to; of a capture the one whose packets fit the model "
+           "without it, and 0 takes every port")
+      .Within(0, 65535);
   AddSourceOption(command, live.choice.source);
-  command.add_flag("--partial", options.partial,
-                   does + " what precedes the first whole frame and what follows the last, too");
+  command.AddFlag("--partial", options.partial,
+                  does + " what precedes the first whole frame and what follows the last, too");
   command
-      .add_option("--config", live.config,
-                  "file that describes several sensors, instead of the options of one")
-      ->check(NotEmpty());
+      .Add("--config", live.config,
+           "file that describes several sensors, instead of the options of one")
+      .NotEmpty();
 }
 
-void AddLiveSourceOptions(CLI::App& command, LiveOptions& live) {
+void AddLiveSourceOptions(CommandLine& command, LiveOptions& live) {
   AddListenAddress(command, live.listen.address);
   AddSocketBufferOption(command, live.choice.socket_buffer);
   AddUploadOptions(command, live.params_from, live.upload);
   AddListenTimes(command, live.listen);
-  command.add_flag("--json", "report as JSON, in the end");
-  command.add_flag("--quiet", live.listen.quiet, "no status line, no remarks");
+  command.AddFlag("--json", "report as JSON, in the end");
+  command.AddFlag("--quiet", live.listen.quiet, "no status line, no remarks");
 }
 
-void RequireSource(const CLI::App& command, SourceOptions& options) {
+void RequireSource(const CommandLine& command, SourceOptions& options) {
   RequireNames(command, options);
   LiveOptions& live = options.live;
   live.listen.port = options.port.value_or(0);

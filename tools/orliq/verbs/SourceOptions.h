@@ -21,13 +21,13 @@ struct SourceOptions {
 };
 
 /// `does` is what becomes of the clouds: "show". The options outlive the command.
-void AddSourceOptions(CLI::App& command, SourceOptions& options, const std::string& does);
+void AddSourceOptions(CommandLine& command, SourceOptions& options, const std::string& does);
 
 /// What listens only to live sensors, and how the end is told.
-void AddLiveSourceOptions(CLI::App& command, LiveOptions& live);
+void AddLiveSourceOptions(CommandLine& command, LiveOptions& live);
 
 /// Throws Failure when it is not clear what is meant, or does not fit together; else completes it.
-void RequireSource(const CLI::App& command, SourceOptions& options);
+void RequireSource(const CommandLine& command, SourceOptions& options);
 
 /// Of a file of sensors, which are all live or all of captures: else throws Failure, that they cannot be
 /// `done` together, as well as for an option of live sensors that captures have no use for.

@@ -3,26 +3,24 @@
 
 #include <memory>
 
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
 Verb AddFuse(CLI::App& app) {
   const auto options = std::make_shared<FuseOptions>();
-  CLI::App* const command = app.add_subcommand(
-      "fuse", "Plays the captures of several sensors at once and makes one cloud of their frames.");
-  command
-      ->add_option("--config", options->config,
-                   "file that describes the sensors, a capture of each")
-      ->check(NotEmpty())
-      ->required();
-  AddOutputOptions(*command, options->output);
-  command->add_option("--frames", options->frames, "A:B fuses cloud A to before cloud B");
-  command->add_flag("--partial", options->partial,
-                    "take frames that are not whole, at the ends of the captures, too");
-  command->add_flag("--json", "report as JSON, with every cloud");
-  command->add_flag("--quiet", options->quiet, "no progress bar, no remarks");
-  command->footer(
+  CommandLine command(
+      app, "fuse",
+      "Plays the captures of several sensors at once and makes one cloud of their frames.");
+  command.Add("--config", options->config, "file that describes the sensors, a capture of each")
+      .NotEmpty()
+      .Required();
+  AddOutputOptions(command, options->output);
+  command.Add("--frames", options->frames, "A:B fuses cloud A to before cloud B");
+  command.AddFlag("--partial", options->partial,
+                  "take frames that are not whole, at the ends of the captures, too");
+  command.AddFlag("--json", "report as JSON, with every cloud");
+  command.AddFlag("--quiet", options->quiet, "no progress bar, no remarks");
+  command.Footer(
       "Cloud 0 is made of the first whole frame of each capture, or of the one that first_frame "
       "names in the file; cloud 1 of the next ones, and so on to the end of the shortest. The "
       "points of the file's first sensor come first.\n\n"

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "orliq/sensors/Models.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 #include "orliq/verbs/params/UploadOptions.h"
 
@@ -12,14 +11,14 @@ namespace orliq::cli {
 namespace {
 
 /// All that the file says of each of its sensors.
-constexpr const char* kOfOneSensor[] = {
+constexpr CommandLine::Names kOfOneSensor = {
     "--model",       "--check-folder", "--transform",     "--min-distance",     "--max-distance",
     "--min-azimuth", "--max-azimuth",  "--min-elevation", "--max-elevation",    "--port",
     "--address",     "--source",       "--params-from",   "--params-local-port"};
 
 /// Which sensors are meant.
-void RequireSensors(const CLI::App& command, const LiveOptions& options) {
-  if (!options.config.empty()) RequireNoneOf(command, kOfOneSensor);
+void RequireSensors(const CommandLine& command, const LiveOptions& options) {
+  if (!options.config.empty()) command.RequireNoneOf(kOfOneSensor);
   if (options.config.empty() && (options.cloud.model.empty() || options.listen.port == 0)) {
     throw Failure(ExitCode::kUsage,
                   "name one sensor with --model and --port, or several with --config");
@@ -27,23 +26,22 @@ void RequireSensors(const CLI::App& command, const LiveOptions& options) {
   RequireUpload(options.params_from, options.upload, !options.config.empty());
 }
 
-void AddChoiceOptions(CLI::App& command, FrameChoice& choice) {
-  command.add_option("--frames", choice.frames, "stop after that many frames")
-      ->check(Within(1.0, 1e9));
-  command.add_flag("--partial", choice.partial,
-                   "count and write the first frame too, of which the beginning is missing");
+void AddChoiceOptions(CommandLine& command, FrameChoice& choice) {
+  command.Add("--frames", choice.frames, "stop after that many frames").Within(1.0, 1e9);
+  command.AddFlag("--partial", choice.partial,
+                  "count and write the first frame too, of which the beginning is missing");
   AddSourceOption(command, choice.source);
   AddSocketBufferOption(command, choice.socket_buffer);
 }
 
-void AddConfigOption(CLI::App& command, std::string& config) {
+void AddConfigOption(CommandLine& command, std::string& config) {
   command
-      .add_option("--config", config,
-                  "file that describes several sensors, instead of the options of one; their "
-                  "frames become one cloud")
-      ->check(NotEmpty());
+      .Add("--config", config,
+           "file that describes several sensors, instead of the options of one; their frames "
+           "become one cloud")
+      .NotEmpty();
   for (const char* const option : {"--model", "--port"}) {
-    command.get_option(option)->required(false);
+    command.Get(option).Required(false);
   }
 }
 
@@ -51,14 +49,15 @@ void AddConfigOption(CLI::App& command, std::string& config) {
 
 Verb AddLive(CLI::App& app) {
   const auto options = std::make_shared<LiveOptions>();
-  CLI::App* const command = app.add_subcommand(
-      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
-  AddCloudOptions(*command, options->cloud);
-  AddListenOptions(*command, options->listen);
-  AddChoiceOptions(*command, options->choice);
-  AddUploadOptions(*command, options->params_from, options->upload);
-  AddConfigOption(*command, options->config);
-  command->footer(
+  CommandLine command(
+      app, "live",
+      "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
+  AddCloudOptions(command, options->cloud);
+  AddListenOptions(command, options->listen);
+  AddChoiceOptions(command, options->choice);
+  AddUploadOptions(command, options->params_from, options->upload);
+  AddConfigOption(command, options->config);
+  command.Footer(
       ModelTable() +
       "\nIt runs until a limit, Ctrl-C or SIGTERM and then prints its table. Frames are counted "
       "from 0, which is the partial one, and their files are named after that.\n\n"
@@ -69,7 +68,7 @@ Verb AddLive(CLI::App& app) {
       "      --out frames --format pcd\n"
       "  orliq live --config sensors.yaml --frames 50 --out fused");
   return {command, [command, options](Console& console) {
-            RequireSensors(*command, *options);
+            RequireSensors(command, *options);
             options->choice.lenient = options->upload.lenient;
             return RunLive(*options, console);
           }};

@@ -4,30 +4,28 @@
 #include <memory>
 
 #include "orliq/clouds/CloudOptions.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
 namespace {
 
-void AddOptions(CLI::App& command, CheckParamsOptions& options) {
-  command.add_option("DIR", options.folder, "folder of calibration tables")->required();
+void AddOptions(CommandLine& command, CheckParamsOptions& options) {
+  command.Add("DIR", options.folder, "folder of calibration tables").Required();
   AddModelOption(command, options.model);
-  command.add_option("--plot", options.plot, "draw the tables into this file, .svg")
-      ->check(NotEmpty());
-  command.add_flag("--force", options.force, "let --plot replace a file");
-  command.add_flag("--json", "report as JSON");
-  command.add_flag("--quiet", options.quiet, "no remarks");
+  command.Add("--plot", options.plot, "draw the tables into this file, .svg").NotEmpty();
+  command.AddFlag("--force", options.force, "let --plot replace a file");
+  command.AddFlag("--json", "report as JSON");
+  command.AddFlag("--quiet", options.quiet, "no remarks");
 }
 
 }  // namespace
 
 Verb AddCheckParams(CLI::App& app) {
   const auto options = std::make_shared<CheckParamsOptions>();
-  CLI::App* const command = app.add_subcommand(
-      "check-params", "Tells whether a folder of calibration tables is good for a sensor.");
-  AddOptions(*command, *options);
-  command->footer(
+  CommandLine command(app, "check-params",
+                      "Tells whether a folder of calibration tables is good for a sensor.");
+  AddOptions(command, *options);
+  command.Footer(
       "The folder is loaded as the driver loads it. Exit code 0: it loads and nothing in it is "
       "suspicious; 5: it loads, but look at it; 4: it does not load, and why. No field of view is "
       "fixed for any model: angles are held against the driver's default limits of 90 degrees.\n\n"

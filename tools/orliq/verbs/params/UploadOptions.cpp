@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/params/UploadOptions.h"
 
-#include "orliq/terminal/OptionChecks.h"
-
 namespace orliq::cli {
 
-void AddUploadOptions(CLI::App& command, std::optional<std::string>& params_from,
+void AddUploadOptions(CommandLine& command, std::optional<std::string>& params_from,
                       UploadRequest& upload) {
   command
-      .add_option("--params-from", params_from,
-                  "HOST:PORT of the sensor, to fetch its calibration while packets come; "
-                  "frames count from the first one on that is decoded with it")
-      ->excludes(command.get_option("--check-folder"));
+      .Add("--params-from", params_from,
+           "HOST:PORT of the sensor, to fetch its calibration while packets come; frames count "
+           "from the first one on that is decoded with it")
+      .Excludes(command.Get("--check-folder"));
   command
-      .add_option("--params-local-port", upload.local_port,
-                  "UDP port of this machine for --params-from; any that is free without it")
-      ->check(Within(1, 65535));
-  command.add_flag("--lenient", upload.lenient,
-                   "take replies with calibration as they come: from another address or port, of "
-                   "other lengths");
+      .Add("--params-local-port", upload.local_port,
+           "UDP port of this machine for --params-from; any that is free without it")
+      .Within(1, 65535);
+  command.AddFlag(
+      "--lenient", upload.lenient,
+      "take replies with calibration as they come: from another address or port, of other lengths");
 }
 
 void RequireUpload(const std::optional<std::string>& params_from, const UploadRequest& upload,

@@ -11,7 +11,7 @@ namespace orliq::cli {
 
 /// --params-from beside --check-folder, which must be there already, with --params-local-port and
 /// --lenient.
-void AddUploadOptions(CLI::App& command, std::optional<std::string>& params_from,
+void AddUploadOptions(CommandLine& command, std::optional<std::string>& params_from,
                       UploadRequest& upload);
 
 /// Throws Failure for options of an upload that nobody asked for: neither --params-from nor, with

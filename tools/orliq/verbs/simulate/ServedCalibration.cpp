@@ -9,7 +9,6 @@
 #include "orliq/network/HostNetwork.h"
 #include "orliq/terminal/ExitCode.h"
 #include "orliq/terminal/Interrupt.h"
-#include "orliq/terminal/OptionChecks.h"
 #include "orliq/terminal/StatusLine.h"
 #include "orliq/verbs/CommonRows.h"
 #include "simulator/sensors/CheckImage.h"
@@ -64,7 +63,7 @@ std::unique_ptr<sim::ParamServer> Serve(const ServeOptions& options, const HostP
 /// The options for what goes wrong with the replies; all need --serve-params.
 class ReplyFaultOptions {
  public:
-  ReplyFaultOptions(CLI::App& command, CLI::Option* serve, ServeOptions& options)
+  ReplyFaultOptions(CommandLine& command, Option serve, ServeOptions& options)
       : command_(command), serve_(serve), options_(options) {}
 
   void Add() {
@@ -79,30 +78,28 @@ class ReplyFaultOptions {
     Share("--duplicate-replies", ReplyFault::kDuplicated, "share of replies that come twice");
     Share("--swap-replies", ReplyFault::kSwapped, "share of replies that the next one overtakes");
     InGroup(command_
-                .add_option("--restart-after", options_.restart_after,
-                            "replies after which the sensor restarts once")
-                ->check(Within(1, 1000000000)));
+                .Add("--restart-after", options_.restart_after,
+                     "replies after which the sensor restarts once")
+                .Within(1, 1000000000));
     Seconds("--down-time", options_.down, "[s] during which nobody answers then");
   }
 
  private:
-  void InGroup(CLI::Option* option) const {
-    option->needs(serve_)->group(
+  void InGroup(Option option) const {
+    option.Needs(serve_).Group(
         "Faults of --serve-params (shares of replies, 0 to 1; the first that hits counts)");
   }
 
   void Share(const char* name, ReplyFault fault, const char* text) {
-    InGroup(command_.add_option(name, options_.faults[fault], text)->check(Within(0.0, 1.0)));
+    InGroup(command_.Add(name, options_.faults[fault], text).Within(0.0, 1.0));
   }
 
   void Seconds(const char* name, double& value, const char* text) {
-    InGroup(command_.add_option(name, value, text)
-                ->check(Within(0.0, kLongestTime))
-                ->capture_default_str());
+    InGroup(command_.Add(name, value, text).Within(0.0, kLongestTime).ShowDefault());
   }
 
-  CLI::App& command_;
-  CLI::Option* serve_;
+  CommandLine& command_;
+  Option serve_;
   ServeOptions& options_;
 };
 
@@ -120,14 +117,12 @@ void AddReplyFaults(Report& report, const sim::ReplyFaultCounts& faults) {
 
 }  // namespace
 
-void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string& only_for) {
+void AddServeOptions(CommandLine& command, ServeOptions& options, const std::string& only_for) {
   const std::string text =
       "[HOST:]PORT that answers requests for the calibration by UDP, as long as packets are sent, "
       "else until Ctrl-C; without HOST on 127.0.0.1";
-  const auto take = [&options](const std::string& at) { options.at = at; };
-  CLI::Option* const serve =
-      command.add_option_function<std::string>("--serve-params", take, text + only_for)
-          ->group("Sending");
+  const Option serve =
+      command.AddText("--serve-params", options.at, text + only_for).Group("Sending");
   ReplyFaultOptions(command, serve, options).Add();
 }
 
@@ -142,7 +137,7 @@ HostPort ServedAt(const ServeOptions& options) {
   std::string at = *options.at;
   if (at.find(':') != std::string::npos) return ParseHostPort(option, at);
   const bool digits = at.find_first_not_of("0123456789") == std::string::npos;
-  if (!digits || !Within(1, 65535)(at).empty()) {
+  if (!digits || !IsWithin(at, 1, 65535)) {
     throw Failure(ExitCode::kUsage, option + ' ' + (at.empty() ? "\"\"" : at) +
                                         ": write a port from 1 to 65535, or an address, a colon "
                                         "and a port, such as 127.0.0.1:2400");

@@ -27,7 +27,7 @@ struct ServeOptions {
 };
 
 /// `only_for` tells in the help which models can.
-void AddServeOptions(CLI::App& command, ServeOptions& options, const std::string& only_for);
+void AddServeOptions(CommandLine& command, ServeOptions& options, const std::string& only_for);
 
 /// Whether something is to go wrong.
 bool AsksForReplyFaults(const ServeOptions& options);
