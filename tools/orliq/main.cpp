@@ -61,8 +61,9 @@ ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& 
 }
 
 ExitCode Run(int argc, char** argv, Console& console) {
-  CLI::App app;
-  const auto verbs = orliq::cli::DescribeProgram(app);
+  orliq::cli::Program program = orliq::cli::MakeProgram();
+  const auto verbs = orliq::cli::AddVerbs(program);
+  CLI::App& app = program.App();
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+#include "orliq/terminal/CommandLine.h"
 
 namespace orliq::cli {
 
@@ -14,8 +15,6 @@ std::string ManPage(const CLI::App& app);
 std::string BashCompletion(const CLI::App& app);
 
 /// The verbs in the order of the help.
-inline std::vector<const CLI::App*> VerbsOf(const CLI::App& app) {
-  return app.get_subcommands([](const CLI::App*) { return true; });
-}
+std::vector<const CLI::App*> VerbsOf(const CLI::App& app);
 
 }  // namespace orliq::cli

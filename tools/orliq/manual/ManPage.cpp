@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orliq/manual/Documents.h"
+
+#include <CLI/CLI.hpp>
 #include <cctype>
 #include <sstream>
 
 #include "multi_driver/Version.h"
-#include "orliq/manual/Documents.h"
 
 namespace orliq::cli {
 namespace {
@@ -77,6 +79,10 @@ std::string VerbSection(const CLI::App& verb) {
 }
 
 }  // namespace
+
+std::vector<const CLI::App*> VerbsOf(const CLI::App& app) {
+  return app.get_subcommands([](const CLI::App*) { return true; });
+}
 
 std::string ManPage(const CLI::App& app) {
   std::string page = ".TH ORLIQ 1 \"\" \"orliq " ORLIQ_VERSION "\" \"User Commands\"\n";

@@ -8,12 +8,12 @@
 
 int main(int argc, char** argv) {
   const std::string_view document = argc == 2 ? argv[1] : "";
-  CLI::App app;
-  orliq::cli::DescribeProgram(app);
+  orliq::cli::Program program = orliq::cli::MakeProgram();
+  orliq::cli::AddVerbs(program);
   if (document == "page") {
-    std::cout << orliq::cli::ManPage(app);
+    std::cout << orliq::cli::ManPage(program.App());
   } else if (document == "completion") {
-    std::cout << orliq::cli::BashCompletion(app);
+    std::cout << orliq::cli::BashCompletion(program.App());
   } else {
     std::cerr << "usage: orliq_manual page|completion\n";
     return 2;

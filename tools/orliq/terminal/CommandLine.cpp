@@ -46,9 +46,6 @@ void RequireNeeds(const Needs& needs) {
 
 }  // namespace
 
-CommandLine::CommandLine(CLI::App& program, const std::string& verb, const std::string& text)
-    : command_(program.add_subcommand(verb, text)) {}
-
 template <typename Value>
 Option CommandLine::Add(const std::string& name, Value& value, const std::string& text) {
   return Option(*command_->add_option(name, value, text));

@@ -21,8 +21,7 @@ namespace orliq::cli {
 /// variables that options are added with, which outlive it.
 class CommandLine {
  public:
-  /// Of a new verb of `program`.
-  CommandLine(CLI::App& program, const std::string& verb, const std::string& text);
+  explicit CommandLine(CLI::App& command) : command_(&command) {}
 
   /// `Value` is one of those that CommandLine.cpp lists. An optional text takes an empty one for none.
   /// A `name` without hyphens is that of a positional.

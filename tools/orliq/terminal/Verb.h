@@ -3,9 +3,9 @@
 
 #include <functional>
 
-#include "orliq/terminal/CommandLine.h"
 #include "orliq/terminal/Console.h"
 #include "orliq/terminal/ExitCode.h"
+#include "orliq/terminal/Program.h"
 
 namespace orliq::cli {
 
@@ -16,17 +16,17 @@ struct Verb {
   std::function<ExitCode(Console&)> run;
 };
 
-Verb AddSimulate(CLI::App& app);
-Verb AddInfo(CLI::App& app);
-Verb AddPlay(CLI::App& app);
-Verb AddLive(CLI::App& app);
-Verb AddDoctor(CLI::App& app);
-Verb AddFuse(CLI::App& app);
-Verb AddRecord(CLI::App& app);
-Verb AddSend(CLI::App& app);
-Verb AddFetchParams(CLI::App& app);
-Verb AddCheckParams(CLI::App& app);
-Verb AddView(CLI::App& app);
-Verb AddBridge(CLI::App& app);
+Verb AddSimulate(Program& program);
+Verb AddInfo(Program& program);
+Verb AddPlay(Program& program);
+Verb AddLive(Program& program);
+Verb AddDoctor(Program& program);
+Verb AddFuse(Program& program);
+Verb AddRecord(Program& program);
+Verb AddSend(Program& program);
+Verb AddFetchParams(Program& program);
+Verb AddCheckParams(Program& program);
+Verb AddView(Program& program);
+Verb AddBridge(Program& program);
 
 }  // namespace orliq::cli

@@ -24,9 +24,10 @@ void AddOptions(CommandLine& command, InfoOptions& options) {
 
 }  // namespace
 
-Verb AddInfo(CLI::App& app) {
+Verb AddInfo(Program& program) {
   const auto options = std::make_shared<InfoOptions>();
-  CommandLine command(app, "info", "Tells what a capture file holds and which sensors fit.");
+  CommandLine command =
+      program.AddVerb("info", "Tells what a capture file holds and which sensors fit.");
   AddOptions(command, *options);
   command.Footer(ModelTable() +
                  "\nSome models share length and identifier: which of them sent a flow is then a "

@@ -23,11 +23,10 @@ void AddOptions(CommandLine& command, RecordOptions& options) {
 
 }  // namespace
 
-Verb AddRecord(CLI::App& app) {
+Verb AddRecord(Program& program) {
   const auto options = std::make_shared<RecordOptions>();
-  CommandLine command(
-      app, "record",
-      "Writes the packets of a live sensor to a capture file that orliq play reads.");
+  CommandLine command = program.AddVerb(
+      "record", "Writes the packets of a live sensor to a capture file that orliq play reads.");
   AddOptions(command, *options);
   command.Footer(
       "It runs until a limit, Ctrl-C or SIGTERM; the file then is complete. It begins with the "

@@ -22,9 +22,10 @@ void AddOptions(CommandLine& command, SendOptions& options) {
 
 }  // namespace
 
-Verb AddSend(CLI::App& app) {
+Verb AddSend(Program& program) {
   const auto options = std::make_shared<SendOptions>();
-  CommandLine command(app, "send",
+  CommandLine command =
+      program.AddVerb("send",
                       "Sends the UDP packets of a capture file, at the pace at which they were "
                       "recorded. A pause of more than 2 s counts as 2 s.");
   AddOptions(command, *options);

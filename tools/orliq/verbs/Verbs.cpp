@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/Verbs.h"
 
-#include <CLI/CLI.hpp>
-
-#include "orliq/terminal/HelpText.h"
-#include "orliq/terminal/VersionText.h"
-
 namespace orliq::cli {
 
-std::vector<Verb> DescribeProgram(CLI::App& app) {
-  app.name("orliq");
-  app.description(
+Program MakeProgram() {
+  return Program(
+      "orliq",
       "Simulates LiDAR sensors, receives and shows what they send, examines, plays and sends "
-      "captures.");
-  app.get_formatter()->column_width(kHelpTextColumn);
-  app.set_version_flag("--version", VersionText);
-  app.require_subcommand(1);
-  app.footer(
+      "captures.",
       "orliq VERB --help shows the options of a verb and an example.\n\n"
       "Exit codes:\n"
       "  0   done\n"
@@ -25,9 +16,12 @@ std::vector<Verb> DescribeProgram(CLI::App& app) {
       "  4   a file, folder, port or address cannot be used\n"
       "  5   done with losses or interrupted, or calibration looks wrong\n"
       "  70  internal fault");
-  return {AddSimulate(app), AddInfo(app), AddPlay(app),        AddFuse(app),
-          AddLive(app),     AddView(app), AddBridge(app),      AddDoctor(app),
-          AddRecord(app),   AddSend(app), AddCheckParams(app), AddFetchParams(app)};
+}
+
+std::vector<Verb> AddVerbs(Program& program) {
+  return {AddSimulate(program), AddInfo(program), AddPlay(program),        AddFuse(program),
+          AddLive(program),     AddView(program), AddBridge(program),      AddDoctor(program),
+          AddRecord(program),   AddSend(program), AddCheckParams(program), AddFetchParams(program)};
 }
 
 }  // namespace orliq::cli

@@ -7,7 +7,10 @@
 
 namespace orliq::cli {
 
-/// Gives `app` all options of the program; its verbs in the order of the help.
-std::vector<Verb> DescribeProgram(CLI::App& app);
+/// Without its verbs yet.
+Program MakeProgram();
+
+/// In the order of the help, with all their options.
+std::vector<Verb> AddVerbs(Program& program);
 
 }  // namespace orliq::cli

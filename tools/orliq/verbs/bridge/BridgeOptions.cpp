@@ -61,9 +61,10 @@ void Require(const CommandLine& command, BridgeOptions& options) {
 
 }  // namespace
 
-Verb AddBridge(CLI::App& app) {
+Verb AddBridge(Program& program) {
   const auto options = std::make_shared<BridgeOptions>();
-  CommandLine command(app, "bridge",
+  CommandLine command =
+      program.AddVerb("bridge",
                       "Publishes live sensors or captures to ROS 2, over DDS, without a ROS "
                       "installation, and to viewers of the Foxglove WebSocket protocol.");
   AddSourceOptions(command, *options, "publish");

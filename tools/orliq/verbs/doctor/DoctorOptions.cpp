@@ -42,10 +42,10 @@ void AddOptions(CommandLine& command, DoctorOptions& options) {
 
 }  // namespace
 
-Verb AddDoctor(CLI::App& app) {
+Verb AddDoctor(Program& program) {
   const auto options = std::make_shared<DoctorOptions>();
-  CommandLine command(app, "doctor",
-                      "Listens to a live sensor and says what is wrong, and what to do about it.");
+  CommandLine command = program.AddVerb(
+      "doctor", "Listens to a live sensor and says what is wrong, and what to do about it.");
   AddOptions(command, *options);
   command.Footer(
       "It receives as an application would. With the right CAP_NET_RAW it also looks at packets "

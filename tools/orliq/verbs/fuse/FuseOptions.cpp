@@ -6,11 +6,10 @@
 #include "orliq/terminal/Verb.h"
 
 namespace orliq::cli {
-Verb AddFuse(CLI::App& app) {
+Verb AddFuse(Program& program) {
   const auto options = std::make_shared<FuseOptions>();
-  CommandLine command(
-      app, "fuse",
-      "Plays the captures of several sensors at once and makes one cloud of their frames.");
+  CommandLine command = program.AddVerb(
+      "fuse", "Plays the captures of several sensors at once and makes one cloud of their frames.");
   command.Add("--config", options->config, "file that describes the sensors, a capture of each")
       .NotEmpty()
       .Required();

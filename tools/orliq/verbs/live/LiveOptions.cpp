@@ -47,11 +47,10 @@ void AddConfigOption(CommandLine& command, std::string& config) {
 
 }  // namespace
 
-Verb AddLive(CLI::App& app) {
+Verb AddLive(Program& program) {
   const auto options = std::make_shared<LiveOptions>();
-  CommandLine command(
-      app, "live",
-      "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
+  CommandLine command = program.AddVerb(
+      "live", "Decodes the packets of a live sensor, or of several, and writes frames as clouds.");
   AddCloudOptions(command, options->cloud);
   AddListenOptions(command, options->listen);
   AddChoiceOptions(command, options->choice);

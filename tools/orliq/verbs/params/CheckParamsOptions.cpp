@@ -20,10 +20,10 @@ void AddOptions(CommandLine& command, CheckParamsOptions& options) {
 
 }  // namespace
 
-Verb AddCheckParams(CLI::App& app) {
+Verb AddCheckParams(Program& program) {
   const auto options = std::make_shared<CheckParamsOptions>();
-  CommandLine command(app, "check-params",
-                      "Tells whether a folder of calibration tables is good for a sensor.");
+  CommandLine command = program.AddVerb(
+      "check-params", "Tells whether a folder of calibration tables is good for a sensor.");
   AddOptions(command, *options);
   command.Footer(
       "The folder is loaded as the driver loads it. Exit code 0: it loads and nothing in it is "

@@ -43,9 +43,10 @@ void AddOptions(CommandLine& command, FetchParamsOptions& options) {
 
 }  // namespace
 
-Verb AddFetchParams(CLI::App& app) {
+Verb AddFetchParams(Program& program) {
   const auto options = std::make_shared<FetchParamsOptions>();
-  CommandLine command(app, "fetch-params",
+  CommandLine command =
+      program.AddVerb("fetch-params",
                       "Asks a sensor for its calibration and writes it as a check folder that "
                       "loads back bit for bit.");
   AddOptions(command, *options);

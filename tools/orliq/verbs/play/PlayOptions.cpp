@@ -30,10 +30,10 @@ void AddOptions(CommandLine& command, PlayOptions& options) {
 
 }  // namespace
 
-Verb AddPlay(CLI::App& app) {
+Verb AddPlay(Program& program) {
   const auto options = std::make_shared<PlayOptions>();
-  CommandLine command(app, "play",
-                      "Decodes the frames of a capture file and writes them as clouds.");
+  CommandLine command =
+      program.AddVerb("play", "Decodes the frames of a capture file and writes them as clouds.");
   AddOptions(command, *options);
   command.Footer(ModelTable() +
                  "\nExample:\n"

@@ -119,10 +119,10 @@ void AddOptions(CommandLine& command, SimulateOptions& options) {
 
 }  // namespace
 
-Verb AddSimulate(CLI::App& app) {
+Verb AddSimulate(Program& program) {
   const auto options = std::make_shared<SimulateOptions>();
-  CommandLine command(
-      app, "simulate",
+  CommandLine command = program.AddVerb(
+      "simulate",
       "Writes the capture and calibration of a synthetic sensor, or sends its packets and hands "
       "out its calibration; or does so for all sensors of a file, which stand in one scene.");
   AddOptions(command, *options);

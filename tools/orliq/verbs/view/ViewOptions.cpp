@@ -25,10 +25,10 @@ void AddPageOptions(CommandLine& command, PageOptions& page) {
 
 }  // namespace
 
-Verb AddView(CLI::App& app) {
+Verb AddView(Program& program) {
   const auto options = std::make_shared<ViewOptions>();
-  CommandLine command(app, "view",
-                      "Shows a live sensor, a capture or several sensors in the browser.");
+  CommandLine command =
+      program.AddVerb("view", "Shows a live sensor, a capture or several sensors in the browser.");
   AddSourceOptions(command, *options, "show");
   AddLiveSourceOptions(command, options->live);
   AddPageOptions(command, options->page);
