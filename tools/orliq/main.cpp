@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <csignal>
 #include <exception>

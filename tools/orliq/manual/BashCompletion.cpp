@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 
 #include "orliq/manual/Documents.h"
 #include "orliq/sensors/Models.h"

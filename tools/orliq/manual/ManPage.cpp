@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/manual/Documents.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
+#include <CLI/Formatter.hpp>
 #include <cctype>
 #include <sstream>
 

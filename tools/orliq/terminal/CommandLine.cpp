@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/terminal/CommandLine.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
 #include <utility>
 
 #include "orliq/terminal/ExitCode.h"

@@ -3,7 +3,7 @@
 
 #include <arpa/inet.h>
 
-#include <CLI/CLI.hpp>
+#include <CLI/Option.hpp>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
