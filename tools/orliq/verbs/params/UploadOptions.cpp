@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/verbs/params/UploadOptions.h"
 
+#include "orliq/terminal/ExitCode.h"
+
 namespace orliq::cli {
 
 void AddUploadOptions(CommandLine& command, std::optional<std::string>& params_from,
