@@ -2,6 +2,7 @@
 #include "orliq/terminal/CommandLine.h"
 
 #include <CLI/App.hpp>
+#include <cstdint>
 #include <utility>
 
 #include "orliq/terminal/ExitCode.h"
@@ -74,13 +75,13 @@ Option CommandLine::AddText(const std::string& name, std::optional<std::string>&
   return Option(*command_->add_option_function<std::string>(name, take, text));
 }
 
-Option CommandLine::AddNumbered(const std::string& name,
-                                const std::function<void(std::uint8_t)>& take,
-                                const Numbers& numbers, const std::string& kinds,
-                                const std::string& text) {
-  return Option(*command_->add_option_function<std::uint8_t>(name, take, text)
+Option CommandLine::AddOneOf(const std::string& name,
+                             const std::function<void(const std::string&)>& take,
+                             const std::vector<std::string>& words, const std::string& kinds,
+                             const std::string& text) {
+  return Option(*command_->add_option_function<std::string>(name, take, text)
                      ->type_name("ENUM")
-                     ->transform(CLI::CheckedTransformer(numbers).description(kinds)));
+                     ->check(CLI::IsMember(words).description(kinds)));
 }
 
 Option CommandLine::AddFlag(const std::string& name, bool& value, const std::string& text) {

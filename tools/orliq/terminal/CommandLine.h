@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <map>
@@ -32,14 +31,14 @@ class CommandLine {
   Option AddText(const std::string& name, std::optional<std::string>& value,
                  const std::string& text);
 
-  /// One of several words, each of which stands for a value; `kinds` tells them in the help.
+  /// One of several words, each of which stands for a value; the help tells them as `kinds`.
   template <typename Enum>
   Option AddWord(const std::string& name, Enum& value, const std::map<std::string, Enum>& words,
                  const std::string& kinds, const std::string& text) {
-    Numbers numbers;
-    for (const auto& [word, meaning] : words) numbers[word] = static_cast<std::uint8_t>(meaning);
-    const auto take = [&value](std::uint8_t number) { value = static_cast<Enum>(number); };
-    return AddNumbered(name, take, numbers, kinds, text);
+    std::vector<std::string> known;
+    for (const auto& [word, meaning] : words) known.push_back(word);
+    const auto take = [&value, words](const std::string& word) { value = words.at(word); };
+    return AddOneOf(name, take, known, kinds, text);
   }
 
   /// Sets `value`; without one, for who looks for the flag elsewhere.
@@ -77,10 +76,9 @@ class CommandLine {
   bool IsUsed() const;
 
  private:
-  using Numbers = std::map<std::string, std::uint8_t>;
-
-  Option AddNumbered(const std::string& name, const std::function<void(std::uint8_t)>& take,
-                     const Numbers& numbers, const std::string& kinds, const std::string& text);
+  Option AddOneOf(const std::string& name, const std::function<void(const std::string&)>& take,
+                  const std::vector<std::string>& words, const std::string& kinds,
+                  const std::string& text);
 
   CLI::App* command_;  // owned by the program's
 };

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -146,7 +147,7 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
   const std::uint16_t port = test::FreePort();
   Start(
       "bridge --model corvik --check-folder none --name front --address 127.0.0.1 --transform "
-      "1,2,3,0,0,90 --json --port " +
+      "1,2,3,0,0,90 --stamp host --json --port " +
       std::to_string(port));
   FastReader poses(domain_, {"rt/tf_static", "tf2_msgs::msg::dds_::TFMessage_", true, true});
   FastReader clouds(domain_, {"rt/front/points", kCloudType});
@@ -163,9 +164,12 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
   EXPECT_EQ(list["topic"], "/front/points");
   EXPECT_THAT(list["message"].Text(), HasSubstr("Check that"));
   const auto sent =
-      Run("simulate --model corvik --frames 5 --quiet --to 127.0.0.1:" + std::to_string(port));
+      Run("simulate --model corvik --frames 5 --start-time 1e9 --quiet --to 127.0.0.1:" +
+          std::to_string(port));
   EXPECT_EQ(sent.code, 0) << sent.err;
   const Grid cloud(clouds.Next(kLimit));
+  EXPECT_NEAR(std::stod(cloud.time), static_cast<double>(std::time(nullptr)), 60.0)
+      << "this host's";
   for (std::size_t i = 0; i < cloud.width; ++i) {
     ASSERT_FALSE(cloud.At(0, i, 0) < 0.0F) << i;  // ahead of the sensor, which looks to the left
   }
@@ -243,6 +247,7 @@ TEST_F(Bridge, RefusesWhatItCannotPublish) {
   for (const auto& row : std::vector<test::Refusal>{
            {"bridge --list --port 2368", 2, "leave out --port"},
            {"bridge --list --loop", 2, "leave out --loop"},
+           {"bridge --model corvik --stamp clock", 2, "clock not in {host,packets}"},
            {"bridge --model corvik --address 127.0.0.1 --port 2368 --loop", 2, "--loop is for a"},
            {"bridge --model corvik --address 127.0.0.1 --duration 0.1 --port " +
                 std::to_string(test::FreePort()),
