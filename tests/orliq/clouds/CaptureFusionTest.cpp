@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "multi_driver/OrliqMultiDriver.h"
+#include "orliq/terminal/ExitCode.h"
 #include "support/CaptureBuilder.h"
 #include "support/LiveSensor.h"
 #include "support/SimulatedCapture.h"

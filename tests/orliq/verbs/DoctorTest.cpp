@@ -61,9 +61,10 @@ class Doctor : public test::RunningProgram {
   }
 
   /// A sensor that hands out the tables of that model.
-  static auto Serve(const char* model) {
+  static auto Serve(const char* model, const sim::ReplyFaultRates& faults = {}) {
     sim::ParamServerOptions options;
     options.port = test::FreePort();
+    options.rates = faults;
     const auto image = sim::CheckImage(sim::MakeSensor(model, {})->Tables());
     std::error_code error;
     return sim::ParamServer::Create(options, image, error);
@@ -124,6 +125,17 @@ TEST_F(Doctor, JudgesTheCalibrationOfEverySensor) {
   EXPECT_THAT(Judge(one + " --params-from " + from(sensor_.port()).substr(13)),
               testing::StartsWith("upload_silent: "));
   EXPECT_TRUE(sensor_.Receive({})) << "nothing was asked of it";
+}
+
+TEST_F(Doctor, AsksOnlyOnceForWhatALenientOneTakesAsItComes) {
+  sim::ReplyFaultRates faults;
+  faults[sim::ReplyFault::kWrongMarker] = 1.0;
+  const auto sensor = Serve("juniq", faults);
+  const auto outcome = Run("doctor --json --seconds 2 --model juniq --lenient --port " +
+                           std::to_string(test::FreePort()) +
+                           " --params-from 127.0.0.1:" + std::to_string(sensor->Port()));
+  // One that asked again for each would still be with the first 16.
+  EXPECT_THAT(outcome.out, testing::ContainsRegex("[0-9][0-9][0-9] datagrams with a wrong marker"));
 }
 
 TEST_F(Doctor, NamesTheProgramThatHoldsThePortInLinesOf80Columns) {

@@ -15,7 +15,6 @@ namespace {
 
 using test::JsonValue;
 using testing::HasSubstr;
-using Source = MultiDriverSource<PointCloud<Point>>;
 
 /// Where the frames of a capture end: a Juniq's has 768 packets; a Corvik's, of 56, ends with the
 /// mark that begins the next.
@@ -54,7 +53,7 @@ class FusedLive : public test::RunningProgram {
   static std::string Line(const std::string& name, const Sensor& sensor, const std::string& more) {
     return "  - {name: " + name + ", port: " + std::to_string(sensor.port) + ", " + more + "}\n";
   }
-  void Fuse(const Source& source, std::ptrdiff_t front, std::ptrdiff_t rear) {
+  void Fuse(const FusedSource& source, std::ptrdiff_t front, std::ptrdiff_t rear) {
     const FusedCounts before = source.Counts();
     Front().Send(front);
     // Once a byte behind the frame is refused, the frame has ended, whatever the threads' turns are.
@@ -86,20 +85,20 @@ TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOn
   const SensorFile file = ReadSensorFile(Describe("source: 127.0.0.1, " + folder_));
   FrameChoice choice;
   choice.frames = 2;
-  Source source(file.sensors, choice, &saver, nullptr);
-  ASSERT_TRUE(source.Open());
-  Fuse(source, 0, 0);
+  const auto source = MakeFusedSource("point", file.sensors, choice, &saver, nullptr);
+  ASSERT_TRUE(source->Open());
+  Fuse(*source, 0, 0);
   test::LoopbackSocket(INADDR_LOOPBACK + 1).Send(Front().port, "", 1);
   Front().Send(1);
-  ASSERT_TRUE(test::Eventually([&] { return source.Counts().sensors[0].waits; }));
-  EXPECT_FALSE(source.Counts().sensors[1].waits);
-  ASSERT_NO_FATAL_FAILURE(Fuse(source, 2, 1));
-  EXPECT_FALSE(source.Complete());
-  Fuse(source, 3, 2);
-  EXPECT_TRUE(source.Complete());
-  source.Stop();
+  ASSERT_TRUE(test::Eventually([&] { return source->Counts().sensors[0].waits; }));
+  EXPECT_FALSE(source->Counts().sensors[1].waits);
+  ASSERT_NO_FATAL_FAILURE(Fuse(*source, 2, 1));
+  EXPECT_FALSE(source->Complete());
+  Fuse(*source, 3, 2);
+  EXPECT_TRUE(source->Complete());
+  source->Stop();
   saver.Finish();
-  const FusedCounts counts = source.Counts();
+  const FusedCounts counts = source->Counts();
   EXPECT_EQ(counts.clouds.count, 2U);
   EXPECT_GT(counts.partial_points, 57 * 192U) << "with those of the front one";
   const SensorCounts &front = counts.sensors[0], &rear = counts.sensors[1];
@@ -131,17 +130,17 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   const auto file =
       ReadSensorFile(Describe("params_from: 127.0.0.1:" + std::to_string(options.port)));
   CloudSaver saver(std::make_unique<CloudWriter>(dir_ / "f", "pcd"));
-  Source source(file.sensors, {{}, true, "", false}, &saver, nullptr);
-  ASSERT_TRUE(source.Open());
-  Fuse(source, 0, 0);
+  const auto source = MakeFusedSource("point", file.sensors, {{}, true, ""}, &saver, nullptr);
+  ASSERT_TRUE(source->Open());
+  Fuse(*source, 0, 0);
   std::error_code error;
   const auto image = sim::CheckImage(sim::MakeSensor("juniq", {})->Tables());
   const auto server = sim::ParamServer::Create(options, image, error);
-  ASSERT_TRUE(server != nullptr && test::Eventually([&] { return source.Calibration(0).loaded; }));
-  for (int i = 1; i < 5; ++i) Fuse(source, i, i);
-  EXPECT_EQ(source.Counts().clouds_before_tables, 4U);
-  EXPECT_EQ(source.Counts().clouds.count, 1U);
-  source.Stop();
+  ASSERT_TRUE(server != nullptr && test::Eventually([&] { return source->Calibration(0).loaded; }));
+  for (int i = 1; i < 5; ++i) Fuse(*source, i, i);
+  EXPECT_EQ(source->Counts().clouds_before_tables, 4U);
+  EXPECT_EQ(source->Counts().clouds.count, 1U);
+  source->Stop();
   saver.Finish();
   EXPECT_THAT(dir_.Read("f/frame_000004.pcd"), HasSubstr("UTC: 1700000000.400000\n"));
 }

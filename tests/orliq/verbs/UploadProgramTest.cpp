@@ -225,13 +225,13 @@ TEST_F(UploadingLive, CountsFramesWithAllTablesOnlyAndEndsWhenOneIsMissing) {
   param.calibration_param = MakeCalibrationParam({{"", "127.0.0.1", port_}});
   for (const bool all : {true, false}) {
     Serve(TablesOf(all ? "juniq" : "glavor"), options);
-    DriverSource<PointCloud<Point>> source({{}, true, "", false}, nullptr, nullptr);
-    ASSERT_TRUE(source.Open(param));
-    ASSERT_TRUE(test::Eventually([&] { return source.Calibration().loaded; }));
+    const auto source = MakeLiveSource("point", {{}, true, ""}, nullptr, nullptr);
+    ASSERT_TRUE(source->Open(param));
+    ASSERT_TRUE(test::Eventually([&] { return source->Calibration().loaded; }));
     Send(0, 1536);
     const auto both = [&](auto sums) { return sums.frames.count + sums.frames_before_tables == 2; };
-    ASSERT_TRUE(test::Eventually([&] { return both(source.Counts()); }));
-    EXPECT_EQ(source.Counts().frames.count, all ? 2 : 0);
+    ASSERT_TRUE(test::Eventually([&] { return both(source->Counts()); }));
+    EXPECT_EQ(source->Counts().frames.count, all ? 2 : 0);
   }
   const std::string live = "live --model juniq --port " + std::to_string(packets_);
   ExpectRefusal({live + " --params-from " + from_, 4, "no offset table (marker EEEE)"});

@@ -4,10 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <utility>
 #include <vector>
 
-#include "driver/FusedCloud.h"
 #include "orliq/clouds/CloudView.h"
 #include "orliq/clouds/FrameStream.h"
 
@@ -27,60 +25,25 @@ struct FusedShare {
 template <typename Cloud>
 class CaptureFusion {
  public:
-  explicit CaptureFusion(std::vector<FramesWanted> sensors) {
-    for (auto& sensor : sensors) {
-      origins_.push_back(OriginOf(sensor.param));
-      streams_.push_back(std::make_unique<FrameStream<Cloud>>(std::move(sensor)));
-    }
-  }
-  ~CaptureFusion() { Abandon(); }
+  explicit CaptureFusion(std::vector<FramesWanted> sensors);
+  ~CaptureFusion();
   CaptureFusion(const CaptureFusion&) = delete;
   CaptureFusion& operator=(const CaptureFusion&) = delete;
 
   /// Fuses the next frame of each capture into `cloud`, in place of what it held, and tells of each in
   /// `shares`. False, with both undefined, when one has no frame left, and after an interrupt. Throws
   /// Failure as FrameStream does.
-  bool Next(Cloud& cloud, std::vector<FusedShare>& shares) {
-    frames_.clear();
-    for (const auto& stream : streams_) {
-      auto frame = stream->Next();
-      if (!frame) return false;
-      frames_.push_back(std::move(*frame));
-    }
-    Fill(cloud, shares);
-    frames_.clear();
-    return true;
-  }
+  bool Next(Cloud& cloud, std::vector<FusedShare>& shares);
 
   /// What the drivers made of the captures. Nothing can be fused any more.
-  std::vector<lidar::DriverStatistics> Statistics() {
-    Abandon();
-    std::vector<lidar::DriverStatistics> statistics;
-    for (const auto& stream : streams_) statistics.push_back(stream->Statistics());
-    return statistics;
-  }
+  std::vector<lidar::DriverStatistics> Statistics();
 
  private:
   /// All of them before one is waited for.
-  void Abandon() {
-    for (const auto& stream : streams_) stream->Abandon();
-  }
+  void Abandon();
 
   /// The cloud has the time of the first sensor that tells one.
-  void Fill(Cloud& cloud, std::vector<FusedShare>& shares) const {
-    std::size_t points = 0;
-    for (const auto& frame : frames_) points += frame.cloud->points.size();
-    cloud = Cloud();
-    cloud.points.reserve(points);
-    shares.clear();
-    for (std::size_t sensor = 0; sensor < frames_.size(); ++sensor) {
-      const auto& [entry, of_frame] = frames_[sensor];
-      lidar::AppendFrame(cloud, *of_frame, sensor);
-      shares.push_back({entry, of_frame->points.size(), CountNonZero(*of_frame, origins_[sensor]),
-                        of_frame->timestamp});
-      if (cloud.timestamp == 0.0) cloud.timestamp = of_frame->timestamp;
-    }
-  }
+  void Fill(Cloud& cloud, std::vector<FusedShare>& shares) const;
 
   std::vector<Origin> origins_;  // of the sensors
   std::vector<std::unique_ptr<FrameStream<Cloud>>> streams_;

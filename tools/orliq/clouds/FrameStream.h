@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <pthread.h>
-
-#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -13,12 +10,10 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "orliq/clouds/FramePlayer.h"
 #include "orliq/sensors/Models.h"
-#include "orliq/terminal/ExitCode.h"
 
 namespace orliq::cli {
 
@@ -49,102 +44,36 @@ class FrameStream {
     std::shared_ptr<Cloud> cloud;
   };
 
-  explicit FrameStream(FramesWanted wanted)
-      : wanted_(std::move(wanted)), player_(*wanted_.model), thread_([this] { Run(); }) {}
+  explicit FrameStream(FramesWanted wanted);
 
-  ~FrameStream() {
-    Abandon();
-    thread_.join();
-  }
+  ~FrameStream();
   FrameStream(const FrameStream&) = delete;
   FrameStream& operator=(const FrameStream&) = delete;
 
   /// Waits for the next frame; none behind the last one, and after an interrupt.
-  std::optional<Frame> Next() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return over_ || !ready_.empty(); });
-    if (ready_.empty()) {
-      if (fault_) std::rethrow_exception(fault_);
-      return std::nullopt;
-    }
-    Frame frame = std::move(ready_.front());
-    ready_.pop_front();
-    changed_.notify_all();
-    return frame;
-  }
+  std::optional<Frame> Next();
 
   /// What the driver made of the capture for the frames that were played. Lets the thread end, and
   /// waits for it: nobody takes another frame.
-  lidar::DriverStatistics Statistics() {
-    Abandon();
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return over_; });
-    return player_.Statistics();
-  }
+  lidar::DriverStatistics Statistics();
 
   /// Lets the thread end soon, without waiting for it: nobody takes another frame.
-  void Abandon() {
-    player_.Abandon();
-    const std::lock_guard lock(mutex_);
-    abandoned_ = true;
-    changed_.notify_all();
-  }
+  void Abandon();
 
  private:
-  void Run() {
-    ::pthread_setname_np(::pthread_self(), "orliq-frames");
-    std::exception_ptr fault;
-    try {
-      PlayAll();
-    } catch (...) {
-      fault = std::current_exception();
-    }
-    const std::lock_guard lock(mutex_);
-    fault_ = fault;
-    over_ = true;
-    changed_.notify_all();
-  }
+  void Run();
 
-  void PlayAll() {
-    const std::string& capture = wanted_.param.input_param.pcap_file;
-    const int last = wanted_.entries.back() + 1;
-    if (!player_.Open(wanted_.param, wanted_.source)) Fail("the driver cannot open " + capture);
-    const int found = player_.WaitForIndex();
-    if (found == 0 && player_.Ended()) return;
-    if (found < last) Fail(capture + " has changed: the driver finds fewer frames than before");
-    const auto take = [this](const typename FramePlayer<Cloud>::Frame& frame) { Take(frame); };
-    if (player_.Play(wanted_.ahead, wanted_.entries.front(), last, take)) Deliver();
-  }
+  void PlayAll();
 
-  void Take(const typename FramePlayer<Cloud>::Frame& frame) {
-    if (!std::binary_search(wanted_.entries.begin(), wanted_.entries.end(), frame.entry)) return;
-    if (joined_.cloud && joined_.entry == frame.entry) return Join(*frame.cloud);
-    Deliver();
-    joined_ = {frame.entry, frame.cloud};
-    clouds_ = 1;
-  }
+  void Take(const typename FramePlayer<Cloud>::Frame& frame);
 
   /// The time of a frame is that of its first cloud.
-  void Join(const Cloud& further) {
-    if (++clouds_ > kCloudsOfAFrame) {
-      Fail("frame " + std::to_string(joined_.entry) + " has no end: its marks are lost");
-    }
-    auto& points = joined_.cloud->points;
-    points.insert(points.end(), further.points.begin(), further.points.end());
-  }
+  void Join(const Cloud& further);
 
   /// Hands over the frame that is complete.
-  void Deliver() {
-    if (!joined_.cloud) return;
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return abandoned_ || ready_.size() < kAhead; });
-    ready_.push_back(std::exchange(joined_, {}));
-    changed_.notify_all();
-  }
+  void Deliver();
 
-  [[noreturn]] void Fail(const std::string& what) const {
-    throw Failure(ExitCode::kFileFault, wanted_.name + ": " + what);
-  }
+  [[noreturn]] void Fail(const std::string& what) const;
 
   const FramesWanted wanted_;
   FramePlayer<Cloud> player_;  // of the thread, but for Abandon

@@ -5,7 +5,6 @@
 #include <memory>
 #include <utility>
 
-#include "orliq/clouds/CloudTypes.h"
 #include "orliq/config/SensorPlace.h"
 #include "orliq/terminal/StatusLine.h"
 #include "orliq/verbs/bridge/BridgeReport.h"
@@ -35,10 +34,7 @@ std::unique_ptr<LiveSource> MakeSource(const LiveOptions& live, const Configured
                                        CloudTaker& taker) {
   FrameChoice choice = live.choice;
   choice.source = sensor.source;
-  return WithCloudType(live.cloud.output.point, [&](auto type) {
-    using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(choice, nullptr, &taker));
-  });
+  return MakeLiveSource(live.cloud.output.point, choice, nullptr, &taker);
 }
 
 /// For the status line, of what /diagnostics tells in full.

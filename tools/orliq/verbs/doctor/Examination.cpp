@@ -145,8 +145,9 @@ class Listener {
   /// As an application receives, which `live` is one of. The plain socket goes when the driver's is
   /// there: without any, the system would tell the sensor that the port is closed.
   void Drive() {
-    DriverSource<PointCloud<Point>> source({{}, false, sensor_.source, lenient_}, nullptr, nullptr);
-    const bool open = source.Open(Param());
+    const FrameChoice choice = {{}, false, sensor_.source, 0, lenient_};
+    const auto source = MakeLiveSource("point", choice, nullptr, nullptr);
+    const bool open = source->Open(Param());
     receiver_.reset();
     if (!open) {
       seen_.no_port = "the driver cannot listen on that port";
@@ -156,10 +157,10 @@ class Listener {
     const Stopwatch time;
     const double left = std::max(0.0, seconds_ - time_.Seconds());
     WaitForInterrupt(std::chrono::microseconds(static_cast<std::int64_t>(1e6 * left)));
-    source.Stop();
+    source->Stop();
     seen_.seconds = time.Seconds();
-    seen_.counts = source.Counts();
-    if (seen_.calibration.request.Asks()) seen_.calibration.refused = source.Calibration().refused;
+    seen_.counts = source->Counts();
+    if (seen_.calibration.request.Asks()) seen_.calibration.refused = source->Calibration().refused;
   }
 
   const ConfiguredSensor& sensor_;

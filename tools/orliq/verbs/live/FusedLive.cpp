@@ -5,7 +5,6 @@
 #include <memory>
 #include <vector>
 
-#include "orliq/clouds/CloudTypes.h"
 #include "orliq/config/SensorPlace.h"
 #include "orliq/config/YamlTree.h"
 #include "orliq/network/HostNetwork.h"
@@ -46,15 +45,6 @@ void Open(FusedSource& source, const SensorFile& file, const Console& console) {
   TellOfModels(file, console);
 }
 
-std::unique_ptr<FusedSource> MakeSource(const FusedOptions& options, const SensorFile& file,
-                                        CloudSaver* saver) {
-  return WithCloudType(options.output.point, [&](auto type) {
-    using Source = MultiDriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<FusedSource>(
-        std::make_unique<Source>(file.sensors, options.choice, saver, options.audience));
-  });
-}
-
 FusedTally Listen(const FusedOptions& options, const SensorFile& file, const Console& console) {
   std::vector<lidar::DriverParam> params;
   std::vector<LivePackets> packets;
@@ -64,7 +54,8 @@ FusedTally Listen(const FusedOptions& options, const SensorFile& file, const Con
   }
   const auto saver = MakeLiveSaver(options.output, options.choice, FusedScene(params), packets);
   if (options.output.verbose) Console::ShowLibraryLines();
-  const auto source = MakeSource(options, file, saver.get());
+  const auto source = MakeFusedSource(options.output.point, file.sensors, options.choice,
+                                      saver.get(), options.audience);
   Open(*source, file, console);
   FusedWatcher watcher(file, {options.listen, options.choice.lenient, options.audience}, *source,
                        console);

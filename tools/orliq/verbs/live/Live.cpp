@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "orliq/clouds/CloudOptions.h"
-#include "orliq/clouds/CloudTypes.h"
 #include "orliq/network/HostNetwork.h"
 #include "orliq/network/ListenOptions.h"
 #include "orliq/sensors/CheckFolder.h"
@@ -63,14 +62,6 @@ UploadRequest MakeUpload(const LiveOptions& options, const Model& model, const C
   return {};
 }
 
-std::unique_ptr<LiveSource> MakeSource(const LiveOptions& options, CloudSaver* saver,
-                                       CloudTaker* taker) {
-  return WithCloudType(options.cloud.output.point, [&](auto type) {
-    using Source = DriverSource<typename decltype(type)::Cloud>;
-    return std::unique_ptr<LiveSource>(std::make_unique<Source>(options.choice, saver, taker));
-  });
-}
-
 LiveTally Listen(const LiveOptions& options, const Model& model, Console& console,
                  LiveAudience* audience) {
   const lidar::DriverParam param = MakeParam(options, model);
@@ -80,7 +71,8 @@ LiveTally Listen(const LiveOptions& options, const Model& model, Console& consol
       MakeLiveSaver(options.cloud.output, options.choice, SceneOf(model, param),
                     {{PacketTopicName({}), options.listen.address, options.listen.port}});
   if (options.cloud.output.verbose) console.ShowLibraryLines();
-  const auto source = MakeSource(options, saver.get(), audience);
+  const auto source =
+      MakeLiveSource(options.cloud.output.point, options.choice, saver.get(), audience);
   const std::string where = EndpointText(options.listen.address, options.listen.port);
   if (!source->Open(param)) {
     throw Failure(ExitCode::kFileFault, "the driver cannot listen on " + where);
