@@ -36,6 +36,7 @@ class CommandLine {
   Option AddWord(const std::string& name, Enum& value, const std::map<std::string, Enum>& words,
                  const std::string& kinds, const std::string& text) {
     std::vector<std::string> known;
+    known.reserve(words.size());
     for (const auto& [word, meaning] : words) known.push_back(word);
     const auto take = [&value, words](const std::string& word) { value = words.at(word); };
     return AddOneOf(name, take, known, kinds, text);
