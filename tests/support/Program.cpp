@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 
 namespace orliq::test {
@@ -27,7 +28,12 @@ Outcome Program::Run(const std::string& arguments, const std::string& before) co
 JsonValue Program::RunJson(const std::string& arguments, int code) {
   outcome_ = Run(arguments + " --json", kReachable);
   EXPECT_EQ(outcome_.code, code) << arguments << '\n' << outcome_.err;
-  return JsonValue::Parse(outcome_.out);
+  try {
+    return JsonValue::Parse(outcome_.out);
+  } catch (const std::exception& fault) {
+    ADD_FAILURE() << arguments << ": " << fault.what() << '\n' << outcome_.err;
+    return nullptr;
+  }
 }
 
 void Program::Signal(int signal) const {

@@ -5,7 +5,9 @@
 #include <exception>
 #include <iostream>
 #include <sstream>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "orliq/terminal/HelpText.h"
 #include "orliq/verbs/Verbs.h"
@@ -17,8 +19,14 @@ using orliq::cli::ExitCode;
 using orliq::cli::Failure;
 using orliq::cli::Verb;
 
-constexpr char kVerbNames[] =
-    "simulate, info, play, fuse, live, doctor, record, send, check-params or fetch-params";
+/// "simulate, info or play".
+std::string VerbNames(const std::vector<Verb>& verbs) {
+  std::string names = verbs.front().command.Name();
+  for (std::size_t i = 1; i < verbs.size(); ++i) {
+    names += (i + 1 < verbs.size() ? ", " : " or ") + verbs[i].command.Name();
+  }
+  return names;
+}
 
 ExitCode Fail(Console& console, const std::string& command, ExitCode code,
               const std::string& sentence) {
@@ -38,7 +46,8 @@ ExitCode RunVerb(const Verb& verb, Console& console) {
   }
 }
 
-ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& console) {
+ExitCode UsageError(const CLI::App& app, const std::vector<Verb>& known,
+                    const CLI::ParseError& error, Console& console) {
   if (error.get_exit_code() == 0) {  // --help, --version
     std::ostringstream text;
     app.exit(error, text, std::cerr);
@@ -52,10 +61,10 @@ ExitCode UsageError(const CLI::App& app, const CLI::ParseError& error, Console& 
   });
   if (verbs.empty() && word != words.end()) {
     return Fail(console, "orliq", ExitCode::kUsage,
-                "there is no verb " + *word + ": use " + kVerbNames);
+                "there is no verb " + *word + ": use " + VerbNames(known));
   }
   const std::string command = verbs.empty() ? "orliq" : "orliq " + verbs.front()->get_name();
-  std::string sentence = verbs.empty() ? std::string("name a verb: ") + kVerbNames : error.what();
+  std::string sentence = verbs.empty() ? "name a verb: " + VerbNames(known) : error.what();
   sentence.erase(sentence.find_last_not_of(".\n") + 1);
   return Fail(console, command, ExitCode::kUsage, sentence + ". Try: " + command + " --help");
 }
@@ -67,7 +76,7 @@ ExitCode Run(int argc, char** argv, Console& console) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return UsageError(app, error, console);
+    return UsageError(app, verbs, error, console);
   }
   for (const Verb& verb : verbs) {
     if (verb.command.IsUsed()) return RunVerb(verb, console);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/ros/RosFeed.h"
+#include "support/Patience.h"
 
 #include <gmock/gmock.h>
 
 #include <future>
-#include <thread>
 
 namespace orliq::cli {
 namespace {
@@ -94,7 +94,7 @@ TEST(RosFeed, AThousandSamplesWaitAndTheOldestGoFirst) {
   }
   EXPECT_EQ(feed.Read(0).samples_left_out, 3);
   outlet.go_on.set_value();
-  while (feed.Read(0).clouds == 0) std::this_thread::yield();
+  ASSERT_TRUE(test::Eventually([&] { return feed.Read(0).clouds > 0; }));
   feed.Finish();
   EXPECT_EQ(feed.Read(0).samples, 1000);
   ASSERT_EQ(outlet.messages.size(), 1001);

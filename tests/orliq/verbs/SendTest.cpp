@@ -95,6 +95,7 @@ TEST_F(Send, CtrlCIsALossUnlessTheSimulationWasEndless) {
   EXPECT_THAT(outcome_.err, HasSubstr("interrupted after 0 of 1,000 frames"));
   const double now = static_cast<double>(std::time(nullptr));
   EXPECT_NEAR(sent["start_time_s"].Number(), now, 60.0);
+  EXPECT_EQ(sent["interrupted"], true);
 }
 
 TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
@@ -138,6 +139,7 @@ TEST_F(Send, HandsOutTheCalibrationUntilCtrlCWithTheFaultsAskedFor) {
     }
     EXPECT_GT(sums["reply_faults"]["swapped"], 0);
     EXPECT_EQ(sums["restarts"], 1);
+    EXPECT_EQ(sums["interrupted"], true) << "while it only hands out";
     const auto written = sums.Has("packets_written") ? sums["packets_written"].Whole() : 0;
     EXPECT_EQ(written, packets.empty() ? 0 : 768);
   }

@@ -28,7 +28,8 @@ class Json {
   Json(unsigned value);
   Json(std::int64_t value);
   Json(std::uint64_t value);
-  Json(double value);  // one that is not finite is written as null
+  Json(const void*) = delete;  // which would be true
+  Json(double value);          // one that is not finite is written as null
   Json(const char* text);
   Json(const std::string& text);
   Json(const std::vector<std::string>& texts);

@@ -8,7 +8,8 @@
 
 namespace orliq::cli {
 
-/// The command line of the whole program, whose verbs each have one of their own.
+/// The command line of the whole program, whose verbs each have one of their own; copies stand for the
+/// same one.
 class Program {
  public:
   /// `text` and `footer` stand above and below the verbs in the help.

@@ -157,7 +157,9 @@ TEST_F(Bridge, TellsWhereASensorStandsAndHowItIs) {
   EXPECT_THAT(pose, HasSubstr(std::string(reinterpret_cast<const char*>(place), sizeof place)));
   test::JsonValue list = nullptr;
   EXPECT_TRUE(test::Eventually([&] {
-    list = test::JsonValue::Parse(Run("bridge --list --json").out)["sensors"][0];
+    const auto heard = test::JsonValue::Parse(Run("bridge --list --json").out);
+    if (!heard.Has("sensors")) return false;  // it takes a moment until they know each other
+    list = heard["sensors"][0];
     return list["state"] == "error";
   })) << list;
   EXPECT_EQ(list["sensor"], "front");

@@ -146,16 +146,13 @@ void Simulation::RequireAllFrames() const {
                                        Count(*options_.frames, "frame"));
 }
 
-bool Simulation::Interrupted() const {
-  return stopped_ || (served_ && InterruptRequested());
-}
-
 Report Simulation::MakeReport() {
   Report report;
   report.Add("model", "Sensor", options_.model,
              options_.model + ", seed " + std::to_string(options_.sensor.seed));
   if (HasPackets()) AddPackets(report);
-  report.Add("interrupted", "", Interrupted(), "");
+  interrupted_ = stopped_ || (served_ && InterruptRequested());
+  report.Add("interrupted", "", interrupted_, "");
   if (options_.check_folder) {
     report.Add("check_folder", "Check folder", *options_.check_folder, *options_.check_folder);
   }

@@ -65,10 +65,9 @@ class Simulation {
   /// For a simulation that sends.
   std::string StatusText() const;
 
-  bool Interrupted() const;
-
   /// Ends handing out the calibration, and tells what it did.
   Report MakeReport();
+  bool Interrupted() const { return interrupted_; }  ///< as it told
 
   // What the report holds, for the table of several sensors.
   std::uint64_t WrittenOrSent() const;
@@ -109,6 +108,7 @@ class Simulation {
   lidar::Counter packets_;                  // from the sensor
   std::uint64_t written_ = 0;               // to the capture
   bool stopped_ = false;                    // before the last frame
+  bool interrupted_ = false;                // as reported
   std::optional<sim::EncodeAhead> frames_;  // last: its thread uses the sensor
 };
 
