@@ -5,61 +5,20 @@
 #include <string>
 #include <type_traits>
 
-#include "bench/Stream.h"
-#include "bench/plain/Models.h"
+#include "bench/plain/Plain.h"
 #include "decoder/LoopForm.h"
 
 // Packets to points, as the decoding thread does it: validation, decoding, frame hand-over. The
-// provider gives the same cloud again and again, so it keeps its capacity. The plain form, which
-// knows no transform, writes the same record.
+// provider gives the same cloud again and again, so it keeps its capacity.
 namespace {
 
+using orliq::bench::CheckParamOf;
+using orliq::bench::Plain;
 using orliq::bench::SharedStream;
 using orliq::bench::Stream;
+using orliq::bench::Time;
 using orliq::lidar::DecoderParam;
 using orliq::lidar::LoopForm;
-
-/// What the sensor's calibration asks for, without the radius filter: that has its own benchmark.
-template <typename Model>
-auto CheckParamOf(Stream& stream) {
-  auto check =
-      std::make_unique<typename Model::Check>(stream.CheckParamOf<typename Model::Check>());
-  if constexpr (std::is_base_of_v<orliq::lidar::AngleCheckParam, typename Model::Check>) {
-    check->near_filter[4] = 0.0F;
-  }
-  return check;
-}
-
-/// Times `decode`, which goes through the whole stream and returns how many points it gave. Once it
-/// runs unseen: then the clouds have their memory.
-template <typename DecodeStream>
-void Time(benchmark::State& state, const DecodeStream& decode) {
-  decode();
-  std::size_t points = 0;
-  for (auto _ : state) points += decode();
-  state.SetItemsProcessed(static_cast<std::int64_t>(points));
-}
-
-template <typename Model, typename P>
-void Plain(benchmark::State& state) {
-  Stream& stream = SharedStream(Model::kName);
-  const auto check = CheckParamOf<Model>(stream);
-  typename Model::template Plain<P> plain(*check, DecoderParam());
-  std::vector<P> points;
-  points.reserve(400'000);
-  Time(state, [&] {
-    std::size_t total = 0;
-    std::size_t packets = 0;
-    for (const auto& packet : stream.packets) {
-      plain.Decode(packet.data(), 0, points);
-      if (++packets % stream.packets_per_frame != 0) continue;
-      total += points.size();
-      points.clear();
-    }
-    benchmark::DoNotOptimize(points.data());
-    return total;
-  });
-}
 
 /// A cloud whose application looks at each point.
 template <typename P>
