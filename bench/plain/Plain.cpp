@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/plain/Plain.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace orliq::bench {

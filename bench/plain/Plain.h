@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <type_traits>

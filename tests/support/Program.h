@@ -32,7 +32,8 @@ class Program : public testing::Test {
   /// Runs "orliq ARGUMENTS".
   Outcome Run(const std::string& arguments, const std::string& before = "") const;
 
-  /// The same with --json, to end with that code; `outcome_` holds what came beside the JSON.
+  /// The same with --json, to end with that code; `outcome_` holds what came beside the JSON. Null,
+  /// with a failure noted, where none came.
   JsonValue RunJson(const std::string& arguments, int code = 0);
 
   void Signal(int signal) const;

@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "multi_driver/OrliqMultiDriver.h"
+#include "orliq/clouds/RoundPlayer.h"
 #include "orliq/terminal/ExitCode.h"
 #include "support/CaptureBuilder.h"
 #include "support/LiveSensor.h"
@@ -104,25 +105,46 @@ TEST(CaptureFusion, EndsItsThreadsWhenItIsLeftInTheMiddle) {
   }
 }
 
+/// As fuse plays captures, ahead on threads of their own, and as view does, a round when it is asked.
 TEST(CaptureFusion, NamesTheSensorWhoseCaptureFails) {
   Robot robot;
   test::CaptureBuilder endless;  // the driver ends a cloud with 1563 packets
-  for (int i = 0; i < 16 * 1563 + 1; ++i) endless.Udp(test::JuniqPacket());
-  auto lost = robot.params[1];
-  lost.input_param.pcap_file = endless.Write(robot.front.dir / "lost.pcap");
+  for (int i = 0; i < 16 * 1563 - 1; ++i) endless.Udp(test::JuniqPacket());
+  auto large = robot.params[1], lost = large;
+  large.input_param.pcap_file = endless.Write(robot.front.dir / "large.pcap");
+  lost.input_param.pcap_file =
+      endless.Udp(test::JuniqPacket()).Write(robot.front.dir / "lost.pcap");
   auto gone = robot.params[1];
   gone.input_param.pcap_file += "x";
   const std::pair<FramesWanted, const char*> rows[] = {
       {Wanted("rear", lost, {0}), "rear: frame 0 has no end"},
       {Wanted("rear", gone, {0}), "rear: the driver cannot open"},
       {Wanted("rear", robot.params[1], {0, 7}), "pcap has changed: the driver finds fewer"}};
+  const auto both = [&](const FramesWanted& wanted) {
+    return std::vector<FramesWanted>{Wanted("front", robot.params[0], {0, 1, 2}), wanted};
+  };
   for (const auto& [wanted, sentence] : rows) {
-    CaptureFusion<Cloud> fusion({Wanted("front", robot.params[0], {0, 1, 2}), wanted});
-    const auto play = [&, rounds = wanted.entries.size()] {
+    const auto failure = Throws<Failure>(Property(&Failure::what, HasSubstr(sentence)));
+    CaptureFusion<Cloud> fusion(both(wanted));
+    const auto fuse = [&, rounds = wanted.entries.size()] {
       for (std::size_t i = 0; i < rounds; ++i) fusion.Next(robot.cloud, robot.shares);
     };
-    EXPECT_THAT(play, Throws<Failure>(Property(&Failure::what, HasSubstr(sentence))));
+    MustEnd("the fusion", [&] { EXPECT_THAT(fuse, failure); });
+    RoundPlayer<Cloud> player(both(wanted));
+    std::vector<CloudPart> parts;
+    const auto play = [&] {
+      player.Open();
+      player.Play(0, parts);
+    };
+    MustEnd("the player", [&] { EXPECT_THAT(play, failure); });
   }
+  CaptureFusion<Cloud> fusion(both(Wanted("rear", large, {0})));
+  RoundPlayer<Cloud> player(both(Wanted("rear", large, {0})));
+  std::vector<CloudPart> parts;
+  ASSERT_TRUE(fusion.Next(robot.cloud, robot.shares) && player.Open());
+  EXPECT_EQ(robot.shares[1].points, (16 * 1563 - 1) * 64U);
+  ASSERT_NE(player.Play(0, parts), nullptr);
+  EXPECT_EQ(parts[1].points, (16 * 1563 - 1) * 64U);
 }
 
 }  // namespace

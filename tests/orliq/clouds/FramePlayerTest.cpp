@@ -55,6 +55,10 @@ TEST(FramePlayer, GivesAFrameOnceAndWholeWhateverWasPlayedBefore) {
       };
       test::MustEnd("the player", [&] { player.Play(0, first, frames, take); });
       EXPECT_EQ(points, row.points) << row.model << " from frame " << first;
+      // Not those of the frame ahead; but a packet that ends a frame, again as the next one's first.
+      const int skipped = first == 0 ? row.refused : row.packets - row.begin;
+      EXPECT_EQ(static_cast<int>(player.Statistics().decoded),
+                row.end - row.begin - skipped + frames - 1 - first);
       EXPECT_EQ(player.Faults()[0x42], row.refused * (2 - first)) << "indexing, and in frame 0";
     }
     FramePlayer<Cloud> player(model);
@@ -70,6 +74,29 @@ TEST(FramePlayer, GivesAFrameOnceAndWholeWhateverWasPlayedBefore) {
       EXPECT_EQ(points, row.points[static_cast<std::size_t>(entry)]) << row.model << ' ' << entry;
     }
   }
+}
+
+/// The driver ends a cloud with 1563 packets where no mark does.
+TEST(FramePlayer, EndsWhileTheDriverWaitsForRoom) {
+  constexpr int kPackets = 1563;
+  test::CaptureBuilder capture;
+  for (int i = 0; i < 20 * kPackets; ++i) capture.Udp(test::JuniqPacket());
+  const test::TempDir dir;
+  FramePlayer<Cloud> player(*lidar::FindSensorModel("juniq"));
+  ASSERT_TRUE(player.Open(test::Playback<Point>::Param(capture.Write(dir / "c.pcap")), ""));
+  ASSERT_EQ(player.WaitForIndex(), 1);
+  std::uint64_t decoded = 0;
+  const auto take = [&](const FramePlayer<Cloud>::Frame&) {
+    std::uint64_t before = 0;
+    while (std::exchange(before, player.Statistics().decoded) != before || before == 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    decoded = std::max(decoded, before);
+    player.Abandon();
+  };
+  test::MustEnd("the player", [&] { EXPECT_FALSE(player.Play(0, 0, 1, take)); });
+  EXPECT_LE(decoded, 9U * kPackets)
+      << "four clouds at most in hand, four that wait, one that is ready";
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orliq/ros/RosFeed.h"
-#include "support/Patience.h"
 
 #include <gmock/gmock.h>
 
 #include <future>
+
+#include "support/Patience.h"
 
 namespace orliq::cli {
 namespace {

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 #include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
 
 namespace orliq::cli {
 namespace {
@@ -24,6 +27,8 @@ TEST(Json, IsWrittenAsItWasBuilt) {
   more.Update({{"a", 7}, {"z", "end"}});
   EXPECT_EQ(more.IndentedText(1), "{\n \"a\": 7,\n \"last\": {},\n \"z\": \"end\"\n}");
   EXPECT_EQ(Json({{"pair", 1}, {"three", 2, 3}}).Text(), R"([["pair",1],["three",2,3]])");
+  EXPECT_EQ(Json({{1, 2}, {3, 4}}).Text(), "[[1,2],[3,4]]");
+  static_assert(!std::is_constructible_v<Json, const int*>, "it would be true");
 }
 
 TEST(Json, LosesNoDigitAndNoTextThatIsNone) {

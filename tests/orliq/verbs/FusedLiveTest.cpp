@@ -50,6 +50,18 @@ class FusedLive : public test::RunningProgram {
                           Line("front", Front(), calibration) +
                           Line("rear", Rear(), "model: corvik, extrinsics: {x: 5}"));
   }
+  /// A file whose front sensor is asked for its calibration, and what answers in its place.
+  SensorFile Asking() const {
+    return ReadSensorFile(Describe("params_from: 127.0.0.1:" + std::to_string(asked_)));
+  }
+  auto Serve(const sim::ReplyFaultRates& faults = {}) const {
+    sim::ParamServerOptions options;
+    options.port = asked_;
+    options.rates = faults;
+    std::error_code error;
+    return sim::ParamServer::Create(options,
+                                    sim::CheckImage(sim::MakeSensor("juniq", {})->Tables()), error);
+  }
   static std::string Line(const std::string& name, const Sensor& sensor, const std::string& more) {
     return "  - {name: " + name + ", port: " + std::to_string(sensor.port) + ", " + more + "}\n";
   }
@@ -77,6 +89,7 @@ class FusedLive : public test::RunningProgram {
     return text.substr(text.find('\n') + 1);
   }
 
+  const std::uint16_t asked_ = test::FreePort();
   const std::string folder_ = "check_folder: " + Front().capture.check_folder;
 };
 
@@ -125,17 +138,12 @@ TEST_F(FusedLive, WritesTheWholeFramesOfAllSensorsInTheirOrderButNotThePartialOn
 
 /// A frame that began before the tables were in use has points without them, and may wait a round.
 TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
-  sim::ParamServerOptions options;
-  options.port = test::FreePort();
-  const auto file =
-      ReadSensorFile(Describe("params_from: 127.0.0.1:" + std::to_string(options.port)));
+  const SensorFile file = Asking();
   CloudSaver saver(std::make_unique<CloudWriter>(dir_ / "f", "pcd"));
   const auto source = MakeFusedSource("point", file.sensors, {{}, true, ""}, &saver, nullptr);
   ASSERT_TRUE(source->Open());
   Fuse(*source, 0, 0);
-  std::error_code error;
-  const auto image = sim::CheckImage(sim::MakeSensor("juniq", {})->Tables());
-  const auto server = sim::ParamServer::Create(options, image, error);
+  const auto server = Serve();
   ASSERT_TRUE(server != nullptr && test::Eventually([&] { return source->Calibration(0).loaded; }));
   for (int i = 1; i < 5; ++i) Fuse(*source, i, i);
   EXPECT_EQ(source->Counts().clouds_before_tables, 4U);
@@ -143,6 +151,31 @@ TEST_F(FusedLive, CountsCloudsFromTheFirstThatIsSureToBeCalibrated) {
   source->Stop();
   saver.Finish();
   EXPECT_THAT(dir_.Read("f/frame_000004.pcd"), HasSubstr("UTC: 1700000000.400000\n"));
+}
+
+TEST_F(FusedLive, CountsTheFirstCloudWhereTheTablesCameBeforeIt) {
+  const SensorFile file = Asking();
+  const auto server = Serve();
+  const auto source = MakeFusedSource("point", file.sensors, {{}, true, ""}, nullptr, nullptr);
+  ASSERT_TRUE(server != nullptr && source->Open());
+  ASSERT_TRUE(test::Eventually([&] { return source->Calibration(0).loaded; }));
+  Fuse(*source, 0, 0);
+  EXPECT_EQ(source->Counts().clouds_before_tables, 0U);
+  EXPECT_EQ(source->Counts().clouds.count, 1U);
+}
+
+TEST_F(FusedLive, AsksOnlyOnceForWhatALenientOneTakesAsItComes) {
+  sim::ReplyFaultRates faults;
+  faults[sim::ReplyFault::kWrongMarker] = 1.0;
+  const SensorFile file = Asking();
+  const auto server = Serve(faults);
+  FrameChoice choice;
+  choice.lenient = true;
+  const auto source = MakeFusedSource("point", file.sensors, choice, nullptr, nullptr);
+  ASSERT_TRUE(server != nullptr && source->Open());
+  EXPECT_TRUE(test::Eventually([&] {
+    return source->Counts().sensors[0].packets.upload.wrong_marker > 100;
+  })) << "one that asked again for each would be with the first 16 for ever";
 }
 
 TEST_F(FusedLive, NamesTheSensorOfWhichNothingArrives) {

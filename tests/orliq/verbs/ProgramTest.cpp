@@ -23,7 +23,9 @@ TEST_F(Program, RefusesACommandLineThatMakesNoSenseAndSaysWhatToDo) {
   dir_.Write("four/weight.csv", "a,1\n");
   CaptureBuilder().Write(dir_ / "empty.pcap");
   const test::Refusal rows[] = {
-      {"--quiet robin", 2, "robin: use simulate, info, play, fuse, live, view, bridge, "},
+      {"--quiet robin", 2,
+       "robin: use simulate, info, play, fuse, live, view, bridge, doctor, record, send, "
+       "check-params or fetch-params"},
       {"play room.pcap --model robin", 2, "use one of juniq"},
       {"live --model hestra --port 9 --frames 3", 2, "use --duration"},
       {"play room.pcap --model juniq --frames 0:1x", 2, "write A:B"},

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "driver/FusedCloud.h"
-#include "orliq/clouds/CloudView.h"
 
 namespace orliq::cli {
 

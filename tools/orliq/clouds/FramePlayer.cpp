@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "orliq/clouds/StatisticsSince.h"
-#include "orliq/terminal/Interrupt.h"
 
 namespace orliq::cli {
 

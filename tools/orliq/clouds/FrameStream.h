@@ -62,9 +62,7 @@ class FrameStream {
 
  private:
   void Run();
-
   void PlayAll();
-
   void Take(const typename FramePlayer<Cloud>::Frame& frame);
 
   /// The time of a frame is that of its first cloud.

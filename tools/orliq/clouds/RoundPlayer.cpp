@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "driver/FusedCloud.h"
-#include "orliq/clouds/FrameStream.h"
 #include "orliq/terminal/ExitCode.h"
 
 namespace orliq::cli {

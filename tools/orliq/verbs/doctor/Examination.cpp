@@ -145,7 +145,9 @@ class Listener {
   /// As an application receives, which `live` is one of. The plain socket goes when the driver's is
   /// there: without any, the system would tell the sensor that the port is closed.
   void Drive() {
-    const FrameChoice choice = {{}, false, sensor_.source, 0, lenient_};
+    FrameChoice choice;
+    choice.source = sensor_.source;
+    choice.lenient = lenient_;
     const auto source = MakeLiveSource("point", choice, nullptr, nullptr);
     const bool open = source->Open(Param());
     receiver_.reset();

@@ -67,7 +67,7 @@ class Simulation {
 
   /// Ends handing out the calibration, and tells what it did.
   Report MakeReport();
-  bool Interrupted() const { return interrupted_; }  ///< as it told
+  bool Interrupted() const { return interrupted_; }  ///< as MakeReport found; false before
 
   // What the report holds, for the table of several sensors.
   std::uint64_t WrittenOrSent() const;
