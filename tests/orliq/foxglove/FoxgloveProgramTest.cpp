@@ -207,6 +207,8 @@ TEST_F(FoxgloveProgram, RefusesOptionsThatAreOfNoUse) {
            {"bridge --list --foxglove 0", 2, "leave out --foxglove"},
            {"bridge --list --no-dds", 2, "leave out --no-dds"},
            {"view --model corvik --port 2368 --foxglove-listen 127.0.0.1", 2, "is of no use"},
+           {"view --model corvik --foxglove 0 --foxglove-origin https://a.example none.pcap", 4,
+            "cannot read none.pcap"},
            {"view none.pcap --model corvik --foxglove 8787", 2, "another port than the page"},
            {"view none.pcap --model corvik --http 0 --foxglove 0 --foxglove-listen 203.0.113.1", 4,
             "cannot listen on TCP port 0 of 203.0.113.1"}}) {

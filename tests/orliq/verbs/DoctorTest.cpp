@@ -156,6 +156,7 @@ TEST_F(Doctor, RefusesOptionsThatMakeNoSense) {
   ExpectRefusal({"doctor", 2, "name one sensor with --port"});
   ExpectRefusal({"doctor --config x --port 1", 2, "--port describes one sensor"});
   ExpectRefusal({"doctor --port 2368 --seconds 0.4", 2, "must be from 0.5"});
+  EXPECT_THAT(Run("doctor --help").out, HasSubstr("--seconds FLOAT=5 "));
 }
 
 TEST(PacketLook, SeesWhatGoesToAPortOfAnotherProgram) {
