@@ -3,12 +3,22 @@
 
 #include "orliq/verbs/doctor/DoctorReport.h"
 #include "support/DoctorFacts.h"
+#include "support/SimulatedCapture.h"
 
 namespace orliq::test {
 namespace {
 
 TEST(Diagnosis, PacketsTellTheModelAndTheSenders) {
   const auto none_decoded = [](Facts& f) { f.seen.counts.packets.decoded = 0; };
+  const auto sent_by_a_glavor = [](const char* model) {
+    return [model](Facts& f) {
+      f.Take(model);
+      f.seen.flows = {FlowOf(model)};
+      for (const auto& packet : SimulatedCapture(1, {}, "glavor").packets) {
+        f.seen.flows[0].hints.Add(packet.data(), packet.size());
+      }
+    };
+  };
   ExpectFaults({
       {"healthy, up to every limit", [](Facts&) {}, {}},
       {"another model",
@@ -31,6 +41,8 @@ TEST(Diagnosis, PacketsTellTheModelAndTheSenders) {
          f.packets.last_refused_length = 1103;
        },
        {"unknown_packets"}},
+      {"another one of that length", sent_by_a_glavor("fennix"), {"wrong_model", "note no_points"}},
+      {"that one", sent_by_a_glavor("glavor"), {"calibration_missing"}},
       {"9 of 1000", [](Facts& f) { f.packets.refused_length = 9; }, {"note foreign_packets"}},
       {"10 of 1000", [](Facts& f) { f.packets.refused_identifier = 10; }, {"foreign_packets"}},
       {"two senders", [](Facts& f) { f.packets.of_other_senders = 1; }, {"mixed_senders"}},
