@@ -104,8 +104,9 @@ TEST_F(Receiving, TellsAtOnceOfAFrameThatItCannotWriteAndOfLimitsThatLeaveNothin
               testing::ContainsRegex("0 frames for a slow disk, [1-3] for faults"));
   const std::string err = dir_.Read("err");
   EXPECT_EQ(err.rfind("File too large"), err.find("File too large")) << "once";
+  const test::SimulatedCapture kelvane(7, {}, "kelvane");  // may take longer than live waits
   Listen("live --model kelvane --frames 1 --min-distance 400");
-  ASSERT_TRUE(test::SendAll(test::SimulatedCapture(7, {}, "kelvane").packets, port_));
+  ASSERT_TRUE(test::SendAll(kelvane.packets, port_));
   EXPECT_TRUE(test::Eventually([&] { return HasNoted("no return lies within the limits"); }));
 }
 
